@@ -1,0 +1,15 @@
+# The plug-in module that a host loads. It exports EntryPointFunc and nothing else: a symbol of the
+# standard library that leaked out would clash with the host's own copy.
+add_library(Lomix MODULE ${LOMIX_EFFECT_OBJECTS})
+set_target_properties(Lomix PROPERTIES PREFIX "" LINKER_LANGUAGE CXX)
+if(WIN32)
+  set_target_properties(Lomix PROPERTIES SUFFIX ".aex")
+elseif(APPLE)
+  set_target_properties(Lomix PROPERTIES BUNDLE TRUE BUNDLE_EXTENSION "plugin")
+  target_link_options(Lomix PRIVATE "LINKER:-exported_symbol,_EntryPointFunc")
+else()
+  set_target_properties(Lomix PROPERTIES SUFFIX ".so")
+  set(exports ${CMAKE_CURRENT_SOURCE_DIR}/module.exports)
+  target_link_options(Lomix PRIVATE "LINKER:--version-script=${exports}")
+  set_target_properties(Lomix PROPERTIES LINK_DEPENDS ${exports})
+endif()
