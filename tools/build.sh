@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Usage: tools/build.sh PRESET [CMAKE BUILD ARGUMENTS...]
+# Configures a preset where it was not yet and builds it, quietly unless something fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+preset=$1
+shift
+mkdir -p "build/$preset"
+log=build/$preset/build.log
+if [ ! -f "build/$preset/build.ninja" ]; then
+  echo "Configuring ($preset)..." >&2
+  cmake --preset "$preset" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
+fi
+echo "Building ($preset)..." >&2
+cmake --build --preset "$preset" "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }

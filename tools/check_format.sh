@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# Fails where a source file is not formatted as .clang-format says, and names it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+find src tests -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run -Werror

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Usage: tools/test.sh [CTEST ARGUMENTS...]
+# Installs what is missing, builds with warnings as errors and again with the address and
+# undefined-behaviour sanitizers, and runs every test in both builds.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+tools/setup.sh
+for preset in dev asan; do
+  tools/build.sh "$preset"
+done
+for preset in dev asan; do
+  echo "Testing ($preset)..."
+  ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
+done
