@@ -74,6 +74,8 @@ float grainLevel(const LomixStruct& record, const AEBase& base, const PF_LayerDe
   return r;
 }
 
+}  // namespace
+
 bool onDarkLine(const LomixStruct& record, int y) {
   const float thickness = record.scanlineThickness;
   const float period = thickness + thickness;
@@ -83,8 +85,6 @@ bool onDarkLine(const LomixStruct& record, int y) {
   // The offset has the phase's sign; below zero the same band lies one period down.
   return (offset < 0.0f ? -thickness : thickness) <= offset;
 }
-
-}  // namespace
 
 Lomix::Lomix(PF_InData* inData, PF_OutData* outData, void* data) : AERender(inData, outData, data) {
   Initialize();
@@ -110,7 +110,12 @@ PF_Err Lomix::Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* dat
 
   // A private copy for every pixel: no kernel ever reads the caller's record while it works.
   const LomixStruct record(*static_cast<const LomixStruct*>(data));
+  DistortPixel(record, src, dst, x, y);
+  return PF_Err_NONE;
+}
 
+void Lomix::DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDef* dst, int x,
+                         int y) {
   const float bar = record.barsProfile.at(static_cast<std::size_t>(y));
   const SourcePosition at = sourcePosition(record, *src, x, y);
   void* const from = pixelFuncs.sampleIntegralFunc(*src, at.x, at.y);
@@ -134,7 +139,6 @@ PF_Err Lomix::Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* dat
     blendpixelColor(pixel, {black, black, black, record.scanlineOverlay}, overlayBlend);
   }
   UnmultPixel(pixel);
-  return PF_Err_NONE;
 }
 
 PF_Err Lomix::DisplaceImage(PF_LayerDef* /*world*/, std::vector<float>* /*scan*/,

@@ -8,6 +8,9 @@
 #include "kernel/PixelFunctions.h"
 #include "signal/LomixStruct.h"
 
+/// Whether row y of the render lies on a dark scanline.
+bool onDarkLine(const LomixStruct& record, int y);
+
 /// The effect object of one render call. At a depth other than 8 and 32 bits per channel its pixel
 /// operations do nothing.
 class Lomix : public AERender {
@@ -25,6 +28,9 @@ class Lomix : public AERender {
   /// Pixel (x, y) of dst from src and the LomixStruct at data; returns 0. Throws std::out_of_range
   /// where a profile of the record has no row y.
   PF_Err Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* data) override;
+
+  /// The kernel's work on one pixel, straight from the caller's record.
+  void DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDef* dst, int x, int y);
 
   /// Appends to the record's three profiles one entry per row of world, whose height alone counts.
   /// p: phase in seconds; the pattern moves with -p. Returns 0.

@@ -7,13 +7,12 @@
 
 #include "kernel/Lomix.h"
 #include "shell/ParameterIndex.h"
+#include "signal/DrawFrame.h"
+#include "signal/FrameRecord.h"
 #include "signal/LomixStruct.h"
-#include "signal/SyncFunctions.h"
 #include "signal/Timer.h"
 
 namespace {
-
-constexpr int kAutomatic = 1;
 
 // Half a sine wave in 32 steps. Nothing reads it: it belongs to the frame's fixed work.
 std::vector<float> halfWaveTable() {
@@ -23,24 +22,6 @@ std::vector<float> halfWaveTable() {
     table[i] = static_cast<float>(std::sin(angle));
   }
   return table;
-}
-
-void fillFromParameters(LomixStruct& record, PF_ParamDef* params[], const AEBase& base) {
-  const auto slider = [params](int index) { return params[index]->u.fs_d.value; };
-  const auto fraction = [slider](int index) { return static_cast<float>(slider(index) / 100.0); };
-  record.timeControl = params[kTimeControl]->u.pd.value;
-  record.distortionMode = params[kDistortionMode]->u.pd.value;
-  record.time = static_cast<float>(slider(kTime));
-  record.signalDistortion = fraction(kSignalDistortion);
-  record.scanDistortion = fraction(kScanDistortion);
-  record.horizontalSyncOffset = fraction(kHorizontalSync);
-  record.verticalSyncOffset = fraction(kVerticalSync);
-  record.barsOverlay = fraction(kBarsOverlay);
-  record.noise = fraction(kNoise);
-  record.scanlineOverlay = fraction(kScanlineOverlay);
-  record.scanlineSpeed = static_cast<float>(slider(kScanlineSpeed) * base.GetYDown());
-  record.scanlineThickness = static_cast<float>(slider(kScanlineThickness) * base.GetYDown());
-  record.effectAmount = static_cast<float>(slider(kBlendWithOriginal) / -100.0 + 1.0);
 }
 
 }  // namespace
@@ -63,17 +44,9 @@ PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[
   const std::unique_ptr<AEBase, decltype(release)> suitesOfFrame(&effect, release);
 
   LomixStruct record;
-  fillFromParameters(record, params, effect);
-  if (record.timeControl == kAutomatic) {
-    record.time = static_cast<float>(static_cast<double>(in_data->current_time) /
-                                     static_cast<double>(in_data->time_scale));
-  }
-  record.verticalSyncOffset = legacySync(record.verticalSyncOffset, record.time);
-  record.horizontalSyncOffset = legacySync(record.horizontalSyncOffset, record.time);
-
-  effect.CreateDisplacementImage(output, -record.time, &record);
-  effect.ExecuteKernel(input, output, &record);
-  if (record.effectAmount < 1.0f) effect.Lerp(input, output, record.effectAmount);
+  lomix::fillFrameRecord(record, params, in_data->current_time, in_data->time_scale,
+                         effect.GetYDown());
+  lomix::drawFrame(effect, input, output, record);
 
   timer.stop();
   record.scanProfile.clear();

@@ -1,0 +1,13 @@
+// The step of a frame that has two ways to the same pixels. A build links one of them: the kernel
+// path or the row engine.
+#pragma once
+
+#include "kernel/Lomix.h"
+
+namespace lomix {
+
+/// Makes the record's profiles, draws every pixel of output and blends the original back in.
+/// input: not empty; output: has pixels, cleared. record: scalars filled, profiles empty.
+void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record);
+
+}  // namespace lomix
