@@ -55,13 +55,13 @@ class AERender : public AEBase {
   // Straight to premultiplied alpha and back. The 8-bit scale is 256: opaque 255 becomes 254, and
   // the pair is not an exact inverse. Alpha itself never changes.
 
-  void PixelPremult8(PF_Pixel* p);
-  void PixelPremult32(PF_PixelFloat* p);
-  void PixelUnmult8(PF_Pixel* p);
-  void PixelUnmult32(PF_PixelFloat* p);
+  static void PixelPremult8(PF_Pixel* p);
+  static void PixelPremult32(PF_PixelFloat* p);
+  static void PixelUnmult8(PF_Pixel* p);
+  static void PixelUnmult32(PF_PixelFloat* p);
   /// b becomes a + t * (b - a) in all four channels; 8 bits wrap where t lies outside 0-1.
-  void PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t);
-  void PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t);
+  static void PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t);
+  static void PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t);
 
   // The same over whole worlds; nothing for a world without pixels. All return 0.
 

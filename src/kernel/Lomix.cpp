@@ -1,80 +1,8 @@
 #include "kernel/Lomix.h"
 
-#include <cmath>
-
 #include "geometry/Truncate.h"
-#include "signal/SyncFunctions.h"
-
-namespace {
-
-// The grain's positions start here, so that its formula never divides by row 0.
-constexpr int kGrainOrigin = 10;
-constexpr float kGrainRate = 5.0f;
-constexpr int kTile = 1;
-constexpr int kStretch = 2;
-
-// Row and column of the source pixel while they are derived.
-struct SourcePosition {
-  int x, y;
-};
-
-// One correction each way: what lies further out is left to the clamp.
-int wrapOnce(int position, int size) {
-  if (position < 0) position += size;
-  if (position >= size) position -= size;
-  return position;
-}
-
-int clampToEdge(int position, int size) {
-  const float last = static_cast<float>(size) - 1.0f;
-  float value = static_cast<float>(position);
-  if (value < 0.0f) {
-    value = 0.0f;
-  } else if (value > last) {
-    value = last;
-  }
-  return truncateToInt32(value);
-}
-
-int displacedColumn(const LomixStruct& record, int column, int y, float width) {
-  const bool displaces = record.scanDistortion > 0.0f || record.signalDistortion > 0.0f;
-  const auto row = static_cast<std::size_t>(y);
-  if (!displaces || row >= record.scanProfile.size()) return column;
-  // The jitter alone is centred; the scan weights push one way.
-  const float shift = record.scanProfile.at(row) * width * record.scanDistortion +
-                      width * record.signalProfile.at(row) * -0.5f * record.signalDistortion;
-  return truncateToInt32(static_cast<float>(column) - shift);
-}
-
-SourcePosition sourcePosition(const LomixStruct& record, const PF_LayerDef& src, int x, int y) {
-  const float width = static_cast<float>(src.width);
-  const float height = static_cast<float>(src.height);
-  SourcePosition at{
-      truncateToInt32(std::fma(-width, record.horizontalSyncOffset, static_cast<float>(x))),
-      truncateToInt32(std::fma(-height, record.verticalSyncOffset, static_cast<float>(y)))};
-  if (record.distortionMode == kTile) at.x = displacedColumn(record, at.x, y, width);
-  at.y = wrapOnce(at.y, src.height);
-  at.x = wrapOnce(at.x, src.width);
-  // Displaced after the wrap, a stretched row meets the clamp and repeats its edge pixel.
-  if (record.distortionMode == kStretch) at.x = displacedColumn(record, at.x, y, width);
-  return {clampToEdge(at.x, src.width), clampToEdge(at.y, src.height)};
-}
-
-float grainLevel(const LomixStruct& record, const AEBase& base, const PF_LayerDef& src, int x,
-                 int y) {
-  const auto fullResolution = [](int pixels, double inverseFactor) {
-    return static_cast<float>(pixels * inverseFactor);
-  };
-  const float r = legacyRandom(
-      fullResolution(x + kGrainOrigin, base.invXDown),
-      fullResolution(y + kGrainOrigin, base.invYDown), fullResolution(src.width, base.invXDown),
-      fullResolution(src.height, base.invYDown), record.time + record.time, kGrainRate);
-  if (r < 0.0f) return 0.0f;
-  if (r > 1.0f) return 1.0f;
-  return r;
-}
-
-}  // namespace
+#include "kernel/Grain.h"
+#include "kernel/SourcePosition.h"
 
 bool onDarkLine(const LomixStruct& record, int y) {
   const float thickness = record.scanlineThickness;
@@ -117,8 +45,9 @@ PF_Err Lomix::Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* dat
 void Lomix::DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDef* dst, int x,
                          int y) {
   const float bar = record.barsProfile.at(static_cast<std::size_t>(y));
-  const SourcePosition at = sourcePosition(record, *src, x, y);
-  void* const from = pixelFuncs.sampleIntegralFunc(*src, at.x, at.y);
+  const int column = lomix::sourceColumn(record, *src, x, y);
+  const int row = lomix::sourceRow(record, *src, y);
+  void* const from = pixelFuncs.sampleIntegralFunc(*src, column, row);
   void* const pixel = pixelFuncs.sampleIntegralFunc(*dst, x, y);
   pixelFuncs.copyAlphaFunc(from, pixel);
   pixelFuncs.copyRedFunc(from, pixel);
@@ -131,7 +60,7 @@ void Lomix::DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDe
     blendpixelColor(pixel, {v, v, v, record.barsOverlay}, barsBlend);
   }
   if (record.noise > 0.0f) {
-    const float v = grainLevel(record, *this, *src, x, y) * record.noise;
+    const float v = lomix::grainLevel(*src, invXDown, invYDown, record.time, x, y) * record.noise;
     blendpixelColor(pixel, {v, v, v, record.noise}, overlayBlend);
   }
   if (record.scanlineOverlay > 0.0f && onDarkLine(record, y)) {

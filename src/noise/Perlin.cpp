@@ -67,11 +67,15 @@ float Perlin::grad(int hash, float x, float y, float z) {
   return ((h & 1) != 0 ? -u : u) + ((h & 2) != 0 ? -v : v);
 }
 
+float Perlin::noiseBetween(int hash0, int hash1, float fraction) {
+  return lerp(fade(fraction), grad(hash0, fraction), grad(hash1, fraction - 1.0f));
+}
+
 float Perlin::noise(float x) const {
   const Cell cx(x);
   const int h0 = perm[perm[perm[cx.index]]];
   const int h1 = perm[perm[perm[cx.index + 1]]];
-  return lerp(fade(cx.fraction), grad(h0, cx.fraction), grad(h1, cx.fraction - 1.0f));
+  return noiseBetween(h0, h1, cx.fraction);
 }
 
 float Perlin::noise(float x, float y) const {

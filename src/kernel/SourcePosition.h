@@ -1,0 +1,34 @@
+// Where in the source a pixel of the output comes from. The steps stand alone so that whole rows
+// can be planned from them.
+#pragma once
+
+#include "hostapi/Records.h"
+#include "signal/LomixStruct.h"
+
+namespace lomix {
+
+/// position less offset times size, truncated: the picture slid (columns) or rolled (rows).
+int slidPosition(int position, int size, float offset);
+
+/// One correction each way: what lies further out is left to the clamp.
+int wrapOnce(int position, int size);
+
+int clampToEdge(int position, int size);
+
+/// Whether row y is pushed sideways at all.
+bool isDisplaced(const LomixStruct& record, int y);
+
+/// By how many pixels row y is pushed; for rows that isDisplaced() affirms. width: the source's.
+float rowShift(const LomixStruct& record, int y, int width);
+
+/// column less shift, truncated.
+int displacedColumn(int column, float shift);
+
+/// Source column and row of output pixel (x, y), inside the source whatever the record says.
+int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y);
+int sourceRow(const LomixStruct& record, const PF_LayerDef& src, int y);
+
+inline constexpr int kTileMode = 1;
+inline constexpr int kStretchMode = 2;
+
+}  // namespace lomix
