@@ -4,6 +4,8 @@
 #include "kernel/Grain.h"
 #include "kernel/SourcePosition.h"
 
+namespace lomix {
+
 bool onDarkLine(const LomixStruct& record, int y) {
   const float thickness = record.scanlineThickness;
   const float period = thickness + thickness;
@@ -13,6 +15,8 @@ bool onDarkLine(const LomixStruct& record, int y) {
   // The offset has the phase's sign; below zero the same band lies one period down.
   return (offset < 0.0f ? -thickness : thickness) <= offset;
 }
+
+}  // namespace lomix
 
 Lomix::Lomix(PF_InData* inData, PF_OutData* outData, void* data) : AERender(inData, outData, data) {
   Initialize();
@@ -63,7 +67,7 @@ void Lomix::DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDe
     const float v = lomix::grainLevel(*src, invXDown, invYDown, record.time, x, y) * record.noise;
     blendpixelColor(pixel, {v, v, v, record.noise}, overlayBlend);
   }
-  if (record.scanlineOverlay > 0.0f && onDarkLine(record, y)) {
+  if (record.scanlineOverlay > 0.0f && lomix::onDarkLine(record, y)) {
     const float black = record.scanlineOverlay * 0.0f;
     blendpixelColor(pixel, {black, black, black, record.scanlineOverlay}, overlayBlend);
   }

@@ -8,8 +8,12 @@
 #include "kernel/PixelFunctions.h"
 #include "signal/LomixStruct.h"
 
+namespace lomix {
+
 /// Whether row y of the render lies on a dark scanline.
 bool onDarkLine(const LomixStruct& record, int y);
+
+}  // namespace lomix
 
 /// The effect object of one render call. At a depth other than 8 and 32 bits per channel its pixel
 /// operations do nothing.

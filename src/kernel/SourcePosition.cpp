@@ -29,7 +29,8 @@ int clampToEdge(int position, int size) {
 }
 
 bool isDisplaced(const LomixStruct& record, int y) {
-  return (record.scanDistortion > 0.0f || record.signalDistortion > 0.0f) &&
+  return (record.distortionMode == kTileMode || record.distortionMode == kStretchMode) &&
+         (record.scanDistortion > 0.0f || record.signalDistortion > 0.0f) &&
          static_cast<std::size_t>(y) < record.scanProfile.size();
 }
 
@@ -52,7 +53,7 @@ int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y
   if (displaced && record.distortionMode == kTileMode) column = displacedColumn(column, shift);
   column = wrapOnce(column, src.width);
   // Displaced after the wrap, a stretched row meets the clamp and repeats its edge pixel.
-  if (displaced && record.distortionMode == kStretchMode) column = displacedColumn(column, shift);
+  if (displaced && record.distortionMode != kTileMode) column = displacedColumn(column, shift);
   return clampToEdge(column, src.width);
 }
 

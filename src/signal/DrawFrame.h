@@ -1,5 +1,4 @@
-// The step of a frame that has two ways to the same pixels. A build links one of them: the kernel
-// path or the row engine.
+// The step of a frame that has two ways to the same pixels.
 #pragma once
 
 #include "kernel/Lomix.h"
@@ -7,7 +6,11 @@
 namespace lomix {
 
 /// Makes the record's profiles, draws every pixel of output and blends the original back in.
-/// input: not empty; output: has pixels, cleared. record: scalars filled, profiles empty.
+/// input: not empty; output: has pixels, cleared. record: scalars filled, profiles empty. A build
+/// links one of two: the kernel path or the row engine.
 void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record);
+
+/// The kernel path, in every build.
+void drawFrameByKernel(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record);
 
 }  // namespace lomix

@@ -1,0 +1,20 @@
+#include "engine/Profiles.h"
+#include "engine/RowEngine.h"
+#include "signal/DrawFrame.h"
+
+namespace lomix {
+
+// The whole frame on the caller's thread: a host schedules frames on threads of its own.
+void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record) {
+  const int depth = effect.GetBitDepth();
+  if (input->data == nullptr || engine::worldsOverlap(*input, *output, depth)) {
+    drawFrameByKernel(effect, input, output, record);
+    return;
+  }
+  engine::fillProfiles(record, output->height, effect.invYDown, -record.time,
+                       engine::bestKernels());
+  const engine::RowEngine rows({record, *input, *output, depth, effect.invXDown, effect.invYDown});
+  rows.drawRows(0, output->height);
+}
+
+}  // namespace lomix

@@ -1,0 +1,291 @@
+#include "engine/RowEngine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+
+#include "kernel/Grain.h"
+#include "kernel/Lomix.h"
+#include "kernel/PixelFunctions.h"
+#include "kernel/SourcePosition.h"
+
+namespace lomix::engine {
+namespace {
+
+// Pixels that are gathered before they are processed, on the stack.
+constexpr int kChunk = 256;
+// Worlds beyond this are larger than a core's share of the caches: writing past them saves reading
+// each line before it is overwritten.
+constexpr std::int64_t kStreamingBytes = 4 << 20;
+constexpr int kNoBars = 256;
+
+std::ptrdiff_t pixelBytes(int depth) { return depth == 8 ? 4 : 16; }
+
+template <typename Pixel>
+Pixel* rowOf(const PF_LayerDef& world, int y) {
+  return reinterpret_cast<Pixel*>(reinterpret_cast<char*>(world.data) +
+                                  static_cast<std::ptrdiff_t>(y) * world.rowbytes);
+}
+
+// First and last byte of a world, whatever the sign of its stride.
+std::pair<std::uintptr_t, std::uintptr_t> extent(const PF_LayerDef& world, int depth) {
+  const auto first = reinterpret_cast<std::uintptr_t>(rowOf<char>(world, 0));
+  const auto last = reinterpret_cast<std::uintptr_t>(rowOf<char>(world, world.height - 1));
+  const auto rowBytes = static_cast<std::uintptr_t>(world.width * pixelBytes(depth));
+  return {std::min(first, last), std::max(first, last) + rowBytes};
+}
+
+bool isFraction(float amount) { return amount >= 0.0f && amount <= 1.0f; }
+
+// Bytes of a premultiplied "over" by an overlay of that alpha: what is left of the picture.
+std::uint8_t weightedByte(int value, int alpha) {
+  return static_cast<std::uint8_t>((value * (255 - alpha)) >> 8);
+}
+
+// The vector code counts on overlays that neither wrap nor go negative.
+bool vectorSafe(const Frame& frame) {
+  const LomixStruct& r = frame.record;
+  if (frame.depth != 8) return true;
+  const auto offOrFraction = [](float amount) { return !(amount > 0.0f) || amount <= 1.0f; };
+  return offOrFraction(r.barsOverlay) && offOrFraction(r.noise) &&
+         offOrFraction(r.scanlineOverlay) &&
+         (!(r.effectAmount < 1.0f) || isFraction(r.effectAmount));
+}
+
+// The factor by which unmultiplying adds to a colour of that alpha, or a negative number where no
+// factor reproduces the division for all 256 values.
+int unmultFactor(int alpha) {
+  if (alpha <= 128) return -1;
+  const int factor = ((256 - alpha) * 65536 + alpha - 1) / alpha;
+  bool identity = true;
+  for (int v = 0; v < 256; ++v) {
+    const int told = std::min(v * 256 / alpha, 255);
+    const int quick = std::min(v + (((v << 8) * factor) >> 16 >> 8), 255);
+    if (told != quick) return -1;
+    identity = identity && told == v;
+  }
+  return identity ? 0 : factor;
+}
+
+// The phase in turns as a fraction of 2^64, for phases below about 2^30.
+std::uint64_t turnsOf(double phase) {
+  constexpr double kTwoPi = 2.0 * std::numbers::pi;
+  constexpr double kTwoPiRest = 2.0 * 1.2246467991473532e-16;
+  const double turns = std::nearbyint(phase / kTwoPi);
+  double rest = std::fma(-turns, kTwoPi, phase);
+  rest = std::fma(-turns, kTwoPiRest, rest);
+  // In two steps of 32 bits: a double holds no 64.
+  const double scaled = rest / kTwoPi * 0x1p32;
+  const double high = std::floor(scaled);
+  return (static_cast<std::uint64_t>(static_cast<std::int64_t>(high)) << 32) +
+         static_cast<std::uint64_t>((scaled - high) * 0x1p32);
+}
+
+bool isSmallWhole(double factor) {
+  return factor >= 1.0 && factor <= 64.0 && factor == std::floor(factor);
+}
+
+}  // namespace
+
+bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth) {
+  if (a.height <= 0 || b.height <= 0) return false;
+  const auto [beginA, endA] = extent(a, depth);
+  const auto [beginB, endB] = extent(b, depth);
+  return beginA < endB && beginB < endA;
+}
+
+RowEngine::RowEngine(Frame frame, const RowKernels& kernels)
+    : frame_(std::move(frame)),
+      kernels_(vectorSafe(frame_) ? kernels : portableKernels()),
+      columns_(frame_.record, frame_.source, frame_.output.width),
+      streaming_(std::abs(static_cast<std::int64_t>(frame_.output.rowbytes)) *
+                     frame_.output.height >
+                 kStreamingBytes) {
+  if (frame_.depth == 8) prepareColourMaps();
+}
+
+void RowEngine::drawRows(int first, int last) const {
+  if (frame_.source.data == nullptr || frame_.output.data == nullptr) return;
+  for (int y = first; y < last; ++y) {
+    if (frame_.depth == 8) drawRow<PF_Pixel>(y);
+    if (frame_.depth == 32) drawRow<PF_PixelFloat>(y);
+  }
+}
+
+template <typename Pixel>
+void RowEngine::drawRow(int y) const {
+  std::conditional_t<std::is_same_v<Pixel, PF_Pixel>, Row8, Row32> row;
+  setOverlays(row, y);
+  finishRow(row);
+  drawPixels<decltype(row), Pixel>(row, y);
+}
+
+template <typename Row>
+void RowEngine::setOverlays(Row& row, int y) const {
+  const LomixStruct& record = frame_.record;
+  const auto pixelOf = [](double level, double alpha) {
+    if constexpr (std::is_same_v<Row, Row8>) {
+      return GetPixel8({level, level, level, alpha});
+    } else {
+      return GetPixel32({level, level, level, alpha});
+    }
+  };
+  const float bar = record.barsProfile.at(static_cast<std::size_t>(y));
+  row.bars = record.barsOverlay > 0.0f;
+  if (row.bars) row.barsPixel = pixelOf(bar * record.barsOverlay, record.barsOverlay);
+  row.grain = record.noise > 0.0f;
+  if (row.grain) row.grainRow = grainRow(y);
+  row.dark = record.scanlineOverlay > 0.0f && onDarkLine(record, y);
+  if (row.dark) row.darkPixel = pixelOf(record.scanlineOverlay * 0.0f, record.scanlineOverlay);
+  row.blend = record.effectAmount < 1.0f;
+  row.effectAmount = record.effectAmount;
+}
+
+// An overlay whose alpha comes out as 0 changes nothing at 8 bits; hard light is no such overlay.
+void RowEngine::finishRow(Row8& row) const {
+  row.grainAlpha = GetPixel8({0.0, 0.0, 0.0, row.grainRow.amount}).alpha;
+  row.grain = row.grain && row.grainAlpha > 0;
+  row.dark = row.dark && row.darkPixel.alpha > 0;
+
+  int alpha = 255;
+  if (row.bars) alpha = weightedByte(alpha, row.barsPixel.alpha) + row.barsPixel.alpha;
+  if (row.grain) alpha = weightedByte(alpha, row.grainAlpha) + row.grainAlpha;
+  if (row.dark) alpha = weightedByte(alpha, row.darkPixel.alpha) + row.darkPixel.alpha;
+  const int factor = unmultFactor(alpha);
+  row.opaqueAlpha = static_cast<std::uint8_t>(alpha);
+  row.unmultFactor = static_cast<std::uint16_t>(std::max(factor, 0));
+
+  const int map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, row.dark)];
+  row.colourMap = map < 0 ? nullptr : &maps_[static_cast<std::size_t>(map)];
+  row.vectorSafe = factor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
+}
+
+std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
+  return static_cast<std::size_t>((bars ? barsLevel : kNoBars) * 2 + (dark ? 1 : 0));
+}
+
+void RowEngine::prepareColourMaps() {
+  const LomixStruct& record = frame_.record;
+  mapOfSlot_.assign(2 * (kNoBars + 1), -1);
+  const int grainAlpha = record.noise > 0.0f ? GetPixel8({0.0, 0.0, 0.0, record.noise}).alpha : 0;
+  for (int y = 0; y < frame_.output.height; ++y) {
+    Row8 row;
+    setOverlays(row, y);
+    const bool dark = row.dark && row.darkPixel.alpha > 0;
+    // Grain lies between the bars and the scanlines, which then have to wait for it.
+    const int weightAlpha = grainAlpha > 0 ? grainAlpha : (dark ? row.darkPixel.alpha : 0);
+    int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
+    if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
+    ByteTable table;
+    for (std::size_t d = 0; d < table.size(); ++d) {
+      const auto byte = static_cast<std::uint8_t>(d);
+      PF_Pixel pixel{byte, byte, byte, byte};
+      if (row.bars) hardLightBlend8Void(&pixel, &row.barsPixel);
+      table[d] = weightAlpha > 0 ? weightedByte(pixel.red, weightAlpha) : pixel.red;
+    }
+    map = static_cast<int>(maps_.size());
+    maps_.emplace_back(table);
+  }
+}
+
+GrainRow RowEngine::grainRow(int y) const {
+  const LomixStruct& record = frame_.record;
+  const PF_LayerDef& source = frame_.source;
+  GrainRow row;
+  row.source = &source;
+  row.invXDown = frame_.invXDown;
+  row.invYDown = frame_.invYDown;
+  row.time = record.time;
+  row.amount = record.noise;
+  row.y = y;
+  row.yFull = fullResolution(y + kGrainOrigin, row.invYDown);
+  row.yWeight = row.yFull * (row.yFull / fullResolution(source.height, row.invYDown));
+  row.phase = static_cast<double>(record.time + record.time) * 10.0;
+
+  // The largest arguments of the row, at its end.
+  const double x = std::abs((frame_.output.width + kGrainOrigin) * row.invXDown);
+  const double u = x * kGrainRate + std::abs(static_cast<double>(row.yFull));
+  const double sine = u * x + std::abs(row.phase);
+  const double cosine = u * std::abs(static_cast<double>(row.yWeight));
+  constexpr double kReducible = 0x1p29;
+  row.reducible = sine < kReducible && cosine < kReducible;
+
+  // All sums of the position are then exact in single precision.
+  constexpr double kExactWhole = 0x1p24;
+  row.wholeCoordinates = row.reducible && isSmallWhole(row.invXDown) &&
+                         isSmallWhole(row.invYDown) && u < kExactWhole &&
+                         std::abs(row.phase) < 0x1p24;
+  if (row.wholeCoordinates) {
+    row.xStep = static_cast<std::uint64_t>(row.invXDown);
+    row.yWhole = static_cast<std::uint64_t>(row.yFull);
+    row.phaseTurns = turnsOf(row.phase);
+    // Single-precision sine, cosine and product are good to 2^-20, and the formula's own roundings
+    // of the sine's argument move it by up to five units of its last place.
+    row.levelMargin = 255.0f * row.amount * static_cast<float>(0x1p-19 + sine * 0x1p-50);
+  }
+  return row;
+}
+
+template <typename Row, typename Pixel>
+void RowEngine::drawPixels(const Row& row, int y) const {
+  const int sourceY = sourceRow(frame_.record, frame_.source, y);
+  const Pixel* source = rowOf<Pixel>(frame_.source, sourceY);
+  Pixel* output = rowOf<Pixel>(frame_.output, y);
+  const bool blended = row.blend && y < frame_.source.height;
+  const Pixel* original = blended ? rowOf<Pixel>(frame_.source, y) : nullptr;
+
+  Pixel gathered[kChunk];
+  const auto drawGathered = [&](int first, int count) {
+    drawRun<Row, Pixel>(
+        row, {gathered, output + first, original != nullptr ? original + first : nullptr, first,
+              count, streaming_});
+  };
+  SpanList spans;
+  if (columns_.spansOfRow(y, spans)) {
+    for (const Span& span : spans) {
+      if (!span.repeat) {
+        drawRun<Row, Pixel>(row, {source + span.source, output + span.first,
+                                  original != nullptr ? original + span.first : nullptr, span.first,
+                                  span.count, streaming_});
+        continue;
+      }
+      std::fill_n(gathered, std::min(span.count, kChunk), source[span.source]);
+      for (int done = 0; done < span.count; done += kChunk) {
+        drawGathered(span.first + done, std::min(span.count - done, kChunk));
+      }
+    }
+    return;
+  }
+  for (int first = 0; first < frame_.output.width; first += kChunk) {
+    const int count = std::min(frame_.output.width - first, kChunk);
+    for (int i = 0; i < count; ++i) {
+      gathered[i] = source[sourceColumn(frame_.record, frame_.source, first + i, y)];
+    }
+    drawGathered(first, count);
+  }
+}
+
+// Blended and unblended part where the output is wider than the input.
+template <typename Row, typename Pixel>
+void RowEngine::drawRun(const Row& row, Run<Pixel> run) const {
+  const auto draw = [this, &row](const Run<Pixel>& part) {
+    if constexpr (std::is_same_v<Row, Row8>) {
+      kernels_.run8(row, part);
+    } else {
+      kernels_.run32(row, part);
+    }
+  };
+  const int common = std::clamp(frame_.source.width - run.firstColumn, 0, run.count);
+  if (run.original == nullptr || common == run.count) return draw(run);
+  Run<Pixel> rest{run.source + common,      run.output + common, nullptr,
+                  run.firstColumn + common, run.count - common,  run.streaming};
+  run.count = common;
+  draw(run);
+  draw(rest);
+}
+
+}  // namespace lomix::engine

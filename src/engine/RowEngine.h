@@ -1,0 +1,64 @@
+// The row engine: the kernel's pixels, rows at a time.
+#pragma once
+
+#include <vector>
+
+#include "engine/ByteMap.h"
+#include "engine/ColumnMap.h"
+#include "engine/RowKernels.h"
+#include "hostapi/Records.h"
+#include "signal/LomixStruct.h"
+
+namespace lomix::engine {
+
+/// Everything that a frame's pixels depend on.
+struct Frame {
+  LomixStruct record;  ///< Scalars filled, profiles of at least the output's height.
+  PF_LayerDef source;  ///< Not empty, with pixels.
+  PF_LayerDef output;  ///< Its memory must not overlap the source's.
+  int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
+  double invXDown;     ///< 2 at half resolution.
+  double invYDown;
+};
+
+/// Whether the memory of two worlds of that depth has bytes in common.
+bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
+
+/// Draws a frame with every byte as Lomix::Kernel and AERender::Lerp leave it. All preparation is
+/// done at construction; drawing is const, allocates nothing, takes no lock, and may run on any
+/// number of threads that draw different rows.
+class RowEngine {
+ public:
+  explicit RowEngine(Frame frame, const RowKernels& kernels = bestKernels());
+  RowEngine(const RowEngine&) = delete;
+  RowEngine& operator=(const RowEngine&) = delete;
+
+  /// Draws rows first ... last - 1 of the output, blend with the original included.
+  void drawRows(int first, int last) const;
+
+ private:
+  template <typename Pixel>
+  void drawRow(int y) const;
+  template <typename Row, typename Pixel>
+  void drawPixels(const Row& row, int y) const;
+  template <typename Row, typename Pixel>
+  void drawRun(const Row& row, Run<Pixel> run) const;
+  template <typename Row>
+  void setOverlays(Row& row, int y) const;
+  void finishRow(Row8& row) const;
+  void finishRow(Row32&) const {}
+  GrainRow grainRow(int y) const;
+
+  void prepareColourMaps();
+  std::size_t mapSlot(bool bars, int barsLevel, bool dark) const;
+
+  Frame frame_;
+  const RowKernels& kernels_;
+  ColumnMap columns_;
+  bool streaming_;
+  // 8-bit colour maps by bar level and scanline, made for the levels that the frame has.
+  std::vector<ByteMap> maps_;
+  std::vector<int> mapOfSlot_;
+};
+
+}  // namespace lomix::engine

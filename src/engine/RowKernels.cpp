@@ -1,0 +1,88 @@
+#include "engine/RowKernels.h"
+
+#include <cmath>
+
+#include "framework/AERender.h"
+#include "kernel/Grain.h"
+#include "kernel/PixelFunctions.h"
+#include "signal/RowProfile.h"
+
+namespace lomix::engine {
+namespace {
+
+// The pixel operations of one depth.
+struct Depth8 {
+  using Pixel = PF_Pixel;
+  static constexpr auto kPremultiply = AERender::PixelPremult8;
+  static constexpr auto kUnmultiply = AERender::PixelUnmult8;
+  static constexpr auto kLerp = AERender::PixelLerp8;
+  static constexpr auto kBars = hardLightBlend8Void;
+  static constexpr auto kOver = alphaBlendPixel8;
+  static constexpr auto kPixelOf = GetPixel8;
+};
+
+struct Depth32 {
+  using Pixel = PF_PixelFloat;
+  static constexpr auto kPremultiply = AERender::PixelPremult32;
+  static constexpr auto kUnmultiply = AERender::PixelUnmult32;
+  static constexpr auto kLerp = AERender::PixelLerp32;
+  static constexpr auto kBars = hardLightBlend32Void;
+  static constexpr auto kOver = alphaBlendPixel32;
+  static constexpr auto kPixelOf = GetPixel32;
+};
+
+// The kernel's own functions, with everything that is constant along a row taken out of the loop.
+template <typename Depth>
+void runPortable(const Overlays<typename Depth::Pixel>& row,
+                 const Run<typename Depth::Pixel>& run) {
+  using Pixel = typename Depth::Pixel;
+  Pixel bars = row.barsPixel;
+  Pixel dark = row.darkPixel;
+  for (int i = 0; i < run.count; ++i) {
+    Pixel pixel = run.source[i];
+    Depth::kPremultiply(&pixel);
+    if (row.bars) Depth::kBars(&pixel, &bars);
+    if (row.grain) {
+      const double v = row.grainRow.levelAt(run.firstColumn + i);
+      Pixel grain = Depth::kPixelOf({v, v, v, row.grainRow.amount});
+      Depth::kOver(&pixel, &grain);
+    }
+    if (row.dark) Depth::kOver(&pixel, &dark);
+    Depth::kUnmultiply(&pixel);
+    if (row.blend && run.original != nullptr) {
+      Pixel original = run.original[i];
+      Depth::kLerp(&original, &pixel, row.effectAmount);
+    }
+    run.output[i] = pixel;
+  }
+}
+
+void run8(const Row8& row, const Run<PF_Pixel>& run) { runPortable<Depth8>(row, run); }
+
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) { runPortable<Depth32>(row, run); }
+
+void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums) {
+  for (int i = 0; i < count; ++i) {
+    const float row = static_cast<float>((first + i) * frame.invYDown);
+    scanSums[i] = scanSum(row, frame.height, frame.p);
+    barSums[i] = barSum(row, frame.height, frame.p);
+  }
+}
+
+}  // namespace
+
+float GrainRow::levelAt(int x) const {
+  return grainLevel(*source, invXDown, invYDown, time, x, y) * amount;
+}
+
+const RowKernels& portableKernels() {
+  static constexpr RowKernels kKernels{"portable", run8, run32, rowSums};
+  return kKernels;
+}
+
+const RowKernels& bestKernels() {
+  static const RowKernels& best = avx2Kernels() != nullptr ? *avx2Kernels() : portableKernels();
+  return best;
+}
+
+}  // namespace lomix::engine
