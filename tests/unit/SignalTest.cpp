@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <thread>
+#include <vector>
 
 #include "UnitSupport.h"
 #include "kernel/Lomix.h"
@@ -101,35 +104,29 @@ TEST(LegacyRandom, KeepsEveryRoundingInItsPlace) {
   }
 }
 
-TEST(Timer, MeasuresFromStartToStop) {
-  Timer timer;
-  EXPECT_EQ(timer.stopped, 1);
-  EXPECT_EQ(timer.startTime, -1.0);
-  EXPECT_EQ(timer.getSeconds(), 0.0);
-  timer.stop();
-  EXPECT_EQ(timer.stopTime, -1.0) << "a timer that does not run cannot be stopped";
-
+TEST(Timer, MeasuresFromStartToFirstStop) {
   const auto wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); };
+  Timer timer;
+  timer.stop();
+  EXPECT_EQ(timer.getSeconds(), 0.0) << "never started";
+  EXPECT_EQ(timer.stopTime, -1.0);
   timer.start();
-  EXPECT_EQ(timer.stopped, 0);
   wait();
   const double running = timer.getSeconds();
   EXPECT_GE(running, 0.002);
   timer.stop();
-  const double firstStop = timer.stopTime;
-  EXPECT_EQ(timer.getSeconds(), firstStop - timer.startTime);
-  EXPECT_GE(timer.getSeconds(), running);
+  const double stopped = timer.getSeconds();
+  EXPECT_GE(stopped, running);
   wait();
   timer.stop();
-  EXPECT_EQ(timer.stopTime, firstStop);
+  EXPECT_EQ(timer.getSeconds(), stopped) << "the second stop changes nothing";
 
   Timer started(true);
   EXPECT_EQ(started.stopped, 0);
-  const double first = started.startTime;
   wait();
+  const double first = started.startTime;
   started.start();
   EXPECT_GT(started.startTime, first) << "a running timer restarts";
-  EXPECT_EQ(Timer(false).stopped, 1);
 }
 
 TEST(FrameRecord, CopiesOwnTheirProfiles) {

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "FakeSuites.h"
 #include "shell/AEFX_Suites.h"
 #include "shell/AEGP_SuiteHandler.h"
