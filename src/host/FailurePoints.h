@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace lomix::host {
+
+/// Every call of the host that can be told to fail, by name: "inter.add_param", "utils.fill",
+/// "pre.checkout_layer", "smart.checkout_output", "acquire:AEGP Layer Suite 5",
+/// "release:AEGP Layer Suite 5", "AEGP Stream Suite 7.AEGP_DisposeStream" and so on.
+const std::vector<std::string>& failurePoints();
+
+}  // namespace lomix::host

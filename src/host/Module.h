@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "hostapi/Records.h"
+
+namespace lomix::host {
+
+/// The one function that a plug-in module exports.
+using EntryPoint = PF_Err (*)(PF_Cmd command, PF_InData* inData, PF_OutData* outData,
+                              PF_ParamDef* params[], PF_LayerDef* output, void* extra);
+
+class DynamicLibrary;
+
+/// A plug-in module in memory; unloaded when the object goes. It must outlive its hosts.
+class Module {
+ public:
+  /// Loads a module, or the one inside a macOS bundle folder, and finds EntryPointFunc.
+  /// Throws HostError when the file is missing, is no module, or has no such function.
+  explicit Module(const std::filesystem::path& file);
+  ~Module();
+  Module(Module&&) noexcept;
+  Module& operator=(Module&&) noexcept;
+
+  EntryPoint entryPoint() const { return entryPoint_; }
+  /// The file as it was given.
+  const std::filesystem::path& file() const { return file_; }
+
+ private:
+  std::filesystem::path file_;
+  std::unique_ptr<DynamicLibrary> library_;
+  EntryPoint entryPoint_ = nullptr;
+};
+
+}  // namespace lomix::host

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "hostapi/Suites.h"
+
+namespace lomix::host {
+
+/// One layer of the composition that a host shows to its plug-ins.
+struct SceneLayer {
+  std::string name;
+  AEGP_ObjectType type = 0;
+  AEGP_LightType lightType = 0;  ///< Of a light only.
+  AEGP_LayerFlags flags = 0;
+  bool renderActive = true;
+  A_Time offset{0, 1};  ///< Start of the layer in composition time.
+  A_Matrix4 toWorld{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+  std::map<AEGP_LayerStream, AEGP_StreamVal> streams;  ///< Values of the streams it has.
+};
+
+/// The composition: its size in pixels, its layers, and the one that carries the effect.
+struct Scene {
+  int width = 0;
+  int height = 0;
+  std::vector<SceneLayer> layers;
+  std::size_t effectLayer = 0;
+
+  /// 1920 x 1080; a picture layer with the effect, starting at 1/2 s, a parallel, a spot and a
+  /// point light, a camera, and a text layer that is switched off.
+  static Scene standard();
+};
+
+}  // namespace lomix::host
