@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -7,6 +8,12 @@
 #include "hostapi/Suites.h"
 
 namespace lomix::host {
+
+/// Streams that the layers of the standard scene have, one of each size.
+inline constexpr AEGP_LayerStream kOneDStream = 1;
+inline constexpr AEGP_LayerStream kTwoDStream = 2;
+inline constexpr AEGP_LayerStream kThreeDStream = 3;
+inline constexpr AEGP_LayerStream kFourDStream = 4;
 
 /// One layer of the composition that a host shows to its plug-ins.
 struct SceneLayer {
@@ -28,7 +35,8 @@ struct Scene {
   std::size_t effectLayer = 0;
 
   /// 1920 x 1080; a picture layer with the effect, starting at 1/2 s, a parallel, a spot and a
-  /// point light, a camera, and a text layer that is switched off.
+  /// point light, a camera, and a text layer that is switched off. Layer n (from 0) has the stream
+  /// values n + 0.25, n + 0.5 and so on, and stands at (100 n, 10 n, -n).
   static Scene standard();
 };
 

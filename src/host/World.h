@@ -57,9 +57,6 @@ class World {
   std::uint64_t pixelHash() const;
 
  private:
-  template <class Visit>
-  bool everyGuardByte(Visit visit) const;
-
   int width_;
   int height_;
   int depth_;

@@ -1,0 +1,39 @@
+#include "host/Module.h"
+
+#include "host/DynamicLibrary.h"
+#include "host/HostError.h"
+
+namespace lomix::host {
+namespace {
+
+// A macOS plug-in is a folder; its code stands inside under the folder's name.
+std::filesystem::path codeFile(const std::filesystem::path& file) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(file, ignored)) {
+    throw HostError("cannot load '" + file.string() +
+                    "': no such file (give the path of a plug-in module)");
+  }
+  if (!std::filesystem::is_directory(file, ignored)) return file;
+  const std::filesystem::path folder = file.has_filename() ? file : file.parent_path();
+  const std::filesystem::path code = folder / "Contents" / "MacOS" / folder.stem();
+  if (std::filesystem::is_regular_file(code, ignored)) return code;
+  throw HostError("cannot load '" + file.string() +
+                  "': a folder, but not a plug-in bundle (give the path of a plug-in module)");
+}
+
+}  // namespace
+
+Module::Module(const std::filesystem::path& file)
+    : file_(file), library_(std::make_unique<DynamicLibrary>(codeFile(file))) {
+  entryPoint_ = reinterpret_cast<EntryPoint>(library_->find("EntryPointFunc"));
+  if (!entryPoint_) {
+    throw HostError("cannot use '" + file.string() +
+                    "': it exports no EntryPointFunc (give an effect plug-in)");
+  }
+}
+
+Module::~Module() = default;
+Module::Module(Module&&) noexcept = default;
+Module& Module::operator=(Module&&) noexcept = default;
+
+}  // namespace lomix::host
