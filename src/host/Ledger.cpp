@@ -23,6 +23,11 @@ bool failedSmartRender(const Ledger& l) {
   return l.command == PF_Cmd_SMART_RENDER && l.result != PF_Err_NONE;
 }
 
+// A missing suite ends the update at once, with whatever it held then.
+bool panelUpdateMissedSuite(const Ledger& l) {
+  return panelCommand(l.command) && l.result != PF_Err_NONE && l.suiteRefused;
+}
+
 // Every parameter once and in order; when the command failed, a first part of them.
 bool declaredDependencies(const Ledger& l) {
   if (l.command != PF_Cmd_SMART_PRE_RENDER) return false;
@@ -45,6 +50,8 @@ constexpr Deliberate kDeliberate[] = {
      [](const Ledger& l) {
        return panelCommand(l.command) && l.result != PF_Err_NONE && l.undoGroups == 1;
      }},
+    {"panel update without a suite keeps its effect handle", Item::Effect, panelUpdateMissedSuite},
+    {"panel update without a suite keeps its stream", Item::Stream, panelUpdateMissedSuite},
     {"dynamic-flags query checks in after a failed check-out", Item::StrayParameterCheckin,
      [](const Ledger& l) {
        return l.command == PF_Cmd_QUERY_DYNAMIC_FLAGS && l.result != PF_Err_NONE &&

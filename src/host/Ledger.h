@@ -36,6 +36,7 @@ struct Ledger {
   int outputs = 0;
   std::map<std::string, int, std::less<>> suites;  ///< Below 0: released too often.
   int undoGroups = 0;                              ///< Below 0: ended too often.
+  bool suiteRefused = false;
   int streams = 0;
   int effects = 0;
 };

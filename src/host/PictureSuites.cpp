@@ -24,7 +24,7 @@ const std::vector<OfferedSuite>& allSuites() {
 
 SPErr acquireSuite(const char* name, std::int32_t version, const void** suite) {
   const std::string id = suiteName(name, version);
-  return answer("acquire:" + id, "", [&](Session& s) -> PF_Err {
+  const SPErr result = answer("acquire:" + id, "", [&](Session& s) -> PF_Err {
     for (const OfferedSuite& offered : allSuites()) {
       const bool here = offered.inPremiere || s.options.personality == Personality::AfterEffects;
       if (here && suiteName(offered.id.name, offered.id.version) == id) {
@@ -33,9 +33,13 @@ SPErr acquireSuite(const char* name, std::int32_t version, const void** suite) {
         return PF_Err_NONE;
       }
     }
-    *suite = nullptr;
     return kNoSuchSuite;
   });
+  if (result != PF_Err_NONE) {
+    *suite = nullptr;
+    if (Session* const s = Session::current()) s->ledger.suiteRefused = true;
+  }
+  return result;
 }
 
 SPErr releaseSuite(const char* name, std::int32_t version) {
