@@ -86,7 +86,6 @@ PF_Err Host::globalSetup(GlobalInfo& info) {
   const PF_Err result = send(PF_Cmd_GLOBAL_SETUP);
   const PF_OutData& out = session_->outData;
   info = {out.my_version, out.out_flags, out.out_flags2};
-  session_->global = info;
   return result;
 }
 

@@ -66,7 +66,6 @@ class Session {
   SPBasicSuite basicSuite;
   PF_InData inData{};
   PF_OutData outData{};
-  GlobalInfo global;
 
   std::vector<Parameter> parameters;
   std::vector<PF_ParamDef> passedParameters;

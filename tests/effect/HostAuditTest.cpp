@@ -336,6 +336,104 @@ TEST(HostAudit, PreRenderDataReachesTheRenderAndIsFreedOnce) {
   EXPECT_EQ(freed, 2);
 }
 
+// The standard scene: layer n has the stream values n + 0.25 ... and stands at (100 n, 10 n, -n).
+TEST(HostScene, AnswersLayerQueries) {
+  actCommand = PF_Cmd_UPDATE_PARAMS_UI;
+  act = [](const Given& g) {
+    const auto& interfaces = *g.acquire<AEGP_PFInterfaceSuite1>(kPFInterfaceSuite1Id);
+    const auto& layers = *g.acquire<AEGP_LayerSuite5>(kLayerSuite5Id);
+    const auto& layers8 = *g.acquire<AEGP_LayerSuite8>(kLayerSuite8Id);
+    const auto& streams = *g.acquire<AEGP_StreamSuite7>(kStreamSuite7Id);
+    const auto& lights = *g.acquire<AEGP_LightSuite1>(kLightSuite1Id);
+    const auto& comps = *g.acquire<AEGP_CompSuite4>(kCompSuite4Id);
+    const auto& items = *g.acquire<AEGP_ItemSuite3>(kItemSuite3Id);
+
+    AEGP_LayerH own = nullptr;
+    AEGP_CompH comp = nullptr;
+    AEGP_ItemH item = nullptr;
+    A_long width = 0, height = 0, count = 0;
+    interfaces.AEGP_GetEffectLayer(g.in->effect_ref, &own);
+    layers.AEGP_GetLayerParentComp(own, &comp);
+    comps.AEGP_GetItemFromComp(comp, &item);
+    items.AEGP_GetItemDimensions(item, &width, &height);
+    layers.AEGP_GetCompNumLayers(comp, &count);
+    EXPECT_THAT((std::vector<A_long>{width, height, count}), ElementsAre(1920, 1080, 6));
+
+    // The layer with the effect starts at 1/2 s: 10/25 s of it is 45/50 s of the composition.
+    A_Time compTime{}, layerTime{}, offset{};
+    interfaces.AEGP_ConvertEffectToCompTime(g.in->effect_ref, 10, 25, &compTime);
+    layers.AEGP_ConvertCompToLayerTime(own, &compTime, &layerTime);
+    layers8.AEGP_GetLayerOffset(own, &offset);
+    EXPECT_EQ(compTime.value * 10, 9 * static_cast<A_long>(compTime.scale));
+    EXPECT_EQ(layerTime.value * 5, 2 * static_cast<A_long>(layerTime.scale));
+    EXPECT_EQ(offset.value * 2, static_cast<A_long>(offset.scale));
+
+    struct Expected {
+      const char* name;
+      AEGP_ObjectType type;
+      AEGP_LayerFlags flags;
+      int lightType;
+    };
+    const Expected kLayers[] = {{"Picture", 0, 1, -1}, {"Sun", 1, 1, 0},     {"Lamp", 1, 1, 1},
+                                {"Bulb", 1, 1, 2},     {"Camera", 2, 1, -1}, {"Title", 3, 0, -1}};
+    for (A_long n = 0; n < count; ++n) {
+      AEGP_LayerH layer = nullptr;
+      EXPECT_EQ(layers.AEGP_GetCompLayerByIndex(comp, n, &layer), 0);
+      const Expected& expected = kLayers[n];
+      A_char name[32];
+      AEGP_ObjectType type = -1;
+      AEGP_LayerFlags flags = -1;
+      A_Boolean active = 9;
+      A_Matrix4 matrix{};
+      AEGP_StreamVal value{};
+      layers.AEGP_GetLayerName(layer, name, nullptr);
+      layers.AEGP_GetLayerObjectType(layer, &type);
+      layers.AEGP_GetLayerFlags(layer, &flags);
+      layers.AEGP_IsVideoActive(layer, AEGP_LTimeMode_CompTime, &compTime, &active);
+      layers.AEGP_GetLayerToWorldXform(layer, &compTime, &matrix);
+      streams.AEGP_GetLayerStreamValue(layer, kFourDStream, AEGP_LTimeMode_CompTime, &compTime, 0,
+                                       &value, nullptr);
+      EXPECT_STREQ(name, expected.name);
+      EXPECT_EQ(type, expected.type);
+      EXPECT_EQ(flags, expected.flags);
+      EXPECT_EQ(active, expected.flags);
+      EXPECT_THAT(matrix.mat[3], ElementsAre(100.0 * n, 10.0 * n, -n, 1.0));
+      EXPECT_THAT(value.four_d, ElementsAre(n + 0.25, n + 0.5, n + 0.75, n + 1.0));
+      if (expected.lightType < 0) continue;
+      AEGP_LightType lightType = 9;
+      lights.AEGP_GetLightType(layer, &lightType);
+      EXPECT_EQ(lightType, static_cast<AEGP_LightType>(expected.lightType));
+    }
+    AEGP_LayerH none = nullptr;
+    EXPECT_EQ(layers.AEGP_GetCompLayerByIndex(comp, count, &none), 516);
+    for (const SuiteId& id : {kPFInterfaceSuite1Id, kLayerSuite5Id, kLayerSuite8Id, kStreamSuite7Id,
+                              kLightSuite1Id, kCompSuite4Id, kItemSuite3Id}) {
+      g.release(id);
+    }
+  };
+  Host host(perform);
+  host.updateParamsUi();
+  EXPECT_EQ(host.callCount("AEGP Layer Suite 5.AEGP_GetLayerName"), 6);
+  EXPECT_THAT(host.audit(), IsEmpty());
+}
+
+TEST(HostAudit, EachByteOfAndAroundTheRowsIsWatched) {
+  for (const bool bottomUp : {false, true}) {
+    World world(3, 4, 8, {5, 2, bottomUp});
+    const std::uint64_t hash = world.pixelHash();
+    std::byte* const lowest = bottomUp ? world.row(3) : world.row(0);
+    for (int i = -40; i < 4 * 17 + 40; ++i) {
+      const bool pixel = i >= 0 && i < 4 * 17 && i % 17 < 12;
+      lowest[i] ^= std::byte{0x10};
+      EXPECT_EQ(world.guardsIntact(), pixel) << i;
+      EXPECT_EQ(world.pixelHash() != hash, pixel) << i;
+      lowest[i] ^= std::byte{0x10};
+    }
+    EXPECT_TRUE(world.guardsIntact());
+    EXPECT_EQ(world.rowBytes(), bottomUp ? -17 : 17);
+  }
+}
+
 TEST(HostAudit, FillWorksOnTheWorldsOwnDepthAndRectangle) {
   actCommand = PF_Cmd_SMART_RENDER;
   act = [](const Given& g) {
