@@ -4,14 +4,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "host/Session.h"
+#include "host/HostState.h"
 #include "host/TrappedTable.h"
 
 namespace lomix::host {
 namespace {
 
 PF_Err addParam(PF_ProgPtr effect, PF_ParamIndex index, PF_ParamDef* definition) {
-  return answerFor(effect, "inter.add_param", std::to_string(index), [&](Session& s) -> PF_Err {
+  return answerFor(effect, "inter.add_param", std::to_string(index), [&](HostState& s) -> PF_Err {
     if (index != -1 || !definition) {
       s.faultNow("add_param other than at the end of the list");
       return PF_Err_INVALID_INDEX;
@@ -44,7 +44,7 @@ PF_Err checkoutParam(PF_ProgPtr effect, PF_ParamIndex index, A_long time, A_long
                      A_u_long scale, PF_ParamDef* definition) {
   const std::string arguments = std::to_string(index) + ", " + std::to_string(time) + ", " +
                                 std::to_string(step) + ", " + std::to_string(scale);
-  return answerFor(effect, "inter.checkout_param", arguments, [&](Session& s) -> PF_Err {
+  return answerFor(effect, "inter.checkout_param", arguments, [&](HostState& s) -> PF_Err {
     if (!definition || index < 0 || index >= static_cast<PF_ParamIndex>(s.parameters.size())) {
       s.faultNow("check-out of parameter " + std::to_string(index) + ", which does not exist");
       return PF_Err_INVALID_INDEX;
@@ -59,14 +59,14 @@ PF_Err checkoutParam(PF_ProgPtr effect, PF_ParamIndex index, A_long time, A_long
 PF_Err checkinParam(PF_ProgPtr effect, PF_ParamDef* definition) {
   // The record itself names no parameter; which one it was is known by its address.
   std::string arguments = "?";
-  if (const Session* const s = Session::current()) {
+  if (const HostState* const s = HostState::current()) {
     for (const auto& [address, index] : s->ledger.parameters) {
       if (address == definition) arguments = std::to_string(index);
     }
   }
   return answerFor(
       effect, "inter.checkin_param", arguments,
-      [&](Session& s) -> PF_Err {
+      [&](HostState& s) -> PF_Err {
         auto& out = s.ledger.parameters;
         const auto found = std::find_if(out.rbegin(), out.rend(),
                                         [&](const auto& p) { return p.first == definition; });
@@ -81,19 +81,19 @@ PF_Err checkinParam(PF_ProgPtr effect, PF_ParamDef* definition) {
 }
 
 PF_Err abortRequested(PF_ProgPtr effect) {
-  return answerFor(effect, "inter.abort", "", [](Session&) { return PF_Err_NONE; });
+  return answerFor(effect, "inter.abort", "", [](HostState&) { return PF_Err_NONE; });
 }
 
 PF_Err progress(PF_ProgPtr effect, A_long current, A_long total) {
   return answerFor(effect, "inter.progress", std::to_string(current) + ", " + std::to_string(total),
-                   [](Session&) { return PF_Err_NONE; });
+                   [](HostState&) { return PF_Err_NONE; });
 }
 
 // Channels of 16 bits reach from 0 to 32768.
 PF_Err fill(PF_ProgPtr effect, const PF_Pixel* color, const PF_LRect* rect, PF_EffectWorld* world) {
   std::string arguments = color ? "color" : "null";
   arguments += rect ? ", rect" : ", null";
-  return answerFor(effect, "utils.fill", arguments, [&](Session& s) -> PF_Err {
+  return answerFor(effect, "utils.fill", arguments, [&](HostState& s) -> PF_Err {
     if (!world || !world->data) return PF_Err_BAD_CALLBACK_PARAM;
     const int depth = depthOf(*world);
     if (depth == 0) {
@@ -130,7 +130,7 @@ PF_Err fill(PF_ProgPtr effect, const PF_Pixel* color, const PF_LRect* rect, PF_E
   });
 }
 
-PF_CheckoutResult describeInput(const Session& s) {
+PF_CheckoutResult describeInput(const HostState& s) {
   PF_CheckoutResult result{};
   if (s.input) result.result_rect = {0, 0, s.input->layer().width, s.input->layer().height};
   result.max_result_rect = result.result_rect;
@@ -153,7 +153,7 @@ PF_Err checkoutLayer(PF_ProgPtr effect, PF_ParamIndex index, A_long id,
   }
   arguments +=
       ", " + std::to_string(time) + ", " + std::to_string(step) + ", " + std::to_string(scale);
-  return answerFor(effect, "pre.checkout_layer", arguments, [&](Session& s) -> PF_Err {
+  return answerFor(effect, "pre.checkout_layer", arguments, [&](HostState& s) -> PF_Err {
     if (index != 0 || !request || !result) {
       s.faultNow("check-out of layer " + std::to_string(index) + ", which does not exist");
       return PF_Err_INVALID_INDEX;
@@ -166,7 +166,7 @@ PF_Err checkoutLayer(PF_ProgPtr effect, PF_ParamIndex index, A_long id,
 
 PF_Err checkoutLayerPixels(PF_ProgPtr effect, A_long id, PF_EffectWorld** pixels) {
   return answerFor(
-      effect, "smart.checkout_layer_pixels", std::to_string(id), [&](Session& s) -> PF_Err {
+      effect, "smart.checkout_layer_pixels", std::to_string(id), [&](HostState& s) -> PF_Err {
         const auto& asked = s.layerCheckouts;
         if (!pixels ||
             (s.preRendered && std::find(asked.begin(), asked.end(), id) == asked.end())) {
@@ -183,7 +183,7 @@ PF_Err checkoutLayerPixels(PF_ProgPtr effect, A_long id, PF_EffectWorld** pixels
 PF_Err checkinLayerPixels(PF_ProgPtr effect, A_long id) {
   return answerFor(
       effect, "smart.checkin_layer_pixels", std::to_string(id),
-      [&](Session& s) {
+      [&](HostState& s) {
         --s.ledger.layerPixels[id];
         return PF_Err_NONE;
       },
@@ -191,7 +191,7 @@ PF_Err checkinLayerPixels(PF_ProgPtr effect, A_long id) {
 }
 
 PF_Err checkoutOutput(PF_ProgPtr effect, PF_EffectWorld** world) {
-  return answerFor(effect, "smart.checkout_output", "", [&](Session& s) -> PF_Err {
+  return answerFor(effect, "smart.checkout_output", "", [&](HostState& s) -> PF_Err {
     if (!world) return PF_Err_BAD_CALLBACK_PARAM;
     *world = s.output ? &s.output->layer() : nullptr;
     if (s.output) ++s.ledger.outputs;
@@ -208,7 +208,7 @@ int hostSprintf(char* buffer, const char* format, ...) {
   const int length = std::vsnprintf(nullptr, 0, format, measured);
   va_end(measured);
   int written = -1;
-  const PF_Err failure = answer("ansi.sprintf", format, [&](Session& s) -> PF_Err {
+  const PF_Err failure = answer("ansi.sprintf", format, [&](HostState& s) -> PF_Err {
     std::size_t room = static_cast<std::size_t>(length) + 1;
     if (buffer == s.outData.return_msg && room > sizeof s.outData.return_msg) {
       s.faultNow("text of " + std::to_string(length) + " bytes is too long for return_msg");
@@ -222,7 +222,7 @@ int hostSprintf(char* buffer, const char* format, ...) {
 }
 
 char* hostStrcpy(char* to, const char* from) {
-  answer("ansi.strcpy", from, [&](Session&) {
+  answer("ansi.strcpy", from, [&](HostState&) {
     std::strcpy(to, from);
     return PF_Err_NONE;
   });

@@ -1,6 +1,6 @@
 #include "host/FailurePoints.h"
 
-#include "host/Session.h"
+#include "host/HostState.h"
 
 namespace lomix::host {
 

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "host/FailurePoints.h"
-#include "host/Session.h"
+#include "host/HostState.h"
 
 namespace lomix::host {
 namespace {
@@ -68,29 +68,29 @@ Host::Host(const Module& module, HostOptions options)
     : Host(module.entryPoint(), std::move(options)) {}
 
 Host::Host(EntryPoint entryPoint, HostOptions options)
-    : session_(std::make_unique<Session>(entryPoint, std::move(options))) {}
+    : state_(std::make_unique<HostState>(entryPoint, std::move(options))) {}
 
 Host::~Host() = default;
 Host::Host(Host&&) noexcept = default;
 Host& Host::operator=(Host&&) noexcept = default;
 
 PF_Err Host::about(std::string& text) {
-  session_->prepare();
+  state_->prepare();
   const PF_Err result = send(PF_Cmd_ABOUT);
   text = message();
   return result;
 }
 
 PF_Err Host::globalSetup(GlobalInfo& info) {
-  session_->prepare();
+  state_->prepare();
   const PF_Err result = send(PF_Cmd_GLOBAL_SETUP);
-  const PF_OutData& out = session_->outData;
+  const PF_OutData& out = state_->outData;
   info = {out.my_version, out.out_flags, out.out_flags2};
   return result;
 }
 
 PF_Err Host::paramsSetup() {
-  Session& s = *session_;
+  HostState& s = *state_;
   s.parameters.resize(1);
   s.hidden.assign(1, false);
   s.prepare();
@@ -103,12 +103,12 @@ PF_Err Host::paramsSetup() {
 }
 
 PF_Err Host::globalSetdown() {
-  session_->prepare();
+  state_->prepare();
   return send(PF_Cmd_GLOBAL_SETDOWN);
 }
 
 PF_Err Host::queryDynamicFlags(PF_OutFlags& flags, const FrameSettings& frame) {
-  Session& s = *session_;
+  HostState& s = *state_;
   s.prepare();
   s.setFrame(frame, nullptr);
   s.outData.out_flags = flags;
@@ -118,18 +118,18 @@ PF_Err Host::queryDynamicFlags(PF_OutFlags& flags, const FrameSettings& frame) {
 }
 
 PF_Err Host::userChangedParam(int index) {
-  session_->prepare();
+  state_->prepare();
   UserChangedParamExtra extra{index};
-  return send(PF_Cmd_USER_CHANGED_PARAM, session_->paramArray().data(), nullptr, &extra);
+  return send(PF_Cmd_USER_CHANGED_PARAM, state_->paramArray().data(), nullptr, &extra);
 }
 
 PF_Err Host::updateParamsUi() {
-  session_->prepare();
-  return send(PF_Cmd_UPDATE_PARAMS_UI, session_->paramArray().data());
+  state_->prepare();
+  return send(PF_Cmd_UPDATE_PARAMS_UI, state_->paramArray().data());
 }
 
 PF_Err Host::render(const FrameSettings& frame, World& input, World& output) {
-  const HostOptions& options = session_->options;
+  const HostOptions& options = state_->options;
   if (options.personality != Personality::AfterEffects || !options.smartRender) {
     return plainRender(frame, &input, &output);
   }
@@ -138,7 +138,7 @@ PF_Err Host::render(const FrameSettings& frame, World& input, World& output) {
 }
 
 PF_Err Host::smartPreRender(const FrameSettings& frame, World* input, World* output) {
-  Session& s = *session_;
+  HostState& s = *state_;
   const int depth = sharedDepth(input, output);
   s.dropPreRenderData();
   s.layerCheckouts.clear();
@@ -166,7 +166,7 @@ PF_Err Host::smartPreRender(const FrameSettings& frame, World* input, World* out
 }
 
 PF_Err Host::smartRender(const FrameSettings& frame, World* input, World* output) {
-  Session& s = *session_;
+  HostState& s = *state_;
   const int depth = sharedDepth(input, output);
   s.prepare();
   s.setFrame(frame, input);
@@ -185,7 +185,7 @@ PF_Err Host::smartRender(const FrameSettings& frame, World* input, World* output
 }
 
 PF_Err Host::plainRender(const FrameSettings& frame, World* input, World* output) {
-  Session& s = *session_;
+  HostState& s = *state_;
   const int depth = sharedDepth(input, output);
   if (depth != 8) {
     throw HostError("cannot render " + std::to_string(depth) +
@@ -199,19 +199,19 @@ PF_Err Host::plainRender(const FrameSettings& frame, World* input, World* output
   return s.sendRender(PF_Cmd_RENDER, s.paramArray().data(), nullptr);
 }
 
-const PreRenderAnswer& Host::preRenderAnswer() const { return session_->preRender; }
+const PreRenderAnswer& Host::preRenderAnswer() const { return state_->preRender; }
 
 PF_Err Host::send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* output, void* extra) {
-  return session_->send(command, params, output, extra);
+  return state_->send(command, params, output, extra);
 }
 
-PF_InData& Host::inData() { return session_->inData; }
-PF_OutData& Host::outData() { return session_->outData; }
+PF_InData& Host::inData() { return state_->inData; }
+PF_OutData& Host::outData() { return state_->outData; }
 
-const std::vector<Parameter>& Host::parameters() const { return session_->parameters; }
+const std::vector<Parameter>& Host::parameters() const { return state_->parameters; }
 
 void Host::setValue(int index, double value) {
-  auto& parameters = session_->parameters;
+  auto& parameters = state_->parameters;
   if (index < 1 || index >= static_cast<int>(parameters.size())) {
     throw HostError("cannot set parameter " + std::to_string(index) +
                     ": there is no such (use 1 to " + std::to_string(parameters.size() - 1) + ")");
@@ -228,43 +228,41 @@ void Host::setValue(int index, double value) {
   definition.u.pd.value = static_cast<PF_ParamValue>(value);
 }
 
-bool Host::isHidden(int index) const {
-  return session_->hidden.at(static_cast<std::size_t>(index));
-}
+bool Host::isHidden(int index) const { return state_->hidden.at(static_cast<std::size_t>(index)); }
 
 std::string Host::message() const {
-  const auto& text = session_->outData.return_msg;
+  const auto& text = state_->outData.return_msg;
   return std::string(std::begin(text), std::find(std::begin(text), std::end(text), 0));
 }
 
 bool Host::displaysError() const {
-  return (session_->outData.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0;
+  return (state_->outData.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0;
 }
 
-const std::vector<Call>& Host::log() const { return session_->log; }
+const std::vector<Call>& Host::log() const { return state_->log; }
 
 int Host::callCount(std::string_view name) const {
-  const auto found = session_->counts.find(name);
-  return found == session_->counts.end() ? 0 : found->second;
+  const auto found = state_->counts.find(name);
+  return found == state_->counts.end() ? 0 : found->second;
 }
 
-const std::map<std::string, int, std::less<>>& Host::callCounts() const { return session_->counts; }
+const std::map<std::string, int, std::less<>>& Host::callCounts() const { return state_->counts; }
 
 void Host::clearLog() {
-  session_->log.clear();
-  session_->counts.clear();
+  state_->log.clear();
+  state_->counts.clear();
 }
 
-int Host::openUndoGroups() const { return session_->openUndoGroups; }
+int Host::openUndoGroups() const { return state_->openUndoGroups; }
 
-const std::vector<std::string>& Host::shownTexts() const { return session_->shownTexts; }
+const std::vector<std::string>& Host::shownTexts() const { return state_->shownTexts; }
 
 std::vector<std::string> Host::audit() const {
   std::vector<std::string> lines;
-  for (const auto& [line, count] : session_->faults) {
+  for (const auto& [line, count] : state_->faults) {
     lines.push_back(count == 1 ? line : line + ", " + std::to_string(count) + " times");
   }
-  for (const auto& block : session_->handles) {
+  for (const auto& block : state_->handles) {
     if (block->disposed) continue;
     lines.push_back("a handle of " + std::to_string(block->size) + " bytes was never disposed of");
   }
@@ -272,12 +270,12 @@ std::vector<std::string> Host::audit() const {
 }
 
 const std::map<std::string, int, std::less<>>& Host::toleratedImbalances() const {
-  return session_->tolerated;
+  return state_->tolerated;
 }
 
 void Host::clearAudit() {
-  session_->faults.clear();
-  session_->tolerated.clear();
+  state_->faults.clear();
+  state_->tolerated.clear();
 }
 
 void Host::failAt(std::string_view name, int nth, PF_Err error, FailureMode mode) {
@@ -288,9 +286,9 @@ void Host::failAt(std::string_view name, int nth, PF_Err error, FailureMode mode
   }
   // A suite that is handed out with an error would belong to nobody.
   if (name.starts_with("acquire:")) mode = FailureMode::Refuse;
-  session_->orders.insert_or_assign(std::string(name), Session::Order{nth, error, mode});
+  state_->orders.insert_or_assign(std::string(name), HostState::Order{nth, error, mode});
 }
 
-void Host::clearFailures() { session_->orders.clear(); }
+void Host::clearFailures() { state_->orders.clear(); }
 
 }  // namespace lomix::host

@@ -86,7 +86,7 @@ enum class FailureMode {
   AnswerThenFail  ///< It does its work and returns the error all the same.
 };
 
-class Session;
+class HostState;
 
 /// A headless host around one instance of the effect. One thread at a time may use an object;
 /// several objects may work on several threads.
@@ -177,7 +177,7 @@ class Host {
   void clearFailures();
 
  private:
-  std::unique_ptr<Session> session_;
+  std::unique_ptr<HostState> state_;
 };
 
 }  // namespace lomix::host

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "host/GuardPattern.h"
-#include "host/Session.h"
+#include "host/HostState.h"
 #include "host/TrappedTable.h"
 
 namespace lomix::host {
@@ -24,7 +24,7 @@ const std::vector<OfferedSuite>& allSuites() {
 
 SPErr acquireSuite(const char* name, std::int32_t version, const void** suite) {
   const std::string id = suiteName(name, version);
-  const SPErr result = answer("acquire:" + id, "", [&](Session& s) -> PF_Err {
+  const SPErr result = answer("acquire:" + id, "", [&](HostState& s) -> PF_Err {
     for (const OfferedSuite& offered : allSuites()) {
       const bool here = offered.inPremiere || s.options.personality == Personality::AfterEffects;
       if (here && suiteName(offered.id.name, offered.id.version) == id) {
@@ -37,7 +37,7 @@ SPErr acquireSuite(const char* name, std::int32_t version, const void** suite) {
   });
   if (result != PF_Err_NONE) {
     *suite = nullptr;
-    if (Session* const s = Session::current()) s->ledger.suiteRefused = true;
+    if (HostState* const s = HostState::current()) s->ledger.suiteRefused = true;
   }
   return result;
 }
@@ -46,14 +46,14 @@ SPErr releaseSuite(const char* name, std::int32_t version) {
   const std::string id = suiteName(name, version);
   return answer(
       "release:" + id, "",
-      [&](Session& s) {
+      [&](HostState& s) {
         --s.ledger.suites[id];
         return PF_Err_NONE;
       },
       Giving::Back);
 }
 
-HandleBlock* findHandle(Session& s, PF_Handle handle, const char* action) {
+HandleBlock* findHandle(HostState& s, PF_Handle handle, const char* action) {
   for (const auto& block : s.handles) {
     if (&block->memory != handle) continue;
     if (!block->disposed) return block.get();
@@ -66,7 +66,7 @@ HandleBlock* findHandle(Session& s, PF_Handle handle, const char* action) {
 
 PF_Handle newHandle(std::uint64_t size) {
   PF_Handle handle = nullptr;
-  answer("PF Handle Suite 1.host_new_handle", std::to_string(size), [&](Session& s) {
+  answer("PF Handle Suite 1.host_new_handle", std::to_string(size), [&](HostState& s) {
     auto block = std::make_unique<HandleBlock>();
     block->size = static_cast<std::size_t>(size);
     block->storage.resize(block->size + 2 * kHandleGuard);
@@ -81,7 +81,7 @@ PF_Handle newHandle(std::uint64_t size) {
 // A null handle has no address; plug-ins lock what a failed allocation gave them.
 void* lockHandle(PF_Handle handle) {
   void* address = nullptr;
-  answer("PF Handle Suite 1.host_lock_handle", handle ? "handle" : "null", [&](Session& s) {
+  answer("PF Handle Suite 1.host_lock_handle", handle ? "handle" : "null", [&](HostState& s) {
     HandleBlock* const block = handle ? findHandle(s, handle, "locked") : nullptr;
     if (block) {
       ++block->locks;
@@ -93,7 +93,7 @@ void* lockHandle(PF_Handle handle) {
 }
 
 void unlockHandle(PF_Handle handle) {
-  answer("PF Handle Suite 1.host_unlock_handle", handle ? "handle" : "null", [&](Session& s) {
+  answer("PF Handle Suite 1.host_unlock_handle", handle ? "handle" : "null", [&](HostState& s) {
     HandleBlock* const block = findHandle(s, handle, "unlocked");
     if (block && --block->locks < 0) s.faultNow("a handle was unlocked more often than locked");
     return PF_Err_NONE;
@@ -107,7 +107,7 @@ bool handleGuardsHold(const HandleBlock& block) {
 }
 
 void disposeHandle(PF_Handle handle) {
-  answer("PF Handle Suite 1.host_dispose_handle", handle ? "handle" : "null", [&](Session& s) {
+  answer("PF Handle Suite 1.host_dispose_handle", handle ? "handle" : "null", [&](HostState& s) {
     HandleBlock* const block = findHandle(s, handle, "disposed of");
     if (!block) return PF_Err_NONE;
     if (block->locks > 0) s.faultNow("a locked handle was disposed of");
@@ -120,7 +120,7 @@ void disposeHandle(PF_Handle handle) {
 }
 
 PF_Err getPixelFormat(const PF_EffectWorld* world, PF_PixelFormat* format) {
-  return answer("PF World Suite 2.PF_GetPixelFormat", "", [&](Session& s) -> PF_Err {
+  return answer("PF World Suite 2.PF_GetPixelFormat", "", [&](HostState& s) -> PF_Err {
     const int depth = world && format ? depthOf(*world) : 0;
     if (depth == 8) {
       *format = PF_PixelFormat_ARGB32;

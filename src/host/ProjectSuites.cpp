@@ -3,7 +3,7 @@
 #include <cstring>
 #include <numeric>
 
-#include "host/Session.h"
+#include "host/HostState.h"
 #include "host/TrappedTable.h"
 
 namespace lomix::host {
@@ -22,21 +22,21 @@ std::string timeText(const A_Time* time) {
 }
 
 AEGP_LayerH handleOf(SceneLayer& layer) { return reinterpret_cast<AEGP_LayerH>(&layer); }
-AEGP_CompH compOf(Session& s) { return reinterpret_cast<AEGP_CompH>(&s.options.scene); }
-AEGP_ItemH itemOf(Session& s) { return reinterpret_cast<AEGP_ItemH>(&s.options.scene.width); }
+AEGP_CompH compOf(HostState& s) { return reinterpret_cast<AEGP_CompH>(&s.options.scene); }
+AEGP_ItemH itemOf(HostState& s) { return reinterpret_cast<AEGP_ItemH>(&s.options.scene.width); }
 
-/// Answers a call about a layer. work: void(Session&, SceneLayer&), once the handle is known to be
-/// one of the scene and no result address is null.
+/// Answers a call about a layer. work: void(HostState&, SceneLayer&), once the handle is known to
+/// be one of the scene and no result address is null.
 template <class Work>
 A_Err answerLayer(const char* name, AEGP_LayerH handle, bool complete, std::string more,
                   Work work) {
   std::string arguments = "no layer";
-  if (Session* const s = Session::current()) {
+  if (HostState* const s = HostState::current()) {
     for (SceneLayer& layer : s->options.scene.layers) {
       if (handleOf(layer) == handle) arguments = layer.name;
     }
   }
-  return answer(name, arguments + more, [&](Session& s) -> A_Err {
+  return answer(name, arguments + more, [&](HostState& s) -> A_Err {
     for (SceneLayer& layer : s.options.scene.layers) {
       if (handleOf(layer) != handle || !complete) continue;
       work(s, layer);
@@ -51,14 +51,14 @@ A_Err answerLayer(const char* name, AEGP_LayerH handle, bool complete, std::stri
 /// Answers a call with a result in `result`. good: whether the object asked is one of the host's.
 template <class Result, class Good, class Value>
 A_Err answerValue(const char* name, std::string arguments, Result* result, Good good, Value value) {
-  return answer(name, std::move(arguments), [&](Session& s) -> A_Err {
+  return answer(name, std::move(arguments), [&](HostState& s) -> A_Err {
     if (!result || !good(s)) return PF_Err_BAD_CALLBACK_PARAM;
     *result = value(s);
     return PF_Err_NONE;
   });
 }
 
-Reference* findReference(Session& s, const void* handle) {
+Reference* findReference(HostState& s, const void* handle) {
   for (const auto& reference : s.references) {
     if (reference.get() == handle) return reference.get();
   }
@@ -66,7 +66,7 @@ Reference* findReference(Session& s, const void* handle) {
 }
 
 template <class Handle>
-Handle newReference(Session& s, PF_ParamIndex index) {
+Handle newReference(HostState& s, PF_ParamIndex index) {
   s.references.push_back(std::make_unique<Reference>(Reference{index, false}));
   return reinterpret_cast<Handle>(s.references.back().get());
 }
@@ -74,7 +74,7 @@ Handle newReference(Session& s, PF_ParamIndex index) {
 A_Err disposeReference(const char* name, const void* handle, int Ledger::*taken) {
   return answer(
       name, handle ? "handle" : "null",
-      [&](Session& s) -> A_Err {
+      [&](HostState& s) -> A_Err {
         Reference* const reference = findReference(s, handle);
         if (!reference || reference->disposed) {
           s.faultNow(std::string(name) + " of something unknown or already disposed of");
@@ -88,7 +88,7 @@ A_Err disposeReference(const char* name, const void* handle, int Ledger::*taken)
 }
 
 A_Err getEffectLayer(PF_ProgPtr effect, AEGP_LayerH* layer) {
-  return answerFor(effect, "AEGP PF Interface Suite 1.AEGP_GetEffectLayer", "", [&](Session& s) {
+  return answerFor(effect, "AEGP PF Interface Suite 1.AEGP_GetEffectLayer", "", [&](HostState& s) {
     *layer = handleOf(s.options.scene.layers.at(s.options.scene.effectLayer));
     return PF_Err_NONE;
   });
@@ -96,7 +96,7 @@ A_Err getEffectLayer(PF_ProgPtr effect, AEGP_LayerH* layer) {
 
 A_Err getNewEffectForEffect(AEGP_PluginID plugin, PF_ProgPtr effect, AEGP_EffectRefH* reference) {
   return answerFor(effect, "AEGP PF Interface Suite 1.AEGP_GetNewEffectForEffect",
-                   std::to_string(plugin), [&](Session& s) {
+                   std::to_string(plugin), [&](HostState& s) {
                      *reference = newReference<AEGP_EffectRefH>(s, 0);
                      ++s.ledger.effects;
                      return PF_Err_NONE;
@@ -106,7 +106,7 @@ A_Err getNewEffectForEffect(AEGP_PluginID plugin, PF_ProgPtr effect, AEGP_Effect
 A_Err convertEffectToCompTime(PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
   const A_Time layerTime{time, scale};
   return answerFor(effect, "AEGP PF Interface Suite 1.AEGP_ConvertEffectToCompTime",
-                   timeText(&layerTime), [&](Session& s) {
+                   timeText(&layerTime), [&](HostState& s) {
                      const Scene& scene = s.options.scene;
                      *compTime = addTimes(layerTime, scene.layers.at(scene.effectLayer).offset, 1);
                      return PF_Err_NONE;
@@ -114,14 +114,14 @@ A_Err convertEffectToCompTime(PF_ProgPtr effect, A_long time, A_u_long scale, A_
 }
 
 A_Err reportInfo(AEGP_PluginID plugin, const A_char* text) {
-  return answer("AEGP Utility Suite 3.AEGP_ReportInfo", std::to_string(plugin), [&](Session& s) {
+  return answer("AEGP Utility Suite 3.AEGP_ReportInfo", std::to_string(plugin), [&](HostState& s) {
     s.shownTexts.push_back(text);
     return PF_Err_NONE;
   });
 }
 
 A_Err startUndoGroup(const A_char* name) {
-  return answer("AEGP Utility Suite 3.AEGP_StartUndoGroup", name ? name : "null", [](Session& s) {
+  return answer("AEGP Utility Suite 3.AEGP_StartUndoGroup", name ? name : "null", [](HostState& s) {
     ++s.ledger.undoGroups;
     return PF_Err_NONE;
   });
@@ -130,7 +130,7 @@ A_Err startUndoGroup(const A_char* name) {
 A_Err endUndoGroup() {
   return answer(
       "AEGP Utility Suite 3.AEGP_EndUndoGroup", "",
-      [](Session& s) {
+      [](HostState& s) {
         --s.ledger.undoGroups;
         return PF_Err_NONE;
       },
@@ -140,7 +140,7 @@ A_Err endUndoGroup() {
 A_Err getNewEffectStream(AEGP_PluginID, AEGP_EffectRefH effect, PF_ParamIndex index,
                          AEGP_StreamRefH* stream) {
   return answer("AEGP Stream Suite 7.AEGP_GetNewEffectStreamByIndex", std::to_string(index),
-                [&](Session& s) -> A_Err {
+                [&](HostState& s) -> A_Err {
                   const Reference* const reference = findReference(s, effect);
                   if (!reference || reference->disposed || index < 0 ||
                       index >= static_cast<PF_ParamIndex>(s.parameters.size())) {
@@ -167,7 +167,7 @@ A_Err getLayerStreamValue(AEGP_LayerH layer, AEGP_LayerStream which, AEGP_LTimeM
   return answerLayer("AEGP Stream Suite 7.AEGP_GetLayerStreamValue", layer, value && time,
                      ", " + std::to_string(which) + ", " + std::to_string(mode) + ", " +
                          timeText(time) + (preExpression ? ", pre" : ", post"),
-                     [&](Session& s, SceneLayer& l) {
+                     [&](HostState& s, SceneLayer& l) {
                        const auto found = l.streams.find(which);
                        if (found == l.streams.end()) {
                          s.faultNow("stream " + std::to_string(which) + " of layer " + l.name +
@@ -178,16 +178,16 @@ A_Err getLayerStreamValue(AEGP_LayerH layer, AEGP_LayerStream which, AEGP_LTimeM
                      });
 }
 
-/// Answers a change of a living stream. work: void(Session&, const Parameter index).
+/// Answers a change of a living stream. work: void(HostState&, std::size_t index).
 template <class Work>
 A_Err answerStream(const char* name, AEGP_StreamRefH stream, std::string more, Work work) {
   std::string arguments = "no stream";
-  if (Session* const s = Session::current()) {
+  if (HostState* const s = HostState::current()) {
     if (const Reference* const reference = findReference(*s, stream)) {
       arguments = std::to_string(reference->index);
     }
   }
-  return answer(name, arguments + more, [&](Session& s) -> A_Err {
+  return answer(name, arguments + more, [&](HostState& s) -> A_Err {
     const Reference* const reference = findReference(s, stream);
     if (!reference || reference->disposed) {
       s.faultNow(std::string(name) + " of a stream that does not exist");
@@ -203,14 +203,14 @@ A_Err setDynamicStreamFlag(AEGP_StreamRefH stream, AEGP_DynStreamFlags flag, A_B
   return answerStream("AEGP Dynamic Stream Suite 2.AEGP_SetDynamicStreamFlag", stream,
                       ", " + std::to_string(flag) + (undoable ? ", undoable" : ", not undoable") +
                           (set ? ", set" : ", clear"),
-                      [&](Session& s, std::size_t index) {
+                      [&](HostState& s, std::size_t index) {
                         if (flag & AEGP_DynStreamFlag_HIDDEN) s.hidden[index] = set != 0;
                       });
 }
 
 A_Err setStreamName(AEGP_StreamRefH stream, const A_char* name) {
   return answerStream("AEGP Dynamic Stream Suite 2.AEGP_SetStreamName", stream,
-                      std::string(", ") + name, [&](Session& s, std::size_t index) {
+                      std::string(", ") + name, [&](HostState& s, std::size_t index) {
                         A_char(&kept)[32] = s.parameters[index].definition.name;
                         kept[std::string_view(name).copy(kept, sizeof kept - 1)] = 0;
                       });
@@ -223,7 +223,7 @@ A_Err infoDrawText3(const A_char* line1, const A_char* line2, const A_char* line
     arguments += std::string(arguments.empty() ? "" : ", ") + (line ? line : "null");
     if (line) text += std::string(text.empty() ? "" : "\n") + line;
   }
-  return answer("PF AE Adv App Suite 1.PF_InfoDrawText3", arguments, [&](Session& s) {
+  return answer("PF AE Adv App Suite 1.PF_InfoDrawText3", arguments, [&](HostState& s) {
     s.shownTexts.push_back(text);
     return PF_Err_NONE;
   });
@@ -232,18 +232,18 @@ A_Err infoDrawText3(const A_char* line1, const A_char* line2, const A_char* line
 A_Err getCompNumLayers(AEGP_CompH comp, A_long* count) {
   return answerValue(
       "AEGP Layer Suite 5.AEGP_GetCompNumLayers", "", count,
-      [&](Session& s) { return comp == compOf(s); },
-      [](Session& s) { return static_cast<A_long>(s.options.scene.layers.size()); });
+      [&](HostState& s) { return comp == compOf(s); },
+      [](HostState& s) { return static_cast<A_long>(s.options.scene.layers.size()); });
 }
 
 A_Err getCompLayerByIndex(AEGP_CompH comp, A_long index, AEGP_LayerH* layer) {
   return answerValue(
       "AEGP Layer Suite 5.AEGP_GetCompLayerByIndex", std::to_string(index), layer,
-      [&](Session& s) {
+      [&](HostState& s) {
         return comp == compOf(s) && index >= 0 &&
                index < static_cast<A_long>(s.options.scene.layers.size());
       },
-      [&](Session& s) {
+      [&](HostState& s) {
         return handleOf(s.options.scene.layers[static_cast<std::size_t>(index)]);
       });
 }
@@ -251,14 +251,14 @@ A_Err getCompLayerByIndex(AEGP_CompH comp, A_long index, AEGP_LayerH* layer) {
 A_Err getItemFromComp(AEGP_CompH comp, AEGP_ItemH* item) {
   return answerValue(
       "AEGP Comp Suite 4.AEGP_GetItemFromComp", "", item,
-      [&](Session& s) { return comp == compOf(s); }, itemOf);
+      [&](HostState& s) { return comp == compOf(s); }, itemOf);
 }
 
 A_Err getItemDimensions(AEGP_ItemH item, A_long* width, A_long* height) {
   return answerValue(
       "AEGP Item Suite 3.AEGP_GetItemDimensions", "", width,
-      [&](Session& s) { return height && item == itemOf(s); },
-      [&](Session& s) {
+      [&](HostState& s) { return height && item == itemOf(s); },
+      [&](HostState& s) {
         *height = s.options.scene.height;
         return A_long{s.options.scene.width};
       });
@@ -266,7 +266,7 @@ A_Err getItemDimensions(AEGP_ItemH item, A_long* width, A_long* height) {
 
 A_Err getLayerParentComp(AEGP_LayerH layer, AEGP_CompH* comp) {
   return answerLayer("AEGP Layer Suite 5.AEGP_GetLayerParentComp", layer, comp, "",
-                     [&](Session& s, SceneLayer&) { *comp = compOf(s); });
+                     [&](HostState& s, SceneLayer&) { *comp = compOf(s); });
 }
 
 void copyName(const std::string& name, A_char* to) {
@@ -276,7 +276,7 @@ void copyName(const std::string& name, A_char* to) {
 A_Err getLayerName(AEGP_LayerH layer, A_char* layerName, A_char* sourceName) {
   return answerLayer("AEGP Layer Suite 5.AEGP_GetLayerName", layer, true,
                      sourceName ? ", with source" : ", without source",
-                     [&](Session&, SceneLayer& l) {
+                     [&](HostState&, SceneLayer& l) {
                        copyName(l.name, layerName);
                        copyName(l.name, sourceName);
                      });
@@ -284,23 +284,23 @@ A_Err getLayerName(AEGP_LayerH layer, A_char* layerName, A_char* sourceName) {
 
 A_Err getLayerFlags(AEGP_LayerH layer, AEGP_LayerFlags* flags) {
   return answerLayer("AEGP Layer Suite 5.AEGP_GetLayerFlags", layer, flags, "",
-                     [&](Session&, SceneLayer& l) { *flags = l.flags; });
+                     [&](HostState&, SceneLayer& l) { *flags = l.flags; });
 }
 
 A_Err getLayerObjectType(AEGP_LayerH layer, AEGP_ObjectType* type) {
   return answerLayer("AEGP Layer Suite 5.AEGP_GetLayerObjectType", layer, type, "",
-                     [&](Session&, SceneLayer& l) { *type = l.type; });
+                     [&](HostState&, SceneLayer& l) { *type = l.type; });
 }
 
 A_Err isVideoActive(AEGP_LayerH layer, AEGP_LTimeMode mode, const A_Time* time, A_Boolean* active) {
   return answerLayer("AEGP Layer Suite 5.AEGP_IsVideoActive", layer, active && time,
                      ", " + std::to_string(mode) + ", " + timeText(time),
-                     [&](Session&, SceneLayer& l) { *active = l.renderActive; });
+                     [&](HostState&, SceneLayer& l) { *active = l.renderActive; });
 }
 
 A_Err convertCompToLayerTime(AEGP_LayerH layer, const A_Time* compTime, A_Time* layerTime) {
   return answerLayer("AEGP Layer Suite 5.AEGP_ConvertCompToLayerTime", layer, compTime && layerTime,
-                     ", " + timeText(compTime), [&](Session&, SceneLayer& l) {
+                     ", " + timeText(compTime), [&](HostState&, SceneLayer& l) {
                        *layerTime = addTimes(*compTime, l.offset, -1);
                      });
 }
@@ -308,17 +308,17 @@ A_Err convertCompToLayerTime(AEGP_LayerH layer, const A_Time* compTime, A_Time* 
 A_Err getLayerToWorldXform(AEGP_LayerH layer, const A_Time* compTime, A_Matrix4* transform) {
   return answerLayer("AEGP Layer Suite 5.AEGP_GetLayerToWorldXform", layer, compTime && transform,
                      ", " + timeText(compTime),
-                     [&](Session&, SceneLayer& l) { *transform = l.toWorld; });
+                     [&](HostState&, SceneLayer& l) { *transform = l.toWorld; });
 }
 
 A_Err getLayerOffset(AEGP_LayerH layer, A_Time* offset) {
   return answerLayer("AEGP Layer Suite 8.AEGP_GetLayerOffset", layer, offset, "",
-                     [&](Session&, SceneLayer& l) { *offset = l.offset; });
+                     [&](HostState&, SceneLayer& l) { *offset = l.offset; });
 }
 
 A_Err getLightType(AEGP_LayerH layer, AEGP_LightType* type) {
   return answerLayer("AEGP Light Suite 1.AEGP_GetLightType", layer, type, "",
-                     [&](Session& s, SceneLayer& l) {
+                     [&](HostState& s, SceneLayer& l) {
                        if (l.type != AEGP_ObjectType_LIGHT) {
                          s.faultNow("light type of layer " + l.name + ", which is no light");
                        }

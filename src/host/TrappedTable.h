@@ -3,14 +3,14 @@
 #include <array>
 #include <bit>
 
-#include "host/Session.h"
+#include "host/HostState.h"
 
 namespace lomix::host {
 
 /// Stands in every slot that this host does not offer: the call is a fault, not a crash.
 inline PF_Err unofferedSlot() {
-  if (Session* const session = Session::current()) {
-    session->faultNow("a slot that this host does not offer was called");
+  if (HostState* const state = HostState::current()) {
+    state->faultNow("a slot that this host does not offer was called");
   }
   return PF_Err_INVALID_CALLBACK;
 }

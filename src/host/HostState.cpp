@@ -1,4 +1,4 @@
-#include "host/Session.h"
+#include "host/HostState.h"
 
 #include <array>
 #include <cmath>
@@ -9,17 +9,17 @@ namespace lomix::host {
 namespace {
 
 // Several suites are called without any hint of the instance: the thread knows whose turn it is.
-thread_local Session* currentSession = nullptr;
+thread_local HostState* currentState = nullptr;
 
 class CurrentScope {
  public:
-  explicit CurrentScope(Session& session) : before_(currentSession) { currentSession = &session; }
-  ~CurrentScope() { currentSession = before_; }
+  explicit CurrentScope(HostState& state) : before_(currentState) { currentState = &state; }
+  ~CurrentScope() { currentState = before_; }
   CurrentScope(const CurrentScope&) = delete;
   CurrentScope& operator=(const CurrentScope&) = delete;
 
  private:
-  Session* before_;
+  HostState* before_;
 };
 
 // Full-resolution size of a picture that was scaled by num/den.
@@ -30,7 +30,7 @@ A_long fullSize(int given, A_long scaled, PF_RationalScale scale) {
 
 }  // namespace
 
-Session::Session(EntryPoint entry, HostOptions given)
+HostState::HostState(EntryPoint entry, HostOptions given)
     : entryPoint(entry),
       options(std::move(given)),
       utils(utilCallbacks()),
@@ -51,16 +51,16 @@ Session::Session(EntryPoint entry, HostOptions given)
   hidden.assign(1, false);
 }
 
-Session::~Session() { dropPreRenderData(); }
+HostState::~HostState() { dropPreRenderData(); }
 
-Session* Session::current() { return currentSession; }
+HostState* HostState::current() { return currentState; }
 
-void Session::prepare() {
+void HostState::prepare() {
   outData = {};
   inData.num_params = static_cast<A_long>(parameters.size());
 }
 
-void Session::setFrame(const FrameSettings& frame, const World* picture) {
+void HostState::setFrame(const FrameSettings& frame, const World* picture) {
   const A_long width = picture ? picture->layer().width : 0;
   const A_long height = picture ? picture->layer().height : 0;
   inData.current_time = frame.currentTime;
@@ -76,7 +76,7 @@ void Session::setFrame(const FrameSettings& frame, const World* picture) {
   inData.extent_hint = {0, 0, width, height};
 }
 
-PF_Err Session::send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* world, void* extra) {
+PF_Err HostState::send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* world, void* extra) {
   const CurrentScope scope(*this);
   ledger = {};
   ledger.command = command;
@@ -108,11 +108,11 @@ PF_Err Session::send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* world, 
   return ledger.result;
 }
 
-PF_Err Session::sendRender(PF_Cmd command, PF_ParamDef* params[], void* extra) {
+PF_Err HostState::sendRender(PF_Cmd command, PF_ParamDef* params[], void* extra) {
   // The pictures are the caller's and may be gone before the next command.
   struct Forget {
-    Session& session;
-    ~Forget() { session.input = session.output = nullptr; }
+    HostState& state;
+    ~Forget() { state.input = state.output = nullptr; }
   } const forget{*this};
   const bool inputHeld = input && input->guardsIntact();
   const bool outputHeld = output && output->guardsIntact();
@@ -128,7 +128,7 @@ PF_Err Session::sendRender(PF_Cmd command, PF_ParamDef* params[], void* extra) {
   return result;
 }
 
-std::vector<PF_ParamDef*> Session::paramArray() {
+std::vector<PF_ParamDef*> HostState::paramArray() {
   passedParameters.clear();
   for (const Parameter& parameter : parameters) passedParameters.push_back(parameter.definition);
   passedParameters[0].u.ld = input ? input->layer() : PF_LayerDef{};
@@ -137,7 +137,7 @@ std::vector<PF_ParamDef*> Session::paramArray() {
   return result;
 }
 
-void Session::dropPreRenderData() {
+void HostState::dropPreRenderData() {
   const auto deleter = std::exchange(deletePreRenderData, nullptr);
   void* const data = std::exchange(preRenderData, nullptr);
   if (!deleter) return;
@@ -145,7 +145,7 @@ void Session::dropPreRenderData() {
   deleter(data);
 }
 
-std::optional<std::pair<PF_Err, FailureMode>> Session::noteCall(std::string_view name) {
+std::optional<std::pair<PF_Err, FailureMode>> HostState::noteCall(std::string_view name) {
   const auto count = counts.try_emplace(std::string(name), 0).first;
   ++count->second;
   const auto order = orders.find(name);
@@ -155,7 +155,7 @@ std::optional<std::pair<PF_Err, FailureMode>> Session::noteCall(std::string_view
   return failure;
 }
 
-void Session::logCall(std::string_view name, std::string arguments, PF_Err result) {
+void HostState::logCall(std::string_view name, std::string arguments, PF_Err result) {
   if (options.keepLog) log.push_back({std::string(name), std::move(arguments), result});
 }
 

@@ -31,15 +31,15 @@ struct Reference {
 };
 
 /// Everything behind a Host. Its address is the effect reference that the plug-in is given.
-class Session {
+class HostState {
  public:
-  Session(EntryPoint entryPoint, HostOptions options);
-  ~Session();
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
+  HostState(EntryPoint entryPoint, HostOptions options);
+  ~HostState();
+  HostState(const HostState&) = delete;
+  HostState& operator=(const HostState&) = delete;
 
-  /// The session whose command runs on this thread, null outside of commands.
-  static Session* current();
+  /// The state whose command runs on this thread, null outside of commands.
+  static HostState* current();
 
   /// Clears the records as a host does before a command.
   void prepare();
@@ -103,17 +103,17 @@ class Session {
 enum class Giving { Out, Back };
 
 /// Answers one call of the plug-in: notes it, works, fails where ordered.
-/// work: PF_Err(Session&). Returns 515 outside of commands.
+/// work: PF_Err(HostState&). Returns 515 outside of commands.
 template <class Work>
 PF_Err answer(std::string_view name, std::string arguments, Work work,
               Giving giving = Giving::Out) {
-  Session* const session = Session::current();
-  if (!session) return PF_Err_INVALID_CALLBACK;
-  const auto failure = session->noteCall(name);
+  HostState* const state = HostState::current();
+  if (!state) return PF_Err_INVALID_CALLBACK;
+  const auto failure = state->noteCall(name);
   const bool works = !failure || giving == Giving::Back || failure->second != FailureMode::Refuse;
-  PF_Err result = works ? work(*session) : PF_Err_NONE;
+  PF_Err result = works ? work(*state) : PF_Err_NONE;
   if (failure) result = failure->first;
-  session->logCall(name, std::move(arguments), result);
+  state->logCall(name, std::move(arguments), result);
   return result;
 }
 
@@ -123,9 +123,9 @@ PF_Err answerFor(PF_ProgPtr effect, std::string_view name, std::string arguments
                  Giving giving = Giving::Out) {
   return answer(
       name, std::move(arguments),
-      [&](Session& session) -> PF_Err {
-        if (effect == session.inData.effect_ref) return work(session);
-        session.faultNow(std::string(name) + " was given a foreign effect reference");
+      [&](HostState& state) -> PF_Err {
+        if (effect == state.inData.effect_ref) return work(state);
+        state.faultNow(std::string(name) + " was given a foreign effect reference");
         return PF_Err_BAD_CALLBACK_PARAM;
       },
       giving);
