@@ -105,7 +105,9 @@ RowEngine::RowEngine(Frame frame, const RowKernels& kernels)
       streaming_(std::abs(static_cast<std::int64_t>(frame_.output.rowbytes)) *
                      frame_.output.height >
                  kStreamingBytes) {
-  if (frame_.depth == 8) prepareColourMaps();
+  if (frame_.depth != 8) return;
+  prepareOpaqueEnds();
+  prepareColourMaps();
 }
 
 void RowEngine::drawRows(int first, int last) const {
@@ -119,13 +121,17 @@ void RowEngine::drawRows(int first, int last) const {
 template <typename Pixel>
 void RowEngine::drawRow(int y) const {
   std::conditional_t<std::is_same_v<Pixel, PF_Pixel>, Row8, Row32> row;
-  setOverlays(row, y);
+  setBarsAndDark(row, y);
+  row.grain = frame_.record.noise > 0.0f;
+  if (row.grain) row.grainRow = grainRow(y);
+  row.blend = frame_.record.effectAmount < 1.0f;
+  row.effectAmount = frame_.record.effectAmount;
   finishRow(row);
   drawPixels<decltype(row), Pixel>(row, y);
 }
 
 template <typename Row>
-void RowEngine::setOverlays(Row& row, int y) const {
+void RowEngine::setBarsAndDark(Row& row, int y) const {
   const LomixStruct& record = frame_.record;
   const auto pixelOf = [](double level, double alpha) {
     if constexpr (std::is_same_v<Row, Row8>) {
@@ -137,31 +143,37 @@ void RowEngine::setOverlays(Row& row, int y) const {
   const float bar = record.barsProfile.at(static_cast<std::size_t>(y));
   row.bars = record.barsOverlay > 0.0f;
   if (row.bars) row.barsPixel = pixelOf(bar * record.barsOverlay, record.barsOverlay);
-  row.grain = record.noise > 0.0f;
-  if (row.grain) row.grainRow = grainRow(y);
   row.dark = record.scanlineOverlay > 0.0f && onDarkLine(record, y);
   if (row.dark) row.darkPixel = pixelOf(record.scanlineOverlay * 0.0f, record.scanlineOverlay);
-  row.blend = record.effectAmount < 1.0f;
-  row.effectAmount = record.effectAmount;
 }
 
 // An overlay whose alpha comes out as 0 changes nothing at 8 bits; hard light is no such overlay.
 void RowEngine::finishRow(Row8& row) const {
-  row.grainAlpha = GetPixel8({0.0, 0.0, 0.0, row.grainRow.amount}).alpha;
-  row.grain = row.grain && row.grainAlpha > 0;
+  row.grain = row.grain && grainAlpha_ > 0;
+  row.grainAlpha = grainAlpha_;
   row.dark = row.dark && row.darkPixel.alpha > 0;
-
-  int alpha = 255;
-  if (row.bars) alpha = weightedByte(alpha, row.barsPixel.alpha) + row.barsPixel.alpha;
-  if (row.grain) alpha = weightedByte(alpha, row.grainAlpha) + row.grainAlpha;
-  if (row.dark) alpha = weightedByte(alpha, row.darkPixel.alpha) + row.darkPixel.alpha;
-  const int factor = unmultFactor(alpha);
-  row.opaqueAlpha = static_cast<std::uint8_t>(alpha);
-  row.unmultFactor = static_cast<std::uint16_t>(std::max(factor, 0));
-
+  const OpaqueEnd& end = opaqueEnds_[row.dark ? 1 : 0];
+  row.opaqueAlpha = end.alpha;
+  row.unmultFactor = static_cast<std::uint16_t>(std::max(end.unmultFactor, 0));
   const int map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, row.dark)];
   row.colourMap = map < 0 ? nullptr : &maps_[static_cast<std::size_t>(map)];
-  row.vectorSafe = factor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
+  row.vectorSafe = end.unmultFactor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
+}
+
+void RowEngine::prepareOpaqueEnds() {
+  const LomixStruct& record = frame_.record;
+  const auto byteOf = [](float amount) {
+    return amount > 0.0f ? GetPixel8({0.0, 0.0, 0.0, amount}).alpha : std::uint8_t{0};
+  };
+  grainAlpha_ = byteOf(record.noise);
+  const int darkAlpha = byteOf(record.scanlineOverlay);
+  int alpha = 255;
+  const auto over = [&alpha](int overlay) { alpha = weightedByte(alpha, overlay) + overlay; };
+  if (record.barsOverlay > 0.0f) over(byteOf(record.barsOverlay));
+  if (grainAlpha_ > 0) over(grainAlpha_);
+  opaqueEnds_[0] = {static_cast<std::uint8_t>(alpha), unmultFactor(alpha)};
+  if (darkAlpha > 0) over(darkAlpha);
+  opaqueEnds_[1] = {static_cast<std::uint8_t>(alpha), unmultFactor(alpha)};
 }
 
 std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
@@ -169,15 +181,13 @@ std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
 }
 
 void RowEngine::prepareColourMaps() {
-  const LomixStruct& record = frame_.record;
   mapOfSlot_.assign(2 * (kNoBars + 1), -1);
-  const int grainAlpha = record.noise > 0.0f ? GetPixel8({0.0, 0.0, 0.0, record.noise}).alpha : 0;
   for (int y = 0; y < frame_.output.height; ++y) {
     Row8 row;
-    setOverlays(row, y);
+    setBarsAndDark(row, y);
     const bool dark = row.dark && row.darkPixel.alpha > 0;
     // Grain lies between the bars and the scanlines, which then have to wait for it.
-    const int weightAlpha = grainAlpha > 0 ? grainAlpha : (dark ? row.darkPixel.alpha : 0);
+    const int weightAlpha = grainAlpha_ > 0 ? grainAlpha_ : (dark ? row.darkPixel.alpha : 0);
     int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
     if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
     ByteTable table;
@@ -271,7 +281,7 @@ void RowEngine::drawPixels(const Row& row, int y) const {
 
 // Blended and unblended part where the output is wider than the input.
 template <typename Row, typename Pixel>
-void RowEngine::drawRun(const Row& row, Run<Pixel> run) const {
+void RowEngine::drawRun(const Row& row, const Run<Pixel>& run) const {
   const auto draw = [this, &row](const Run<Pixel>& part) {
     if constexpr (std::is_same_v<Row, Row8>) {
       kernels_.run8(row, part);
@@ -281,11 +291,11 @@ void RowEngine::drawRun(const Row& row, Run<Pixel> run) const {
   };
   const int common = std::clamp(frame_.source.width - run.firstColumn, 0, run.count);
   if (run.original == nullptr || common == run.count) return draw(run);
-  Run<Pixel> rest{run.source + common,      run.output + common, nullptr,
-                  run.firstColumn + common, run.count - common,  run.streaming};
-  run.count = common;
-  draw(run);
-  draw(rest);
+  Run<Pixel> blended = run;
+  blended.count = common;
+  draw(blended);
+  draw({run.source + common, run.output + common, nullptr, run.firstColumn + common,
+        run.count - common, run.streaming});
 }
 
 }  // namespace lomix::engine

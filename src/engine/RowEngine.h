@@ -42,13 +42,14 @@ class RowEngine {
   template <typename Row, typename Pixel>
   void drawPixels(const Row& row, int y) const;
   template <typename Row, typename Pixel>
-  void drawRun(const Row& row, Run<Pixel> run) const;
+  void drawRun(const Row& row, const Run<Pixel>& run) const;
   template <typename Row>
-  void setOverlays(Row& row, int y) const;
+  void setBarsAndDark(Row& row, int y) const;
   void finishRow(Row8& row) const;
   void finishRow(Row32&) const {}
   GrainRow grainRow(int y) const;
 
+  void prepareOpaqueEnds();
   void prepareColourMaps();
   std::size_t mapSlot(bool bars, int barsLevel, bool dark) const;
 
@@ -56,6 +57,14 @@ class RowEngine {
   const RowKernels& kernels_;
   ColumnMap columns_;
   bool streaming_;
+  // What becomes of an opaque 8-bit pixel: Row8's opaqueAlpha, and unmultFactor or a negative
+  // number.
+  struct OpaqueEnd {
+    std::uint8_t alpha = 255;
+    int unmultFactor = 0;
+  };
+  OpaqueEnd opaqueEnds_[2];  // off and on scanlines
+  std::uint8_t grainAlpha_ = 0;
   // 8-bit colour maps by bar level and scanline, made for the levels that the frame has.
   std::vector<ByteMap> maps_;
   std::vector<int> mapOfSlot_;

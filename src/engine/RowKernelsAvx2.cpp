@@ -28,11 +28,19 @@
 #pragma GCC target("avx2,fma")
 #endif
 
+// The loops keep a row's constants in registers only if all of their bodies end up in one function.
+#if defined(_MSC_VER)
+#define LOMIX_INLINE __forceinline
+#define LOMIX_INLINE_LAMBDA
+#else
+#define LOMIX_INLINE inline __attribute__((always_inline))
+#define LOMIX_INLINE_LAMBDA __attribute__((always_inline))
+#endif
+
 namespace lomix::engine {
 namespace {
 
-// Sine in double precision
-// -------------------------------------------------------------------------
+// Sine in double precision.
 
 // pi as a double and what is left of it.
 constexpr double kPi = std::numbers::pi;
@@ -80,8 +88,7 @@ __m256d sine(__m256d x) {
   return _mm256_xor_pd(oddPolynomial(r, kSine8), oddSign(rounded));
 }
 
-// Row profiles
-// -------------------------------------------------------------------------------------
+// Row profiles.
 
 // Sums of sines rounded to single precision after every term, four rows at once. A row whose sum
 // lies so near a rounding boundary that the sine's error could carry it across is marked.
@@ -153,8 +160,7 @@ void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, f
   }
 }
 
-// Grain
-// --------------------------------------------------------------------------------------------
+// Grain.
 
 constexpr int kGrainChunk = 256;
 
@@ -358,8 +364,7 @@ void grainPixels8(const GrainRow& row, int x, int count, std::uint32_t* pixels) 
   for (int i = 0; i < count; ++i) pixels[i] = overlayPixel(levels[i]);
 }
 
-// 8-bit pixels
-// -------------------------------------------------------------------------------------
+// 8-bit pixels.
 
 constexpr int kPixels8 = 8;  // in one vector
 constexpr int kAlphaBytes = 0x11111111;
@@ -381,7 +386,7 @@ class MapVector {
         ones_{repeated(map.ones()[0]), repeated(map.ones()[1])},
         twos_{repeated(map.twos()[0]), repeated(map.twos()[1])} {}
 
-  __m256i operator()(__m256i bytes) const {
+  LOMIX_INLINE __m256i operator()(__m256i bytes) const {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i line = _mm256_packus_epi16(onLine(_mm256_unpacklo_epi8(zero, bytes)),
                                              onLine(_mm256_unpackhi_epi8(zero, bytes)));
@@ -393,23 +398,24 @@ class MapVector {
         _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 1, 2, 4, 8, 16, 32, 64, -128, 1, 2, 4, 8, 16,
                          32, 64, -128, 1, 2, 4, 8, 16, 32, 64, -128);
     const __m256i bit = _mm256_shuffle_epi8(bits, high);
-    // All ones, that is minus one, in the bytes of the set.
-    const auto inSet = [&](const __m256i(&set)[2]) {
-      const __m256i entry = _mm256_blendv_epi8(_mm256_shuffle_epi8(set[0], low),
-                                               _mm256_shuffle_epi8(set[1], low), bytes);
-      return _mm256_cmpeq_epi8(_mm256_and_si256(entry, bit), bit);
-    };
-    __m256i result = _mm256_sub_epi8(line, inSet(ones_));
+    __m256i result = _mm256_sub_epi8(line, inSet(ones_, bytes, low, bit));
     if constexpr (kBitSets == 2) {
-      const __m256i twos = inSet(twos_);
+      const __m256i twos = inSet(twos_, bytes, low, bit);
       result = _mm256_sub_epi8(result, _mm256_add_epi8(twos, twos));
     }
     return result;
   }
 
  private:
+  // All ones, that is minus one, in the bytes of the set.
+  static LOMIX_INLINE __m256i inSet(const __m256i (&set)[2], __m256i bytes, __m256i low,
+                                    __m256i bit) {
+    const __m256i entry = _mm256_blendv_epi8(_mm256_shuffle_epi8(set[0], low),
+                                             _mm256_shuffle_epi8(set[1], low), bytes);
+    return _mm256_cmpeq_epi8(_mm256_and_si256(entry, bit), bit);
+  }
   // words: bytes times 256, the high bit telling the half.
-  __m256i onLine(__m256i words) const {
+  LOMIX_INLINE __m256i onLine(__m256i words) const {
     const __m256i upper = _mm256_srai_epi16(words, 15);
     const __m256i factor = _mm256_xor_si256(factor_, _mm256_and_si256(upper, factorChange_));
     const __m256i offset = _mm256_xor_si256(offset_, _mm256_and_si256(upper, offsetChange_));
@@ -422,11 +428,11 @@ class MapVector {
 };
 
 struct NoMap {
-  __m256i operator()(__m256i bytes) const { return bytes; }
+  LOMIX_INLINE __m256i operator()(__m256i bytes) const { return bytes; }
 };
 
 // Bytes of two vectors multiplied, high 8 bits of the products.
-__m256i productsBy256(__m256i a, __m256i b) {
+LOMIX_INLINE __m256i productsBy256(__m256i a, __m256i b) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i low =
       _mm256_mullo_epi16(_mm256_unpacklo_epi8(a, zero), _mm256_unpacklo_epi8(b, zero));
@@ -440,7 +446,7 @@ class AlphaOver {
  public:
   AlphaOver(bool used, int alpha)
       : used_(used), left_(_mm256_set1_epi32(255 - alpha)), alpha_(_mm256_set1_epi32(alpha)) {}
-  __m256i operator()(__m256i alphas) const {
+  LOMIX_INLINE __m256i operator()(__m256i alphas) const {
     if (!used_) return alphas;
     return _mm256_add_epi32(_mm256_srli_epi32(_mm256_mullo_epi16(alphas, left_), 8), alpha_);
   }
@@ -451,24 +457,23 @@ class AlphaOver {
 };
 
 // One row's way from eight source pixels to eight output pixels.
-template <typename Map>
+template <typename Map, bool kGrain>
 class Pipeline8 {
  public:
-  Pipeline8(const Row8& row, Map map)
+  Pipeline8(const Row8& row, const Map& map)
       : map_(map),
-        grain_(row.grain),
-        darkAfterGrain_(row.grain && row.dark),
+        darkAfterGrain_(kGrain && row.dark),
         darkLeft_(_mm256_set1_epi8(static_cast<char>(255 - row.darkPixel.alpha))),
         opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha)),
         unmult_(row.unmultFactor != 0),
         unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
         barsAlpha_(row.bars, row.barsPixel.alpha),
-        grainAlpha_(row.grain, row.grainAlpha),
+        grainAlpha_(kGrain, row.grainAlpha),
         darkAlpha_(row.dark, row.darkPixel.alpha),
-        blend_(row.blend),
         effectAmount_(_mm256_set1_ps(row.effectAmount)) {}
 
-  __m256i operator()(__m256i source, __m256i grain) const {
+  // grain: overlay pixels, where kGrain.
+  LOMIX_INLINE __m256i operator()(__m256i source, __m256i grain) const {
     const __m256i full = _mm256_cmpeq_epi8(source, _mm256_set1_epi8(-1));
     if ((_mm256_movemask_epi8(full) & kAlphaBytes) == kAlphaBytes) {
       // 255 * v >> 8 is v - 1, but 0 for 0.
@@ -484,174 +489,181 @@ class Pipeline8 {
   }
 
   // original + effectAmount * (effect - original), fused, truncated; effectAmount is in [0, 1).
-  __m256i blended(__m256i original, __m256i effect) const {
+  LOMIX_INLINE __m256i blended(__m256i original, __m256i effect) const {
     const __m256i zero = _mm256_setzero_si256();
-    const auto blend4 = [&](__m256i a, __m256i b) {
-      const __m256 wideA = _mm256_cvtepi32_ps(a);
-      const __m256 difference = _mm256_sub_ps(_mm256_cvtepi32_ps(b), wideA);
-      return _mm256_cvttps_epi32(_mm256_fmadd_ps(effectAmount_, difference, wideA));
-    };
-    const auto blend16 = [&](__m256i a, __m256i b) {
-      return _mm256_packus_epi32(
-          blend4(_mm256_unpacklo_epi16(a, zero), _mm256_unpacklo_epi16(b, zero)),
-          blend4(_mm256_unpackhi_epi16(a, zero), _mm256_unpackhi_epi16(b, zero)));
-    };
     return _mm256_packus_epi16(
-        blend16(_mm256_unpacklo_epi8(original, zero), _mm256_unpacklo_epi8(effect, zero)),
-        blend16(_mm256_unpackhi_epi8(original, zero), _mm256_unpackhi_epi8(effect, zero)));
+        blendedWords(_mm256_unpacklo_epi8(original, zero), _mm256_unpacklo_epi8(effect, zero)),
+        blendedWords(_mm256_unpackhi_epi8(original, zero), _mm256_unpackhi_epi8(effect, zero)));
   }
 
-  bool grain() const { return grain_; }
-  bool blend() const { return blend_; }
-
  private:
-  __m256i overlaid(__m256i premultiplied, __m256i grain) const {
+  LOMIX_INLINE __m256i blendedWords(__m256i original, __m256i effect) const {
+    const __m256i zero = _mm256_setzero_si256();
+    return _mm256_packus_epi32(
+        blendedIntegers(_mm256_unpacklo_epi16(original, zero), _mm256_unpacklo_epi16(effect, zero)),
+        blendedIntegers(_mm256_unpackhi_epi16(original, zero),
+                        _mm256_unpackhi_epi16(effect, zero)));
+  }
+  LOMIX_INLINE __m256i blendedIntegers(__m256i original, __m256i effect) const {
+    const __m256 from = _mm256_cvtepi32_ps(original);
+    const __m256 difference = _mm256_sub_ps(_mm256_cvtepi32_ps(effect), from);
+    return _mm256_cvttps_epi32(_mm256_fmadd_ps(effectAmount_, difference, from));
+  }
+
+  LOMIX_INLINE __m256i overlaid(__m256i premultiplied, __m256i grain) const {
     __m256i colours = map_(premultiplied);
-    if (grain_) colours = _mm256_add_epi8(colours, grain);
-    if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_);
+    if constexpr (kGrain) {
+      colours = _mm256_add_epi8(colours, grain);
+      if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_);
+    }
     return colours;
   }
 
-  __m256i unmultiplyOpaque(__m256i colours) const {
+  LOMIX_INLINE __m256i unmultiplyOpaque(__m256i colours) const {
     if (unmult_) {
       const __m256i zero = _mm256_setzero_si256();
-      const auto more = [&](__m256i words) {
-        return _mm256_srli_epi16(_mm256_mulhi_epu16(words, unmultFactor_), 8);
-      };
-      colours =
-          _mm256_adds_epu8(colours, _mm256_packus_epi16(more(_mm256_unpacklo_epi8(zero, colours)),
-                                                        more(_mm256_unpackhi_epi8(zero, colours))));
+      const __m256i low = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, colours), unmultFactor_);
+      const __m256i high = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, colours), unmultFactor_);
+      colours = _mm256_adds_epu8(
+          colours, _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8)));
     }
     const __m256i alphaByte = _mm256_set1_epi32(255);
     return _mm256_or_si256(_mm256_andnot_si256(alphaByte, colours), opaqueAlpha_);
   }
 
-  __m256i unmultiply(__m256i colours, __m256i sourceAlphas) const {
+  LOMIX_INLINE __m256i unmultiply(__m256i colours, __m256i sourceAlphas) const {
     const __m256i alphas = darkAlpha_(grainAlpha_(barsAlpha_(sourceAlphas)));
     // A quotient of bytes keeps 1/255 away from the next whole number, so that a reciprocal a
     // little too large truncates to the same quotient for all of them.
     const __m256 reciprocals =
         _mm256_div_ps(_mm256_set1_ps(256.0f * (1.0f + 0x1p-20f)), _mm256_cvtepi32_ps(alphas));
     const __m256i byte = _mm256_set1_epi32(255);
+    const __m256i red =
+        quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 8), byte), reciprocals);
+    const __m256i green =
+        quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 16), byte), reciprocals);
+    const __m256i blue = quotient(_mm256_srli_epi32(colours, 24), reciprocals);
+    const __m256i unmultiplied =
+        _mm256_or_si256(_mm256_slli_epi32(red, 8),
+                        _mm256_or_si256(_mm256_slli_epi32(green, 16), _mm256_slli_epi32(blue, 24)));
     const __m256i visible = _mm256_cmpgt_epi32(alphas, _mm256_setzero_si256());
-    const auto quotient = [&](__m256i colour) {
-      const __m256i q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(colour), reciprocals));
-      return _mm256_and_si256(_mm256_min_epi32(q, byte), visible);
-    };
-    const __m256i red = quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 8), byte));
-    const __m256i green = quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 16), byte));
-    const __m256i blue = quotient(_mm256_srli_epi32(colours, 24));
-    return _mm256_or_si256(
-        _mm256_or_si256(alphas, _mm256_slli_epi32(red, 8)),
-        _mm256_or_si256(_mm256_slli_epi32(green, 16), _mm256_slli_epi32(blue, 24)));
+    return _mm256_or_si256(alphas, _mm256_and_si256(unmultiplied, visible));
+  }
+  static LOMIX_INLINE __m256i quotient(__m256i colour, __m256 reciprocals) {
+    const __m256i q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(colour), reciprocals));
+    return _mm256_min_epi32(q, _mm256_set1_epi32(255));
   }
 
   Map map_;
-  bool grain_;
   bool darkAfterGrain_;
   __m256i darkLeft_;
   __m256i opaqueAlpha_;
   bool unmult_;
   __m256i unmultFactor_;
   AlphaOver barsAlpha_, grainAlpha_, darkAlpha_;
-  bool blend_;
   __m256 effectAmount_;
 };
 
-__m256i load8(const void* pixels) {
+LOMIX_INLINE __m256i load8(const void* pixels) {
   return _mm256_loadu_si256(static_cast<const __m256i*>(pixels));
 }
 
-// Pixels before the first 32-byte boundary of output that whole pixels reach; none reach it where
-// the world is misaligned, and count is the answer then.
+// Pixels before the first 32-byte boundary of output that whole pixels reach, at most count; -1
+// where they reach none, as in a misaligned world.
 int pixelsToBoundary(const void* output, std::size_t pixelBytes, int count) {
   const std::size_t past = reinterpret_cast<std::uintptr_t>(output) % 32;
-  if (past % pixelBytes != 0) return count;
+  if (past % pixelBytes != 0) return -1;
   return std::min(count, static_cast<int>((32 - past) % 32 / pixelBytes));
 }
 
-template <typename Map>
-void run8With(const Row8& row, const Run<PF_Pixel>& run, Map map) {
-  const Pipeline8<Map> pipeline(row, map);
-  const bool blends = pipeline.blend() && run.original != nullptr;
-  alignas(32) std::uint32_t grain[kGrainChunk + kPixels8] = {};
+template <typename Map, bool kGrain, bool kBlend>
+void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
+  const Pipeline8<Map, kGrain> pipeline(row, map);
+  alignas(32) std::uint32_t grain[kGrain ? kGrainChunk : kPixels8];
 
-  const auto pixelsAt = [&](const void* source, const void* original, const std::uint32_t* levels) {
-    const __m256i effect = pipeline(load8(source), load8(levels));
-    return blends ? pipeline.blended(load8(original), effect) : effect;
-  };
   // Fewer than a vector's pixels, by way of buffers so that nothing outside is touched.
   const auto drawFew = [&](int first, int count, const std::uint32_t* levels) {
     PF_Pixel source[kPixels8] = {};
-    PF_Pixel original[kPixels8] = {};
+    PF_Pixel overlay[kPixels8] = {};
     const auto bytes = static_cast<std::size_t>(count) * sizeof(PF_Pixel);
     std::memcpy(source, run.source + first, bytes);
-    if (blends) std::memcpy(original, run.original + first, bytes);
+    if constexpr (kGrain) std::memcpy(overlay, levels, bytes);
+    __m256i pixels = pipeline(load8(source), load8(overlay));
+    if constexpr (kBlend) {
+      PF_Pixel original[kPixels8] = {};
+      std::memcpy(original, run.original + first, bytes);
+      pixels = pipeline.blended(load8(original), pixels);
+    }
     PF_Pixel result[kPixels8];
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(result), pixelsAt(source, original, levels));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(result), pixels);
     std::memcpy(run.output + first, result, bytes);
   };
 
   int done = 0;
   while (done < run.count) {
     // With grain in chunks that its buffer holds, else all at once.
-    const int chunk = pipeline.grain() ? std::min(run.count - done, kGrainChunk) : run.count - done;
-    if (pipeline.grain()) grainPixels8(row.grainRow, run.firstColumn + done, chunk, grain);
-    const auto levelsAt = [&](int i) { return pipeline.grain() ? grain + i : grain; };
-    int i = 0;
-    int aligned = chunk;
-    if (run.streaming) {
-      aligned = pixelsToBoundary(run.output + done, sizeof(PF_Pixel), chunk);
-      if (aligned < kPixels8 && aligned > 0) {
-        drawFew(done, aligned, levelsAt(0));
-        i = aligned;
+    const int chunk = kGrain ? std::min(run.count - done, kGrainChunk) : run.count - done;
+    if constexpr (kGrain) grainPixels8(row.grainRow, run.firstColumn + done, chunk, grain);
+    const int few =
+        run.streaming ? pixelsToBoundary(run.output + done, sizeof(PF_Pixel), chunk) : -1;
+    if (few > 0) drawFew(done, few, grain);
+    int i = std::max(few, 0);
+    const auto pixelsAt = [&](int at, int level) LOMIX_INLINE_LAMBDA {
+      const __m256i overlay = kGrain ? load8(grain + level) : _mm256_setzero_si256();
+      const __m256i pixels = pipeline(load8(run.source + at), overlay);
+      if constexpr (!kBlend) return pixels;
+      return pipeline.blended(load8(run.original + at), pixels);
+    };
+    const auto vectorAt = [&](int at) { return reinterpret_cast<__m256i*>(run.output + at); };
+    if (few >= 0) {
+      for (; i + kPixels8 <= chunk; i += kPixels8) {
+        _mm256_stream_si256(vectorAt(done + i), pixelsAt(done + i, i));
+      }
+    } else {
+      for (; i + kPixels8 <= chunk; i += kPixels8) {
+        _mm256_storeu_si256(vectorAt(done + i), pixelsAt(done + i, i));
       }
     }
-    const bool stream = run.streaming && aligned < kPixels8;
-    for (; i + kPixels8 <= chunk; i += kPixels8) {
-      const int at = done + i;
-      const __m256i pixels =
-          pixelsAt(run.source + at, blends ? run.original + at : nullptr, levelsAt(i));
-      auto* to = reinterpret_cast<__m256i*>(run.output + at);
-      if (stream) {
-        _mm256_stream_si256(to, pixels);
-      } else {
-        _mm256_storeu_si256(to, pixels);
-      }
-    }
-    if (i < chunk) drawFew(done + i, chunk - i, levelsAt(i));
+    if (i < chunk) drawFew(done + i, chunk - i, grain + (kGrain ? i : 0));
     done += chunk;
   }
 }
 
+template <typename Map>
+void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
+  const bool blend = row.blend && run.original != nullptr;
+  if (row.grain) {
+    return blend ? run8With<Map, true, true>(row, run, map)
+                 : run8With<Map, true, false>(row, run, map);
+  }
+  return blend ? run8With<Map, false, true>(row, run, map)
+               : run8With<Map, false, false>(row, run, map);
+}
+
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (!row.vectorSafe) return portableKernels().run8(row, run);
-  if (row.colourMap == nullptr) return run8With(row, run, NoMap{});
+  if (row.colourMap == nullptr) return run8WithMap(row, run, NoMap{});
   switch (row.colourMap->bitSets()) {
     case 0:
-      return run8With(row, run, MapVector<0>(*row.colourMap));
+      return run8WithMap(row, run, MapVector<0>(*row.colourMap));
     case 1:
-      return run8With(row, run, MapVector<1>(*row.colourMap));
+      return run8WithMap(row, run, MapVector<1>(*row.colourMap));
     default:
-      return run8With(row, run, MapVector<2>(*row.colourMap));
+      return run8WithMap(row, run, MapVector<2>(*row.colourMap));
   }
 }
 
-// Float pixels
-// -------------------------------------------------------------------------------------
+// Float pixels.
 
 constexpr int kPixels32 = 2;       // in one vector
 constexpr int kAlphaLanes = 0x11;  // of the eight
 
 // One row's way from two source pixels to two output pixels.
+template <bool kBars, bool kGrain, bool kDark>
 class Pipeline32 {
  public:
   explicit Pipeline32(const Row32& row)
-      : bars_(row.bars),
-        grain_(row.grain),
-        dark_(row.dark),
-        blend_(row.blend),
-        barsAlpha_(_mm256_set1_ps(row.barsPixel.alpha)),
+      : barsAlpha_(_mm256_set1_ps(row.barsPixel.alpha)),
         barsLeft_(_mm256_set1_ps(1.0f - row.barsPixel.alpha)),
         wideBarsAlpha_(_mm256_set1_pd(row.barsPixel.alpha)),
         twiceBars_(_mm256_set1_pd(static_cast<double>(row.barsPixel.red) + row.barsPixel.red)),
@@ -662,56 +674,53 @@ class Pipeline32 {
         darkLeft_(_mm256_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm256_set1_ps(row.effectAmount)) {}
 
-  // levels: the grain of both pixels.
-  __m256 operator()(__m256 source, const float* levels) const {
+  // levels: the grain of both pixels, where kGrain.
+  LOMIX_INLINE __m256 operator()(__m256 source, const float* levels) const {
     const __m256 ones = _mm256_set1_ps(1.0f);
-    const int full = _mm256_movemask_ps(_mm256_cmp_ps(source, ones, _CMP_EQ_OQ));
-    const bool opaque = (full & kAlphaLanes) == kAlphaLanes;
-    // 1 * v is v: opaque pixels need no premultiplying, and those that stay opaque no
-    // unmultiplying.
-    if (opaque && !(bars_ || grain_ || dark_)) return source;
+    const __m256 full = _mm256_cmp_ps(source, ones, _CMP_EQ_OQ);
     __m256 pixels = source;
-    if (!opaque) {
+    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
+    // no unmultiplying.
+    if ((_mm256_movemask_ps(full) & kAlphaLanes) != kAlphaLanes) {
       const __m256 alpha = alphaOf(source);
       pixels = visible(alpha, _mm256_mul_ps(colourLanes(ones, alpha), source));
+    } else if constexpr (!kBars && !kGrain && !kDark) {
+      return source;
     }
-    if (bars_) pixels = hardLight(pixels);
-    if (grain_) {
+    if constexpr (kBars) pixels = hardLight(pixels);
+    if constexpr (kGrain) {
       const __m256 overlay =
           _mm256_set_m128(_mm_broadcast_ss(levels + 1), _mm_broadcast_ss(levels));
       pixels = _mm256_add_ps(_mm256_mul_ps(grainLeft_, pixels), colourLanes(grainAmount_, overlay));
     }
-    if (dark_) pixels = _mm256_add_ps(_mm256_mul_ps(darkLeft_, pixels), darkPixel_);
-    const int left = _mm256_movemask_ps(_mm256_cmp_ps(pixels, ones, _CMP_EQ_OQ));
-    if ((left & kAlphaLanes) == kAlphaLanes) return pixels;
+    if constexpr (kDark) pixels = _mm256_add_ps(_mm256_mul_ps(darkLeft_, pixels), darkPixel_);
+    const __m256 left = _mm256_cmp_ps(pixels, ones, _CMP_EQ_OQ);
+    if ((_mm256_movemask_ps(left) & kAlphaLanes) == kAlphaLanes) return pixels;
     const __m256 alpha = alphaOf(pixels);
     return visible(alpha, _mm256_div_ps(pixels, colourLanes(ones, alpha)));
   }
 
-  __m256 blended(__m256 original, __m256 effect) const {
+  LOMIX_INLINE __m256 blended(__m256 original, __m256 effect) const {
     return _mm256_fmadd_ps(effectAmount_, _mm256_sub_ps(effect, original), original);
   }
 
-  bool grain() const { return grain_; }
-  bool blend() const { return blend_; }
-
  private:
-  static __m256 alphaAndColour(float alpha, float colour) {
+  static LOMIX_INLINE __m256 alphaAndColour(float alpha, float colour) {
     return _mm256_setr_ps(alpha, colour, colour, colour, alpha, colour, colour, colour);
   }
   // Each pixel's alpha in its four lanes.
-  static __m256 alphaOf(__m256 pixels) { return _mm256_permute_ps(pixels, 0); }
+  static LOMIX_INLINE __m256 alphaOf(__m256 pixels) { return _mm256_permute_ps(pixels, 0); }
   // Alpha lanes of the first, colour lanes of the second.
-  static __m256 colourLanes(__m256 alphaLanes, __m256 colours) {
+  static LOMIX_INLINE __m256 colourLanes(__m256 alphaLanes, __m256 colours) {
     return _mm256_blend_ps(colours, alphaLanes, kAlphaLanes);
   }
   // Colours set to 0 where alpha is 0.
-  static __m256 visible(__m256 alpha, __m256 pixels) {
+  static LOMIX_INLINE __m256 visible(__m256 alpha, __m256 pixels) {
     const __m256 transparent = _mm256_cmp_ps(alpha, _mm256_setzero_ps(), _CMP_EQ_OQ);
     return _mm256_andnot_ps(colourLanes(_mm256_setzero_ps(), transparent), pixels);
   }
 
-  __m256 hardLight(__m256 pixels) const {
+  LOMIX_INLINE __m256 hardLight(__m256 pixels) const {
     const __m256 left = _mm256_mul_ps(barsLeft_, pixels);
     const __m256 colours = _mm256_set_m128(
         hardLightColours(_mm256_extractf128_ps(pixels, 1), _mm256_extractf128_ps(left, 1)),
@@ -721,7 +730,7 @@ class Pipeline32 {
     return colourLanes(_mm256_add_ps(left, barsAlpha_), notNegative);
   }
 
-  __m128 hardLightColours(__m128 pixel, __m128 left) const {
+  LOMIX_INLINE __m128 hardLightColours(__m128 pixel, __m128 left) const {
     const __m256d one = _mm256_set1_pd(1.0);
     const __m256d d = _mm256_cvtps_pd(pixel);
     const __m256d multiplied = _mm256_mul_pd(twiceBars_, d);
@@ -731,7 +740,6 @@ class Pipeline32 {
     return _mm256_cvtpd_ps(_mm256_add_pd(_mm256_mul_pd(h, wideBarsAlpha_), _mm256_cvtps_pd(left)));
   }
 
-  bool bars_, grain_, dark_, blend_;
   __m256 barsAlpha_, barsLeft_;
   __m256d wideBarsAlpha_, twiceBars_, twiceRest_;
   __m256 grainAmount_, grainLeft_;
@@ -739,57 +747,71 @@ class Pipeline32 {
   __m256 effectAmount_;
 };
 
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
-  const Pipeline32 pipeline(row);
-  const bool blends = pipeline.blend() && run.original != nullptr;
-  float grain[kGrainChunk + kPixels32] = {};
+LOMIX_INLINE __m256 load32(const PF_PixelFloat* pixels) {
+  return _mm256_loadu_ps(reinterpret_cast<const float*>(pixels));
+}
 
-  const auto pixelsAt = [&](const float* source, const float* original, const float* levels) {
-    const __m256 effect = pipeline(_mm256_loadu_ps(source), levels);
-    return blends ? pipeline.blended(_mm256_loadu_ps(original), effect) : effect;
-  };
-  const auto channels = [](const PF_PixelFloat* pixel) {
-    return reinterpret_cast<const float*>(pixel);
-  };
-  const auto drawOne = [&](int at, const float* levels) {
-    PF_PixelFloat source[kPixels32] = {run.source[at], {1.0f, 0.0f, 0.0f, 0.0f}};
-    PF_PixelFloat original[kPixels32] = {};
-    if (blends) original[0] = run.original[at];
-    PF_PixelFloat result[kPixels32];
-    _mm256_storeu_ps(reinterpret_cast<float*>(result),
-                     pixelsAt(channels(source), channels(original), levels));
-    run.output[at] = result[0];
+template <bool kBars, bool kGrain, bool kDark, bool kBlend>
+void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
+  const Pipeline32<kBars, kGrain, kDark> pipeline(row);
+  alignas(32) float grain[kGrain ? kGrainChunk : kPixels32];
+
+  // One pixel by way of a pair, so that nothing outside is touched.
+  const auto drawOne = [&](int at, int level) {
+    const PF_PixelFloat source[kPixels32] = {run.source[at], run.source[at]};
+    const float levels[kPixels32] = {kGrain ? grain[level] : 0.0f, 0.0f};
+    __m256 pixels = pipeline(load32(source), levels);
+    if constexpr (kBlend) {
+      const PF_PixelFloat original[kPixels32] = {run.original[at], run.original[at]};
+      pixels = pipeline.blended(load32(original), pixels);
+    }
+    _mm_storeu_ps(reinterpret_cast<float*>(run.output + at), _mm256_castps256_ps128(pixels));
   };
 
   int done = 0;
   while (done < run.count) {
-    const int chunk = pipeline.grain() ? std::min(run.count - done, kGrainChunk) : run.count - done;
-    if (pipeline.grain()) grainLevels32(row.grainRow, run.firstColumn + done, chunk, grain);
-    const auto levelsAt = [&](int i) { return pipeline.grain() ? grain + i : grain; };
-    int i = 0;
-    int aligned = chunk;
-    if (run.streaming) {
-      aligned = pixelsToBoundary(run.output + done, sizeof(PF_PixelFloat), chunk);
-      if (aligned == 1) {
-        drawOne(done, levelsAt(0));
-        i = 1;
+    // With grain in chunks that its buffer holds, else all at once.
+    const int chunk = kGrain ? std::min(run.count - done, kGrainChunk) : run.count - done;
+    if constexpr (kGrain) grainLevels32(row.grainRow, run.firstColumn + done, chunk, grain);
+    const int few =
+        run.streaming ? pixelsToBoundary(run.output + done, sizeof(PF_PixelFloat), chunk) : -1;
+    if (few > 0) drawOne(done, 0);
+    int i = std::max(few, 0);
+    const auto pixelsAt = [&](int at, int level) LOMIX_INLINE_LAMBDA {
+      const __m256 pixels = pipeline(load32(run.source + at), kGrain ? grain + level : grain);
+      if constexpr (!kBlend) return pixels;
+      return pipeline.blended(load32(run.original + at), pixels);
+    };
+    const auto channelsAt = [&](int at) { return reinterpret_cast<float*>(run.output + at); };
+    if (few >= 0) {
+      for (; i + kPixels32 <= chunk; i += kPixels32) {
+        _mm256_stream_ps(channelsAt(done + i), pixelsAt(done + i, i));
+      }
+    } else {
+      for (; i + kPixels32 <= chunk; i += kPixels32) {
+        _mm256_storeu_ps(channelsAt(done + i), pixelsAt(done + i, i));
       }
     }
-    const bool stream = run.streaming && aligned <= 1;
-    for (; i + kPixels32 <= chunk; i += kPixels32) {
-      const int at = done + i;
-      const __m256 pixels = pixelsAt(channels(run.source + at),
-                                     blends ? channels(run.original + at) : nullptr, levelsAt(i));
-      auto* to = reinterpret_cast<float*>(run.output + at);
-      if (stream) {
-        _mm256_stream_ps(to, pixels);
-      } else {
-        _mm256_storeu_ps(to, pixels);
-      }
-    }
-    if (i < chunk) drawOne(done + i, levelsAt(i));
+    if (i < chunk) drawOne(done + i, i);
     done += chunk;
   }
+}
+
+// Turns the row's flags into template arguments, one after the other.
+template <bool... kFlags>
+void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
+  if constexpr (sizeof...(kFlags) == 4) {
+    run32With<kFlags...>(row, run);
+  } else if (flags[sizeof...(kFlags)]) {
+    run32Chosen<kFlags..., true>(row, run, flags);
+  } else {
+    run32Chosen<kFlags..., false>(row, run, flags);
+  }
+}
+
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
+  run32Chosen<>(row, run, flags);
 }
 
 }  // namespace
