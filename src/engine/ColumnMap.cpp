@@ -13,94 +13,61 @@ constexpr std::size_t kMaxSlidSpans = 8;
 // Far beyond any picture, and far enough below the integers' limits to add up freely.
 constexpr double kMaxColumn = 1 << 24;
 
-// Displacement of whole columns by one shift for a whole span, where that is provable.
+// Where the map from slid columns to source columns may bend.
 //
-// The formula truncates the rounded difference column - shift. With shift = whole + part, part in
-// [0, 1), the exact difference of column s is (s - whole) - part. Where part is 0 it is a whole
-// number and exact. Otherwise truncation toward zero gives s - whole - 1 for s > whole and s -
-// whole for s <= whole (rounding towards zero, not down, is what makes the seam at zero), as long
-// as rounding the difference to single precision does not carry it onto a whole number. The
-// rounding is at most 2^-24 of the difference, so a part that keeps 2^-22 of the largest difference
-// away from 0 and 1 is safe four times over.
-class SpanShift {
+// Between its bends the map is either constant (the clamp) or goes on by one column a step. The
+// wrap and the clamp bend at whole columns that are known. The displacement truncates the rounded
+// difference column - shift. With shift = whole + part, part in [0, 1), the exact difference of
+// column s is (s - whole) - part. Where part is 0 it is a whole number and exact. Otherwise
+// truncation toward zero gives s - whole - 1 for s > whole and s - whole for s <= whole
+// (truncation, unlike floor, makes that bend), as long as rounding the difference to single
+// precision does not carry it onto a whole number. The rounding is at most 2^-24 of the difference,
+// so a part that keeps 2^-22 of the largest difference away from 0 and 1 is safe four times over.
+class Bends {
  public:
-  SpanShift(float shift, int lowest, int highest) {
-    const double wide = shift;
-    const double reach = std::max(std::abs(lowest - wide), std::abs(highest - wide)) + 1.0;
+  // For columns lowest ... highest, and what a wrap makes of them.
+  Bends(bool displaced, float shift, int width, int lowest, int highest) {
+    const double wide = displaced ? shift : 0.0;
+    const double reach = std::max(std::abs(lowest - wide), std::abs(highest - wide)) + 2.0 * width;
     constexpr double kExactColumns = 1 << 23;
     if (!(reach < kExactColumns)) return;
-    const double whole = std::floor(wide);
-    const double part = wide - whole;
+    const double floor = std::floor(wide);
+    const double part = wide - floor;
     const double guard = reach * 0x1p-22;
     if (part != 0.0 && (part < guard || part > 1.0 - guard)) return;
-    provable_ = true;
-    whole_ = static_cast<int>(whole);
-    beyond_ = part == 0.0 ? 0 : 1;
+    known_ = true;
+
+    // All of them lie at an edge of the source, or at one moved by the shift, give or take a width
+    // for the wrap before or after.
+    const int whole = static_cast<int>(floor);
+    for (int turn = -1; turn <= 2; ++turn) {
+      add(turn * width);
+      add(turn * width + whole);
+      add(turn * width + whole + 1);
+    }
   }
 
-  bool provable() const { return provable_; }
-  /// The last column that goes to column - whole; further ones go one less.
-  int seam() const { return whole_; }
-  int below() const { return whole_; }
-  int above() const { return whole_ + beyond_; }
+  bool known() const { return known_; }
+
+  // The first bend after column, or end where none comes before it.
+  int next(int column, int end) const {
+    for (int i = 0; i < size_; ++i) {
+      if (at_[i] > column && at_[i] < end) end = at_[i];
+    }
+    return end;
+  }
 
  private:
-  bool provable_ = false;
-  int whole_ = 0;
-  int beyond_ = 0;
+  void add(int column) { at_[size_++] = column; }
+
+  bool known_ = false;
+  int size_ = 0;
+  int at_[12];
 };
-
-// A span on its way through the steps of the source position.
-struct Piece {
-  int first;
-  int count;
-  int source;
-};
-
-constexpr int kNoLimit = 1 << 30;
-
-// The part of a piece whose source columns lie in [from, to).
-Piece within(const Piece& piece, int from, int to) {
-  const int begin = std::max(piece.source, from);
-  const int end = std::min(piece.source + piece.count, to);
-  if (end <= begin) return {piece.first, 0, piece.source};
-  return {piece.first + (begin - piece.source), end - begin, begin};
-}
-
-template <typename Next>
-void displace(const SpanShift& shift, const Piece& piece, Next next) {
-  Piece upTo = within(piece, -kNoLimit, shift.seam() + 1);
-  Piece beyond = within(piece, shift.seam() + 1, kNoLimit);
-  upTo.source -= shift.below();
-  beyond.source -= shift.above();
-  next(upTo);
-  next(beyond);
-}
-
-template <typename Next>
-void wrap(int size, const Piece& piece, Next next) {
-  Piece left = within(piece, -kNoLimit, 0);
-  Piece right = within(piece, size, kNoLimit);
-  left.source += size;
-  right.source -= size;
-  next(left);
-  next(within(piece, 0, size));
-  next(right);
-}
-
-bool clampInto(SpanList& spans, int size, const Piece& piece) {
-  const Piece left = within(piece, -kNoLimit, 0);
-  const Piece inside = within(piece, 0, size);
-  const Piece right = within(piece, size, kNoLimit);
-  return spans.add({left.first, left.count, 0, true}) &&
-         spans.add({inside.first, inside.count, inside.source, false}) &&
-         spans.add({right.first, right.count, size - 1, true});
-}
 
 }  // namespace
 
 bool SpanList::add(const Span& span) {
-  if (span.count == 0) return true;
   if (size_ == kCapacity) return false;
   spans_[size_++] = span;
   return true;
@@ -131,23 +98,26 @@ bool ColumnMap::spansOfRow(int y, SpanList& spans) const {
   const int width = source_.width;
   const bool displaced = isDisplaced(record_, y);
   const float shift = displaced ? rowShift(record_, y, width) : 0.0f;
-  // The wrap moves columns by one width at most.
-  const SpanShift spanShift(shift, lowest_ - width, highest_ + width);
-  if (!spanShift.provable()) return false;
+  const Bends bends(displaced, shift, width, lowest_, highest_);
+  if (!bends.known()) return false;
 
-  bool fits = true;
-  const auto clamp = [&](const Piece& piece) { fits = fits && clampInto(spans, width, piece); };
+  const auto sourceOf = [&](int slid) {
+    return sourceColumnOfSlid(record_, slid, width, displaced, shift);
+  };
   for (const SlidSpan& slid : slid_) {
-    const Piece piece{slid.first, slid.count, slid.source};
-    if (displaced && record_.distortionMode == kTileMode) {
-      displace(spanShift, piece, [&](const Piece& moved) { wrap(width, moved, clamp); });
-    } else if (displaced) {
-      wrap(width, piece, [&](const Piece& moved) { displace(spanShift, moved, clamp); });
-    } else {
-      wrap(width, piece, clamp);
+    const int end = slid.source + slid.count;
+    for (int column = slid.source; column < end;) {
+      const int next = bends.next(column, end);
+      const int count = next - column;
+      const int source = sourceOf(column);
+      const int last = sourceOf(next - 1);
+      const bool repeat = last == source;
+      if (!repeat && last - source != count - 1) return false;
+      if (!spans.add({slid.first + (column - slid.source), count, source, repeat})) return false;
+      column = next;
     }
   }
-  return fits;
+  return true;
 }
 
 }  // namespace lomix::engine

@@ -25,7 +25,7 @@ class SpanList {
   const Span* begin() const { return spans_; }
   const Span* end() const { return spans_ + size_; }
   void clear() { size_ = 0; }
-  /// Drops an empty span. Returns false where the list is full.
+  /// Returns false where the list is full.
   bool add(const Span& span);
 
  private:

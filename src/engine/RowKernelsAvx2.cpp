@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <numbers>
 
 #include "geometry/Truncate.h"
@@ -581,22 +580,18 @@ void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
   const Pipeline8<Map, kGrain> pipeline(row, map);
   alignas(32) std::uint32_t grain[kGrain ? kGrainChunk : kPixels8];
 
-  // Fewer than a vector's pixels, by way of buffers so that nothing outside is touched.
-  const auto drawFew = [&](int first, int count, const std::uint32_t* levels) {
-    PF_Pixel source[kPixels8] = {};
-    PF_Pixel overlay[kPixels8] = {};
-    const auto bytes = static_cast<std::size_t>(count) * sizeof(PF_Pixel);
-    std::memcpy(source, run.source + first, bytes);
-    if constexpr (kGrain) std::memcpy(overlay, levels, bytes);
-    __m256i pixels = pipeline(load8(source), load8(overlay));
-    if constexpr (kBlend) {
-      PF_Pixel original[kPixels8] = {};
-      std::memcpy(original, run.original + first, bytes);
-      pixels = pipeline.blended(load8(original), pixels);
-    }
-    PF_Pixel result[kPixels8];
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(result), pixels);
-    std::memcpy(run.output + first, result, bytes);
+  // Fewer than a vector's pixels. Masked, not by way of a buffer: a load from a buffer just filled
+  // would wait for all the streaming stores before it.
+  const auto drawFew = [&](int first, int count, int level) {
+    const __m256i mask =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    const auto few = [&](const void* from) {
+      return _mm256_maskload_epi32(static_cast<const int*>(from), mask);
+    };
+    const __m256i overlay = kGrain ? few(grain + level) : _mm256_setzero_si256();
+    __m256i pixels = pipeline(few(run.source + first), overlay);
+    if constexpr (kBlend) pixels = pipeline.blended(few(run.original + first), pixels);
+    _mm256_maskstore_epi32(reinterpret_cast<int*>(run.output + first), mask, pixels);
   };
 
   int done = 0;
@@ -606,7 +601,7 @@ void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
     if constexpr (kGrain) grainPixels8(row.grainRow, run.firstColumn + done, chunk, grain);
     const int few =
         run.streaming ? pixelsToBoundary(run.output + done, sizeof(PF_Pixel), chunk) : -1;
-    if (few > 0) drawFew(done, few, grain);
+    if (few > 0) drawFew(done, few, 0);
     int i = std::max(few, 0);
     const auto pixelsAt = [&](int at, int level) LOMIX_INLINE_LAMBDA {
       const __m256i overlay = kGrain ? load8(grain + level) : _mm256_setzero_si256();
@@ -624,7 +619,7 @@ void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
         _mm256_storeu_si256(vectorAt(done + i), pixelsAt(done + i, i));
       }
     }
-    if (i < chunk) drawFew(done + i, chunk - i, grain + (kGrain ? i : 0));
+    if (i < chunk) drawFew(done + i, chunk - i, i);
     done += chunk;
   }
 }
@@ -751,20 +746,20 @@ LOMIX_INLINE __m256 load32(const PF_PixelFloat* pixels) {
   return _mm256_loadu_ps(reinterpret_cast<const float*>(pixels));
 }
 
+LOMIX_INLINE __m256 twice(const PF_PixelFloat* pixel) {
+  return _mm256_broadcast_ps(reinterpret_cast<const __m128*>(pixel));
+}
+
 template <bool kBars, bool kGrain, bool kDark, bool kBlend>
 void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
   const Pipeline32<kBars, kGrain, kDark> pipeline(row);
   alignas(32) float grain[kGrain ? kGrainChunk : kPixels32];
 
-  // One pixel by way of a pair, so that nothing outside is touched.
+  // One pixel, twice in a vector so that nothing outside is touched.
   const auto drawOne = [&](int at, int level) {
-    const PF_PixelFloat source[kPixels32] = {run.source[at], run.source[at]};
-    const float levels[kPixels32] = {kGrain ? grain[level] : 0.0f, 0.0f};
-    __m256 pixels = pipeline(load32(source), levels);
-    if constexpr (kBlend) {
-      const PF_PixelFloat original[kPixels32] = {run.original[at], run.original[at]};
-      pixels = pipeline.blended(load32(original), pixels);
-    }
+    const float levels[kPixels32] = {kGrain ? grain[level] : 0.0f, kGrain ? grain[level] : 0.0f};
+    __m256 pixels = pipeline(twice(run.source + at), levels);
+    if constexpr (kBlend) pixels = pipeline.blended(twice(run.original + at), pixels);
     _mm_storeu_ps(reinterpret_cast<float*>(run.output + at), _mm256_castps256_ps128(pixels));
   };
 

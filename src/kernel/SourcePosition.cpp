@@ -46,15 +46,21 @@ int displacedColumn(int column, float shift) {
   return truncateToInt32(static_cast<float>(column) - shift);
 }
 
+int sourceColumnOfSlid(const LomixStruct& record, int slid, int width, bool displaced,
+                       float shift) {
+  const bool tile = record.distortionMode == kTileMode;
+  int column = displaced && tile ? displacedColumn(slid, shift) : slid;
+  column = wrapOnce(column, width);
+  // Displaced after the wrap, a stretched row meets the clamp and repeats its edge pixel.
+  if (displaced && !tile) column = displacedColumn(column, shift);
+  return clampToEdge(column, width);
+}
+
 int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y) {
   const bool displaced = isDisplaced(record, y);
   const float shift = displaced ? rowShift(record, y, src.width) : 0.0f;
-  int column = slidPosition(x, src.width, record.horizontalSyncOffset);
-  if (displaced && record.distortionMode == kTileMode) column = displacedColumn(column, shift);
-  column = wrapOnce(column, src.width);
-  // Displaced after the wrap, a stretched row meets the clamp and repeats its edge pixel.
-  if (displaced && record.distortionMode != kTileMode) column = displacedColumn(column, shift);
-  return clampToEdge(column, src.width);
+  const int slid = slidPosition(x, src.width, record.horizontalSyncOffset);
+  return sourceColumnOfSlid(record, slid, src.width, displaced, shift);
 }
 
 int sourceRow(const LomixStruct& record, const PF_LayerDef& src, int y) {

@@ -24,6 +24,9 @@ float rowShift(const LomixStruct& record, int y, int width);
 /// column less shift, truncated.
 int displacedColumn(int column, float shift);
 
+/// Source column of a slid one in a row that is pushed by shift where displaced is set.
+int sourceColumnOfSlid(const LomixStruct& record, int slid, int width, bool displaced, float shift);
+
 /// Source column and row of output pixel (x, y), inside the source whatever the record says.
 int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y);
 int sourceRow(const LomixStruct& record, const PF_LayerDef& src, int y);
