@@ -10,6 +10,7 @@ constexpr int kHalf = 128;
 constexpr int kFractionBits = 6;
 constexpr int kUnit = 1 << kFractionBits;
 constexpr int kMaxCorrection = 3;
+constexpr int kMaxOffset = 0x7FFF;
 
 // Products as the vector code forms them: the high 16 bits of 16 by 16.
 int product(int input, int factor) { return ((input << 8) * factor) >> 16; }
@@ -27,36 +28,41 @@ ByteMap::ByteMap(const ByteTable& table) {
 }
 
 bool ByteMap::fitHalf(const ByteTable& table, int half, int factor) {
+  if (factor > 0xFFFF) return false;
   const int first = half * kHalf;
+  const std::uint8_t* values = table.data() + first;
+  int products[kHalf];
+  for (int d = 0; d < kHalf; ++d) products[d] = product(first + d, factor);
   // The highest line that nowhere lies above the table: corrections only ever add.
-  int offset = 1 << 15;
-  for (int d = first; d < first + kHalf; ++d) {
-    const int highest = table[static_cast<std::size_t>(d)] * kUnit + kUnit - 1 - product(d, factor);
-    offset = std::min(offset, highest);
+  int offset = kMaxOffset;
+  for (int d = 0; d < kHalf; ++d) {
+    offset = std::min(offset, values[d] * kUnit + kUnit - 1 - products[d]);
   }
-  if (offset < -(1 << 15) || factor > 0xFFFF) return false;
-  std::array<int, kHalf> corrections;
-  for (int d = first; d < first + kHalf; ++d) {
-    const int line = std::clamp((product(d, factor) + offset) >> kFractionBits, 0, 255);
-    const int correction = table[static_cast<std::size_t>(d)] - line;
-    if (correction > kMaxCorrection) return false;
-    corrections[static_cast<std::size_t>(d - first)] = correction;
+  if (offset < -kMaxOffset) return false;
+  std::uint8_t corrections[kHalf];
+  int all = 0;
+  for (int d = 0; d < kHalf; ++d) {
+    const int line = std::clamp((products[d] + offset) >> kFractionBits, 0, 255);
+    corrections[d] = static_cast<std::uint8_t>(values[d] - line);
+    all |= corrections[d];
   }
-  factor_[static_cast<std::size_t>(half)] = static_cast<std::uint16_t>(factor);
-  offset_[static_cast<std::size_t>(half)] = static_cast<std::int16_t>(offset);
-  for (int d = first; d < first + kHalf; ++d) {
-    setCorrection(d, corrections[static_cast<std::size_t>(d - first)]);
+  if (all > kMaxCorrection) return false;
+  const auto at = static_cast<std::size_t>(half);
+  factor_[at] = static_cast<std::uint16_t>(factor);
+  offset_[at] = static_cast<std::int16_t>(offset);
+  bitSets_ = std::max(bitSets_, (all & 2) != 0 ? 2 : (all & 1));
+  for (std::size_t low = 0; low < 16; ++low) {
+    unsigned ones = 0;
+    unsigned twos = 0;
+    for (std::size_t bit = 0; bit < 8; ++bit) {
+      const unsigned correction = corrections[bit * 16 + low];
+      ones |= (correction & 1u) << bit;
+      twos |= (correction >> 1) << bit;
+    }
+    ones_[at][low] = static_cast<std::uint8_t>(ones);
+    twos_[at][low] = static_cast<std::uint8_t>(twos);
   }
   return true;
-}
-
-void ByteMap::setCorrection(int input, int correction) {
-  const auto half = static_cast<std::size_t>(input / kHalf);
-  const auto low = static_cast<std::size_t>(input & 15);
-  const auto bit = static_cast<std::uint8_t>(1 << ((input >> 4) & 7));
-  if ((correction & 1) != 0) ones_[half][low] |= bit;
-  if ((correction & 2) != 0) twos_[half][low] |= bit;
-  bitSets_ = std::max(bitSets_, (correction & 2) != 0 ? 2 : (correction & 1));
 }
 
 }  // namespace lomix::engine

@@ -33,7 +33,6 @@ class ByteMap {
 
  private:
   bool fitHalf(const ByteTable& table, int half, int factor);
-  void setCorrection(int input, int correction);
 
   bool exact_ = true;
   int bitSets_ = 0;

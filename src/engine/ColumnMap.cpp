@@ -26,7 +26,8 @@ constexpr double kMaxColumn = 1 << 24;
 class Bends {
  public:
   // For columns lowest ... highest, and what a wrap makes of them.
-  Bends(bool displaced, float shift, int width, int lowest, int highest) {
+  Bends(bool displaced, float shift, int width, int lowest, int highest)
+      : lowest_(lowest), highest_(highest) {
     const double wide = displaced ? shift : 0.0;
     const double reach = std::max(std::abs(lowest - wide), std::abs(highest - wide)) + 2.0 * width;
     constexpr double kExactColumns = 1 << 23;
@@ -58,8 +59,12 @@ class Bends {
   }
 
  private:
-  void add(int column) { at_[size_++] = column; }
+  void add(int column) {
+    if (column > lowest_ && column <= highest_) at_[size_++] = column;
+  }
 
+  int lowest_;
+  int highest_;
   bool known_ = false;
   int size_ = 0;
   int at_[12];

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <numbers>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 
@@ -20,7 +21,7 @@ namespace {
 constexpr int kChunk = 256;
 // Worlds beyond this are larger than a core's share of the caches: writing past them saves reading
 // each line before it is overwritten.
-constexpr std::int64_t kStreamingBytes = 4 << 20;
+constexpr std::int64_t kStreamingBytes = 16 << 20;
 constexpr int kNoBars = 256;
 
 std::ptrdiff_t pixelBytes(int depth) { return depth == 8 ? 4 : 16; }
@@ -64,7 +65,7 @@ int unmultFactor(int alpha) {
   bool identity = true;
   for (int v = 0; v < 256; ++v) {
     const int told = std::min(v * 256 / alpha, 255);
-    const int quick = std::min(v + (((v << 8) * factor) >> 16 >> 8), 255);
+    const int quick = std::min(v + (v * factor >> 16), 255);
     if (told != quick) return -1;
     identity = identity && told == v;
   }
@@ -181,6 +182,8 @@ std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
 }
 
 void RowEngine::prepareColourMaps() {
+  ByteTable identity;
+  std::iota(identity.begin(), identity.end(), std::uint8_t{0});
   mapOfSlot_.assign(2 * (kNoBars + 1), -1);
   for (int y = 0; y < frame_.output.height; ++y) {
     Row8 row;
@@ -190,12 +193,16 @@ void RowEngine::prepareColourMaps() {
     const int weightAlpha = grainAlpha_ > 0 ? grainAlpha_ : (dark ? row.darkPixel.alpha : 0);
     int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
     if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
-    ByteTable table;
-    for (std::size_t d = 0; d < table.size(); ++d) {
-      const auto byte = static_cast<std::uint8_t>(d);
-      PF_Pixel pixel{byte, byte, byte, byte};
-      if (row.bars) hardLightBlend8Void(&pixel, &row.barsPixel);
-      table[d] = weightAlpha > 0 ? weightedByte(pixel.red, weightAlpha) : pixel.red;
+    ByteTable table = identity;
+    if (row.bars) {
+      const float alpha = static_cast<float>(row.barsPixel.alpha / 255.0);
+      for (int d = 0; d < 256; ++d) {
+        table[static_cast<std::size_t>(d)] =
+            static_cast<std::uint8_t>(hardLight8(d, row.barsPixel.red, alpha));
+      }
+    }
+    if (weightAlpha > 0) {
+      for (std::uint8_t& byte : table) byte = weightedByte(byte, weightAlpha);
     }
     map = static_cast<int>(maps_.size());
     maps_.emplace_back(table);

@@ -430,13 +430,11 @@ struct NoMap {
   LOMIX_INLINE __m256i operator()(__m256i bytes) const { return bytes; }
 };
 
-// Bytes of two vectors multiplied, high 8 bits of the products.
-LOMIX_INLINE __m256i productsBy256(__m256i a, __m256i b) {
+// Bytes times the words of their low and high halves, high 8 bits of the products.
+LOMIX_INLINE __m256i productsBy256(__m256i bytes, __m256i lowWords, __m256i highWords) {
   const __m256i zero = _mm256_setzero_si256();
-  const __m256i low =
-      _mm256_mullo_epi16(_mm256_unpacklo_epi8(a, zero), _mm256_unpacklo_epi8(b, zero));
-  const __m256i high =
-      _mm256_mullo_epi16(_mm256_unpackhi_epi8(a, zero), _mm256_unpackhi_epi8(b, zero));
+  const __m256i low = _mm256_mullo_epi16(_mm256_unpacklo_epi8(bytes, zero), lowWords);
+  const __m256i high = _mm256_mullo_epi16(_mm256_unpackhi_epi8(bytes, zero), highWords);
   return _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8));
 }
 
@@ -462,7 +460,7 @@ class Pipeline8 {
   Pipeline8(const Row8& row, const Map& map)
       : map_(map),
         darkAfterGrain_(kGrain && row.dark),
-        darkLeft_(_mm256_set1_epi8(static_cast<char>(255 - row.darkPixel.alpha))),
+        darkLeft_(_mm256_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
         opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha)),
         unmult_(row.unmultFactor != 0),
         unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
@@ -479,11 +477,16 @@ class Pipeline8 {
       const __m256i one = _mm256_set1_epi32(0x01010100);
       return unmultiplyOpaque(overlaid(_mm256_subs_epu8(source, one), grain));
     }
-    const __m256i alphaOfPixel =
-        _mm256_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12,  //
-                         0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
-    const __m256i alphas = _mm256_shuffle_epi8(source, alphaOfPixel);
-    return unmultiply(overlaid(productsBy256(source, alphas), grain),
+    // Each pixel's alpha as the words of its four channels.
+    const __m256i lowAlphas =
+        _mm256_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1,  //
+                         0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1);
+    const __m256i highAlphas =
+        _mm256_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1,  //
+                         8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1);
+    const __m256i premultiplied = productsBy256(source, _mm256_shuffle_epi8(source, lowAlphas),
+                                                _mm256_shuffle_epi8(source, highAlphas));
+    return unmultiply(overlaid(premultiplied, grain),
                       _mm256_and_si256(source, _mm256_set1_epi32(255)));
   }
 
@@ -513,7 +516,7 @@ class Pipeline8 {
     __m256i colours = map_(premultiplied);
     if constexpr (kGrain) {
       colours = _mm256_add_epi8(colours, grain);
-      if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_);
+      if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
     }
     return colours;
   }
@@ -521,10 +524,9 @@ class Pipeline8 {
   LOMIX_INLINE __m256i unmultiplyOpaque(__m256i colours) const {
     if (unmult_) {
       const __m256i zero = _mm256_setzero_si256();
-      const __m256i low = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, colours), unmultFactor_);
-      const __m256i high = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, colours), unmultFactor_);
-      colours = _mm256_adds_epu8(
-          colours, _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8)));
+      const __m256i low = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(colours, zero), unmultFactor_);
+      const __m256i high = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(colours, zero), unmultFactor_);
+      colours = _mm256_adds_epu8(colours, _mm256_packus_epi16(low, high));
     }
     const __m256i alphaByte = _mm256_set1_epi32(255);
     return _mm256_or_si256(_mm256_andnot_si256(alphaByte, colours), opaqueAlpha_);
@@ -578,6 +580,9 @@ int pixelsToBoundary(const void* output, std::size_t pixelBytes, int count) {
 template <typename Map, bool kGrain, bool kBlend>
 void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
   const Pipeline8<Map, kGrain> pipeline(row, map);
+  const PF_Pixel* const source = run.source;
+  const PF_Pixel* const original = run.original;
+  PF_Pixel* const output = run.output;
   alignas(32) std::uint32_t grain[kGrain ? kGrainChunk : kPixels8];
 
   // Fewer than a vector's pixels. Masked, not by way of a buffer: a load from a buffer just filled
@@ -589,9 +594,9 @@ void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
       return _mm256_maskload_epi32(static_cast<const int*>(from), mask);
     };
     const __m256i overlay = kGrain ? few(grain + level) : _mm256_setzero_si256();
-    __m256i pixels = pipeline(few(run.source + first), overlay);
-    if constexpr (kBlend) pixels = pipeline.blended(few(run.original + first), pixels);
-    _mm256_maskstore_epi32(reinterpret_cast<int*>(run.output + first), mask, pixels);
+    __m256i pixels = pipeline(few(source + first), overlay);
+    if constexpr (kBlend) pixels = pipeline.blended(few(original + first), pixels);
+    _mm256_maskstore_epi32(reinterpret_cast<int*>(output + first), mask, pixels);
   };
 
   int done = 0;
@@ -599,17 +604,16 @@ void run8With(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
     // With grain in chunks that its buffer holds, else all at once.
     const int chunk = kGrain ? std::min(run.count - done, kGrainChunk) : run.count - done;
     if constexpr (kGrain) grainPixels8(row.grainRow, run.firstColumn + done, chunk, grain);
-    const int few =
-        run.streaming ? pixelsToBoundary(run.output + done, sizeof(PF_Pixel), chunk) : -1;
+    const int few = run.streaming ? pixelsToBoundary(output + done, sizeof(PF_Pixel), chunk) : -1;
     if (few > 0) drawFew(done, few, 0);
     int i = std::max(few, 0);
-    const auto pixelsAt = [&](int at, int level) LOMIX_INLINE_LAMBDA {
+    const auto pixelsAt = [&, source, original](int at, int level) LOMIX_INLINE_LAMBDA {
       const __m256i overlay = kGrain ? load8(grain + level) : _mm256_setzero_si256();
-      const __m256i pixels = pipeline(load8(run.source + at), overlay);
+      const __m256i pixels = pipeline(load8(source + at), overlay);
       if constexpr (!kBlend) return pixels;
-      return pipeline.blended(load8(run.original + at), pixels);
+      return pipeline.blended(load8(original + at), pixels);
     };
-    const auto vectorAt = [&](int at) { return reinterpret_cast<__m256i*>(run.output + at); };
+    const auto vectorAt = [output](int at) { return reinterpret_cast<__m256i*>(output + at); };
     if (few >= 0) {
       for (; i + kPixels8 <= chunk; i += kPixels8) {
         _mm256_stream_si256(vectorAt(done + i), pixelsAt(done + i, i));
@@ -753,14 +757,17 @@ LOMIX_INLINE __m256 twice(const PF_PixelFloat* pixel) {
 template <bool kBars, bool kGrain, bool kDark, bool kBlend>
 void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
   const Pipeline32<kBars, kGrain, kDark> pipeline(row);
+  const PF_PixelFloat* const source = run.source;
+  const PF_PixelFloat* const original = run.original;
+  PF_PixelFloat* const output = run.output;
   alignas(32) float grain[kGrain ? kGrainChunk : kPixels32];
 
   // One pixel, twice in a vector so that nothing outside is touched.
   const auto drawOne = [&](int at, int level) {
     const float levels[kPixels32] = {kGrain ? grain[level] : 0.0f, kGrain ? grain[level] : 0.0f};
-    __m256 pixels = pipeline(twice(run.source + at), levels);
-    if constexpr (kBlend) pixels = pipeline.blended(twice(run.original + at), pixels);
-    _mm_storeu_ps(reinterpret_cast<float*>(run.output + at), _mm256_castps256_ps128(pixels));
+    __m256 pixels = pipeline(twice(source + at), levels);
+    if constexpr (kBlend) pixels = pipeline.blended(twice(original + at), pixels);
+    _mm_storeu_ps(reinterpret_cast<float*>(output + at), _mm256_castps256_ps128(pixels));
   };
 
   int done = 0;
@@ -769,15 +776,15 @@ void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
     const int chunk = kGrain ? std::min(run.count - done, kGrainChunk) : run.count - done;
     if constexpr (kGrain) grainLevels32(row.grainRow, run.firstColumn + done, chunk, grain);
     const int few =
-        run.streaming ? pixelsToBoundary(run.output + done, sizeof(PF_PixelFloat), chunk) : -1;
+        run.streaming ? pixelsToBoundary(output + done, sizeof(PF_PixelFloat), chunk) : -1;
     if (few > 0) drawOne(done, 0);
     int i = std::max(few, 0);
-    const auto pixelsAt = [&](int at, int level) LOMIX_INLINE_LAMBDA {
-      const __m256 pixels = pipeline(load32(run.source + at), kGrain ? grain + level : grain);
+    const auto pixelsAt = [&, source, original](int at, int level) LOMIX_INLINE_LAMBDA {
+      const __m256 pixels = pipeline(load32(source + at), kGrain ? grain + level : grain);
       if constexpr (!kBlend) return pixels;
-      return pipeline.blended(load32(run.original + at), pixels);
+      return pipeline.blended(load32(original + at), pixels);
     };
-    const auto channelsAt = [&](int at) { return reinterpret_cast<float*>(run.output + at); };
+    const auto channelsAt = [output](int at) { return reinterpret_cast<float*>(output + at); };
     if (few >= 0) {
       for (; i + kPixels32 <= chunk; i += kPixels32) {
         _mm256_stream_ps(channelsAt(done + i), pixelsAt(done + i, i));

@@ -13,11 +13,6 @@ constexpr std::array kColourChannels{&Pixel::red, &Pixel::green, &Pixel::blue};
 
 std::uint8_t lowByte(int value) { return static_cast<std::uint8_t>(value & 0xFF); }
 
-std::uint8_t hardLight8(int d, int s, float alpha) {
-  const int h = d >= 128 ? 255 - (2 * (255 - s) * (255 - d)) / 255 : (2 * s * d) / 255;
-  return truncateToByte(static_cast<float>(h) * alpha + (1.0f - alpha) * static_cast<float>(d));
-}
-
 float hardLight32(float d, float s, float alpha) {
   const double wideD = d;
   const double wideS = s;
@@ -50,7 +45,7 @@ void hardLightBlend8Void(void* dst, void* src) {
   const PF_Pixel& s = *static_cast<const PF_Pixel*>(src);
   const float alpha = static_cast<float>(s.alpha / 255.0);
   for (const auto channel : kColourChannels<PF_Pixel>) {
-    d.*channel = hardLight8(d.*channel, s.*channel, alpha);
+    d.*channel = lowByte(hardLight8(d.*channel, s.*channel, alpha));
   }
   // 256, not 255: the scale that the premultiply and the "over" blends share.
   d.alpha = lowByte(((d.alpha * (255 - s.alpha)) >> 8) + s.alpha);

@@ -16,6 +16,13 @@ using ChannelCopyFunction = void (*)(void* src, void* dst);
 PF_Pixel GetPixel8(Vec4<double> colour);
 PF_PixelFloat GetPixel32(Vec4<double> colour);
 
+/// Hard light of one 8-bit channel: d of the picture under s of the overlay, weighted by alpha in
+/// [0, 1].
+inline int hardLight8(int d, int s, float alpha) {
+  const int h = d >= 128 ? 255 - (2 * (255 - s) * (255 - d)) / 255 : (2 * s * d) / 255;
+  return static_cast<int>(static_cast<float>(h) * alpha + (1.0f - alpha) * static_cast<float>(d));
+}
+
 /// Hard light, weighted by the source's alpha; dst decides between multiply and screen. The float
 /// form leaves no negative colour, but may leave one above 1.
 void hardLightBlend8Void(void* dst, void* src);
