@@ -1,0 +1,93 @@
+#include "media/Picture.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <utility>
+
+#include "media/MediaError.h"
+
+namespace lomix::media {
+
+Picture::Picture(int width, int height, int depth) : width_(width), height_(height), depth_(depth) {
+  if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
+    throw MediaError("picture: a size of " + std::to_string(width) + "x" + std::to_string(height) +
+                     " is not possible (each side is from 1 to " + std::to_string(kMaxSide) + ")");
+  }
+  if (depth != 8 && depth != 32) {
+    throw MediaError("picture: a depth of " + std::to_string(depth) +
+                     " bits is not possible (use 8 or 32)");
+  }
+  const std::size_t count = offset(height);
+  if (depth == 8) {
+    bytes_.resize(count);
+  } else {
+    floats_.resize(count);
+  }
+}
+
+unsigned quantize(float value, unsigned max) {
+  // Written so that NaN takes the first branch.
+  if (!(value > 0.0f)) return 0;
+  if (value >= 1.0f) return max;
+  return static_cast<unsigned>(static_cast<double>(value) * max + 0.5);
+}
+
+Picture toDepth(Picture picture, int depth) {
+  if (picture.depth() == depth) return picture;
+  Picture converted(picture.width(), picture.height(), depth);
+  converted.info = picture.info;
+  for (int y = 0; y < picture.height(); ++y) {
+    if (depth == 32) {
+      std::ranges::transform(picture.row8(y), converted.row32(y).begin(),
+                             [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; });
+    } else {
+      std::ranges::transform(picture.row32(y), converted.row8(y).begin(), [](float value) {
+        return static_cast<std::uint8_t>(quantize(value, 255));
+      });
+    }
+  }
+  return converted;
+}
+
+Picture reduced(const Picture& picture, int factorX, int factorY) {
+  if (factorX == 1 && factorY == 1) return picture;
+  if (picture.depth() == 8) return toDepth(reduced(toDepth(picture, 32), factorX, factorY), 8);
+
+  const auto blocks = [](int length, int factor) {
+    return length / factor + (length % factor != 0 ? 1 : 0);
+  };
+  Picture small(blocks(picture.width(), factorX), blocks(picture.height(), factorY), 32);
+  small.info = picture.info;
+  if (factorX != factorY) {
+    small.info.pixelAspect *= static_cast<double>(factorX) / factorY;
+  }
+  for (int y = 0; y < small.height(); ++y) {
+    // The last block of a row or column may be cut short by the picture's edge.
+    const int top = y * factorY;
+    const int bottom = top + std::min(factorY, picture.height() - top);
+    for (int x = 0; x < small.width(); ++x) {
+      const int left = x * factorX;
+      const int right = left + std::min(factorX, picture.width() - left);
+      std::array<double, Picture::kChannels> sum{};
+      for (int sourceY = top; sourceY < bottom; ++sourceY) {
+        const float* pixel = picture.row32(sourceY).data() + std::ptrdiff_t{left} * 4;
+        for (int sourceX = left; sourceX < right; ++sourceX, pixel += Picture::kChannels) {
+          const double alpha = pixel[0];
+          sum[0] += alpha;
+          for (std::size_t c = 1; c < sum.size(); ++c) sum[c] += alpha * pixel[c];
+        }
+      }
+      float* target = small.row32(y).data() + std::ptrdiff_t{x} * 4;
+      const double count = static_cast<double>(bottom - top) * (right - left);
+      target[0] = static_cast<float>(sum[0] / count);
+      for (std::size_t c = 1; c < sum.size(); ++c) {
+        target[c] = sum[0] == 0.0 ? 0.0f : static_cast<float>(sum[c] / sum[0]);
+      }
+    }
+  }
+  return small;
+}
+
+}  // namespace lomix::media

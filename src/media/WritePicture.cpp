@@ -1,0 +1,166 @@
+#include <array>
+#include <cmath>
+#include <new>
+#include <string_view>
+#include <system_error>
+
+#include "media/ImageLibrary.h"
+#include "media/MediaError.h"
+#include "media/PictureFile.h"
+#include "media/TemporaryFile.h"
+
+namespace lomix::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Alpha first in memory, last in files: file channel i is memory channel kFileOrder[i].
+constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
+
+std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
+  std::unique_ptr<OIIO::ImageOutput> output;
+  if (file.has_extension()) output = OIIO::ImageOutput::create(file.string());
+  const std::string message = OIIO::geterror();  // Read, or the library prints it later.
+  const std::string_view format = output ? output->format_name() : "";
+  // Two of the library's writers make no file: one discards, one prints on the terminal.
+  if (!output || format == "null" || format == "term") {
+    throw MediaError(cannotWrite(file) + "'" + file.extension().string() +
+                     "' names no picture format (use .png, .jpg, .tif or .exr)");
+  }
+  return output;
+}
+
+OIIO::TypeDesc wantedType(const Picture& picture) {
+  if (picture.depth() == 8) return OIIO::TypeDesc::UINT8;
+  if (picture.info.storage == Storage::UInt16) return OIIO::TypeDesc::UINT16;
+  if (picture.info.storage == Storage::Half) return OIIO::TypeDesc::HALF;
+  return OIIO::TypeDesc::FLOAT;
+}
+
+bool storesPremultiplied(const std::string_view format, const PictureInfo& info) {
+  if (format == "tiff") return info.storedPremultiplied;
+  return format == "openexr" || format == "sgi" || format == "rla" || format == "iff";
+}
+
+/// Colour under alpha 0 is light that adds nothing to what lies below, if it came from a file of
+/// premultiplied colours; then it is kept. Elsewhere it is hidden and must not come to light.
+void premultiply(Picture& picture) {
+  const bool keepUnderZero = picture.info.storedPremultiplied;
+  for (int y = 0; y < picture.height(); ++y) {
+    const std::span<float> row = picture.row32(y);
+    for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
+      const float alpha = row[i];
+      if (alpha == 1.0f || (alpha == 0.0f && keepUnderZero)) continue;
+      for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] *= alpha;
+    }
+  }
+}
+
+/// Writes whole rows of type To, each channel converted by convert.
+template <typename To, typename Row, typename Convert>
+bool writeRows(OIIO::ImageOutput& output, OIIO::TypeDesc type, Row row, Convert convert) {
+  const OIIO::ImageSpec& spec = output.spec();
+  const auto channels = static_cast<std::size_t>(spec.nchannels);
+  const auto width = static_cast<std::size_t>(spec.width);
+  std::vector<To> pixels(channels * width * static_cast<std::size_t>(spec.height));
+  To* target = pixels.data();
+  for (int y = 0; y < spec.height; ++y) {
+    const auto source = row(y);
+    for (std::size_t x = 0; x < width; ++x) {
+      for (std::size_t c = 0; c < channels; ++c) {
+        *target++ = convert(source[x * Picture::kChannels + kFileOrder[c]]);
+      }
+    }
+  }
+  return output.write_image(type, pixels.data());
+}
+
+/// Hands the pixels over in the file's own type, so that the library has nothing to round.
+bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied) {
+  const auto type = static_cast<OIIO::TypeDesc::BASETYPE>(output.spec().format.basetype);
+  if (picture.depth() == 8 && type == OIIO::TypeDesc::UINT8 && !premultiplied) {
+    return writeRows<std::uint8_t>(
+        output, OIIO::TypeDesc::UINT8, [&](int y) { return picture.row8(y); },
+        [](std::uint8_t value) { return value; });
+  }
+  picture = toDepth(std::move(picture), 32);
+  if (premultiplied) premultiply(picture);
+  const auto row = [&](int y) { return picture.row32(y); };
+  if (type == OIIO::TypeDesc::UINT8) {
+    return writeRows<std::uint8_t>(output, OIIO::TypeDesc::UINT8, row, [](float value) {
+      return static_cast<std::uint8_t>(quantize(value, 255));
+    });
+  }
+  if (type == OIIO::TypeDesc::UINT16) {
+    return writeRows<std::uint16_t>(output, OIIO::TypeDesc::UINT16, row, [](float value) {
+      return static_cast<std::uint16_t>(quantize(value, 65535));
+    });
+  }
+  return writeRows<float>(output, OIIO::TypeDesc::FLOAT, row, [](float value) { return value; });
+}
+
+void writeWhole(OIIO::ImageOutput& output, const Picture& picture, const fs::path& file,
+                const fs::path& temporary) {
+  const std::string format = output.format_name();
+  const bool withAlpha = picture.info.hasAlpha && output.supports("alpha") != 0;
+  const bool premultiplied = withAlpha && storesPremultiplied(format, picture.info);
+
+  const OIIO::TypeDesc type = wantedType(picture);
+  OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, type);
+  if (picture.info.metadata) {
+    const bool sameStorage = (picture.depth() == 8) == (picture.info.storage == Storage::UInt8);
+    applyMetadata(*picture.info.metadata, format, sameStorage, spec);
+  }
+  if (output.supports("displaywindow") == 0) spec.x = spec.y = spec.full_x = spec.full_y = 0;
+  spec.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
+  if (withAlpha && !premultiplied) spec.attribute("oiio:UnassociatedAlpha", 1);
+  if (format == "jpeg") {
+    spec.attribute("CompressionQuality", 95);
+    spec.attribute("jpeg:subsampling", "4:4:4");
+  }
+
+  if (!output.open(temporary.string(), spec) || !writePixels(output, picture, premultiplied) ||
+      !output.close()) {
+    throw MediaError(cannotWrite(file) + firstLine(output.geterror(), temporary.string()) +
+                     " (check the free space, or try another format)");
+  }
+}
+
+}  // namespace
+
+std::string cannotWrite(const fs::path& file) { return "cannot write '" + file.string() + "': "; }
+
+void checkWritable(const fs::path& file, bool overwrite) {
+  createWriter(file);
+  std::error_code error;
+  const fs::file_type type = fs::status(file, error).type();
+  if (type == fs::file_type::directory) {
+    throw MediaError(cannotWrite(file) + "it is a folder (name a file in it)");
+  }
+  if (type == fs::file_type::regular) {
+    if (overwrite) return;
+    throw MediaError(cannotWrite(file) + "it exists (add --overwrite to replace it)");
+  }
+  if (type != fs::file_type::not_found) {
+    throw MediaError(cannotWrite(file) +
+                     "something other than a file has this name (choose another name)");
+  }
+  const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
+  if (!fs::is_directory(folder, error)) {
+    throw MediaError(cannotWrite(file) + "there is no folder '" + folder.string() +
+                     "' (make it first)");
+  }
+}
+
+void writePicture(const Picture& picture, const fs::path& file, bool overwrite) {
+  checkWritable(file, overwrite);
+  TemporaryFile temporary(file);
+  try {
+    writeWhole(*createWriter(file), picture, file, temporary.path());
+  } catch (const std::bad_alloc&) {
+    throw MediaError(cannotWrite(file) + "the memory does not suffice (use a smaller picture)");
+  }
+  temporary.publish(overwrite);
+}
+
+}  // namespace lomix::media
