@@ -1,0 +1,26 @@
+#pragma once
+
+#include <iosfwd>
+
+namespace lomix::cli {
+
+/// Where a command writes: results to out, notes and errors to err.
+struct Streams {
+  std::ostream& out;
+  std::ostream& err;
+};
+
+/// One word of the command line. A command declares its options to the parser when it is made, and
+/// runs after the parser has filled them in.
+class Command {
+ public:
+  Command() = default;
+  virtual ~Command() = default;
+  Command(const Command&) = delete;
+  Command& operator=(const Command&) = delete;
+
+  /// Throws UsageError, CommandError, media::MediaError or host::HostError.
+  virtual void run(const Streams& streams) = 0;
+};
+
+}  // namespace lomix::cli

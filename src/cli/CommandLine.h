@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/Command.h"
+
+namespace lomix::cli {
+
+/// Exit codes of the command.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+/// Runs one command line, given without the program's name, and returns the exit code. Errors are
+/// printed as one line, "error: subject: cause (way out)"; nothing is thrown.
+int runCommandLine(const std::vector<std::string>& arguments, const Streams& streams);
+
+}  // namespace lomix::cli

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/Command.h"
+
+namespace lomix::cli {
+
+/// "lomix render": one picture through the effect.
+class RenderCommand : public Command {
+ public:
+  explicit RenderCommand(CLI::App& app);
+  void run(const Streams& streams) override;
+
+ private:
+  std::string input_;
+  std::string output_;
+  std::vector<std::string> settings_;
+  std::string time_ = "0/1";
+  std::string depth_;
+  std::string downsample_ = "1";
+  std::string host_ = "ae";
+  std::string engine_ = "plugin";
+  std::string plugin_;
+  bool overwrite_ = false;
+  bool quiet_ = false;
+};
+
+}  // namespace lomix::cli

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace lomix::cli {
+
+/// A host's packed version word, taken apart.
+struct VersionWord {
+  std::uint32_t version;
+  std::uint32_t subversion;
+  std::uint32_t bugfix;
+  std::uint32_t stage;  ///< 0 development, 1 alpha, 2 beta, 3 release.
+  std::uint32_t build;
+  bool operator==(const VersionWord&) const = default;
+
+  constexpr std::string_view stageName() const {
+    constexpr std::string_view kNames[] = {"development", "alpha", "beta", "release"};
+    return kNames[stage & 3U];
+  }
+};
+
+/// The counterpart of PF_VERSION.
+constexpr VersionWord decodeVersion(std::uint32_t word) {
+  return {(word >> 19) & 7U, (word >> 15) & 15U, (word >> 11) & 15U, (word >> 9) & 3U, word & 511U};
+}
+
+}  // namespace lomix::cli
