@@ -47,14 +47,16 @@ void applyMetadata(const Metadata& metadata, const std::string& format, bool sam
   spec.y = spec.full_y = metadata.originY;
 }
 
-std::string firstLine(const std::string& message, const std::string& fileName) {
+std::string firstLine(const std::string& message, const std::string& name,
+                      const std::string& shownAs) {
   std::string_view rest = message;
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
     std::string line(rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
-    for (std::size_t at; (at = line.find(fileName)) != std::string::npos;) {
-      line.replace(at, fileName.size(), "the file");
+    if (const std::size_t at = name.empty() ? std::string::npos : line.find(name);
+        at != std::string::npos) {
+      line.replace(at, name.size(), shownAs);
     }
     std::ranges::replace_if(
         line, [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');

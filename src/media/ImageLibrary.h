@@ -24,8 +24,9 @@ Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec)
 void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec);
 
-/// The first telling line of a message of the library, without trailing points and with every name
-/// of a temporary file taken out.
-std::string firstLine(const std::string& message, const std::string& fileName);
+/// The first line of a message of the library that says something, one file name in it
+/// replaced by another.
+std::string firstLine(const std::string& message, const std::string& name = {},
+                      const std::string& shownAs = {});
 
 }  // namespace lomix::media

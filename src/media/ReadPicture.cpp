@@ -7,6 +7,7 @@
 #include "media/ImageLibrary.h"
 #include "media/MediaError.h"
 #include "media/PictureFile.h"
+#include "media/QuietStandardError.h"
 
 namespace lomix::media {
 namespace {
@@ -69,7 +70,7 @@ Storage storageOf(OIIO::TypeDesc type) {
 bool arrivesPremultiplied(const std::string& format, const OIIO::ImageSpec& spec) {
   if (spec.get_int_attribute("oiio:UnassociatedAlpha") != 0) return false;
   // These hold whatever their writer had, which by convention is straight.
-  return format != "bmp" && format != "ico" && format != "dpx";
+  return format != "bmp" && format != "ico" && format != "dpx" && format != "jpeg2000";
 }
 
 void unpremultiply(Picture& picture) {
@@ -159,7 +160,10 @@ class Reader {
     const auto stride = static_cast<std::size_t>(last - first + 1);
     const auto width = static_cast<std::size_t>(spec_.width);
     std::vector<From> pixels(stride * width * static_cast<std::size_t>(spec_.height));
-    if (!input_->read_image(0, 0, first, last + 1, type, pixels.data())) fail(input_->geterror());
+    const bool complete = input_->read_image(0, 0, first, last + 1, type, pixels.data());
+    const std::string message = input_->geterror();
+    // The JPEG reader makes up what is missing at the end and only mentions it.
+    if (!complete || message.find("Premature end") != std::string::npos) fail(message);
 
     const int offsetX = spec_.x - spec_.full_x;
     const int offsetY = spec_.y - spec_.full_y;
@@ -185,7 +189,7 @@ class Reader {
   }
 
   [[noreturn]] void fail(const std::string& reason) const {
-    throw MediaError(cannotRead(file_) + firstLine(reason, file_.string()) +
+    throw MediaError(cannotRead(file_) + firstLine(reason) +
                      " (check that it is a whole picture of a known format)");
   }
 
@@ -219,6 +223,7 @@ Picture readPicture(const fs::path& file) {
   if (fs::file_size(file, error) == 0) {
     throw MediaError(cannotRead(file) + "it is empty (check how it was made)");
   }
+  const QuietStandardError quiet;
   try {
     return Reader(file).read();
   } catch (const std::bad_alloc&) {

@@ -3,10 +3,13 @@
 #include <new>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "media/ImageLibrary.h"
 #include "media/MediaError.h"
 #include "media/PictureFile.h"
+#include "media/QuietStandardError.h"
 #include "media/TemporaryFile.h"
 
 namespace lomix::media {
@@ -30,11 +33,18 @@ std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
   return output;
 }
 
-OIIO::TypeDesc wantedType(const Picture& picture) {
-  if (picture.depth() == 8) return OIIO::TypeDesc::UINT8;
-  if (picture.info.storage == Storage::UInt16) return OIIO::TypeDesc::UINT16;
-  if (picture.info.storage == Storage::Half) return OIIO::TypeDesc::HALF;
-  return OIIO::TypeDesc::FLOAT;
+/// What the channels should be stored as, the best first.
+std::vector<OIIO::TypeDesc> wantedTypes(const Picture& picture) {
+  using OIIO::TypeDesc;
+  if (picture.depth() == 8) return {TypeDesc::UINT8};
+  switch (picture.info.storage) {
+    case Storage::UInt16:
+      return {TypeDesc::UINT16, TypeDesc::FLOAT};
+    case Storage::Half:
+      return {TypeDesc::HALF, TypeDesc::FLOAT, TypeDesc::UINT16};
+    default:
+      return {TypeDesc::FLOAT, TypeDesc::UINT16};
+  }
 }
 
 bool storesPremultiplied(const std::string_view format, const PictureInfo& info) {
@@ -99,31 +109,53 @@ bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied)
   return writeRows<float>(output, OIIO::TypeDesc::FLOAT, row, [](float value) { return value; });
 }
 
-void writeWhole(OIIO::ImageOutput& output, const Picture& picture, const fs::path& file,
-                const fs::path& temporary) {
-  const std::string format = output.format_name();
-  const bool withAlpha = picture.info.hasAlpha && output.supports("alpha") != 0;
-  const bool premultiplied = withAlpha && storesPremultiplied(format, picture.info);
-
-  const OIIO::TypeDesc type = wantedType(picture);
-  OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, type);
+/// The description of a picture's file, apart from the type of its channels.
+OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool withAlpha,
+                         bool premultiplied) {
+  OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, OIIO::TypeDesc::UINT8);
   if (picture.info.metadata) {
     const bool sameStorage = (picture.depth() == 8) == (picture.info.storage == Storage::UInt8);
     applyMetadata(*picture.info.metadata, format, sameStorage, spec);
   }
-  if (output.supports("displaywindow") == 0) spec.x = spec.y = spec.full_x = spec.full_y = 0;
-  spec.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
+  if (picture.info.pixelAspect != 1.0) {
+    spec.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
+  }
   if (withAlpha && !premultiplied) spec.attribute("oiio:UnassociatedAlpha", 1);
   if (format == "jpeg") {
     spec.attribute("CompressionQuality", 95);
     spec.attribute("jpeg:subsampling", "4:4:4");
   }
+  return spec;
+}
 
-  if (!output.open(temporary.string(), spec) || !writePixels(output, picture, premultiplied) ||
-      !output.close()) {
-    throw MediaError(cannotWrite(file) + firstLine(output.geterror(), temporary.string()) +
+void writeWhole(const Picture& picture, const fs::path& file, const fs::path& temporary) {
+  std::unique_ptr<OIIO::ImageOutput> output = createWriter(file);
+  const std::string format = output->format_name();
+  const bool withAlpha = picture.info.hasAlpha && output->supports("alpha") != 0;
+  const bool premultiplied = withAlpha && storesPremultiplied(format, picture.info);
+  OIIO::ImageSpec spec = describe(picture, format, withAlpha, premultiplied);
+  if (output->supports("displaywindow") == 0) spec.x = spec.y = spec.full_x = spec.full_y = 0;
+
+  const auto require = [&](bool success) {
+    if (success) return;
+    throw MediaError(cannotWrite(file) +
+                     firstLine(output->geterror(), temporary.string(), file.string()) +
                      " (check the free space, or try another format)");
+  };
+  // A writer that lacks the wanted type takes one of its own choice, not always the nearest.
+  const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    if (i > 0) {
+      // Opened twice, one writer would leave its first header in the file.
+      output->close();
+      output = createWriter(file);
+    }
+    spec.set_format(types[i]);
+    require(output->open(temporary.string(), spec));
+    if (output->spec().format == types[i]) break;
   }
+  require(writePixels(*output, picture, premultiplied));
+  require(output->close());
 }
 
 }  // namespace
@@ -155,8 +187,9 @@ void checkWritable(const fs::path& file, bool overwrite) {
 void writePicture(const Picture& picture, const fs::path& file, bool overwrite) {
   checkWritable(file, overwrite);
   TemporaryFile temporary(file);
+  const QuietStandardError quiet;
   try {
-    writeWhole(*createWriter(file), picture, file, temporary.path());
+    writeWhole(picture, file, temporary.path());
   } catch (const std::bad_alloc&) {
     throw MediaError(cannotWrite(file) + "the memory does not suffice (use a smaller picture)");
   }
