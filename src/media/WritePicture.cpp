@@ -20,15 +20,20 @@ namespace fs = std::filesystem;
 /// Alpha first in memory, last in files: file channel i is memory channel kFileOrder[i].
 constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
 
+const std::string kExtensions = ".png, .jpg, .tif or .exr";
+
 std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
-  std::unique_ptr<OIIO::ImageOutput> output;
-  if (file.has_extension()) output = OIIO::ImageOutput::create(file.string());
-  const std::string message = OIIO::geterror();  // Read, or the library prints it later.
+  if (!file.has_extension()) {
+    throw MediaError(cannotWrite(file) + "it has no extension that tells the format (use " +
+                     kExtensions + ")");
+  }
+  std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file.string());
+  OIIO::geterror();  // What is not fetched, the library prints when the program ends.
   const std::string_view format = output ? output->format_name() : "";
   // Two of the library's writers make no file: one discards, one prints on the terminal.
   if (!output || format == "null" || format == "term") {
     throw MediaError(cannotWrite(file) + "'" + file.extension().string() +
-                     "' names no picture format (use .png, .jpg, .tif or .exr)");
+                     "' names no picture format that can be written (use " + kExtensions + ")");
   }
   return output;
 }

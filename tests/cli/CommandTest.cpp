@@ -1,0 +1,274 @@
+// The built command as a user meets it: exit codes, what it prints, and what it leaves on the disk.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <thread>
+#include <vector>
+
+#include "cli/ScratchFolder.h"
+#include "media/PictureFile.h"
+#include "media/TestCard.h"
+
+namespace lomix {
+namespace {
+
+using media::Picture;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Lomix : public ScratchFolder {
+ protected:
+  struct Result {
+    int exitCode;
+    std::string out;
+    std::string err;
+  };
+
+  Lomix() : outputs_(folder_.string() + "-out") {
+    std::filesystem::create_directory(outputs_);
+    media::writePicture(media::drawTestCard(96, 54), path("card.png"), false);
+  }
+  ~Lomix() override { std::filesystem::remove_all(outputs_); }
+
+  /// Starts the command in the scratch folder.
+  pid_t start(std::vector<std::string> arguments, const std::string& out = "") {
+    arguments.insert(arguments.begin(), LOMIX_COMMAND);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
+    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
+    const std::string errFile = (outputs_ / "err").string();
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outFile.c_str(), flags, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errFile.c_str(), flags, 0600);
+    pid_t process = 0;
+    EXPECT_EQ(posix_spawn(&process, LOMIX_COMMAND, &actions, nullptr, pointers.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return process;
+  }
+  Result finish(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    // 1000 and more: ended by a signal that it should have handled.
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    return {code, read(outputs_ / "out"), read(outputs_ / "err")};
+  }
+  Result run(std::vector<std::string> arguments) { return finish(start(std::move(arguments))); }
+
+  void expectDone(std::vector<std::string> arguments) {
+    const Result result = run(std::move(arguments));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.err, IsEmpty());
+  }
+
+  /// All pixels of an 8-bit picture.
+  std::vector<std::uint8_t> pixels(const std::string& name) {
+    const Picture picture = media::readPicture(path(name));
+    EXPECT_EQ(picture.depth(), 8) << name;
+    std::vector<std::uint8_t> all;
+    for (int y = 0; y < picture.height(); ++y) {
+      all.insert(all.end(), picture.row8(y).begin(), picture.row8(y).end());
+    }
+    return all;
+  }
+
+  std::filesystem::path outputs_;
+};
+
+TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
+  const std::string card = read(path("card.png"));
+  write(path("cut.png"), card.substr(0, card.size() / 2));
+  write(path("empty.exr"), "");
+  write(path("text.so"), "no module");
+  write(path("taken.png"), "precious");
+  std::filesystem::create_directory(path("folder"));
+  struct Case {
+    std::vector<std::string> arguments;
+    int exitCode;
+    const char* cause;
+  };
+  const std::vector<std::string> good{"render", "card.png", "out.png"};
+  const auto with = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), good.begin(), good.end());
+    return more;
+  };
+  const std::vector<Case> cases{
+      {{}, 2, "no command"},
+      {{"sparkle"}, 2, "sparkle"},
+      {{"render"}, 2, "INPUT"},
+      {{"render", "card.png"}, 2, "OUTPUT"},
+      {with({"more.png"}), 2, "more.png"},
+      {with({"--frobnicate"}), 2, "--frobnicate"},
+      {with({"--set"}), 2, "--set"},
+      {with({"--set", "Noise"}), 2, "NAME=VALUE"},
+      {with({"--set", "Nose=3"}), 2, "'Noise'"},
+      {with({"--set", "Noise=100.1"}), 2, "0 % to 100 %"},
+      {with({"--set", "Scanline Thickness=0"}), 2, "1 to 10000"},
+      {with({"--set", "Distortion Mode=Fold"}), 2, "Tile or Stretch"},
+      {with({"--time", "soon"}), 2, "soon"},
+      {with({"--depth", "16"}), 2, "8 or 32"},
+      {with({"--depth", "8", "--depth", "32"}), 2, "--depth"},
+      {with({"--depth", "32", "--host", "premiere"}), 2, "premiere"},
+      {with({"--host", "vlc"}), 2, "ae or premiere"},
+      {with({"--engine", "steam"}), 2, "steam"},
+      {with({"--downsample", "0"}), 2, "--downsample"},
+      {with({"--plugin", "missing.so"}), 1, "missing.so"},
+      {with({"--plugin", "text.so"}), 1, "text.so"},
+      {with({"--plugin", "folder"}), 1, "folder"},
+      {{"render", "missing.png", "out.png"}, 1, "no such file"},
+      {{"render", "folder", "out.png"}, 1, "folder"},
+      {{"render", "cut.png", "out.png"}, 1, "cut.png"},
+      {{"render", "empty.exr", "out.png"}, 1, "empty"},
+      {{"render", "card.png", "out.xyz"}, 1, ".xyz"},
+      {{"render", "card.png", "out"}, 1, "extension"},
+      {{"render", "card.png", "taken.png"}, 1, "--overwrite"},
+      {{"render", "card.png", "nowhere/out.png"}, 1, "nowhere"},
+      {{"render", "card.png", "/proc/self/out.png"}, 1, "/proc/self/out.png"},
+      {{"testcard"}, 2, "OUTPUT"},
+      {{"testcard", "out.png", "--size", "12"}, 2, "1280x720"},
+      {{"testcard", "out.png", "--size", "0x9"}, 2, "0x9"},
+      {{"testcard", "out.png", "--size", "16385x9"}, 2, "16384"},
+      {{"testcard", "taken.png"}, 1, "--overwrite"},
+      {{"params", "extra"}, 2, "extra"},
+      {{"inspect"}, 2, "MODULE"},
+      {{"inspect", "text.so", "--json"}, 1, "text.so"},
+  };
+  const auto before = names();
+  for (const Case& c : cases) {
+    const Result result = run(c.arguments);
+    const std::string line = testing::PrintToString(c.arguments);
+    EXPECT_EQ(result.exitCode, c.exitCode) << line << result.err;
+    EXPECT_THAT(result.err, StartsWith("error: ")) << line;
+    EXPECT_THAT(result.err, EndsWith(")\n")) << line;
+    EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << line << result.err;
+    EXPECT_THAT(result.err, HasSubstr(c.cause)) << line;
+    EXPECT_THAT(result.out, IsEmpty()) << line;
+    EXPECT_EQ(names(), before) << line;
+  }
+  EXPECT_EQ(read(path("taken.png")), "precious");
+}
+
+TEST_F(Lomix, BlendedWhollyWithTheOriginalThePictureIsUntouched) {
+  expectDone({"render", "card.png", "out.png", "--set", "Noise=80", "--set", "Scan Distortion=50",
+              "--set", "blend-w-original=100"});
+  EXPECT_EQ(pixels("out.png"), pixels("card.png"));
+}
+
+TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
+  const std::vector<std::string> look{"--set", "Signal Distortion=40", "--set", "Vertical Sync=30"};
+  const auto render = [&](const std::string& out, std::vector<std::string> more) {
+    more.insert(more.begin(), look.begin(), look.end());
+    more.insert(more.begin(), {"render", "card.png", out});
+    expectDone(more);
+    return pixels(out);
+  };
+  const auto decimal = render("a.png", {"--time", "1.5"});
+  EXPECT_EQ(render("b.png", {"--time", "45/30"}), decimal);
+  EXPECT_EQ(render("c.png", {"--set", "Time Control=Manual", "--set", "Time=1.5"}), decimal);
+  EXPECT_EQ(render("d.png", {"--time", "1.5", "--host", "premiere"}), decimal);
+  EXPECT_NE(render("e.png", {}), decimal);
+}
+
+TEST_F(Lomix, ATimeThatHasNoEffectIsNoted) {
+  const Result result = run({"render", "card.png", "out.png", "--set", "time=2"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, StartsWith("note: Time"));
+  EXPECT_EQ(std::ranges::count(result.err, '\n'), 1);
+  const Result quiet = run({"render", "card.png", "out2.png", "--set", "time=2", "--quiet"});
+  EXPECT_EQ(quiet.exitCode, 0);
+  EXPECT_THAT(quiet.err + quiet.out, IsEmpty());
+}
+
+TEST_F(Lomix, DepthFollowsTheInputUnlessTold) {
+  expectDone({"render", "card.png", "deep.png", "--depth", "32"});
+  expectDone({"render", "deep.png", "same.png"});
+  expectDone({"render", "deep.png", "premiere.png", "--host", "premiere"});
+  expectDone({"render", "deep.png", "told.png", "--depth", "8"});
+  using media::Storage;
+  EXPECT_EQ(media::readPicture(path("deep.png")).info.storage, Storage::UInt16);
+  EXPECT_EQ(media::readPicture(path("same.png")).info.storage, Storage::UInt16);
+  EXPECT_EQ(media::readPicture(path("premiere.png")).info.storage, Storage::UInt8);
+  EXPECT_EQ(media::readPicture(path("told.png")).info.storage, Storage::UInt8);
+}
+
+TEST_F(Lomix, ReducedResolutionGivesTheSmallerPicture) {
+  expectDone({"render", "card.png", "out.png", "--downsample", "5,4"});
+  const Picture picture = media::readPicture(path("out.png"));
+  EXPECT_EQ(picture.width(), 20);
+  EXPECT_EQ(picture.height(), 14);
+}
+
+TEST_F(Lomix, APictureMayReplaceItself) {
+  const auto before = pixels("card.png");
+  expectDone({"render", "card.png", "card.png", "--overwrite", "--set", "Noise=100"});
+  EXPECT_EQ(names(), std::set<std::string>{"card.png"});
+  EXPECT_EQ(pixels("card.png").size(), before.size());
+  EXPECT_NE(pixels("card.png"), before);
+}
+
+TEST_F(Lomix, ParametersComeFromTheModule) {
+  const auto report = nlohmann::json::parse(run({"params", "--json"}).out);
+  ASSERT_EQ(report["parameters"].size(), 13u);
+  const auto& last = report["parameters"][12];
+  EXPECT_EQ(last["name"], "Blend w/Original");
+  EXPECT_EQ(last["id"], 10);
+  EXPECT_EQ(last["maximum"], 100.0);
+  EXPECT_EQ(report["parameters"][2]["choices"], nlohmann::json({"Tile", "Stretch"}));
+  EXPECT_THAT(run({"params"}).out, HasSubstr("Scanline Speed"));
+}
+
+TEST_F(Lomix, AModuleTellsAboutItself) {
+  const auto report = nlohmann::json::parse(run({"inspect", LOMIX_MODULE, "--json"}).out);
+  EXPECT_EQ(report["version"]["word"], 0x100601);
+  EXPECT_EQ(report["outFlags"]["names"], nlohmann::json({"KEEP_RESOURCE_OPEN", "NON_PARAM_VARY"}));
+  EXPECT_THAT(report["about"].get<std::string>(), StartsWith("Lomix, v2.0.0\r"));
+  EXPECT_THAT(run({"inspect", LOMIX_MODULE}).out, HasSubstr("2.0.0 release, build 1"));
+}
+
+TEST_F(Lomix, HelpAndVersionAreNoErrors) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                    {"render", "--help"},
+                                                    {"params", "-h"},
+                                                    {"inspect", "--help"},
+                                                    {"testcard", "--help"}}) {
+    const Result result = run(arguments);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.out, HasSubstr("Examples:\n  lomix ")) << arguments[0];
+    EXPECT_THAT(result.err, IsEmpty());
+  }
+  EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("lomix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(Lomix, AFullStandardOutputIsAnError) {
+  const Result result = finish(start({"params"}, "/dev/full"));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, StartsWith("error: standard output"));
+}
+
+TEST_F(Lomix, AnInterruptLeavesNothingBehind) {
+  const auto before = names();
+  const pid_t process = start({"testcard", "large.png", "--size", "8000x8000"});
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+  while (names() == before && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  ASSERT_FALSE(names().contains("large.png"));
+  kill(process, SIGINT);
+  EXPECT_EQ(finish(process).exitCode, 130);
+  EXPECT_EQ(names(), before);
+}
+
+}  // namespace
+}  // namespace lomix

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+
+namespace lomix {
+
+/// A test with an empty folder of its own, gone with it.
+class ScratchFolder : public testing::Test {
+ protected:
+  ScratchFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "lomix-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch folder");
+    folder_ = name;
+  }
+  ~ScratchFolder() override { std::filesystem::remove_all(folder_); }
+
+  std::filesystem::path path(const std::string& name) const { return folder_ / name; }
+
+  std::set<std::string> names() const {
+    std::set<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+      found.insert(entry.path().filename().string());
+    }
+    return found;
+  }
+
+  static std::string read(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+  static void write(const std::filesystem::path& file, const std::string& bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+  }
+
+  std::filesystem::path folder_;
+};
+
+}  // namespace lomix
