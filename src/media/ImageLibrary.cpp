@@ -11,10 +11,11 @@ namespace {
 // The library's names. What describes the file rather than the picture (tile sizes, strips, counts
 // of bits, software) stays behind: the output has its own.
 constexpr std::array kInherited{
-    "ICCProfile",       "oiio:ColorSpace", "oiio:Gamma",     "chromaticities", "whiteLuminance",
-    "XResolution",      "YResolution",     "ResolutionUnit", "Orientation",    "smpte:TimeCode",
-    "smpte:KeyCode",    "FramesPerSecond", "DateTime",       "Copyright",      "Artist",
-    "ImageDescription", "DocumentName",    "Make",           "Model",
+    "ICCProfile",     "oiio:ColorSpace", "oiio:Gamma",       "chromaticities",
+    "whiteLuminance", "XResolution",     "YResolution",      "ResolutionUnit",
+    "smpte:TimeCode", "smpte:KeyCode",   "FramesPerSecond",  "DateTime",
+    "Copyright",      "Artist",          "ImageDescription", "DocumentName",
+    "Make",           "Model",
 };
 
 constexpr const char* kCompression = "compression";

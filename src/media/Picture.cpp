@@ -15,6 +15,11 @@ Picture::Picture(int width, int height, int depth) : width_(width), height_(heig
     throw MediaError("picture: a size of " + std::to_string(width) + "x" + std::to_string(height) +
                      " is not possible (each side is from 1 to " + std::to_string(kMaxSide) + ")");
   }
+  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  if (pixels > kMaxPixels) {
+    throw MediaError("picture: " + std::to_string(width) + "x" + std::to_string(height) +
+                     " is too large (use at most " + std::to_string(kMaxPixels) + " pixels)");
+  }
   if (depth != 8 && depth != 32) {
     throw MediaError("picture: a depth of " + std::to_string(depth) +
                      " bits is not possible (use 8 or 32)");
@@ -88,6 +93,38 @@ Picture reduced(const Picture& picture, int factorX, int factorY) {
     }
   }
   return small;
+}
+
+Picture upright(Picture picture, int orientation) {
+  if (orientation < 2 || orientation > 8) return picture;
+  const bool onItsSide = orientation >= 5;
+  const bool flipX = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+  const bool flipY = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+  const int width = picture.width();
+  const int height = picture.height();
+  Picture turned(onItsSide ? height : width, onItsSide ? width : height, picture.depth());
+  turned.info = picture.info;
+  if (onItsSide) turned.info.pixelAspect = 1.0 / picture.info.pixelAspect;
+
+  for (int y = 0; y < turned.height(); ++y) {
+    for (int x = 0; x < turned.width(); ++x) {
+      int fromX = onItsSide ? y : x;
+      int fromY = onItsSide ? x : y;
+      if (flipX) fromX = width - 1 - fromX;
+      if (flipY) fromY = height - 1 - fromY;
+      const auto copyPixel = [&](auto from, auto to) {
+        std::ranges::copy(
+            from.subspan(static_cast<std::size_t>(fromX) * Picture::kChannels, Picture::kChannels),
+            to.begin() + std::ptrdiff_t{x} * Picture::kChannels);
+      };
+      if (picture.depth() == 8) {
+        copyPixel(picture.row8(fromY), turned.row8(y));
+      } else {
+        copyPixel(picture.row32(fromY), turned.row32(y));
+      }
+    }
+  }
+  return turned;
 }
 
 }  // namespace lomix::media

@@ -30,10 +30,13 @@ class Picture {
   static constexpr int kChannels = 4;
   /// The longest side a picture may have.
   static constexpr int kMaxSide = 65535;
+  /// The most pixels a picture may have: a damaged header must not ask for all the memory.
+  static constexpr std::size_t kMaxPixels = std::size_t{1} << 28;
 
   Picture() = default;
-  /// A transparent black picture. width, height: 1 to kMaxSide; depth: 8 or 32 bits per channel.
-  /// Throws MediaError for any other, std::bad_alloc when memory runs out.
+  /// A transparent black picture. width, height: 1 to kMaxSide, together kMaxPixels at most; depth:
+  /// 8 or 32 bits per channel. Throws MediaError for any other, std::bad_alloc when memory runs
+  /// out.
   Picture(int width, int height, int depth);
 
   int width() const { return width_; }
@@ -71,5 +74,9 @@ Picture toDepth(Picture picture, int depth);
 /// The picture at 1/factorX by 1/factorY of its size, sizes rounded up: each pixel is the average
 /// of its block weighted by alpha. Factors from 1. The pixel aspect follows unequal factors.
 Picture reduced(const Picture& picture, int factorX, int factorY);
+
+/// The picture as it is to be looked at, by the orientation number that cameras store: 1 upright
+/// as it is, 2 to 8 mirrored or turned. Any other number leaves it as it is.
+Picture upright(Picture picture, int orientation);
 
 }  // namespace lomix::media

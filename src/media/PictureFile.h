@@ -10,7 +10,9 @@ namespace lomix::media {
 
 /// Reads the first picture of a file. 8-bit channels give a picture of depth 8, all others and
 /// premultiplied colours one of depth 32; grey is spread over red, green and blue. Where the file
-/// names a frame larger than its pixels (OpenEXR), the picture is that frame and its rest is empty.
+/// names a frame other than its pixels (OpenEXR), the picture is that frame and its rest is empty.
+/// Where it says how it is to be turned (cameras), it is turned: the effect's rows are those that
+/// the eye sees.
 /// Throws MediaError when the file is missing, damaged or holds no picture of colours.
 Picture readPicture(const std::filesystem::path& file);
 

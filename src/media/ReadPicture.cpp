@@ -143,7 +143,7 @@ class Reader {
           [](float value) { return value; });
     }
     if (premultiplied_) unpremultiply(picture);
-    return picture;
+    return upright(std::move(picture), spec_.get_int_attribute("Orientation", 1));
   }
 
  private:

@@ -74,6 +74,11 @@ TemporaryFile::~TemporaryFile() {
 void TemporaryFile::publish(bool overwrite) {
   std::error_code error;
   if (overwrite) {
+    // The new file is open to those that the old one was open to.
+    const std::filesystem::file_status old = std::filesystem::status(target_, error);
+    if (std::filesystem::exists(old)) {
+      std::filesystem::permissions(path_, old.permissions(), error);
+    }
     std::filesystem::rename(path_, target_, error);
   } else {
     // A link, unlike a rename, fails when the name is taken, and does so in one step.

@@ -178,6 +178,9 @@ void checkWritable(const fs::path& file, bool overwrite) {
     if (overwrite) return;
     throw MediaError(cannotWrite(file) + "it exists (add --overwrite to replace it)");
   }
+  if (type == fs::file_type::none) {
+    throw MediaError(cannotWrite(file) + error.message() + " (choose another name or folder)");
+  }
   if (type != fs::file_type::not_found) {
     throw MediaError(cannotWrite(file) +
                      "something other than a file has this name (choose another name)");

@@ -253,6 +253,18 @@ TEST_F(PictureFile, WhatTheFileSaysOfThePictureIsCarriedOver) {
   EXPECT_EQ(spec_["smpte:TimeCode"].get(), "01:02:03:04");
 }
 
+TEST_F(PictureFile, ATurnedCameraPictureIsSetUpright) {
+  ImageSpec spec(2, 1, 3, TypeDesc::UINT8);
+  spec.attribute("Orientation", 6);
+  make<std::uint8_t>("in.tif", spec, TypeDesc::UINT8, {1, 2, 3, 4, 5, 6});
+  const Picture picture = readPicture(path("in.tif"));
+  ASSERT_EQ(picture.height(), 2);
+  EXPECT_THAT(toVector(picture.row8(1)), ElementsAre(255, 4, 5, 6));
+  writePicture(picture, path("out.tif"), false);
+  EXPECT_THAT(stored<std::uint8_t>("out.tif", TypeDesc::UINT8), ElementsAre(1, 2, 3, 4, 5, 6));
+  EXPECT_EQ(spec_.get_int_attribute("Orientation", 1), 1);
+}
+
 void expectOneLine(const std::string& message, const std::string& beginning) {
   EXPECT_THAT(message, testing::StartsWith(beginning));
   EXPECT_THAT(message, testing::EndsWith(")"));
@@ -300,7 +312,7 @@ TEST_F(PictureFile, ARefusedOutputLeavesTheFolderAsItWas) {
   Picture picture(300, 1, 8);
   for (const std::filesystem::path& file :
        {path("existing.png"), path("folder.png"), path("a.unknown"), path("noextension"),
-        path("a.null"), path("missing/a.png"), path("a.ico"),
+        path("a.null"), path("missing/a.png"), path(std::string(300, 'a') + ".png"), path("a.ico"),
         std::filesystem::path("/proc/self/a.png")}) {
     try {
       writePicture(picture, file, false);

@@ -16,6 +16,7 @@ TEST(Picture, ImpossibleSizesAndDepthsAreRefused) {
   EXPECT_THROW(Picture(1, -1, 8), MediaError);
   EXPECT_THROW(Picture(65536, 1, 8), MediaError);
   EXPECT_THROW(Picture(1, 1, 16), MediaError);
+  EXPECT_THROW(Picture(60000, 60000, 8), MediaError);
   EXPECT_EQ(Picture(65535, 1, 8).row8(0).size(), 262140u);
 }
 
@@ -72,6 +73,43 @@ TEST(Picture, UnequalReductionChangesThePixelAspect) {
   EXPECT_EQ(reduced(picture, 2, 4).info.pixelAspect, 0.5);
   EXPECT_EQ(reduced(picture, 4, 4).info.pixelAspect, 1.0);
   EXPECT_EQ(reduced(picture, 2, 4).height(), 2);
+}
+
+TEST(Picture, CameraOrientationsAreSetUpright) {
+  Picture stored(3, 2, 8);
+  for (int i = 0; i < 6; ++i) {
+    stored.row8(i / 3)[static_cast<std::size_t>(i % 3) * 4 + 1] =
+        static_cast<std::uint8_t>('a' + i);
+  }
+  stored.info.pixelAspect = 2.0;
+  struct Case {
+    int orientation;
+    const char* rows;
+  };
+  for (const Case& c : {Case{0, "abc def"},
+                        {1, "abc def"},
+                        {2, "cba fed"},
+                        {3, "fed cba"},
+                        {4, "def abc"},
+                        {5, "ad be cf"},
+                        {6, "da eb fc"},
+                        {7, "fc eb da"},
+                        {8, "cf be ad"},
+                        {9, "abc def"}}) {
+    for (const int depth : {8, 32}) {
+      const Picture picture = upright(toDepth(stored, depth), c.orientation);
+      EXPECT_EQ(picture.info.pixelAspect, picture.width() == 3 ? 2.0 : 0.5);
+      const Picture bytes = toDepth(picture, 8);
+      std::string rows;
+      for (int y = 0; y < bytes.height(); ++y) {
+        if (y > 0) rows += ' ';
+        for (int x = 0; x < bytes.width(); ++x) {
+          rows += static_cast<char>(bytes.row8(y)[static_cast<std::size_t>(x) * 4 + 1]);
+        }
+      }
+      EXPECT_EQ(rows, c.rows) << c.orientation;
+    }
+  }
 }
 
 }  // namespace

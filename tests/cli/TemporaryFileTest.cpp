@@ -41,11 +41,15 @@ TEST_F(TemporaryFileIn, KeepsAFileThatTookTheNameMeanwhile) {
 }
 
 TEST_F(TemporaryFileIn, ReplacesWhenToldTo) {
+  using std::filesystem::perms;
   write(path("a.png"), "old");
+  std::filesystem::permissions(path("a.png"), perms::owner_read | perms::owner_write);
   TemporaryFile file(path("a.png"));
   write(file.path(), "new");
   file.publish(true);
   EXPECT_EQ(read(path("a.png")), "new");
+  EXPECT_EQ(std::filesystem::status(path("a.png")).permissions(),
+            perms::owner_read | perms::owner_write);
   EXPECT_THAT(names(), ElementsAre("a.png"));
 }
 
