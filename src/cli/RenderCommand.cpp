@@ -5,6 +5,7 @@
 #include <numeric>
 #include <optional>
 #include <ostream>
+#include <utility>
 
 #include "cli/Errors.h"
 #include "cli/Numbers.h"
@@ -178,8 +179,8 @@ void RenderCommand::run(const Streams& streams) {
   const int depth =
       wantedDepth.value_or(personality == Personality::Premiere ? 8 : picture.depth());
   // The average is taken at the deeper of the two depths.
-  if (depth == 32) picture = media::toDepth(std::move(picture), 32);
-  picture = media::toDepth(media::reduced(picture, factors.first, factors.second), depth);
+  if (depth == 32) picture = toDepth(std::move(picture), 32);
+  picture = toDepth(reduced(std::move(picture), factors.first, factors.second), depth);
 
   host::World input(picture.width(), picture.height(), depth);
   host::World output(picture.width(), picture.height(), depth);

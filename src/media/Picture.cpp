@@ -56,9 +56,10 @@ Picture toDepth(Picture picture, int depth) {
   return converted;
 }
 
-Picture reduced(const Picture& picture, int factorX, int factorY) {
+Picture reduced(Picture picture, int factorX, int factorY) {
   if (factorX == 1 && factorY == 1) return picture;
-  if (picture.depth() == 8) return toDepth(reduced(toDepth(picture, 32), factorX, factorY), 8);
+  if (picture.depth() == 8)
+    return toDepth(reduced(toDepth(std::move(picture), 32), factorX, factorY), 8);
 
   const auto blocks = [](int length, int factor) {
     return length / factor + (length % factor != 0 ? 1 : 0);

@@ -73,7 +73,7 @@ Picture toDepth(Picture picture, int depth);
 
 /// The picture at 1/factorX by 1/factorY of its size, sizes rounded up: each pixel is the average
 /// of its block weighted by alpha. Factors from 1. The pixel aspect follows unequal factors.
-Picture reduced(const Picture& picture, int factorX, int factorY);
+Picture reduced(Picture picture, int factorX, int factorY);
 
 /// The picture as it is to be looked at, by the orientation number that cameras store: 1 upright
 /// as it is, 2 to 8 mirrored or turned. Any other number leaves it as it is.

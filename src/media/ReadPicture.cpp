@@ -2,6 +2,7 @@
 #include <array>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "media/ImageLibrary.h"
@@ -98,6 +99,10 @@ class Reader {
     if (spec_.deep || spec_.depth > 1) {
       throw MediaError(cannotRead(file_) + "it is deep or a volume (flatten it first)");
     }
+    if (spec_.full_width < 1) spec_.full_width = spec_.width;
+    if (spec_.full_height < 1) spec_.full_height = spec_.height;
+    requirePossibleSize(spec_.width, spec_.height);
+    requirePossibleSize(spec_.full_width, spec_.full_height);
     channels_ = mapChannels(file_, spec_);
     hasAlpha_ = channels_[0] >= 0;
     premultiplied_ = hasAlpha_ && arrivesPremultiplied(input_->format_name(), spec_);
@@ -113,10 +118,23 @@ class Reader {
     const bool allAlike = std::ranges::all_of(
         channels_, [&](int i) { return i < 0 || storageOf(spec_.channelformat(i)) == storage; });
     const int depth = storage == Storage::UInt8 && allAlike && !premultiplied_ ? 8 : 32;
-    if (spec_.full_width < 1) spec_.full_width = spec_.width;
-    if (spec_.full_height < 1) spec_.full_height = spec_.height;
 
-    Picture picture(spec_.full_width, spec_.full_height, depth);
+    Picture picture;
+    if (depth == 8) {
+      picture = copyPixels<std::uint8_t, std::uint8_t>(OIIO::TypeDesc::UINT8, 255,
+                                                       [](std::uint8_t value) { return value; });
+    } else if (allAlike && storage == Storage::UInt8) {
+      picture = copyPixels<std::uint8_t, float>(
+          OIIO::TypeDesc::UINT8, 1.0f,
+          [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; });
+    } else if (allAlike && storage == Storage::UInt16) {
+      picture = copyPixels<std::uint16_t, float>(
+          OIIO::TypeDesc::UINT16, 1.0f,
+          [](std::uint16_t value) { return static_cast<float>(value) / 65535.0f; });
+    } else {
+      picture =
+          copyPixels<float, float>(OIIO::TypeDesc::FLOAT, 1.0f, [](float value) { return value; });
+    }
     picture.info.hasAlpha = hasAlpha_;
     picture.info.storedPremultiplied = premultiplied_;
     picture.info.storage = storage;
@@ -124,32 +142,25 @@ class Reader {
     if (aspect > 0.01f && aspect < 100.0f) picture.info.pixelAspect = aspect;
     picture.info.metadata =
         std::make_shared<const Metadata>(collectMetadata(input_->format_name(), spec_));
-
-    if (depth == 8) {
-      copyPixels<std::uint8_t>(
-          OIIO::TypeDesc::UINT8, std::uint8_t{255}, [&](int y) { return picture.row8(y); },
-          [](std::uint8_t value) { return value; });
-    } else if (allAlike && storage == Storage::UInt8) {
-      copyPixels<std::uint8_t>(
-          OIIO::TypeDesc::UINT8, 1.0f, [&](int y) { return picture.row32(y); },
-          [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; });
-    } else if (allAlike && storage == Storage::UInt16) {
-      copyPixels<std::uint16_t>(
-          OIIO::TypeDesc::UINT16, 1.0f, [&](int y) { return picture.row32(y); },
-          [](std::uint16_t value) { return static_cast<float>(value) / 65535.0f; });
-    } else {
-      copyPixels<float>(
-          OIIO::TypeDesc::FLOAT, 1.0f, [&](int y) { return picture.row32(y); },
-          [](float value) { return value; });
-    }
     if (premultiplied_) unpremultiply(picture);
     return upright(std::move(picture), spec_.get_int_attribute("Orientation", 1));
   }
 
  private:
-  /// Reads the channels as From and puts them, converted, where the pixels lie in the frame.
-  template <typename From, typename To, typename Row, typename Convert>
-  void copyPixels(OIIO::TypeDesc type, To opaque, Row row, Convert convert) {
+  /// Said here and not left to the picture: the message must name the file.
+  void requirePossibleSize(int width, int height) const {
+    if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
+        static_cast<std::size_t>(width) * static_cast<std::size_t>(height) <= Picture::kMaxPixels) {
+      return;
+    }
+    throw MediaError(cannotRead(file_) + "a size of " + std::to_string(width) + "x" +
+                     std::to_string(height) + " is not possible (use at most " +
+                     std::to_string(Picture::kMaxPixels) + " pixels)");
+  }
+
+  /// Reads the channels as From and puts them, converted to To, where they lie in the frame.
+  template <typename From, typename To, typename Convert>
+  Picture copyPixels(OIIO::TypeDesc type, To opaque, Convert convert) {
     int first = spec_.nchannels;
     int last = 0;
     for (const int i : channels_) {
@@ -165,26 +176,37 @@ class Reader {
     // The JPEG reader makes up what is missing at the end and only mentions it.
     if (!complete || message.find("Premature end") != std::string::npos) fail(message);
 
-    const int offsetX = spec_.x - spec_.full_x;
-    const int offsetY = spec_.y - spec_.full_y;
+    Picture picture(spec_.full_width, spec_.full_height, sizeof(To) * 8);
+    const std::int64_t offsetX = std::int64_t{spec_.x} - spec_.full_x;
+    const std::int64_t offsetY = std::int64_t{spec_.y} - spec_.full_y;
+    const std::int64_t begin = std::max<std::int64_t>(0, offsetX);
+    const std::int64_t end = std::min<std::int64_t>(spec_.full_width, offsetX + spec_.width);
     for (int y = 0; y < spec_.full_height; ++y) {
-      const auto target = row(y);
+      const std::span<To> target = rowOf<To>(picture, y);
       if (!hasAlpha_) {
         for (std::size_t i = 0; i < target.size(); i += Picture::kChannels) target[i] = opaque;
       }
-      const int sourceY = y - offsetY;
+      const std::int64_t sourceY = y - offsetY;
       if (sourceY < 0 || sourceY >= spec_.height) continue;
       const From* source = pixels.data() + static_cast<std::size_t>(sourceY) * width * stride;
-      const int begin = std::max(0, offsetX);
-      const int end = std::min(spec_.full_width, offsetX + spec_.width);
       for (std::size_t c = 0; c < channels_.size(); ++c) {
         if (channels_[c] < 0) continue;
         const auto channel = static_cast<std::size_t>(channels_[c] - first);
-        for (int x = begin; x < end; ++x) {
+        for (std::int64_t x = begin; x < end; ++x) {
           target[static_cast<std::size_t>(x) * Picture::kChannels + c] =
               convert(source[static_cast<std::size_t>(x - offsetX) * stride + channel]);
         }
       }
+    }
+    return picture;
+  }
+
+  template <typename To>
+  static std::span<To> rowOf(Picture& picture, int y) {
+    if constexpr (std::is_same_v<To, float>) {
+      return picture.row32(y);
+    } else {
+      return picture.row8(y);
     }
   }
 

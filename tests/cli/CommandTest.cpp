@@ -210,6 +210,40 @@ TEST_F(Lomix, ReducedResolutionGivesTheSmallerPicture) {
   EXPECT_EQ(picture.height(), 14);
 }
 
+TEST_F(Lomix, TheEffectIsToldTheReduction) {
+  expectDone(
+      {"render", "card.png", "half.png", "--downsample", "2", "--set", "blend-w-original=100"});
+  const auto render = [&](const std::string& in, const std::string& out,
+                          const std::string& reduction, const std::string& thickness) {
+    expectDone({"render", in, out, "--downsample", reduction, "--set", "Scanline Overlay=100",
+                "--set", "Scanline Thickness=" + thickness});
+    return pixels(out);
+  };
+  // Lengths in pixels halve with the picture: 8 of the full size are 4 of the half.
+  const auto told = render("card.png", "a.png", "2", "8");
+  EXPECT_EQ(told, render("half.png", "b.png", "1", "4"));
+  EXPECT_NE(told, render("half.png", "c.png", "1", "8"));
+}
+
+TEST_F(Lomix, WhatAModuleDoesWrongIsAnErrorAndNothingIsWritten) {
+  const auto before = names();
+  struct Case {
+    const char* fault;
+    const char* cause;
+  };
+  for (const Case& c : {Case{"Error", "error 4, \"no signal\""}, Case{"Overrun", "broke a rule"},
+                        Case{"Throw", "exception left the module"}}) {
+    const Result result = run({"render", "card.png", "out.png", "--plugin", FAULTY_MODULE, "--host",
+                               "premiere", "--set", std::string("Fault=") + c.fault});
+    EXPECT_EQ(result.exitCode, 1) << c.fault;
+    EXPECT_THAT(result.err, StartsWith("error: "));
+    EXPECT_THAT(result.err, HasSubstr(c.cause));
+    EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
+    EXPECT_EQ(names(), before) << c.fault;
+  }
+  expectDone({"render", "card.png", "out.png", "--plugin", FAULTY_MODULE, "--host", "premiere"});
+}
+
 TEST_F(Lomix, APictureMayReplaceItself) {
   const auto before = pixels("card.png");
   expectDone({"render", "card.png", "card.png", "--overwrite", "--set", "Noise=100"});

@@ -272,10 +272,12 @@ void expectOneLine(const std::string& message, const std::string& beginning) {
 }
 
 TEST_F(PictureFile, DamagedAndMissingInputsAreErrorsOfOneLine) {
-  std::vector<std::string> bad{"missing.png", "folder.png", "empty.exr", "text.png"};
+  std::vector<std::string> bad{"missing.png", "folder.png", "empty.exr", "text.png", "vast.tga"};
   std::filesystem::create_directory(path("folder.png"));
   write(path("empty.exr"), "");
   write(path("text.png"), "This is not a picture.\n");
+  // 65535 by 65535 pixels of 32 bits, says the header; there is nothing behind it.
+  write(path("vast.tga"), std::string("\0\0\2\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\x20\x08", 18));
   for (const std::string extension : {".png", ".jpg", ".exr", ".tif"}) {
     Picture picture = colourful();
     writePicture(picture, path("whole" + extension), false);
