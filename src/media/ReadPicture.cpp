@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <new>
 #include <string_view>
 #include <type_traits>
@@ -83,6 +84,22 @@ void unpremultiply(Picture& picture) {
       for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] /= alpha;
     }
   }
+}
+
+/// Whether a PNG file stops before its last chunk. Asked before the decoder meets the end, since
+/// the image library loses memory on the way out of that decoder's errors.
+bool isCutPng(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::array<char, 8> head{};
+  stream.read(head.data(), head.size());
+  if (!stream || std::string_view(head.data(), 4) != "\x89PNG") return false;
+  while (stream.read(head.data(), head.size())) {
+    if (std::string_view(head.data() + 4, 4) == "IEND") return false;
+    std::uint32_t length = 0;
+    for (std::size_t i = 0; i < 4; ++i) length = length << 8 | static_cast<unsigned char>(head[i]);
+    stream.seekg(std::int64_t{length} + 4, std::ios::cur);
+  }
+  return true;
 }
 
 /// An opened file and what is to be taken from it.
@@ -244,6 +261,9 @@ Picture readPicture(const fs::path& file) {
   }
   if (fs::file_size(file, error) == 0) {
     throw MediaError(cannotRead(file) + "it is empty (check how it was made)");
+  }
+  if (isCutPng(file)) {
+    throw MediaError(cannotRead(file) + "it ends too early (copy or make it again)");
   }
   const QuietStandardError quiet;
   try {

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+
 #include "cli/ScratchFolder.h"
 #include "media/MediaError.h"
 #include "media/TemporaryFile.h"
@@ -64,10 +66,15 @@ TEST_F(TemporaryFileIn, WritesThroughALink) {
 }
 
 TEST_F(TemporaryFileIn, AnInterruptRemovesEveryOne) {
-  TemporaryFile first(path("a.png"));
-  TemporaryFile second(path("b.exr"));
-  ASSERT_EQ(names().size(), 2u);
-  TemporaryFile::removeAllBeforeExit();
+  // In a process of its own, which ends as the handler of a signal ends it.
+  const auto interrupted = [this] {
+    TemporaryFile first(path("a.png"));
+    TemporaryFile second(path("b.exr"));
+    const std::size_t count = names().size();
+    TemporaryFile::removeAllBeforeExit();
+    std::_Exit(static_cast<int>(count));
+  };
+  EXPECT_EXIT(interrupted(), testing::ExitedWithCode(2), "");
   EXPECT_THAT(names(), IsEmpty());
 }
 
