@@ -1,0 +1,149 @@
+#include "bench/Measurement.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+namespace lomix::bench {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::vector<int> threadCounts() {
+  const int all = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  std::set<int> counts{1, 2, all};
+  for (int count = 4; count < all; count *= 2) counts.insert(count);
+  return {counts.begin(), counts.end()};
+}
+
+// Odd, so that light and dark scanlines are met alike.
+int rowStep(const PF_LayerDef& world, int pixels) {
+  const std::int64_t all = static_cast<std::int64_t>(world.width) * world.height;
+  return static_cast<int>(all / pixels) | 1;
+}
+
+std::string threadText(int count) {
+  return std::to_string(count) + (count == 1 ? " thread" : " threads");
+}
+
+// Every row that a path draws has to be the reference's.
+void verify(const Path& path, Pictures& pictures, int step, const std::string& cell) {
+  pictures.output.fillWithGuard();
+  path.drawFrame();
+  for (int y = 0; y < pictures.output.world.height; y += step) {
+    const int x = firstDifference(pictures.output, pictures.reference, y);
+    if (x < 0) continue;
+    throw std::runtime_error(cell + ": the pixels of '" + path.name +
+                             "' differ from the formulas', first in column " + std::to_string(x) +
+                             " of row " + std::to_string(y));
+  }
+}
+
+double medianMilliseconds(const std::vector<double>& seconds) {
+  return quartiles(seconds).median * 1e3;
+}
+
+Json ratioJson(const std::vector<double>& numerators, const std::vector<double>& denominators) {
+  const Quartiles q = pairedRatio(numerators, denominators);
+  return {{"low", q.low}, {"median", q.median}, {"high", q.high}};
+}
+
+}  // namespace
+
+Plan fullPlan() {
+  return {{{672, 378, false},
+           {1344, 756, false},
+           {1920, 1080, true},
+           {3840, 2160, true},
+           {7680, 4320, false}},
+          threadCounts(),
+          {0.01, 2.5, 9},
+          {0.05, 2.0, 3},
+          2'500'000,
+          200'000};
+}
+
+Plan quickPlan() {
+  return {{{320, 180, true}, {251, 67, false}},
+          threadCounts(),
+          {0.0, 0.0, 2},
+          {0.0, 0.0, 1},
+          20'000,
+          3'000};
+}
+
+std::string cellName(const Look& look, int depth, const Size& size) {
+  return std::string(look.name) + (depth == 8 ? "/8-bit/" : "/float/") +
+         std::to_string(size.width) + 'x' + std::to_string(size.height);
+}
+
+Pictures::Pictures(int depth, const Size& size)
+    : opaque(depth, size.width, size.height),
+      mixed(depth, size.width, size.height),
+      output(depth, size.width, size.height),
+      reference(depth, size.width, size.height) {
+  opaque.fillWithNoise(Alpha::kOpaque);
+  mixed.fillWithNoise(Alpha::kMixed);
+}
+
+Json measureCell(const Look& look, Pictures& pictures, const std::string& name, const Plan& plan) {
+  Scene opaque(look, pictures.opaque, pictures.output);
+  Scene mixed(look, pictures.mixed, pictures.output);
+  const PF_LayerDef& world = pictures.output.world;
+  const int formulaStep = rowStep(world, plan.formulaPixels);
+  const int kernelStep = rowStep(world, plan.kernelPixels);
+
+  const Path copy{"memory copy", [&] { return opaque.copy(); }};
+  const Path mixedEngine{"row engine, mixed alpha", [&] { return mixed.engine(1); }};
+  const Path formulas{"formulas", [&] { return opaque.formulas(formulaStep); }};
+  const Path kernel{"kernel path", [&] { return opaque.kernel(kernelStep); }};
+  std::vector<Path> engines;
+  for (const int threads : plan.threads) {
+    engines.push_back({"row engine, " + threadText(threads),
+                       [&opaque, threads] { return opaque.engine(threads); }});
+  }
+
+  Scene(look, pictures.mixed, pictures.reference).formulas(1);
+  verify(mixedEngine, pictures, 1, name);
+  Scene(look, pictures.opaque, pictures.reference).formulas(1);
+  for (const Path& engine : engines) verify(engine, pictures, 1, name);
+  verify(formulas, pictures, formulaStep, name);
+  verify(kernel, pictures, kernelStep, name);
+
+  std::vector<Path> quickPaths = engines;
+  quickPaths.insert(quickPaths.end(), {mixedEngine, copy});
+  const Samples quick = measureInTurns(quickPaths, plan.engineEffort);
+  const Samples plain = measureInTurns({engines[0], formulas, kernel}, plan.plainEffort);
+  const std::vector<double>& copySamples = quick[engines.size() + 1];
+  const std::vector<double>& mixedSamples = quick[engines.size()];
+
+  Json engineTimes;
+  Json engineToCopy;
+  for (std::size_t i = 0; i < engines.size(); ++i) {
+    const std::string threads = std::to_string(plan.threads[i]);
+    engineTimes[threads] = medianMilliseconds(quick[i]);
+    engineToCopy[threads] = ratioJson(quick[i], copySamples);
+  }
+  return {{"name", name},
+          {"look", look.name},
+          {"depth", pictures.output.depth()},
+          {"width", world.width},
+          {"height", world.height},
+          {"turns", {{"engine", copySamples.size()}, {"plain", plain[0].size()}}},
+          {"rowStep", {{"formulas", formulaStep}, {"kernel", kernelStep}}},
+          {"milliseconds",
+           {{"copy", medianMilliseconds(copySamples)},
+            {"engine", engineTimes},
+            {"mixedEngine", medianMilliseconds(mixedSamples)},
+            {"formulas", medianMilliseconds(plain[1])},
+            {"kernel", medianMilliseconds(plain[2])}}},
+          {"ratios",
+           {{"engineToCopy", engineToCopy},
+            {"mixedToOpaque", ratioJson(mixedSamples, quick[0])},
+            {"formulasToEngine", ratioJson(plain[1], plain[0])},
+            {"kernelToEngine", ratioJson(plain[2], plain[0])}}}};
+}
+
+}  // namespace lomix::bench

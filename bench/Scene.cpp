@@ -1,0 +1,117 @@
+#include "bench/Scene.h"
+
+#include <cstring>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "bench/Pairing.h"
+#include "engine/Profiles.h"
+#include "engine/RowEngine.h"
+#include "signal/SyncFunctions.h"
+
+namespace lomix::bench {
+namespace {
+
+PF_InData premiereCall(int width, int height) {
+  PF_InData in{};
+  in.appl_id = kHostIdPremiere;
+  in.downsample_x = in.downsample_y = in.pixel_aspect_ratio = {1, 1};
+  in.width = width;
+  in.height = height;
+  return in;
+}
+
+PF_SmartRenderInput smartInputOf(int depth) {
+  PF_SmartRenderInput input{};
+  input.bitdepth = static_cast<A_short>(depth);
+  return input;
+}
+
+LomixStruct scalarsOf(const Look& look) {
+  LomixStruct record{};
+  record.distortionMode = 1;
+  record.time = 1.3f;
+  record.signalDistortion = 0.12f;
+  record.scanDistortion = 0.45f;
+  record.horizontalSyncOffset = legacySync(0.07f, record.time);
+  record.verticalSyncOffset = legacySync(0.08f, record.time);
+  record.barsOverlay = look.bars;
+  record.noise = look.noise;
+  record.scanlineOverlay = look.scanlines;
+  record.scanlineSpeed = 30.0f;
+  record.scanlineThickness = 2.0f;
+  record.effectAmount = look.effectAmount;
+  return record;
+}
+
+}  // namespace
+
+Scene::Scene(const Look& look, const Picture& source, Picture& output)
+    : in_(premiereCall(source.world.width, source.world.height)),
+      smartInput_(smartInputOf(source.depth())),
+      scalars_(scalarsOf(look)),
+      source_(source),
+      output_(output),
+      effect_(&in_, &out_, &extra_) {}
+
+double Scene::copy() {
+  const Stopwatch watch;
+  std::memcpy(output_.world.data, source_.world.data, source_.byteCount());
+  return watch.seconds();
+}
+
+double Scene::engine(int threads) {
+  const Stopwatch watch;
+  const int height = output_.world.height;
+  LomixStruct record = scalars_;
+  engine::fillProfiles(record, height, effect_.invYDown, -record.time, engine::bestKernels());
+  const engine::RowEngine rows({std::move(record), source_.world, output_.world, source_.depth(),
+                                effect_.invXDown, effect_.invYDown});
+  std::vector<std::thread> helpers;
+  for (int i = 1; i < threads; ++i) {
+    helpers.emplace_back([&rows, height, i, threads] {
+      rows.drawRows(height * i / threads, height * (i + 1) / threads);
+    });
+  }
+  rows.drawRows(0, height / threads);
+  for (std::thread& helper : helpers) helper.join();
+  return watch.seconds();
+}
+
+double Scene::formulas(int step) {
+  PF_LayerDef source = source_.world;
+  return drawPixels(step, [&](LomixStruct& record, int x, int y) {
+    effect_.DistortPixel(record, &source, &output_.world, x, y);
+  });
+}
+
+double Scene::kernel(int step) {
+  PF_LayerDef source = source_.world;
+  return drawPixels(step, [&](LomixStruct& record, int x, int y) {
+    effect_.Kernel(&source, &output_.world, x, y, &record);
+  });
+}
+
+template <typename DrawPixel>
+double Scene::drawPixels(int step, DrawPixel drawPixel) {
+  const Stopwatch profilesWatch;
+  LomixStruct record = scalars_;
+  effect_.CreateDisplacementImage(&output_.world, -record.time, &record);
+  const double profileSeconds = profilesWatch.seconds();
+
+  const Stopwatch rowsWatch;
+  const int height = output_.world.height;
+  for (int y = 0; y < height; y += step) {
+    for (int x = 0; x < output_.world.width; ++x) drawPixel(record, x, y);
+    if (record.effectAmount < 1.0f) {
+      PF_LayerDef original = rowOf(source_.world, y);
+      PF_LayerDef drawn = rowOf(output_.world, y);
+      effect_.Lerp(&original, &drawn, record.effectAmount);
+    }
+  }
+  const int drawnRows = (height + step - 1) / step;
+  return profileSeconds + rowsWatch.seconds() * height / drawnRows;
+}
+
+}  // namespace lomix::bench

@@ -1,0 +1,62 @@
+// One frame of the effect and the ways to draw it.
+#pragma once
+
+#include <array>
+
+#include "bench/Picture.h"
+#include "kernel/Lomix.h"
+#include "signal/LomixStruct.h"
+
+namespace lomix::bench {
+
+/// What is switched on beside the geometry: tiles, scan and signal distortion and both syncs.
+struct Look {
+  const char* name;
+  float bars;  ///< All fractions 0-1; 0 is off.
+  float noise;
+  float scanlines;
+  float effectAmount;  ///< 1: no blend with the original.
+};
+
+inline constexpr std::array<Look, 4> kLooks{{
+    {"geometry", 0.0f, 0.0f, 0.0f, 1.0f},
+    {"overlays", 0.35f, 0.0f, 0.3f, 1.0f},
+    {"grain", 0.35f, 0.25f, 0.3f, 1.0f},
+    {"everything", 0.35f, 0.25f, 0.3f, 0.8f},
+}};
+
+/// Each way of drawing returns the seconds that the whole frame took, everything included but
+/// the host's clearing of the output.
+class Scene {
+ public:
+  /// The pictures must outlive the scene and be of the same size and depth.
+  Scene(const Look& look, const Picture& source, Picture& output);
+  Scene(const Scene&) = delete;
+  Scene& operator=(const Scene&) = delete;
+
+  /// A plain memory copy of the source: what no effect can do without.
+  double copy();
+  /// The row engine: profiles, preparation and rows, these in even shares on so many threads.
+  double engine(int threads);
+  // Pixel by pixel on every step-th row from row 0 on; the time of these is scaled to all rows.
+
+  /// Lomix::DistortPixel, which reads the record in place.
+  double formulas(int step);
+  /// Lomix::Kernel, which copies the record for every pixel.
+  double kernel(int step);
+
+ private:
+  template <typename DrawPixel>
+  double drawPixels(int step, DrawPixel drawPixel);
+
+  PF_InData in_{};
+  PF_OutData out_{};
+  PF_SmartRenderInput smartInput_{};
+  PF_SmartRenderExtra extra_{&smartInput_, nullptr};
+  LomixStruct scalars_{};
+  const Picture& source_;
+  Picture& output_;
+  Lomix effect_;
+};
+
+}  // namespace lomix::bench

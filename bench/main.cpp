@@ -1,0 +1,156 @@
+// The benchmark: verifies that every path draws the same pixels, times them, prints two tables.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "bench/Measurement.h"
+#include "engine/RowKernels.h"
+
+namespace lomix::bench {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// What the system tells of its processor, or nothing.
+std::string processorName() {
+  std::ifstream info("/proc/cpuinfo");
+  for (std::string line; std::getline(info, line);) {
+    const std::size_t colon = line.find(": ");
+    if (line.starts_with("model name") && colon != std::string::npos) return line.substr(colon + 2);
+  }
+  return "unknown";
+}
+
+Json machineJson() {
+  return {{"processor", processorName()},
+          {"hardwareThreads", std::thread::hardware_concurrency()},
+          {"rowKernels", engine::bestKernels().name}};
+}
+
+double ratioMedian(const Json& ratio) { return ratio.at("median").get<double>(); }
+
+void printRatioHeading(const Plan& plan) {
+  std::printf("%-29s %8s %9s %9s %9s", "", "copy", "engine", "formulas", "kernel");
+  for (const int threads : plan.threads) std::printf("  engine%d", threads);
+  std::printf(" %9s %9s %7s\n%-29s %8s %9s %9s %9s", "formulas", "kernel", "mixed",
+              "look/depth/size", "ms", "ms", "ms", "ms");
+  for (std::size_t i = 0; i < plan.threads.size(); ++i) std::printf("    /copy");
+  std::printf(" %9s %9s %7s\n", "/engine", "/engine", "/opaque");
+}
+
+void printRatios(const Json& cell) {
+  const Json& times = cell.at("milliseconds");
+  const Json& ratios = cell.at("ratios");
+  std::printf("%-29s %8.3f %9.3f %9.1f %9.1f", cell.at("name").get<std::string>().c_str(),
+              times.at("copy").get<double>(), times.at("engine").at("1").get<double>(),
+              times.at("formulas").get<double>(), times.at("kernel").get<double>());
+  for (const Json& ratio : ratios.at("engineToCopy")) std::printf(" %8.2f", ratioMedian(ratio));
+  std::printf(" %9.1f %9.1f %7.2f\n", ratioMedian(ratios.at("formulasToEngine")),
+              ratioMedian(ratios.at("kernelToEngine")), ratioMedian(ratios.at("mixedToOpaque")));
+  std::fflush(stdout);
+}
+
+void printGrowth(const Json& cells, const Plan& plan) {
+  std::printf("\nNanoseconds a pixel with everything on, as the frame grows\n%-29s %11s %8s", "",
+              "megapixels", "copy");
+  for (const int threads : plan.threads) std::printf("  engine%d", threads);
+  std::printf(" %9s %9s\n", "formulas", "kernel");
+  for (const Json& cell : cells) {
+    if (cell.at("look") != kLooks.back().name) continue;
+    const double megapixels =
+        cell.at("width").get<double>() * cell.at("height").get<double>() / 1e6;
+    const Json& times = cell.at("milliseconds");
+    const auto perPixel = [megapixels](const Json& time) {
+      return time.get<double>() / megapixels;
+    };
+    std::printf("%-29s %11.2f %8.3f", cell.at("name").get<std::string>().c_str(), megapixels,
+                perPixel(times.at("copy")));
+    for (const Json& time : times.at("engine")) std::printf(" %8.3f", perPixel(time));
+    std::printf(" %9.1f %9.1f\n", perPixel(times.at("formulas")), perPixel(times.at("kernel")));
+  }
+}
+
+// Under its final name only when it is whole.
+void writeJson(const std::string& file, const Json& result) {
+  const std::string part = file + ".part";
+  std::ofstream stream(part);
+  stream << result.dump(2) << '\n';
+  stream.close();
+  if (!stream) throw std::runtime_error(file + ": cannot be written");
+  std::filesystem::rename(part, file);
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+Json measureAll(const Plan& plan, const std::string& filter) {
+  Json cells = Json::array();
+  for (const int depth : {8, 32}) {
+    for (const Size& size : plan.sizes) {
+      std::vector<Look> looks;
+      for (const Look& look : kLooks) {
+        const bool wanted = size.allLooks || look.name == kLooks.back().name;
+        if (wanted && contains(cellName(look, depth, size), filter)) looks.push_back(look);
+      }
+      if (looks.empty()) continue;
+      Pictures pictures(depth, size);
+      for (const Look& look : looks) {
+        cells.push_back(measureCell(look, pictures, cellName(look, depth, size), plan));
+        printRatios(cells.back());
+      }
+    }
+  }
+  if (cells.empty()) {
+    throw std::runtime_error("--filter: no cell's name contains '" + filter +
+                             "' (names are like grain/8-bit/1920x1080)");
+  }
+  return cells;
+}
+
+void run(const Plan& plan, const std::string& filter, const std::string& jsonFile) {
+  const Json machine = machineJson();
+  std::printf(
+      "%s, %u hardware threads, row engine: %s\n"
+      "Milliseconds a frame, ratios of paired medians. engineN: the row engine on N threads. The\n"
+      "formulas and the kernel path draw evenly spread rows, about %d and %d thousand pixels a\n"
+      "frame, and are scaled to the whole. Every cell's pixels are checked before it is timed.\n\n",
+      machine.at("processor").get<std::string>().c_str(),
+      machine.at("hardwareThreads").get<unsigned>(),
+      machine.at("rowKernels").get<std::string>().c_str(), plan.formulaPixels / 1000,
+      plan.kernelPixels / 1000);
+  printRatioHeading(plan);
+  const Json cells = measureAll(plan, filter);
+  printGrowth(cells, plan);
+  if (!jsonFile.empty()) writeJson(jsonFile, {{"machine", machine}, {"cells", cells}});
+}
+
+}  // namespace
+}  // namespace lomix::bench
+
+int main(int argc, char** argv) {
+  CLI::App app("Times the ways to draw a frame, after checking that they draw the same.");
+  bool quick = false;
+  std::string filter;
+  std::string jsonFile;
+  app.add_flag("--quick", quick, "Small frames, few turns: whether all works, not how fast");
+  app.add_option("--filter", filter, "Only cells whose name (LOOK/DEPTH/SIZE) contains this");
+  app.add_option("--json", jsonFile, "Write the results to this file");
+  CLI11_PARSE(app, argc, argv);
+  try {
+    lomix::bench::run(quick ? lomix::bench::quickPlan() : lomix::bench::fullPlan(), filter,
+                      jsonFile);
+  } catch (const std::exception& error) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "error: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}

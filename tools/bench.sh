@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Usage: tools/bench.sh [--json FILE] [--filter TEXT] [--quick]
+# Installs what is missing, builds and runs the benchmark. Tells the load of the machine before and
+# after, because a busy one makes the figures uncertain.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+
+"$root/tools/setup.sh"
+"$root/tools/build.sh" release --target lomix_bench
+uptime
+"$root/build/release/bin/lomix_bench" "$@"
+uptime
