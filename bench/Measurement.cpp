@@ -53,25 +53,25 @@ Json ratioJson(const std::vector<double>& numerators, const std::vector<double>&
 }  // namespace
 
 Plan fullPlan() {
-  return {{{672, 378, false},
-           {1344, 756, false},
-           {1920, 1080, true},
-           {3840, 2160, true},
-           {7680, 4320, false}},
-          threadCounts(),
-          {0.01, 2.5, 9},
-          {0.05, 2.0, 3},
-          2'500'000,
-          200'000};
+  return {.sizes = {{672, 378, false},
+                    {1344, 756, false},
+                    {1920, 1080, true},
+                    {3840, 2160, true},
+                    {7680, 4320, false}},
+          .threads = threadCounts(),
+          .engineEffort = {.sampleSeconds = 0.01, .totalSeconds = 2.5, .leastTurns = 9},
+          .plainEffort = {.sampleSeconds = 0.05, .totalSeconds = 2.0, .leastTurns = 5},
+          .formulaPixels = 1'000'000,
+          .kernelPixels = 200'000};
 }
 
 Plan quickPlan() {
-  return {{{320, 180, true}, {251, 67, false}},
-          threadCounts(),
-          {0.0, 0.0, 2},
-          {0.0, 0.0, 1},
-          20'000,
-          3'000};
+  return {.sizes = {{320, 180, true}, {251, 67, false}},
+          .threads = threadCounts(),
+          .engineEffort = {.sampleSeconds = 0.0, .totalSeconds = 0.0, .leastTurns = 2},
+          .plainEffort = {.sampleSeconds = 0.0, .totalSeconds = 0.0, .leastTurns = 1},
+          .formulaPixels = 20'000,
+          .kernelPixels = 3'000};
 }
 
 std::string cellName(const Look& look, int depth, const Size& size) {
@@ -112,19 +112,19 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
   verify(formulas, pictures, formulaStep, name);
   verify(kernel, pictures, kernelStep, name);
 
-  std::vector<Path> quickPaths = engines;
-  quickPaths.insert(quickPaths.end(), {mixedEngine, copy});
-  const Samples quick = measureInTurns(quickPaths, plan.engineEffort);
+  std::vector<Path> fastPaths = engines;
+  fastPaths.insert(fastPaths.end(), {mixedEngine, copy});
+  const Samples fast = measureInTurns(fastPaths, plan.engineEffort);
   const Samples plain = measureInTurns({engines[0], formulas, kernel}, plan.plainEffort);
-  const std::vector<double>& copySamples = quick[engines.size() + 1];
-  const std::vector<double>& mixedSamples = quick[engines.size()];
+  const std::vector<double>& copySamples = fast[engines.size() + 1];
+  const std::vector<double>& mixedSamples = fast[engines.size()];
 
   Json engineTimes;
   Json engineToCopy;
   for (std::size_t i = 0; i < engines.size(); ++i) {
     const std::string threads = std::to_string(plan.threads[i]);
-    engineTimes[threads] = medianMilliseconds(quick[i]);
-    engineToCopy[threads] = ratioJson(quick[i], copySamples);
+    engineTimes[threads] = medianMilliseconds(fast[i]);
+    engineToCopy[threads] = ratioJson(fast[i], copySamples);
   }
   return {{"name", name},
           {"look", look.name},
@@ -141,7 +141,7 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
             {"kernel", medianMilliseconds(plain[2])}}},
           {"ratios",
            {{"engineToCopy", engineToCopy},
-            {"mixedToOpaque", ratioJson(mixedSamples, quick[0])},
+            {"mixedToOpaque", ratioJson(mixedSamples, fast[0])},
             {"formulasToEngine", ratioJson(plain[1], plain[0])},
             {"kernelToEngine", ratioJson(plain[2], plain[0])}}}};
 }

@@ -42,10 +42,11 @@ class Scene {
 
   /// Lomix::DistortPixel, which reads the record in place.
   double formulas(int step);
-  /// Lomix::Kernel, which copies the record for every pixel.
+  /// Lomix::Kernel, which copies the record for every pixel; with another heap layout each time.
   double kernel(int step);
 
  private:
+  LomixStruct profiledRecord();
   template <typename DrawPixel>
   double drawPixels(int step, DrawPixel drawPixel);
 
@@ -57,6 +58,7 @@ class Scene {
   const Picture& source_;
   Picture& output_;
   Lomix effect_;
+  unsigned kernelFrames_ = 0;
 };
 
 }  // namespace lomix::bench
