@@ -89,8 +89,8 @@ Pictures::Pictures(int depth, const Size& size)
 }
 
 Json measureCell(const Look& look, Pictures& pictures, const std::string& name, const Plan& plan) {
-  Scene opaque(look, pictures.opaque, pictures.output);
-  Scene mixed(look, pictures.mixed, pictures.output);
+  Scene opaque(look, pictures.opaque, pictures.output, plan.clock);
+  Scene mixed(look, pictures.mixed, pictures.output, plan.clock);
   const PF_LayerDef& world = pictures.output.world;
   const int formulaStep = rowStep(world, plan.formulaPixels);
   const int kernelStep = rowStep(world, plan.kernelPixels);
@@ -105,9 +105,9 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
                        [&opaque, threads] { return opaque.engine(threads); }});
   }
 
-  Scene(look, pictures.mixed, pictures.reference).formulas(1);
+  Scene(look, pictures.mixed, pictures.reference, plan.clock).formulas(1);
   verify(mixedEngine, pictures, 1, name);
-  Scene(look, pictures.opaque, pictures.reference).formulas(1);
+  Scene(look, pictures.opaque, pictures.reference, plan.clock).formulas(1);
   for (const Path& engine : engines) verify(engine, pictures, 1, name);
   verify(formulas, pictures, formulaStep, name);
   verify(kernel, pictures, kernelStep, name);

@@ -18,6 +18,7 @@ struct Size {
 };
 
 struct Plan {
+  Clock clock = wallClock;
   std::vector<Size> sizes;
   std::vector<int> threads;  ///< Counts that the row engine is run with, 1 first.
   Effort engineEffort;       ///< For the row engine against the memory copy,

@@ -1,6 +1,8 @@
 #include "bench/Pairing.h"
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 
 namespace lomix::bench {
 namespace {
@@ -21,9 +23,15 @@ double takeSample(const Path& path, double sampleSeconds) {
 
 }  // namespace
 
+double wallClock() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+double processorClock() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
+
 Samples measureInTurns(const std::vector<Path>& paths, const Effort& effort) {
   Samples samples(paths.size());
-  const Stopwatch watch;
+  const Stopwatch watch(wallClock);
   for (std::size_t turn = 0;
        turn < static_cast<std::size_t>(effort.leastTurns) || watch.seconds() < effort.totalSeconds;
        ++turn) {

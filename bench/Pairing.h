@@ -1,21 +1,28 @@
 // Timing on a machine that others use too: what is compared is run in turns, and compared per turn.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace lomix::bench {
 
+/// Seconds since some fixed time.
+using Clock = double (*)();
+
+double wallClock();
+/// Counts while the process runs, for each of its threads: of use for one thread. Stands still
+/// while others have the processor.
+double processorClock();
+
 class Stopwatch {
  public:
-  double seconds() const {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-  }
+  explicit Stopwatch(Clock clock) : clock_(clock), start_(clock()) {}
+  double seconds() const { return clock_() - start_; }
 
  private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  Clock clock_;
+  double start_;
 };
 
 struct Path {

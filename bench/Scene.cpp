@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "bench/Pairing.h"
 #include "engine/Profiles.h"
 #include "engine/RowEngine.h"
 #include "signal/SyncFunctions.h"
@@ -58,22 +57,23 @@ std::vector<std::vector<char>> occupyHeap(unsigned frame) {
 
 }  // namespace
 
-Scene::Scene(const Look& look, const Picture& source, Picture& output)
+Scene::Scene(const Look& look, const Picture& source, Picture& output, Clock clock)
     : in_(premiereCall(source.world.width, source.world.height)),
       smartInput_(smartInputOf(source.depth())),
+      clock_(clock),
       scalars_(scalarsOf(look)),
       source_(source),
       output_(output),
       effect_(&in_, &out_, &extra_) {}
 
 double Scene::copy() {
-  const Stopwatch watch;
+  const Stopwatch watch(clock_);
   std::memcpy(output_.world.data, source_.world.data, source_.byteCount());
   return watch.seconds();
 }
 
 double Scene::engine(int threads) {
-  const Stopwatch watch;
+  const Stopwatch watch(clock_);
   const int height = output_.world.height;
   LomixStruct record = scalars_;
   engine::fillProfiles(record, height, effect_.invYDown, -record.time, engine::bestKernels());
@@ -91,7 +91,7 @@ double Scene::engine(int threads) {
 }
 
 double Scene::formulas(int step) {
-  const Stopwatch watch;
+  const Stopwatch watch(clock_);
   LomixStruct record = profiledRecord();
   const double profileSeconds = watch.seconds();
   PF_LayerDef source = source_.world;
@@ -101,7 +101,7 @@ double Scene::formulas(int step) {
 }
 
 double Scene::kernel(int step) {
-  const Stopwatch watch;
+  const Stopwatch watch(clock_);
   LomixStruct record = profiledRecord();
   const double profileSeconds = watch.seconds();
   const std::vector<std::vector<char>> occupied = occupyHeap(kernelFrames_++);
@@ -119,7 +119,7 @@ LomixStruct Scene::profiledRecord() {
 
 template <typename DrawPixel>
 double Scene::drawPixels(int step, DrawPixel drawPixel) {
-  const Stopwatch watch;
+  const Stopwatch watch(clock_);
   const int height = output_.world.height;
   for (int y = 0; y < height; y += step) {
     for (int x = 0; x < output_.world.width; ++x) drawPixel(x, y);

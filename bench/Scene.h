@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "bench/Pairing.h"
 #include "bench/Picture.h"
 #include "kernel/Lomix.h"
 #include "signal/LomixStruct.h"
@@ -30,7 +31,7 @@ inline constexpr std::array<Look, 4> kLooks{{
 class Scene {
  public:
   /// The pictures must outlive the scene and be of the same size and depth.
-  Scene(const Look& look, const Picture& source, Picture& output);
+  Scene(const Look& look, const Picture& source, Picture& output, Clock clock);
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
@@ -54,6 +55,7 @@ class Scene {
   PF_OutData out_{};
   PF_SmartRenderInput smartInput_{};
   PF_SmartRenderExtra extra_{&smartInput_, nullptr};
+  Clock clock_;
   LomixStruct scalars_{};
   const Picture& source_;
   Picture& output_;

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -28,10 +29,11 @@ std::string processorName() {
   return "unknown";
 }
 
-Json machineJson() {
+Json machineJson(const Plan& plan) {
   return {{"processor", processorName()},
           {"hardwareThreads", std::thread::hardware_concurrency()},
-          {"rowKernels", engine::bestKernels().name}};
+          {"rowKernels", engine::bestKernels().name},
+          {"clock", plan.clock == wallClock ? "wall" : "processor"}};
 }
 
 double ratioMedian(const Json& ratio) { return ratio.at("median").get<double>(); }
@@ -77,15 +79,30 @@ void printGrowth(const Json& cells, const Plan& plan) {
   }
 }
 
-// Under its final name only when it is whole.
-void writeJson(const std::string& file, const Json& result) {
-  const std::string part = file + ".part";
-  std::ofstream stream(part);
-  stream << result.dump(2) << '\n';
-  stream.close();
-  if (!stream) throw std::runtime_error(file + ": cannot be written");
-  std::filesystem::rename(part, file);
-}
+// A file that appears under its name only when it is whole. Opened at the start, because it is too
+// late to complain of a wrong name after minutes of measuring.
+class ResultFile {
+ public:
+  explicit ResultFile(const std::string& name) : name_(name), stream_(name + ".part") { check(); }
+  ~ResultFile() { std::remove((name_ + ".part").c_str()); }
+  ResultFile(const ResultFile&) = delete;
+  ResultFile& operator=(const ResultFile&) = delete;
+
+  void write(const Json& result) {
+    stream_ << result.dump(2) << '\n';
+    stream_.close();
+    check();
+    std::filesystem::rename(name_ + ".part", name_);
+  }
+
+ private:
+  void check() const {
+    if (!stream_) throw std::runtime_error(name_ + ": cannot be written");
+  }
+
+  std::string name_;
+  std::ofstream stream_;
+};
 
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -116,20 +133,23 @@ Json measureAll(const Plan& plan, const std::string& filter) {
 }
 
 void run(const Plan& plan, const std::string& filter, const std::string& jsonFile) {
-  const Json machine = machineJson();
+  std::optional<ResultFile> file;
+  if (!jsonFile.empty()) file.emplace(jsonFile);
+  const Json machine = machineJson(plan);
   std::printf(
-      "%s, %u hardware threads, row engine: %s\n"
+      "%s, %u hardware threads, row engine: %s, clock: %s\n"
       "Milliseconds a frame, ratios of paired medians. engineN: the row engine on N threads. The\n"
       "formulas and the kernel path draw evenly spread rows, about %d and %d thousand pixels a\n"
       "frame, and are scaled to the whole. Every cell's pixels are checked before it is timed.\n\n",
       machine.at("processor").get<std::string>().c_str(),
       machine.at("hardwareThreads").get<unsigned>(),
-      machine.at("rowKernels").get<std::string>().c_str(), plan.formulaPixels / 1000,
+      machine.at("rowKernels").get<std::string>().c_str(),
+      machine.at("clock").get<std::string>().c_str(), plan.formulaPixels / 1000,
       plan.kernelPixels / 1000);
   printRatioHeading(plan);
   const Json cells = measureAll(plan, filter);
   printGrowth(cells, plan);
-  if (!jsonFile.empty()) writeJson(jsonFile, {{"machine", machine}, {"cells", cells}});
+  if (file) file->write({{"machine", machine}, {"cells", cells}});
 }
 
 }  // namespace
@@ -138,15 +158,27 @@ void run(const Plan& plan, const std::string& filter, const std::string& jsonFil
 int main(int argc, char** argv) {
   CLI::App app("Times the ways to draw a frame, after checking that they draw the same.");
   bool quick = false;
+  bool processorTime = false;
   std::string filter;
   std::string jsonFile;
   app.add_flag("--quick", quick, "Small frames, few turns: whether all works, not how fast");
+  app.add_flag("--processor-time", processorTime,
+               "Count only the time in which the process runs, on one thread: for a busy machine");
   app.add_option("--filter", filter, "Only cells whose name (LOOK/DEPTH/SIZE) contains this");
   app.add_option("--json", jsonFile, "Write the results to this file");
-  CLI11_PARSE(app, argc, argv);
   try {
-    lomix::bench::run(quick ? lomix::bench::quickPlan() : lomix::bench::fullPlan(), filter,
-                      jsonFile);
+    app.parse(argc, argv);
+    lomix::bench::Plan plan = quick ? lomix::bench::quickPlan() : lomix::bench::fullPlan();
+    if (processorTime) {
+      plan.clock = lomix::bench::processorClock;
+      plan.threads = {1};
+    }
+    lomix::bench::run(plan, filter, jsonFile);
+  } catch (const CLI::CallForHelp& help) {
+    return app.exit(help);
+  } catch (const CLI::ParseError& error) {
+    std::fprintf(stderr, "error: arguments: %s (see --help)\n", error.what());
+    return 2;
   } catch (const std::exception& error) {
     std::fflush(stdout);
     std::fprintf(stderr, "error: %s\n", error.what());
