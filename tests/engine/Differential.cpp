@@ -1,0 +1,260 @@
+#include "engine/Differential.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "engine/Profiles.h"
+#include "engine/Random.h"
+#include "engine/RandomFrame.h"
+#include "engine/RowEngine.h"
+#include "engine/TestWorld.h"
+#include "kernel/Lomix.h"
+#include "signal/DrawFrame.h"
+#include "unit/UnitSupport.h"
+
+namespace lomix::differential {
+namespace {
+
+using engine::RowKernels;
+
+constexpr std::size_t kGuardBytes = 64;
+
+// The kernel's side of a frame.
+class Told {
+ public:
+  explicit Told(RandomFrame& frame) : frame_(frame), call_(static_cast<A_short>(frame.depth)) {
+    call_.in.downsample_x = frame.downsampleX;
+    call_.in.downsample_y = frame.downsampleY;
+    effect_.emplace(&call_.in, &call_.out, &call_.extra);
+  }
+  Told(const Told&) = delete;
+  Told& operator=(const Told&) = delete;
+
+  Lomix& effect() { return *effect_; }
+
+  // The real kernel path, profiles included. Copies the record for every pixel.
+  void drawByKernel(TestWorld& output) {
+    LomixStruct record = frame_.record;
+    drawFrameByKernel(*effect_, &frame_.source.def, &output.def, record);
+  }
+
+  // The same without the copies, from a record with profiles.
+  void drawRows(const LomixStruct& record, TestWorld& output, int first, int last) {
+    for (int y = first; y < last; ++y) {
+      for (int x = 0; x < output.def.width; ++x) {
+        effect_->DistortPixel(record, &frame_.source.def, &output.def, x, y);
+      }
+      if (!(record.effectAmount < 1.0f) || y >= frame_.source.def.height) continue;
+      if (frame_.depth == 8) lerpRow<PF_Pixel, AERender::PixelLerp8>(record, output, y);
+      if (frame_.depth == 32) lerpRow<PF_PixelFloat, AERender::PixelLerp32>(record, output, y);
+    }
+  }
+
+ private:
+  template <typename Pixel, auto kLerp>
+  void lerpRow(const LomixStruct& record, TestWorld& output, int y) {
+    const auto from = frame_.source.row<Pixel>(y);
+    const auto to = output.row<Pixel>(y);
+    for (std::size_t x = 0; x < std::min(from.size(), to.size()); ++x) {
+      kLerp(&from[x], &to[x], record.effectAmount);
+    }
+  }
+
+  RandomFrame& frame_;
+  unit::HostCall call_;
+  std::optional<Lomix> effect_;
+};
+
+// Rows in pieces of any length in any order, by one thread or several.
+void drawInPieces(const engine::RowEngine& rows, int height, Random& random) {
+  std::vector<std::pair<int, int>> pieces;
+  for (int y = 0; y < height;) {
+    const int end = std::min(height, y + random.between(1, std::max(1, height / 3)));
+    pieces.insert(pieces.begin() + random.below(static_cast<int>(pieces.size()) + 1), {y, end});
+    y = end;
+  }
+  std::atomic<std::size_t> next = 0;
+  const auto draw = [&] {
+    for (std::size_t i = next++; i < pieces.size(); i = next++) {
+      rows.drawRows(pieces[i].first, pieces[i].second);
+    }
+  };
+  std::vector<std::thread> threads;
+  if (random.oneIn(16)) {
+    for (int i = 0; i < 3; ++i) threads.emplace_back(draw);
+  }
+  draw();
+  for (std::thread& thread : threads) thread.join();
+}
+
+std::string profileDifference(const char* name, const std::vector<float>& told,
+                              const std::vector<float>& made) {
+  if (told.size() != made.size()) return std::string(name) + " profile has another length\n";
+  for (std::size_t y = 0; y < told.size(); ++y) {
+    const bool same =
+        std::bit_cast<std::uint32_t>(told[y]) == std::bit_cast<std::uint32_t>(made[y]);
+    if (same || (std::isnan(told[y]) && std::isnan(made[y]))) continue;
+    return std::string(name) + " profile, row " + std::to_string(y) + ": told " +
+           std::to_string(told[y]) + ", drawn " + std::to_string(made[y]) + "\n";
+  }
+  return {};
+}
+
+std::string profileDifferences(const LomixStruct& told, const LomixStruct& made) {
+  return profileDifference("scan", told.scanProfile, made.scanProfile) +
+         profileDifference("bars", told.barsProfile, made.barsProfile) +
+         profileDifference("signal", told.signalProfile, made.signalProfile);
+}
+
+std::string channelsText(const TestWorld& world, std::size_t at, int depth) {
+  char text[32];
+  if (depth == 8) {
+    std::snprintf(text, sizeof text, "%d", world.bytes()[at]);
+  } else {
+    float value;
+    std::memcpy(&value, &world.bytes()[at], sizeof value);
+    std::snprintf(text, sizeof text, "%a", static_cast<double>(value));
+  }
+  return text;
+}
+
+// firstRow: of the output, that the worlds' first drawn row stands for.
+std::string worldDifference(const TestWorld& told, const TestWorld& drawn, int depth, int firstRow,
+                            int rows) {
+  const std::optional<std::size_t> at = firstDifference(told, drawn, depth);
+  if (!at) return {};
+  std::string place = "outside the rows";
+  for (int y = firstRow; y < firstRow + rows; ++y) {
+    const auto row = told.row<std::uint8_t>(y);
+    const std::ptrdiff_t inRow = &told.bytes()[*at] - row.data();
+    if (inRow < 0 || inRow >= std::ptrdiff_t{told.def.width} * pixelBytes(depth)) continue;
+    place = "row " + std::to_string(y) + ", column " + std::to_string(inRow / pixelBytes(depth)) +
+            ", channel " + std::to_string(inRow % pixelBytes(depth) * 4 / pixelBytes(depth));
+  }
+  return "byte " + std::to_string(*at) + " (" + place + "): told " +
+         channelsText(told, *at, depth) + ", drawn " + channelsText(drawn, *at, depth) + "\n";
+}
+
+class FrameComparison {
+ public:
+  FrameComparison(RandomFrame& frame, Random& random)
+      : frame_(frame), random_(random), told_(frame), record_(frame.record) {
+    if (frame_.toldProfiles) {
+      PF_LayerDef world{};
+      world.height = frame_.outputHeight;
+      told_.effect().CreateDisplacementImage(&world, -record_.time, &record_);
+    }
+  }
+
+  /// Empty where all is equal.
+  std::string differenceOf(const std::vector<const RowKernels*>& kernels) {
+    for (const RowKernels* used : kernels) {
+      LomixStruct made = frame_.record;
+      if (frame_.toldProfiles) {
+        engine::fillProfiles(made, frame_.outputHeight, told_.effect().invYDown, -made.time, *used);
+      }
+      std::string difference = profileDifferences(record_, made);
+      if (difference.empty()) difference = drawn(std::move(made), *used);
+      if (!difference.empty()) return std::string(used->name) + " kernels, " + difference;
+    }
+    return {};
+  }
+
+  std::uint64_t pixels() const { return pixels_; }
+
+ private:
+  TestWorld blankOutput() const {
+    return TestWorld(frame_.outputWidth, frame_.outputHeight, frame_.depth, frame_.outputLayout,
+                     kGuardBytes);
+  }
+
+  std::string drawn(LomixStruct record, const RowKernels& kernels) {
+    TestWorld output = blankOutput();
+    const engine::RowEngine rows({std::move(record), frame_.source.def, output.def, frame_.depth,
+                                  told_.effect().invXDown, told_.effect().invYDown},
+                                 kernels);
+    return frame_.rowByRow ? rowByRowDifference(rows, output) : wholeDifference(rows, output);
+  }
+
+  std::string wholeDifference(const engine::RowEngine& rows, TestWorld& output) {
+    if (!whole_) {
+      constexpr int kSmall = 3000;
+      whole_ = blankOutput();
+      const int area = frame_.outputWidth * frame_.outputHeight;
+      if (frame_.toldProfiles && area < kSmall && random_.oneIn(2)) {
+        told_.drawByKernel(*whole_);
+      } else {
+        told_.drawRows(record_, *whole_, 0, frame_.outputHeight);
+      }
+    }
+    drawInPieces(rows, frame_.outputHeight, random_);
+    pixels_ += static_cast<std::uint64_t>(frame_.outputWidth) *
+               static_cast<std::uint64_t>(frame_.outputHeight);
+    return worldDifference(*whole_, output, frame_.depth, 0, frame_.outputHeight);
+  }
+
+  std::string rowByRowDifference(const engine::RowEngine& rows, TestWorld& output) {
+    constexpr int kRows = 5;
+    TestWorld expected = blankOutput();
+    for (int i = 0; i < kRows; ++i) {
+      const int y = random_.below(frame_.outputHeight);
+      told_.drawRows(record_, expected, y, y + 1);
+      rows.drawRows(y, y + 1);
+      pixels_ += static_cast<std::uint64_t>(frame_.outputWidth);
+      const std::string difference = worldDifference(expected, output, frame_.depth, y, 1);
+      if (!difference.empty()) return difference;
+    }
+    return {};
+  }
+
+  RandomFrame& frame_;
+  Random& random_;
+  Told told_;
+  LomixStruct record_;  // With the profiles as told.
+  std::optional<TestWorld> whole_;
+  std::uint64_t pixels_ = 0;
+};
+
+}  // namespace
+
+std::vector<const RowKernels*> allKernels() {
+  std::vector<const RowKernels*> kernels;
+  if (engine::avx2Kernels() != nullptr) kernels.push_back(engine::avx2Kernels());
+  kernels.push_back(&engine::portableKernels());
+  return kernels;
+}
+
+Outcome compareFrames(const Options& options) {
+  constexpr std::uint64_t kPieces = 0x70696563;  // A stream beside the frame's own.
+  const auto start = std::chrono::steady_clock::now();
+  const auto seconds = [&] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  Outcome outcome;
+  for (std::uint64_t number = options.firstFrame; number < options.endFrame; ++number) {
+    if (outcome.pixels >= options.pixels || seconds() >= options.seconds) break;
+    RandomFrame frame = makeFrame(options.seed, number);
+    Random random(options.seed ^ kPieces, number);
+    std::vector<const RowKernels*> kernels = options.kernels;
+    if (number % 4 != 0) kernels.resize(1);
+    FrameComparison comparison(frame, random);
+    outcome.difference = comparison.differenceOf(kernels);
+    ++outcome.frames;
+    outcome.pixels += comparison.pixels();
+    if (!outcome.difference.empty()) {
+      outcome.difference = "seed " + std::to_string(options.seed) + ", frame " +
+                           std::to_string(number) + ": " + outcome.difference + frame.describe();
+      break;
+    }
+  }
+  return outcome;
+}
+
+}  // namespace lomix::differential

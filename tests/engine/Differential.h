@@ -1,0 +1,36 @@
+// The row engine against the kernel, on random frames.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "engine/RowKernels.h"
+
+namespace lomix::differential {
+
+/// What to compare; whichever limit is met first ends it.
+struct Options {
+  std::uint64_t seed = 1;
+  std::uint64_t firstFrame = 0;
+  std::uint64_t endFrame = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t pixels = std::numeric_limits<std::uint64_t>::max();
+  double seconds = std::numeric_limits<double>::infinity();
+  /// The first draws every frame, the others one in four.
+  std::vector<const engine::RowKernels*> kernels;
+};
+
+struct Outcome {
+  std::uint64_t frames = 0;
+  std::uint64_t pixels = 0;  ///< Compared, each as often as kernels drew it.
+  std::string difference;    ///< The first one and how to repeat it; empty where there is none.
+};
+
+/// Compares profiles, pixels and the memory around them, byte for byte, up to the first difference.
+Outcome compareFrames(const Options& options);
+
+/// Every set of row kernels that this processor runs, the fastest first.
+std::vector<const engine::RowKernels*> allKernels();
+
+}  // namespace lomix::differential

@@ -1,0 +1,101 @@
+// lomix_differential: compares the row engine with the kernel for as long as one likes.
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "engine/Differential.h"
+
+namespace {
+
+using lomix::differential::Options;
+
+constexpr const char* kUsage =
+    "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
+    "                          [--kernels all|portable|avx2] [--expect-difference]\n"
+    "Compares the row engine with the kernel on random frames until a limit is met (200M pixels\n"
+    "unless told). --frame draws that one frame of the seed. Exits with 0 where all bytes are\n"
+    "equal, 1 at a difference (the other way round with --expect-difference), 2 for wrong usage,\n"
+    "77 where the processor lacks the kernels asked for.\n";
+constexpr int kExitUsage = 2;
+constexpr int kExitSkipped = 77;
+
+template <typename Number>
+Number numberOf(std::string_view option, std::string_view text, std::string_view suffixes = "") {
+  Number value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const std::string_view rest(end, text.data() + text.size());
+  std::size_t power = 0;
+  if (rest.size() == 1) power = suffixes.find(rest[0]) + 1;
+  if (error != std::errc{} || value < 0 || (!rest.empty() && power == 0)) {
+    throw std::invalid_argument(std::string(option) + ": '" + std::string(text) +
+                                "' is no such number (see --help)");
+  }
+  for (; power > 0; --power) value *= 1000;
+  return value;
+}
+
+void setKernels(Options& options, std::string_view name) {
+  if (name != "all" && name != "portable" && name != "avx2") {
+    throw std::invalid_argument("--kernels: '" + std::string(name) + "' is none (see --help)");
+  }
+  options.kernels.clear();
+  for (const auto* kernels : lomix::differential::allKernels()) {
+    if (name == "all" || name == kernels->name) options.kernels.push_back(kernels);
+  }
+}
+
+int run(int argc, char** argv) {
+  Options options;
+  options.pixels = 200'000'000;
+  options.kernels = lomix::differential::allKernels();
+  bool expectDifference = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view option = argv[i];
+    if (option == "--help") return std::fputs(kUsage, stdout), 0;
+    if (option == "--expect-difference") {
+      expectDifference = true;
+      continue;
+    }
+    if (i + 1 == argc) throw std::invalid_argument(std::string(option) + ": unknown or no value");
+    const std::string_view value = argv[++i];
+    if (option == "--seed") {
+      options.seed = numberOf<std::uint64_t>(option, value);
+    } else if (option == "--pixels") {
+      options.pixels = numberOf<std::uint64_t>(option, value, "KMG");
+    } else if (option == "--seconds") {
+      options.seconds = numberOf<double>(option, value);
+    } else if (option == "--frame") {
+      options.firstFrame = numberOf<std::uint64_t>(option, value);
+      options.endFrame = options.firstFrame + 1;
+    } else if (option == "--kernels") {
+      setKernels(options, value);
+    } else {
+      throw std::invalid_argument(std::string(option) + ": unknown option (see --help)");
+    }
+  }
+  if (options.kernels.empty()) return std::puts("skipped: not on this processor"), kExitSkipped;
+
+  const auto outcome = lomix::differential::compareFrames(options);
+  std::printf("seed %llu: %llu frames, %llu pixels compared, %s\n%s",
+              static_cast<unsigned long long>(options.seed),
+              static_cast<unsigned long long>(outcome.frames),
+              static_cast<unsigned long long>(outcome.pixels),
+              outcome.difference.empty() ? "all equal" : "a difference",
+              outcome.difference.c_str());
+  return outcome.difference.empty() != expectDifference ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::invalid_argument& error) {
+    std::fprintf(stderr, "error: %s\n", error.what());
+    return kExitUsage;
+  }
+}

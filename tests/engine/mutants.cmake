@@ -1,0 +1,37 @@
+# lomix_engine_mutant(NAME KERNELS SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): a
+# lomix_differential with one source of the engine changed, and a test that it finds a difference. A
+# crash is no difference found.
+function(lomix_engine_mutant name kernels source)
+  set(original ${PROJECT_SOURCE_DIR}/src/engine/${source})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
+  file(READ ${original} mutated)
+  # By index, since ARGN would split the arguments at semicolons.
+  math(EXPR last "${ARGC} - 1")
+  foreach(at RANGE 3 ${last} 2)
+    math(EXPR after "${at} + 1")
+    set(text "${mutated}")
+    string(REGEX REPLACE "${ARGV${at}}" "${ARGV${after}}" mutated "${text}")
+    if("${mutated}" STREQUAL "${text}")
+      message(FATAL_ERROR "${source}: nothing matches '${ARGV${at}}' (adapt mutant ${name})")
+    endif()
+  endforeach()
+  set(copy ${CMAKE_CURRENT_BINARY_DIR}/${name}/${source})
+  set(previous "")
+  if(EXISTS ${copy})
+    file(READ ${copy} previous)
+  endif()
+  if(NOT "${mutated}" STREQUAL "${previous}")
+    file(WRITE ${copy} "${mutated}")
+  endif()
+
+  # The mutated object comes before the library, which then leaves its own out.
+  add_executable(lomix_mutant_${name} DifferentialMain.cpp ${copy}
+                 $<TARGET_OBJECTS:lomix_differential_parts>)
+  set_target_properties(lomix_mutant_${name} PROPERTIES
+                        RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  target_include_directories(lomix_mutant_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(lomix_mutant_${name} PRIVATE lomix_effect Threads::Threads)
+  add_test(NAME "mutant is found: ${name}"
+           COMMAND lomix_mutant_${name} --expect-difference --kernels ${kernels} --pixels 100M)
+  set_tests_properties("mutant is found: ${name}" PROPERTIES SKIP_RETURN_CODE 77)
+endfunction()
