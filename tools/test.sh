@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers, and runs every test in both builds.
+# undefined-behaviour sanitizers, and runs every test in both builds; then the row engine's tests,
+# where the threads are, with the thread sanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,7 +10,10 @@ tools/setup.sh
 for preset in dev asan; do
   tools/build.sh "$preset"
 done
+tools/build.sh tsan --target lomix_engine_tests
 for preset in dev asan; do
   echo "Testing ($preset)..."
   ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
 done
+echo "Testing (tsan)..."
+build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter=-ByteMap.*
