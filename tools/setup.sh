@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
+# Usage: tools/setup.sh [MORE PACKAGES...]
 # Installs what building and testing need on Debian 12, where it is missing. Safe to run again.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config ccache git python3 clang-format
   libopenimageio-dev libopenexr-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+  "$@"
 )
 
 missing=()

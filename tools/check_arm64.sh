@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Usage: tools/check_arm64.sh [PIXELS]
+# Builds the effect and the engine's tests for 64-bit ARM with warnings as errors and runs them in
+# an emulator, the comparison of engine and kernel for so many pixels (3M unless told). Installs the
+# cross-compiler and the emulator where they are missing.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+pixels=${1:-3M}
+tools/setup.sh g++-aarch64-linux-gnu qemu-user-static googletest
+toolchain=$PWD/cmake/aarch64-linux-gnu.cmake
+build=$PWD/build/arm64
+mkdir -p "$build"
+log=$build/build.log
+quietly() { "$@" >>"$log" 2>&1 || { cat "$log" >&2; exit 1; }; }
+
+echo "Building (arm64)..." >&2
+: >"$log"
+if [ ! -d "$build/prefix/lib/cmake/GTest" ]; then
+  quietly cmake -G Ninja -S /usr/src/googletest -B "$build/googletest" \
+    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_INSTALL_PREFIX="$build/prefix" -DCMAKE_INSTALL_LIBDIR=lib
+  quietly cmake --build "$build/googletest" --target install
+fi
+quietly cmake -G Ninja -S . -B "$build/lomix" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLOMIX_WERROR=ON -DLOMIX_BUILD_TOOLS=OFF \
+  -DGTest_DIR="$build/prefix/lib/cmake/GTest"
+quietly cmake --build "$build/lomix" --target lomix_engine_tests lomix_differential \
+  lomix_mutant_columns_rounded_down
+
+echo "Testing (arm64)..."
+qemu-aarch64-static "$build/lomix/tests/lomix_engine_tests" --gtest_brief=1
+qemu-aarch64-static "$build/lomix/tests/lomix_mutant_columns_rounded_down" --expect-difference
+qemu-aarch64-static "$build/lomix/bin/lomix_differential" --seed 64 --pixels "$pixels"
