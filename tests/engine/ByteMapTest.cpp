@@ -71,7 +71,7 @@ TEST(ByteMap, ReproducesBarsAndWeights) {
     }
   }
   // Where no such form is found, pixels are drawn one by one: that has to be rare.
-  EXPECT_LT(inexact, maps / 100);
+  EXPECT_LT(inexact, maps / 10000);
   RecordProperty("maps", maps);
   RecordProperty("inexact", inexact);
 }
