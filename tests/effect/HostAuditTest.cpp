@@ -1,7 +1,15 @@
 // The host's own strictness, shown on plug-ins that are faulty on purpose.
-#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include "effect/EffectTest.h"
+#include <cstring>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/Host.h"
 
 namespace lomix::host {
 namespace {

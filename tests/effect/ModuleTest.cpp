@@ -16,7 +16,9 @@ using testing::EndsWith;
 using testing::HasSubstr;
 
 TEST(Module, ErrorsTellFileCauseAndWayOut) {
-  const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "module_test";
+  // Beside the module, so that no other test that runs now uses the same folder.
+  const std::filesystem::path folder =
+      std::filesystem::path(LOMIX_MODULE_FILE).parent_path() / "module_test";
   std::filesystem::create_directories(folder);
   const std::filesystem::path text = folder / "text.so";
   std::ofstream(text) << "no module\n";
