@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Usage: tools/bless_golden.sh "REASON"
+# Renders the golden frames anew and takes their hashes as the right ones. For a change of the
+# picture that is meant; the reason, in a few words, joins the history on top of the file of hashes.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+reason=$(tr -s '[:space:]' ' ' <<<"$*" | sed 's/^ //; s/ $//')
+if [ "$(wc -w <<<"$reason")" -lt 3 ]; then
+  echo "error: reason '$reason': too short (say in a few words why the frames change)" >&2
+  exit 1
+fi
+
+tools/build.sh dev --target golden_frames
+file=tests/golden/frames.tsv
+bin=build/dev/bin
+work=$(mktemp -d)
+trap 'rm -rf "$work" "$file.new"' EXIT
+for engine in kernel rows; do
+  build/dev/tests/golden_frames "$bin/$engine/Lomix.so" >"$work/$engine"
+done
+if ! cmp -s "$work/kernel" "$work/rows"; then
+  echo "error: golden frames: the two engines disagree, nothing was blessed (make them agree):" >&2
+  diff "$work/kernel" "$work/rows" >&2 || true
+  exit 1
+fi
+
+touch "$work/old"
+[ ! -f "$file" ] || grep -v '^#' "$file" >"$work/old" || true
+if cmp -s "$work/old" "$work/kernel"; then
+  echo "No frame changed; $file stays as it is."
+  exit 0
+fi
+awk -F '\t' '
+  FILENAME == ARGV[1] { old[$1] = $2; next }
+  !($1 in old) { print "new      " $1 }
+  ($1 in old) && old[$1] != $2 { print "changed  " $1 }
+  { delete old[$1] }
+  END { for (name in old) print "gone     " name }
+' "$work/old" "$work/kernel"
+
+{
+  if [ -f "$file" ]; then
+    grep '^#' "$file"
+  else
+    echo "# Golden frames: name, tab, 64-bit FNV-1a of the pixels (tests/golden/Frames.h)."
+    echo "# Written by tools/bless_golden.sh. When they were blessed, and why:"
+  fi
+  echo "# $(date -u +%F): $reason"
+  cat "$work/kernel"
+} >"$file.new"
+mv "$file.new" "$file"
