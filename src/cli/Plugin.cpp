@@ -5,6 +5,7 @@
 
 #include "cli/Errors.h"
 #include "cli/ExecutablePath.h"
+#include "shell/EntryPoint.h"
 
 namespace lomix::cli {
 namespace {
@@ -38,8 +39,17 @@ fs::path findPlugin(const fs::path& given) {
 
 Plugin::Plugin(const fs::path& file, host::Personality personality)
     : module_(file),
-      host_(module_, host::HostOptions{.personality = personality}),
+      host_(*module_, host::HostOptions{.personality = personality}),
       parameters_({}) {
+  setUp();
+}
+
+Plugin::Plugin(host::Personality personality)
+    : host_(EntryPointFunc, host::HostOptions{.personality = personality}), parameters_({}) {
+  setUp();
+}
+
+void Plugin::setUp() {
   requireSuccess(host_.globalSetup(info_), "set itself up", host_);
   requireSuccess(host_.paramsSetup(), "declare its parameters", host_);
   parameters_ = ParameterTable(host_.parameters());

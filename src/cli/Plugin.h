@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "cli/ParameterTable.h"
@@ -12,12 +13,14 @@ namespace lomix::cli {
 /// command. Throws CommandError when there is none.
 std::filesystem::path findPlugin(const std::filesystem::path& given);
 
-/// A loaded module in a host that has set it up.
+/// The effect, a loaded module or the one in this program, in a host that has set it up.
 class Plugin {
  public:
   /// file: as findPlugin returns it. Throws CommandError or host::HostError when the module cannot
   /// be loaded or set up.
-  explicit Plugin(const std::filesystem::path& file, host::Personality personality);
+  Plugin(const std::filesystem::path& file, host::Personality personality);
+  /// The effect that is part of this program. Throws CommandError when it cannot be set up.
+  explicit Plugin(host::Personality personality);
 
   host::Host& host() { return host_; }
   const host::GlobalInfo& info() const { return info_; }
@@ -30,7 +33,9 @@ class Plugin {
   void finish();
 
  private:
-  host::Module module_;
+  void setUp();
+
+  std::optional<host::Module> module_;  // empty for the effect in this program
   host::Host host_;
   host::GlobalInfo info_;
   ParameterTable parameters_;

@@ -1,15 +1,18 @@
 #include "cli/RenderCommand.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numeric>
 #include <optional>
 #include <ostream>
+#include <thread>
 #include <utility>
 
 #include "cli/Errors.h"
 #include "cli/Numbers.h"
 #include "cli/Plugin.h"
+#include "cli/RowsRenderer.h"
 #include "media/PictureFile.h"
 
 namespace lomix::cli {
@@ -22,6 +25,27 @@ Personality parsePersonality(const std::string& text) {
   if (text == "ae") return Personality::AfterEffects;
   if (text == "premiere") return Personality::Premiere;
   throw UsageError("--host: there is no host '" + text + "' (use ae or premiere)");
+}
+
+enum class Engine { Rows, Plugin };
+
+/// text: empty for the default. module: the module that was named, empty for none.
+Engine parseEngine(const std::string& text, const std::string& module) {
+  if (text.empty()) return module.empty() ? Engine::Rows : Engine::Plugin;
+  if (text == "plugin") return Engine::Plugin;
+  if (text != "rows") {
+    throw UsageError("--engine: there is no engine '" + text + "' (use rows or plugin)");
+  }
+  if (!module.empty()) {
+    throw UsageError("--plugin: the engine rows loads no module (use --engine plugin)");
+  }
+  return Engine::Rows;
+}
+
+/// wanted: 0 for all processors.
+int threadCount(int wanted) {
+  if (wanted > 0) return wanted;
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
 /// Nothing: as the input wants it.
@@ -126,13 +150,20 @@ RenderCommand::RenderCommand(CLI::App& app) {
                  "premiere (Premiere Pro, renders 8 bits only)")
       ->type_name("ae|premiere")
       ->group(rendering);
-  app.add_option("--engine", engine_, "What computes the pixels: plugin, a loaded module")
-      ->type_name("plugin")
+  app.add_option("--engine", engine_,
+                 "What computes the pixels: rows, the fast engine in\n"
+                 "this program (default), or plugin, a module loaded as\n"
+                 "a host loads it. The pixels are the same")
+      ->type_name("rows|plugin")
       ->group(rendering);
   app.add_option("--plugin", plugin_,
-                 "The module to load; by default the one that is\n"
-                 "installed with lomix")
+                 "The module for --engine plugin, which this implies; by\n"
+                 "default the one that is installed with lomix")
       ->type_name("FILE")
+      ->group(rendering);
+  app.add_option("--threads", threads_, "Threads of the rows engine; all processors by default")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024))
       ->group(rendering);
 
   const char* files = "Files and messages";
@@ -151,11 +182,10 @@ void RenderCommand::run(const Streams& streams) {
   const FrameTime time = parseTime(time_);
   const PairOfWholes factors = parseDownsample(downsample_);
   const std::optional<int> wantedDepth = parseDepth(depth_, personality);
-  if (engine_ != "plugin") {
-    throw UsageError("--engine: there is no engine '" + engine_ + "' (use plugin)");
-  }
+  const Engine engine = parseEngine(engine_, plugin_);
 
-  Plugin plugin(findPlugin(plugin_), personality);
+  Plugin plugin =
+      engine == Engine::Plugin ? Plugin(findPlugin(plugin_), personality) : Plugin(personality);
   std::vector<Assignment> assignments;
   for (const std::string& setting : settings_) {
     assignments.push_back(plugin.parameters().parse(setting));
@@ -185,7 +215,11 @@ void RenderCommand::run(const Streams& streams) {
   host::World input(picture.width(), picture.height(), depth);
   host::World output(picture.width(), picture.height(), depth);
   copyIn(picture, input);
-  requireSuccess(plugin.host().render(frame, input, output), "render the frame", plugin.host());
+  if (engine == Engine::Plugin) {
+    requireSuccess(plugin.host().render(frame, input, output), "render the frame", plugin.host());
+  } else {
+    renderRows(plugin.host().parameters(), frame, input, output, threadCount(threads_));
+  }
   plugin.finish();
   copyOut(output, picture);
   media::writePicture(picture, output_, overwrite_);

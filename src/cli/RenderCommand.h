@@ -22,8 +22,9 @@ class RenderCommand : public Command {
   std::string depth_;
   std::string downsample_ = "1";
   std::string host_ = "ae";
-  std::string engine_ = "plugin";
+  std::string engine_;
   std::string plugin_;
+  int threads_ = 0;
   bool overwrite_ = false;
   bool quiet_ = false;
 };

@@ -117,6 +117,7 @@ void RowEngine::drawRows(int first, int last) const {
     if (frame_.depth == 8) drawRow<PF_Pixel>(y);
     if (frame_.depth == 32) drawRow<PF_PixelFloat>(y);
   }
+  if (streaming_) kernels_.finishStreaming();
 }
 
 template <typename Pixel>
@@ -231,10 +232,12 @@ GrainRow RowEngine::grainRow(int y) const {
   constexpr double kReducible = 0x1p29;
   row.reducible = sine < kReducible && cosine < kReducible;
 
-  // All sums of the position are then exact in single precision.
+  // All sums of the position are then exact in single precision, and its cosine's argument in turns
+  // keeps the bits that the level's margin counts on.
   constexpr double kExactWhole = 0x1p24;
+  constexpr double kPreciseTurns = 0x1p27;
   row.wholeCoordinates = row.reducible && isSmallWhole(row.invXDown) &&
-                         isSmallWhole(row.invYDown) && u < kExactWhole &&
+                         isSmallWhole(row.invYDown) && u < kExactWhole && cosine < kPreciseTurns &&
                          std::abs(row.phase) < 0x1p24;
   if (row.wholeCoordinates) {
     row.xStep = static_cast<std::uint64_t>(row.invXDown);

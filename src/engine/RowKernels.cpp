@@ -69,6 +69,9 @@ void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, f
   }
 }
 
+// Ordinary stores need nothing.
+void finishStreaming() {}
+
 }  // namespace
 
 float GrainRow::levelAt(int x) const {
@@ -76,7 +79,7 @@ float GrainRow::levelAt(int x) const {
 }
 
 const RowKernels& portableKernels() {
-  static constexpr RowKernels kKernels{"portable", run8, run32, rowSums};
+  static constexpr RowKernels kKernels{"portable", run8, run32, rowSums, finishStreaming};
   return kKernels;
 }
 

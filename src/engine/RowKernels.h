@@ -92,6 +92,8 @@ struct RowKernels {
   void (*run32)(const Row32& row, const Run<PF_PixelFloat>& run);
   /// Sums of sines of rows first ... first + count - 1, as scanSum() and barSum() give them.
   void (*rowSums)(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums);
+  /// Makes what the calling thread streamed visible before whatever it writes next.
+  void (*finishStreaming)();
 };
 
 /// What every processor runs.

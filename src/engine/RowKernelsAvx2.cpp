@@ -816,6 +816,8 @@ void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
   run32Chosen<>(row, run, flags);
 }
 
+void finishStreaming() { _mm_sfence(); }
+
 }  // namespace
 }  // namespace lomix::engine
 
@@ -844,7 +846,7 @@ bool processorHasAvx2AndFma() {
 }  // namespace
 
 const RowKernels* avx2Kernels() {
-  static constexpr RowKernels kKernels{"avx2", run8, run32, rowSums};
+  static constexpr RowKernels kKernels{"avx2", run8, run32, rowSums, finishStreaming};
   static const bool kSupported = processorHasAvx2AndFma();
   return kSupported ? &kKernels : nullptr;
 }

@@ -66,12 +66,12 @@ void barSumOneUlpMore(const ProfileFrame& frame, int first, int count, float* sc
 TEST(Differential, SeesTheSmallestFaults) {
   const RowKernels& good = portableKernels();
   const RowKernels faulty[] = {
-      {"one level", oneLevel, good.run32, good.rowSums},
-      {"one ulp", good.run8, oneUlp, good.rowSums},
-      {"a byte past the row", onePixelMore8, good.run32, good.rowSums},
-      {"a float past the row", good.run8, onePixelMore32, good.rowSums},
-      {"a pixel left out", onePixelLess, good.run32, good.rowSums},
-      {"an ulp in a profile", good.run8, good.run32, barSumOneUlpMore},
+      {"one level", oneLevel, good.run32, good.rowSums, good.finishStreaming},
+      {"one ulp", good.run8, oneUlp, good.rowSums, good.finishStreaming},
+      {"a byte past the row", onePixelMore8, good.run32, good.rowSums, good.finishStreaming},
+      {"a float past the row", good.run8, onePixelMore32, good.rowSums, good.finishStreaming},
+      {"a pixel left out", onePixelLess, good.run32, good.rowSums, good.finishStreaming},
+      {"an ulp in a profile", good.run8, good.run32, barSumOneUlpMore, good.finishStreaming},
   };
   for (const RowKernels& kernels : faulty) {
     Options options;
