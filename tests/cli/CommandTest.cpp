@@ -123,6 +123,8 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {with({"--depth", "32", "--host", "premiere"}), 2, "premiere"},
       {with({"--host", "vlc"}), 2, "ae or premiere"},
       {with({"--engine", "steam"}), 2, "steam"},
+      {with({"--engine", "rows", "--plugin", "text.so"}), 2, "--engine plugin"},
+      {with({"--threads", "0"}), 2, "--threads"},
       {with({"--downsample", "0"}), 2, "--downsample"},
       {with({"--plugin", "missing.so"}), 1, "missing.so"},
       {with({"--plugin", "text.so"}), 1, "text.so"},
@@ -179,6 +181,21 @@ TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
   EXPECT_EQ(render("c.png", {"--set", "Time Control=Manual", "--set", "Time=1.5"}), decimal);
   EXPECT_EQ(render("d.png", {"--time", "1.5", "--host", "premiere"}), decimal);
   EXPECT_NE(render("e.png", {}), decimal);
+}
+
+TEST_F(Lomix, EveryEngineGivesTheSamePicture) {
+  const auto render = [&](const std::string& out, std::vector<std::string> more) {
+    more.insert(more.begin(),
+                {"render", "card.png", out, "--set", "Noise=30", "--set", "Bars Overlay=40",
+                 "--set", "Scan Distortion=50", "--depth", "32", "--downsample", "1,2"});
+    expectDone(more);
+    return read(path(out));
+  };
+  const std::string byModule = render("a.png", {"--time", "1.3", "--engine", "plugin"});
+  EXPECT_EQ(render("b.png", {"--time", "1.3"}), byModule);
+  EXPECT_EQ(render("c.png", {"--time", "1.3", "--threads", "1"}), byModule);
+  EXPECT_EQ(render("d.png", {"--time", "1.3", "--threads", "7"}), byModule);
+  EXPECT_NE(render("e.png", {"--time", "1.4"}), byModule);
 }
 
 TEST_F(Lomix, ATimeThatHasNoEffectIsNoted) {
