@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr PF_ParamValue kAutomatic = 1;
-
 PF_Err globalSetup(PF_OutData* out_data) {
   out_data->my_version = kVersionWord;
   out_data->out_flags = kOutFlags;
@@ -25,7 +23,7 @@ PF_Err queryDynamicFlags(PF_InData* in_data, PF_OutData* out_data) {
       in_data->inter.checkout_param(in_data->effect_ref, kTimeControl, in_data->current_time,
                                     in_data->time_step, in_data->time_scale, &def);
   if (checkout == PF_Err_NONE) {
-    if (def.u.pd.value == kAutomatic) {
+    if (def.u.pd.value == kAutomaticTime) {
       out_data->out_flags |= PF_OutFlag_NON_PARAM_VARY;
     } else {
       out_data->out_flags &= ~PF_OutFlag_NON_PARAM_VARY;
@@ -36,7 +34,7 @@ PF_Err queryDynamicFlags(PF_InData* in_data, PF_OutData* out_data) {
 }
 
 PF_Err updatePanel(PF_InData* in_data, PF_ParamDef* params[]) {
-  return HideStream(in_data, kTime, params[kTimeControl]->u.pd.value == kAutomatic);
+  return HideStream(in_data, kTime, params[kTimeControl]->u.pd.value == kAutomaticTime);
 }
 
 PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],

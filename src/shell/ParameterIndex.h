@@ -18,3 +18,6 @@ enum ParameterIndex : int {
   kBlendWithOriginal,
   kParameterCount
 };
+
+/// The choice of "Time Control" that follows the host's clock.
+inline constexpr int kAutomaticTime = 1;

@@ -4,11 +4,6 @@
 #include "signal/SyncFunctions.h"
 
 namespace lomix {
-namespace {
-
-constexpr int kAutomatic = 1;
-
-}  // namespace
 
 void fillFrameRecord(LomixStruct& record, PF_ParamDef* const params[], A_long currentTime,
                      A_u_long timeScale, double downsample) {
@@ -18,7 +13,7 @@ void fillFrameRecord(LomixStruct& record, PF_ParamDef* const params[], A_long cu
   record.timeControl = params[kTimeControl]->u.pd.value;
   record.distortionMode = params[kDistortionMode]->u.pd.value;
   record.time =
-      record.timeControl == kAutomatic
+      record.timeControl == kAutomaticTime
           ? static_cast<float>(static_cast<double>(currentTime) / static_cast<double>(timeScale))
           : static_cast<float>(slider(kTime));
   record.signalDistortion = fraction(kSignalDistortion);
