@@ -17,8 +17,8 @@ int product(int input, int factor) { return ((input << 8) * factor) >> 16; }
 
 }  // namespace
 
-ByteMap::ByteMap(const ByteTable& table) {
-  for (int half = 0; half < 2; ++half) {
+ByteMap::ByteMap(const ByteTable& table, bool fit) : table_(table), exact_(fit) {
+  for (int half = 0; half < 2 && exact_; ++half) {
     const auto first = static_cast<std::size_t>(half * kHalf);
     const int rise = table[first + kHalf - 1] - table[first];
     // A slope of one is kUnit * 256; products stay within 16 bits for slopes below 4.

@@ -20,8 +20,11 @@ class ByteMap {
   /// in bit 0-7 the inputs 128 * half + 16 * bit + low.
   using BitSet = std::array<std::array<std::uint8_t, 16>, 2>;
 
-  explicit ByteMap(const ByteTable& table);
+  /// fit: whether the lines and corrections are wanted.
+  ByteMap(const ByteTable& table, bool fit);
 
+  const ByteTable& table() const { return table_; }
+  /// Whether lines and corrections were found.
   bool exact() const { return exact_; }
   std::uint16_t factor(int half) const { return factor_[static_cast<std::size_t>(half)]; }
   std::int16_t offset(int half) const { return offset_[static_cast<std::size_t>(half)]; }
@@ -34,7 +37,8 @@ class ByteMap {
  private:
   bool fitHalf(const ByteTable& table, int half, int factor);
 
-  bool exact_ = true;
+  ByteTable table_;
+  bool exact_;
   int bitSets_ = 0;
   std::array<std::uint16_t, 2> factor_{};
   std::array<std::int16_t, 2> offset_{};

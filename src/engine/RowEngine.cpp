@@ -47,6 +47,11 @@ std::uint8_t weightedByte(int value, int alpha) {
   return static_cast<std::uint8_t>((value * (255 - alpha)) >> 8);
 }
 
+// A colour byte of that alpha without it.
+std::uint8_t unmultiplied(int colour, int alpha) {
+  return static_cast<std::uint8_t>(alpha > 0 ? std::min(colour * 256 / alpha, 255) : 0);
+}
+
 // The vector code counts on overlays that neither wrap nor go negative.
 bool vectorSafe(const Frame& frame) {
   const LomixStruct& r = frame.record;
@@ -64,7 +69,7 @@ int unmultFactor(int alpha) {
   const int factor = ((256 - alpha) * 65536 + alpha - 1) / alpha;
   bool identity = true;
   for (int v = 0; v < 256; ++v) {
-    const int told = std::min(v * 256 / alpha, 255);
+    const int told = unmultiplied(v, alpha);
     const int quick = std::min(v + (v * factor >> 16), 255);
     if (told != quick) return -1;
     identity = identity && told == v;
@@ -159,7 +164,9 @@ void RowEngine::finishRow(Row8& row) const {
   row.unmultFactor = static_cast<std::uint16_t>(std::max(end.unmultFactor, 0));
   const int map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, row.dark)];
   row.colourMap = map < 0 ? nullptr : &maps_[static_cast<std::size_t>(map)];
-  row.vectorSafe = end.unmultFactor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
+  row.finish = &end.finish;
+  const bool lines = end.unmultFactor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
+  row.vectorSafe = kernels_.byTable || lines;
 }
 
 void RowEngine::prepareOpaqueEnds() {
@@ -173,9 +180,17 @@ void RowEngine::prepareOpaqueEnds() {
   const auto over = [&alpha](int overlay) { alpha = weightedByte(alpha, overlay) + overlay; };
   if (record.barsOverlay > 0.0f) over(byteOf(record.barsOverlay));
   if (grainAlpha_ > 0) over(grainAlpha_);
-  opaqueEnds_[0] = {static_cast<std::uint8_t>(alpha), unmultFactor(alpha)};
+  const auto endOf = [](int endAlpha, int darkAfterGrain) {
+    OpaqueEnd end{static_cast<std::uint8_t>(endAlpha), unmultFactor(endAlpha), {}};
+    for (int c = 0; c < 256; ++c) {
+      const int left = darkAfterGrain > 0 ? weightedByte(c, darkAfterGrain) : c;
+      end.finish[static_cast<std::size_t>(c)] = unmultiplied(left, endAlpha);
+    }
+    return end;
+  };
+  opaqueEnds_[0] = endOf(alpha, 0);
   if (darkAlpha > 0) over(darkAlpha);
-  opaqueEnds_[1] = {static_cast<std::uint8_t>(alpha), unmultFactor(alpha)};
+  opaqueEnds_[1] = endOf(alpha, grainAlpha_ > 0 ? darkAlpha : 0);
 }
 
 std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
@@ -206,7 +221,7 @@ void RowEngine::prepareColourMaps() {
       for (std::uint8_t& byte : table) byte = weightedByte(byte, weightAlpha);
     }
     map = static_cast<int>(maps_.size());
-    maps_.emplace_back(table);
+    maps_.emplace_back(table, !kernels_.byTable);
   }
 }
 
@@ -230,19 +245,20 @@ GrainRow RowEngine::grainRow(int y) const {
   const double sine = u * x + std::abs(row.phase);
   const double cosine = u * std::abs(static_cast<double>(row.yWeight));
   constexpr double kReducible = 0x1p29;
-  row.reducible = sine < kReducible && cosine < kReducible;
+  // Far from where a quotient's remainder would be subnormal.
+  constexpr float kLeastRow = 0x1p-60f;
+  row.reducible = sine < kReducible && cosine < kReducible && std::abs(row.yFull) > kLeastRow;
 
-  // All sums of the position are then exact in single precision, and its cosine's argument in turns
-  // keeps the bits that the level's margin counts on.
+  // All sums of the position are then exact in single precision.
   constexpr double kExactWhole = 0x1p24;
-  constexpr double kPreciseTurns = 0x1p27;
   row.wholeCoordinates = row.reducible && isSmallWhole(row.invXDown) &&
-                         isSmallWhole(row.invYDown) && u < kExactWhole && cosine < kPreciseTurns &&
+                         isSmallWhole(row.invYDown) && u < kExactWhole &&
                          std::abs(row.phase) < 0x1p24;
   if (row.wholeCoordinates) {
     row.xStep = static_cast<std::uint64_t>(row.invXDown);
     row.yWhole = static_cast<std::uint64_t>(row.yFull);
     row.phaseTurns = turnsOf(row.phase);
+    row.weightTurns = turnsOf(row.yWeight);
     // Single-precision sine, cosine and product are good to 2^-20, and the formula's own roundings
     // of the sine's argument move it by up to five units of its last place.
     row.levelMargin = 255.0f * row.amount * static_cast<float>(0x1p-19 + sine * 0x1p-50);

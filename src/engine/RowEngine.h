@@ -57,11 +57,12 @@ class RowEngine {
   const RowKernels& kernels_;
   ColumnMap columns_;
   bool streaming_;
-  // What becomes of an opaque 8-bit pixel: Row8's opaqueAlpha, and unmultFactor or a negative
-  // number.
+  // What becomes of an opaque 8-bit pixel: Row8's opaqueAlpha, finish, and unmultFactor or a
+  // negative number.
   struct OpaqueEnd {
     std::uint8_t alpha = 255;
     int unmultFactor = 0;
+    ByteTable finish{};
   };
   OpaqueEnd opaqueEnds_[2];  // off and on scanlines
   std::uint8_t grainAlpha_ = 0;

@@ -84,7 +84,9 @@ const RowKernels& portableKernels() {
 }
 
 const RowKernels& bestKernels() {
-  static const RowKernels& best = avx2Kernels() != nullptr ? *avx2Kernels() : portableKernels();
+  static const RowKernels& best = avx512Kernels() != nullptr ? *avx512Kernels()
+                                  : avx2Kernels() != nullptr ? *avx2Kernels()
+                                                             : portableKernels();
   return best;
 }
 

@@ -29,10 +29,12 @@ struct GrainRow {
 
   // For 8-bit worlds whose coordinates are whole numbers at full resolution.
   bool wholeCoordinates = false;
-  std::uint64_t xStep = 1;       ///< Full-resolution columns from one pixel to the next.
-  std::uint64_t yWhole = 0;      ///< The row at full resolution.
-  std::uint64_t phaseTurns = 0;  ///< Phase in turns, as a fraction of 2^64.
-  float levelMargin = 0.0f;      ///< How far a level may be off, in 1/255.
+  std::uint64_t xStep = 1;   ///< Full-resolution columns from one pixel to the next.
+  std::uint64_t yWhole = 0;  ///< The row at full resolution.
+  // Angles in turns, as fractions of 2^64.
+  std::uint64_t phaseTurns = 0;
+  std::uint64_t weightTurns = 0;  ///< Of yWeight.
+  float levelMargin = 0.0f;       ///< How far a level may be off, in 1/255.
 
   /// The overlay level of the pixel in column x by the plain formula.
   float levelAt(int x) const;
@@ -61,6 +63,8 @@ struct Row8 : Overlays<PF_Pixel> {
   /// unmultiplied by adding colour * unmultFactor / 65536, truncated.
   std::uint8_t opaqueAlpha = 255;
   std::uint16_t unmultFactor = 0;
+  /// What becomes of an opaque pixel's colour after colourMap and grain.
+  const ByteTable* finish = nullptr;
   /// Whether colourMap and unmultFactor reproduce this row exactly; else the pixels are drawn one
   /// by one.
   bool vectorSafe = false;
@@ -87,13 +91,14 @@ struct ProfileFrame {
 };
 
 struct RowKernels {
-  const char* name;  ///< For reports: "portable", "avx2".
+  const char* name;  ///< For reports: "portable", "avx2", "avx512".
   void (*run8)(const Row8& row, const Run<PF_Pixel>& run);
   void (*run32)(const Row32& row, const Run<PF_PixelFloat>& run);
   /// Sums of sines of rows first ... first + count - 1, as scanSum() and barSum() give them.
   void (*rowSums)(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums);
   /// Makes what the calling thread streamed visible before whatever it writes next.
   void (*finishStreaming)();
+  bool byTable = false;  ///< Whether run8 looks colours up and needs no lines of a ByteMap.
 };
 
 /// What every processor runs.
@@ -101,6 +106,10 @@ const RowKernels& portableKernels();
 
 /// Null where the build or the processor has no AVX2 and FMA.
 const RowKernels* avx2Kernels();
+
+/// Null where the build or the processor has no AVX-512 with byte permutations (F, BW, DQ, VL,
+/// VBMI).
+const RowKernels* avx512Kernels();
 
 /// The fastest of them for this processor, chosen once.
 const RowKernels& bestKernels();

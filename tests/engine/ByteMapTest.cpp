@@ -55,7 +55,7 @@ TEST(ByteMap, ReproducesBarsAndWeights) {
       const ByteTable bars = barsTable({strength, byte, byte, byte});
       for (int alpha = level % kWeightStep; alpha < 256; alpha += kWeightStep) {
         const ByteTable table = weighted(bars, alpha);
-        const ByteMap map(table);
+        const ByteMap map(table, true);
         ++maps;
         if (!map.exact()) {
           ++inexact;
@@ -79,7 +79,7 @@ TEST(ByteMap, ReproducesBarsAndWeights) {
 TEST(ByteMap, SaysWhereItIsNotExact) {
   ByteTable steps;
   for (std::size_t d = 0; d < steps.size(); ++d) steps[d] = d % 2 == 0 ? 0 : 200;
-  EXPECT_FALSE(ByteMap(steps).exact());
+  EXPECT_FALSE(ByteMap(steps, true).exact());
 }
 
 }  // namespace

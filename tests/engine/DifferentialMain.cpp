@@ -1,5 +1,6 @@
 // lomix_differential: compares the row engine with the kernel for as long as one likes.
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -15,7 +16,7 @@ using lomix::differential::Options;
 
 constexpr const char* kUsage =
     "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
-    "                          [--kernels all|portable|avx2] [--expect-difference]\n"
+    "                          [--kernels all|portable|avx2|avx512] [--expect-difference]\n"
     "Compares the row engine with the kernel on random frames until a limit is met (200M pixels\n"
     "unless told). --frame draws that one frame of the seed. Exits with 0 where all bytes are\n"
     "equal, 1 at a difference (the other way round with --expect-difference), 2 for wrong usage,\n"
@@ -39,7 +40,8 @@ Number numberOf(std::string_view option, std::string_view text, std::string_view
 }
 
 void setKernels(Options& options, std::string_view name) {
-  if (name != "all" && name != "portable" && name != "avx2") {
+  constexpr std::string_view kNames[] = {"all", "portable", "avx2", "avx512"};
+  if (std::ranges::find(kNames, name) == std::end(kNames)) {
     throw std::invalid_argument("--kernels: '" + std::string(name) + "' is none (see --help)");
   }
   options.kernels.clear();

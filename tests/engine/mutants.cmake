@@ -1,6 +1,6 @@
 # lomix_engine_mutant(NAME KERNELS SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): a
-# lomix_differential with one source of the engine changed, and a test that it finds a difference. A
-# crash is no difference found.
+# lomix_differential with one source of the engine changed, or one header of its vector code, and a
+# test that it finds a difference. A crash is no difference found.
 function(lomix_engine_mutant name kernels source)
   set(original ${PROJECT_SOURCE_DIR}/src/engine/${source})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
@@ -15,7 +15,8 @@ function(lomix_engine_mutant name kernels source)
       message(FATAL_ERROR "${source}: nothing matches '${ARGV${at}}' (adapt mutant ${name})")
     endif()
   endforeach()
-  set(copy ${CMAKE_CURRENT_BINARY_DIR}/${name}/${source})
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/${name})
+  set(copy ${folder}/engine/${source})
   set(previous "")
   if(EXISTS ${copy})
     file(READ ${copy} previous)
@@ -24,9 +25,15 @@ function(lomix_engine_mutant name kernels source)
     file(WRITE ${copy} "${mutated}")
   endif()
 
-  # The mutated object comes before the library, which then leaves its own out.
-  add_executable(lomix_mutant_${name} DifferentialMain.cpp ${copy}
+  set(sources ${copy})
+  if(source MATCHES "\\.h$")
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/RowKernelsAvx2.cpp
+                ${PROJECT_SOURCE_DIR}/src/engine/RowKernelsAvx512.cpp)
+  endif()
+  # The mutated objects come before the library, which then leaves its own out.
+  add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}
                  $<TARGET_OBJECTS:lomix_differential_parts>)
+  target_include_directories(lomix_mutant_${name} BEFORE PRIVATE ${folder})
   set_target_properties(lomix_mutant_${name} PROPERTIES
                         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   target_include_directories(lomix_mutant_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)

@@ -1,0 +1,382 @@
+// The hot loops for x86-64 processors with AVX-512 and its byte permutations. Compiled in every
+// x86-64 build, for those processors only by the target pragma below, and chosen at run time.
+
+#include "engine/RowKernels.h"
+
+#if defined(__x86_64__) || defined(_M_X64)
+
+// GCC 12's header leaves vectors uninitialised where their value does not matter, and it warns of
+// that in every function that they are inlined into.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <type_traits>
+
+#include "geometry/Truncate.h"
+#include "kernel/Grain.h"
+#include "signal/RowProfile.h"
+
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
+#if defined(__clang__)
+#pragma clang attribute push(                                                          \
+    __attribute__((target("avx2,fma,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi"))), \
+    apply_to = function)
+#elif defined(__GNUC__)
+#pragma GCC push_options
+#pragma GCC target("avx2,fma,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")
+#endif
+
+#include "engine/vector/Avx512.h"
+#include "engine/vector/RowSums.h"
+#include "engine/vector/Runs.h"
+
+namespace lomix::engine {
+namespace {
+
+// 8-bit pixels.
+
+constexpr __mmask64 kAlphaBytes = 0x1111111111111111;
+
+// A table of 256 bytes in registers.
+class TableVector {
+ public:
+  explicit TableVector(const ByteTable& table)
+      : quarters_{_mm512_loadu_si512(table.data()), _mm512_loadu_si512(table.data() + 64),
+                  _mm512_loadu_si512(table.data() + 128), _mm512_loadu_si512(table.data() + 192)} {}
+
+  LOMIX_INLINE __m512i operator()(__m512i bytes) const {
+    const __m512i lower = _mm512_permutex2var_epi8(quarters_[0], bytes, quarters_[1]);
+    const __m512i upper = _mm512_permutex2var_epi8(quarters_[2], bytes, quarters_[3]);
+    return _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(bytes), upper);
+  }
+
+ private:
+  __m512i quarters_[4];
+};
+
+struct NoTable {
+  LOMIX_INLINE __m512i operator()(__m512i bytes) const { return bytes; }
+};
+
+// Bytes times the words of their low and high halves, high 8 bits of the products.
+LOMIX_INLINE __m512i productsBy256(__m512i bytes, __m512i lowWords, __m512i highWords) {
+  const __m512i zero = _mm512_setzero_si512();
+  const __m512i low = _mm512_mullo_epi16(_mm512_unpacklo_epi8(bytes, zero), lowWords);
+  const __m512i high = _mm512_mullo_epi16(_mm512_unpackhi_epi8(bytes, zero), highWords);
+  return _mm512_packus_epi16(_mm512_srli_epi16(low, 8), _mm512_srli_epi16(high, 8));
+}
+
+// An overlay's effect on an alpha: what it leaves of it, and its own alpha.
+class AlphaOver {
+ public:
+  AlphaOver(bool used, int alpha)
+      : used_(used), left_(_mm512_set1_epi32(255 - alpha)), alpha_(_mm512_set1_epi32(alpha)) {}
+  LOMIX_INLINE __m512i operator()(__m512i alphas) const {
+    if (!used_) return alphas;
+    return _mm512_add_epi32(_mm512_srli_epi32(_mm512_mullo_epi16(alphas, left_), 8), alpha_);
+  }
+
+ private:
+  bool used_;
+  __m512i left_, alpha_;
+};
+
+// One row's way from sixteen source pixels to sixteen output pixels. Colours: what the overlays up
+// to the grain make of a premultiplied byte. Finish: the rest of an opaque pixel's way.
+template <typename Colours, typename Finish, bool kGrain>
+class Pipeline8 {
+ public:
+  Pipeline8(const Row8& row, const Colours& colours, const Finish& finish)
+      : colours_(colours),
+        finish_(finish),
+        opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
+        darkAfterGrain_(kGrain && row.dark),
+        darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
+        barsAlpha_(row.bars, row.barsPixel.alpha),
+        grainAlpha_(kGrain, row.grainAlpha),
+        darkAlpha_(row.dark, row.darkPixel.alpha),
+        effectAmount_(_mm512_set1_ps(row.effectAmount * 0x1p-16f)) {}
+
+  // levels: the grain's overlay pixels, where kGrain.
+  LOMIX_INLINE __m512i operator()(__m512i source, const std::uint32_t* levels) const {
+    const __mmask64 translucent =
+        _mm512_mask_cmpneq_epi8_mask(kAlphaBytes, source, _mm512_set1_epi8(-1));
+    if (translucent == 0) {
+      // 255 * v >> 8 is v - 1, but 0 for 0.
+      const __m512i colours = overlaid(_mm512_subs_epu8(source, _mm512_set1_epi8(1)), levels);
+      return _mm512_mask_mov_epi8(finish_(colours), kAlphaBytes, opaqueAlpha_);
+    }
+    // Each pixel's alpha as the words of its four channels.
+    const __m512i lowAlphas = _mm512_broadcast_i32x4(
+        _mm_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1));
+    const __m512i highAlphas = _mm512_broadcast_i32x4(
+        _mm_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
+    const __m512i premultiplied = productsBy256(source, _mm512_shuffle_epi8(source, lowAlphas),
+                                                _mm512_shuffle_epi8(source, highAlphas));
+    __m512i colours = overlaid(premultiplied, levels);
+    if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
+    return unmultiply(colours, _mm512_and_si512(source, _mm512_set1_epi32(255)));
+  }
+
+  // original + effectAmount * (effect - original), fused, truncated; effectAmount is in [0, 1).
+  LOMIX_INLINE __m512i blended(__m512i original, __m512i effect) const {
+    const __m512i zero = _mm512_setzero_si512();
+    return _mm512_packus_epi16(
+        blendedWords(_mm512_unpacklo_epi8(original, zero), _mm512_unpacklo_epi8(effect, zero)),
+        blendedWords(_mm512_unpackhi_epi8(original, zero), _mm512_unpackhi_epi8(effect, zero)));
+  }
+
+ private:
+  LOMIX_INLINE __m512i overlaid(__m512i premultiplied, const std::uint32_t* levels) const {
+    const __m512i colours = colours_(premultiplied);
+    if constexpr (!kGrain) return colours;
+    return _mm512_add_epi8(colours, Avx512::load(levels));
+  }
+
+  LOMIX_INLINE __m512i blendedWords(__m512i original, __m512i effect) const {
+    const __m512i zero = _mm512_setzero_si512();
+    const __m512i difference = _mm512_sub_epi16(effect, original);
+    return _mm512_packus_epi32(blendedIntegers(_mm512_unpacklo_epi16(original, zero),
+                                               _mm512_unpacklo_epi16(zero, difference)),
+                               blendedIntegers(_mm512_unpackhi_epi16(original, zero),
+                                               _mm512_unpackhi_epi16(zero, difference)));
+  }
+  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding.
+  LOMIX_INLINE __m512i blendedIntegers(__m512i original, __m512i difference) const {
+    return _mm512_cvttps_epi32(_mm512_fmadd_ps(effectAmount_, _mm512_cvtepi32_ps(difference),
+                                               _mm512_cvtepi32_ps(original)));
+  }
+
+  LOMIX_INLINE __m512i unmultiply(__m512i colours, __m512i sourceAlphas) const {
+    const __m512i alphas = darkAlpha_(grainAlpha_(barsAlpha_(sourceAlphas)));
+    // A quotient of bytes keeps 1/255 away from the next whole number, so that a reciprocal a
+    // little too large truncates to the same quotient for all of them.
+    const __m512 reciprocals =
+        _mm512_div_ps(_mm512_set1_ps(256.0f * (1.0f + 0x1p-20f)), _mm512_cvtepi32_ps(alphas));
+    const __m512i byte = _mm512_set1_epi32(255);
+    const __m512i red =
+        quotient(_mm512_and_si512(_mm512_srli_epi32(colours, 8), byte), reciprocals);
+    const __m512i green =
+        quotient(_mm512_and_si512(_mm512_srli_epi32(colours, 16), byte), reciprocals);
+    const __m512i blue = quotient(_mm512_srli_epi32(colours, 24), reciprocals);
+    const __m512i unmultiplied =
+        _mm512_or_si512(_mm512_slli_epi32(red, 8),
+                        _mm512_or_si512(_mm512_slli_epi32(green, 16), _mm512_slli_epi32(blue, 24)));
+    const __mmask16 visible = _mm512_test_epi32_mask(alphas, alphas);
+    return _mm512_or_si512(alphas, _mm512_maskz_mov_epi32(visible, unmultiplied));
+  }
+  static LOMIX_INLINE __m512i quotient(__m512i colour, __m512 reciprocals) {
+    const __m512i q = _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(colour), reciprocals));
+    return _mm512_min_epi32(q, _mm512_set1_epi32(255));
+  }
+
+  Colours colours_;
+  Finish finish_;
+  __m512i opaqueAlpha_;
+  bool darkAfterGrain_;
+  __m512i darkLeft_;
+  AlphaOver barsAlpha_, grainAlpha_, darkAlpha_;
+  __m512 effectAmount_;
+};
+
+template <bool kGrain, typename Colours, typename Finish>
+void run8With(const Row8& row, const Run<PF_Pixel>& run, const Colours& colours,
+              const Finish& finish) {
+  const Pipeline8<Colours, Finish, kGrain> pipeline(row, colours, finish);
+  if (row.blend && run.original != nullptr) {
+    drawRun<Avx512, kGrain, true>(row, run, pipeline);
+  } else {
+    drawRun<Avx512, kGrain, false>(row, run, pipeline);
+  }
+}
+
+void run8(const Row8& row, const Run<PF_Pixel>& run) {
+  // Grain always comes with a map, of the weight that it leaves to the picture.
+  if (row.colourMap == nullptr) return run8With<false>(row, run, NoTable{}, NoTable{});
+  const TableVector colours(row.colourMap->table());
+  const TableVector finish(*row.finish);
+  if (row.grain) return run8With<true>(row, run, colours, finish);
+  run8With<false>(row, run, colours, finish);
+}
+
+// Float pixels.
+
+constexpr __mmask16 kAlphaLanes = 0x1111;
+
+// One row's way from four source pixels to four output pixels.
+template <bool kBars, bool kGrain, bool kDark>
+class Pipeline32 {
+ public:
+  explicit Pipeline32(const Row32& row)
+      : barsAlpha_(_mm512_set1_ps(row.barsPixel.alpha)),
+        barsLeft_(_mm512_set1_ps(1.0f - row.barsPixel.alpha)),
+        wideBarsAlpha_(_mm512_set1_pd(row.barsPixel.alpha)),
+        twiceBars_(_mm512_set1_pd(static_cast<double>(row.barsPixel.red) + row.barsPixel.red)),
+        twiceRest_(_mm512_set1_pd(2.0 * (1.0 - static_cast<double>(row.barsPixel.red)))),
+        grainAmount_(_mm512_set1_ps(row.grainRow.amount)),
+        grainLeft_(_mm512_set1_ps(1.0f - row.grainRow.amount)),
+        darkPixel_(_mm512_mask_mov_ps(_mm512_set1_ps(row.darkPixel.red), kAlphaLanes,
+                                      _mm512_set1_ps(row.darkPixel.alpha))),
+        darkLeft_(_mm512_set1_ps(1.0f - row.darkPixel.alpha)),
+        effectAmount_(_mm512_set1_ps(row.effectAmount)) {}
+
+  // levels: the grain of the pixels, where kGrain.
+  LOMIX_INLINE __m512 operator()(__m512 source, const float* levels) const {
+    __m512 pixels = source;
+    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
+    // no unmultiplying.
+    if (translucent(source)) {
+      const __m512 alpha = alphaOf(source);
+      pixels = visible(alpha, _mm512_mask_mul_ps(source, kColourLanes, alpha, source));
+    } else if constexpr (!kBars && !kGrain && !kDark) {
+      return source;
+    }
+    if constexpr (kBars) pixels = hardLight(pixels);
+    if constexpr (kGrain) {
+      const __m512i each = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+      const __m512 level =
+          _mm512_permutexvar_ps(each, _mm512_castps128_ps512(_mm_loadu_ps(levels)));
+      const __m512 overlay = _mm512_mask_mov_ps(level, kAlphaLanes, grainAmount_);
+      pixels = _mm512_add_ps(_mm512_mul_ps(grainLeft_, pixels), overlay);
+    }
+    if constexpr (kDark) pixels = _mm512_add_ps(_mm512_mul_ps(darkLeft_, pixels), darkPixel_);
+    if (!translucent(pixels)) return pixels;
+    const __m512 alpha = alphaOf(pixels);
+    return visible(alpha, _mm512_mask_div_ps(pixels, kColourLanes, pixels, alpha));
+  }
+
+  LOMIX_INLINE __m512 blended(__m512 original, __m512 effect) const {
+    return _mm512_fmadd_ps(effectAmount_, _mm512_sub_ps(effect, original), original);
+  }
+
+ private:
+  static constexpr __mmask16 kColourLanes = 0xEEEE;
+
+  static LOMIX_INLINE bool translucent(__m512 pixels) {
+    return _mm512_mask_cmp_ps_mask(kAlphaLanes, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) != 0;
+  }
+  // Each pixel's alpha in its four lanes.
+  static LOMIX_INLINE __m512 alphaOf(__m512 pixels) { return _mm512_permute_ps(pixels, 0); }
+  // Colours set to 0 where alpha is 0.
+  static LOMIX_INLINE __m512 visible(__m512 alpha, __m512 pixels) {
+    const __mmask16 transparent =
+        _mm512_mask_cmp_ps_mask(kColourLanes, alpha, _mm512_setzero_ps(), _CMP_EQ_OQ);
+    return _mm512_mask_mov_ps(pixels, transparent, _mm512_setzero_ps());
+  }
+
+  LOMIX_INLINE __m512 hardLight(__m512 pixels) const {
+    const __m512 left = _mm512_mul_ps(barsLeft_, pixels);
+    const __m256 lower =
+        hardLightColours(_mm512_castps512_ps256(pixels), _mm512_castps512_ps256(left));
+    const __m256 upper =
+        hardLightColours(_mm512_extractf32x8_ps(pixels, 1), _mm512_extractf32x8_ps(left, 1));
+    const __m512 colours = _mm512_insertf32x8(_mm512_castps256_ps512(lower), upper, 1);
+    // The second operand stands where neither is larger: it keeps -0.0 and NaN.
+    const __m512 notNegative = _mm512_max_ps(_mm512_setzero_ps(), colours);
+    return _mm512_mask_add_ps(notNegative, kAlphaLanes, left, barsAlpha_);
+  }
+
+  LOMIX_INLINE __m256 hardLightColours(__m256 pixel, __m256 left) const {
+    const __m512d one = _mm512_set1_pd(1.0);
+    const __m512d d = _mm512_cvtps_pd(pixel);
+    const __m512d screened = _mm512_sub_pd(one, _mm512_mul_pd(twiceRest_, _mm512_sub_pd(one, d)));
+    const __mmask8 below = _mm512_cmp_pd_mask(d, _mm512_set1_pd(0.5), _CMP_LT_OQ);
+    const __m512d h = _mm512_mask_mul_pd(screened, below, twiceBars_, d);
+    return _mm512_cvtpd_ps(_mm512_add_pd(_mm512_mul_pd(h, wideBarsAlpha_), _mm512_cvtps_pd(left)));
+  }
+
+  __m512 barsAlpha_, barsLeft_;
+  __m512d wideBarsAlpha_, twiceBars_, twiceRest_;
+  __m512 grainAmount_, grainLeft_;
+  __m512 darkPixel_, darkLeft_;
+  __m512 effectAmount_;
+};
+
+template <bool kBars, bool kGrain, bool kDark, bool kBlend>
+void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
+  drawRun<Avx512, kGrain, kBlend>(row, run, Pipeline32<kBars, kGrain, kDark>(row));
+}
+
+// Turns the row's flags into template arguments, one after the other.
+template <bool... kFlags>
+void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
+  if constexpr (sizeof...(kFlags) == 4) {
+    run32With<kFlags...>(row, run);
+  } else if (flags[sizeof...(kFlags)]) {
+    run32Chosen<kFlags..., true>(row, run, flags);
+  } else {
+    run32Chosen<kFlags..., false>(row, run, flags);
+  }
+}
+
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
+  run32Chosen<>(row, run, flags);
+}
+
+void finishStreaming() { _mm_sfence(); }
+
+}  // namespace
+}  // namespace lomix::engine
+
+#if defined(__clang__)
+#pragma clang attribute pop
+#elif defined(__GNUC__)
+#pragma GCC pop_options
+#endif
+
+namespace lomix::engine {
+namespace {
+
+bool processorHasAvx512() {
+#if defined(_MSC_VER)
+  int words[4];
+  __cpuid(words, 1);
+  constexpr unsigned kRegisters = 0xE6;
+  const bool osSavesRegisters =
+      (words[2] >> 27 & 1) != 0 && (_xgetbv(0) & kRegisters) == kRegisters;
+  __cpuidex(words, 7, 0);
+  constexpr unsigned kFeatures = 1u << 16 | 1u << 17 | 1u << 30 | 1u << 31;
+  const bool vbmi = (words[2] >> 1 & 1) != 0;
+  return osSavesRegisters && vbmi && (static_cast<unsigned>(words[1]) & kFeatures) == kFeatures;
+#else
+  return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+         __builtin_cpu_supports("avx512dq") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
+         __builtin_cpu_supports("avx512vbmi") != 0;
+#endif
+}
+
+}  // namespace
+
+const RowKernels* avx512Kernels() {
+  static constexpr RowKernels kKernels{"avx512",        run8, run32, rowSums<Avx512>,
+                                       finishStreaming, true};
+  static const bool kSupported = avx2Kernels() != nullptr && processorHasAvx512();
+  return kSupported ? &kKernels : nullptr;
+}
+
+}  // namespace lomix::engine
+
+#else
+
+namespace lomix::engine {
+
+const RowKernels* avx512Kernels() { return nullptr; }
+
+}  // namespace lomix::engine
+
+#endif
