@@ -17,13 +17,12 @@ int product(int input, int factor) { return ((input << 8) * factor) >> 16; }
 
 }  // namespace
 
-ByteMap::ByteMap(const ByteTable& table, bool fit) : table_(table), exact_(fit) {
+ByteMap::ByteMap(const ByteTable& table, const Slopes& slopes) : table_(table) {
+  exact_ = true;
   for (int half = 0; half < 2 && exact_; ++half) {
-    const auto first = static_cast<std::size_t>(half * kHalf);
-    const int rise = table[first + kHalf - 1] - table[first];
     // A slope of one is kUnit * 256; products stay within 16 bits for slopes below 4.
-    const int factor = std::max(rise, 0) * kUnit * 256 / (kHalf - 1);
-    exact_ = exact_ && (fitHalf(table, half, factor) || fitHalf(table, half, factor + kUnit));
+    const double slope = slopes[static_cast<std::size_t>(half)];
+    exact_ = fitHalf(table, half, static_cast<int>(std::lround(slope * kUnit * 256)));
   }
 }
 

@@ -20,8 +20,12 @@ class ByteMap {
   /// in bit 0-7 the inputs 128 * half + 16 * bit + low.
   using BitSet = std::array<std::array<std::uint8_t, 16>, 2>;
 
-  /// fit: whether the lines and corrections are wanted.
-  ByteMap(const ByteTable& table, bool fit);
+  /// How much the table rises from one input to the next in each half, but for its truncations.
+  using Slopes = std::array<double, 2>;
+
+  /// The table alone, without lines and corrections.
+  explicit ByteMap(const ByteTable& table) : table_(table) {}
+  ByteMap(const ByteTable& table, const Slopes& slopes);
 
   const ByteTable& table() const { return table_; }
   /// Whether lines and corrections were found.
@@ -38,7 +42,7 @@ class ByteMap {
   bool fitHalf(const ByteTable& table, int half, int factor);
 
   ByteTable table_;
-  bool exact_;
+  bool exact_ = false;
   int bitSets_ = 0;
   std::array<std::uint16_t, 2> factor_{};
   std::array<std::int16_t, 2> offset_{};

@@ -210,18 +210,22 @@ void RowEngine::prepareColourMaps() {
     int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
     if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
     ByteTable table = identity;
+    ByteMap::Slopes slopes{1.0, 1.0};
     if (row.bars) {
       const float alpha = static_cast<float>(row.barsPixel.alpha / 255.0);
       for (int d = 0; d < 256; ++d) {
         table[static_cast<std::size_t>(d)] =
             static_cast<std::uint8_t>(hardLight8(d, row.barsPixel.red, alpha));
       }
+      const double level = row.barsPixel.red / 255.0;
+      slopes = {2.0 * level * alpha + 1.0 - alpha, 2.0 * (1.0 - level) * alpha + 1.0 - alpha};
     }
     if (weightAlpha > 0) {
       for (std::uint8_t& byte : table) byte = weightedByte(byte, weightAlpha);
+      for (double& slope : slopes) slope *= (255 - weightAlpha) / 256.0;
     }
     map = static_cast<int>(maps_.size());
-    maps_.emplace_back(table, !kernels_.byTable);
+    maps_.push_back(kernels_.byTable ? ByteMap(table) : ByteMap(table, slopes));
   }
 }
 

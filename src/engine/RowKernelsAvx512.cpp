@@ -155,7 +155,8 @@ class Pipeline8 {
                                blendedIntegers(_mm512_unpackhi_epi16(original, zero),
                                                _mm512_unpackhi_epi16(zero, difference)));
   }
-  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding.
+  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
+  // amount too small for that moves no pixel.
   LOMIX_INLINE __m512i blendedIntegers(__m512i original, __m512i difference) const {
     return _mm512_cvttps_epi32(_mm512_fmadd_ps(effectAmount_, _mm512_cvtepi32_ps(difference),
                                                _mm512_cvtepi32_ps(original)));
