@@ -1,0 +1,35 @@
+# The resource that describes the effect to its hosts. Its generator runs on the building machine,
+# also where all else is built for another one.
+set(LOMIX_RESOURCE_GENERATOR_SOURCES main.cpp Resource.cpp)
+list(TRANSFORM LOMIX_RESOURCE_GENERATOR_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
+set(LOMIX_RESOURCE_FOLDER ${PROJECT_BINARY_DIR}/resource)
+file(MAKE_DIRECTORY ${LOMIX_RESOURCE_FOLDER})
+if(CMAKE_CROSSCOMPILING)
+  find_program(LOMIX_BUILD_CXX NAMES c++ g++ clang++ REQUIRED
+               DOC "Compiler for programs that run while building")
+  set(generator ${LOMIX_RESOURCE_FOLDER}/lomix_resource)
+  add_custom_command(
+    OUTPUT ${generator}
+    COMMAND ${LOMIX_BUILD_CXX} -std=c++20 -O1 -I${PROJECT_SOURCE_DIR}/packaging -I${PROJECT_SOURCE_DIR}/src
+            ${LOMIX_RESOURCE_GENERATOR_SOURCES} -o ${generator}
+    DEPENDS ${LOMIX_RESOURCE_GENERATOR_SOURCES} ${CMAKE_CURRENT_LIST_DIR}/Resource.h
+            ${PROJECT_SOURCE_DIR}/src/shell/EffectInfo.h
+    COMMENT "Building the resource generator" VERBATIM)
+else()
+  add_executable(lomix_resource ${LOMIX_RESOURCE_GENERATOR_SOURCES})
+  target_include_directories(lomix_resource PRIVATE ${PROJECT_SOURCE_DIR}/packaging
+                                                    ${PROJECT_SOURCE_DIR}/src)
+  set_target_properties(lomix_resource PROPERTIES
+                        RUNTIME_OUTPUT_DIRECTORY ${LOMIX_RESOURCE_FOLDER})
+  set(generator lomix_resource)
+endif()
+
+set(LOMIX_WINDOWS_SCRIPT ${LOMIX_RESOURCE_FOLDER}/Lomix.rc)
+set(LOMIX_MAC_RESOURCE ${LOMIX_RESOURCE_FOLDER}/Lomix.rsrc)
+add_custom_command(
+  OUTPUT ${LOMIX_WINDOWS_SCRIPT} ${LOMIX_MAC_RESOURCE}
+  COMMAND ${generator} windows ${LOMIX_WINDOWS_SCRIPT}
+  COMMAND ${generator} mac ${LOMIX_MAC_RESOURCE}
+  DEPENDS ${generator}
+  COMMENT "Writing the effect's resource" VERBATIM)
+add_custom_target(lomix_resource_files ALL DEPENDS ${LOMIX_WINDOWS_SCRIPT} ${LOMIX_MAC_RESOURCE})
