@@ -1,5 +1,7 @@
 #include "media/TemporaryFile.h"
 
+#include <fcntl.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -7,6 +9,13 @@
 #include <random>
 #include <string>
 #include <system_error>
+
+#ifdef _WIN32
+#include <io.h>
+#include <sys/stat.h>
+#else
+#include <unistd.h>
+#endif
 
 #include "media/MediaError.h"
 #include "media/PictureFile.h"
@@ -23,6 +32,18 @@ std::string randomName() {
   std::array<char, 32> name;
   std::snprintf(name.data(), name.size(), ".lomix-%08x%08x", device(), device());
   return name.data();
+}
+
+/// Whether the file is new and empty now; errno tells why not.
+bool createNew(const std::filesystem::path& path) {
+#ifdef _WIN32
+  const int flags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
+  const int file = _wopen(path.c_str(), flags, _S_IREAD | _S_IWRITE);
+  return file >= 0 && _close(file) == 0;
+#else
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  return file >= 0 && close(file) == 0;
+#endif
 }
 
 char* copyOf(const std::string& text) {
@@ -54,14 +75,12 @@ TemporaryFile::TemporaryFile(const std::filesystem::path& target) : name_(target
     throw MediaError(cannotWrite(target) +
                      "too many files are being written at once (write fewer)");
   }
-  std::FILE* file = std::fopen(path_.string().c_str(), "wbx");
-  if (file == nullptr) {
+  if (!createNew(path_)) {
     const std::string cause = std::generic_category().message(errno);
     forget();
     throw MediaError(cannotWrite(target) + "its folder does not take new files: " + cause +
                      " (choose another folder)");
   }
-  std::fclose(file);
 }
 
 TemporaryFile::~TemporaryFile() {

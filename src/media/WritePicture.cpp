@@ -1,16 +1,13 @@
 #include <array>
 #include <cmath>
-#include <new>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "media/ImageLibrary.h"
 #include "media/MediaError.h"
+#include "media/PictureCodec.h"
 #include "media/PictureFile.h"
-#include "media/QuietStandardError.h"
-#include "media/TemporaryFile.h"
 
 namespace lomix::media {
 namespace {
@@ -133,7 +130,11 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   return spec;
 }
 
-void writeWhole(const Picture& picture, const fs::path& file, const fs::path& temporary) {
+}  // namespace
+
+void requireWritableFormat(const fs::path& file) { createWriter(file); }
+
+void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
   std::unique_ptr<OIIO::ImageOutput> output = createWriter(file);
   const std::string format = output->format_name();
   const bool withAlpha = picture.info.hasAlpha && output->supports("alpha") != 0;
@@ -161,47 +162,6 @@ void writeWhole(const Picture& picture, const fs::path& file, const fs::path& te
   }
   require(writePixels(*output, picture, premultiplied));
   require(output->close());
-}
-
-}  // namespace
-
-std::string cannotWrite(const fs::path& file) { return "cannot write '" + file.string() + "': "; }
-
-void checkWritable(const fs::path& file, bool overwrite) {
-  createWriter(file);
-  std::error_code error;
-  const fs::file_type type = fs::status(file, error).type();
-  if (type == fs::file_type::directory) {
-    throw MediaError(cannotWrite(file) + "it is a folder (name a file in it)");
-  }
-  if (type == fs::file_type::regular) {
-    if (overwrite) return;
-    throw MediaError(cannotWrite(file) + "it exists (add --overwrite to replace it)");
-  }
-  if (type == fs::file_type::none) {
-    throw MediaError(cannotWrite(file) + error.message() + " (choose another name or folder)");
-  }
-  if (type != fs::file_type::not_found) {
-    throw MediaError(cannotWrite(file) +
-                     "something other than a file has this name (choose another name)");
-  }
-  const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
-  if (!fs::is_directory(folder, error)) {
-    throw MediaError(cannotWrite(file) + "there is no folder '" + folder.string() +
-                     "' (make it first)");
-  }
-}
-
-void writePicture(const Picture& picture, const fs::path& file, bool overwrite) {
-  checkWritable(file, overwrite);
-  TemporaryFile temporary(file);
-  const QuietStandardError quiet;
-  try {
-    writeWhole(picture, file, temporary.path());
-  } catch (const std::bad_alloc&) {
-    throw MediaError(cannotWrite(file) + "the memory does not suffice (use a smaller picture)");
-  }
-  temporary.publish(overwrite);
 }
 
 }  // namespace lomix::media
