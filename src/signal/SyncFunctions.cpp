@@ -3,6 +3,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "geometry/Sine.h"
 #include "geometry/Truncate.h"
 
 float legacySync(float amount, float time) {
@@ -21,7 +22,7 @@ float legacyRandom(float x, float y, float /*width*/, float height, float phase,
   const double wideY = y;
   const double slope = static_cast<double>(u) / std::numbers::pi * wideX * std::numbers::pi / wideY;
   const double a = std::fma(slope, wideY, static_cast<double>(phase) * 10.0);
-  return static_cast<float>(std::sin(a) * std::cos(static_cast<double>(v)));
+  return static_cast<float>(lomix::sine(a) * lomix::cosine(static_cast<double>(v)));
 }
 
 float legacymod(float a, float b) {

@@ -1,10 +1,10 @@
 #include "signal/WaveRender.h"
 
-#include <cmath>
 #include <memory>
 #include <numbers>
 #include <vector>
 
+#include "geometry/Sine.h"
 #include "kernel/Lomix.h"
 #include "shell/ParameterIndex.h"
 #include "signal/DrawFrame.h"
@@ -19,7 +19,7 @@ std::vector<float> halfWaveTable() {
   std::vector<float> table(32);
   for (std::size_t i = 0; i < table.size(); ++i) {
     const double angle = static_cast<double>(static_cast<float>(i)) / 31.0 * std::numbers::pi;
-    table[i] = static_cast<float>(std::sin(angle));
+    table[i] = static_cast<float>(lomix::sine(angle));
   }
   return table;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "WindowsHostThread.h"
 #include "golden/Frames.h"
 
 namespace lomix::golden {
@@ -48,6 +49,13 @@ void expectFramesAsBlessed(const char* moduleFile) {
 TEST(Golden, KernelModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_KERNEL_MODULE); }
 
 TEST(Golden, RowsModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_ROWS_MODULE); }
+
+TEST(Golden, FramesAreTheSameOnTheThreadsOfWindowsHosts) {
+  onWindowsHostThread([] {
+    expectFramesAsBlessed(LOMIX_KERNEL_MODULE);
+    expectFramesAsBlessed(LOMIX_ROWS_MODULE);
+  });
+}
 
 TEST(GoldenHash, IsFnv1aOfTheChannelsInMemoryOrder) {
   host::World world(1, 1, 8);

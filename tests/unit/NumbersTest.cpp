@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "WindowsHostThread.h"
+#include "geometry/Sine.h"
 #include "geometry/Truncate.h"
 
 namespace lomix::unit {
@@ -80,6 +82,27 @@ TEST(Compiler, FusesNothingByItself) {
   const double wideC = std::strtod("-0x1.0000004p0", nullptr);
   EXPECT_EQ(productAndSum(wideA, wideA, wideC), 0.0);
   EXPECT_EQ(std::fma(wideA, wideA, wideC), std::ldexp(1.0, -54));
+}
+
+// Where a multiple of pi lies close, the angle must be reduced with many more digits of it than a
+// double holds. Processors with sine instructions do it with too few.
+TEST(Sine, IsExactWhereAnglesNeedManyDigitsOfPi) {
+  struct Case {
+    double angle, sine, cosine;
+  };
+  const Case cases[] = {
+      {std::strtod("0x1.921fb54442d18p1", nullptr), 0x1.1a62633145c07p-53, -1.0},
+      {std::strtod("0x1.921fb54442d18p0", nullptr), 1.0, 0x1.1a62633145c07p-54},
+      {std::strtod("355", nullptr), -0x1.f9bd0307d1de3p-16, -0x1.fffffffc18e4cp-1},
+      {std::strtod("-103993", nullptr), 0x1.40efdf1eb8de7p-16, 0x1.fffffffe6da77p-1},
+      {std::strtod("1e22", nullptr), -0x1.b453ab76bf397p-1, 0x1.0be2cef01c8f4p-1},
+  };
+  onWindowsHostThread([&cases] {
+    for (const Case& c : cases) {
+      EXPECT_DOUBLE_EQ(sine(c.angle), c.sine) << c.angle;
+      EXPECT_DOUBLE_EQ(cosine(c.angle), c.cosine) << c.angle;
+    }
+  });
 }
 
 }  // namespace
