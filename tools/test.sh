@@ -2,7 +2,8 @@
 # Usage: tools/test.sh [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
 # undefined-behaviour sanitizers, and runs every test in both builds; then the row engine's tests,
-# where the threads are, with the thread sanitizer.
+# where the threads are, with the thread sanitizer. Where tools/setup_packaging.sh was run, what is
+# built for other systems is checked too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,3 +18,4 @@ for preset in dev asan; do
 done
 echo "Testing (tsan)..."
 build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter=-ByteMap.*
+tools/check_windows.sh

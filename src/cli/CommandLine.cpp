@@ -25,6 +25,8 @@ class Parser {
   Parser() {
     app_.set_version_flag("--version", "lomix " LOMIX_VERSION);
     app_.require_subcommand(0, 1);
+    // A name that starts with a slash is a file on every system.
+    app_.allow_windows_style_options(false);
     app_.footer(
         "Examples:\n"
         "  lomix testcard card.png\n"

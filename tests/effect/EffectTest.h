@@ -28,8 +28,11 @@ enum ParameterNumber {
   kBlend
 };
 
+/// The module that this program tests.
+extern const char* const kModuleFile;
+
 inline const Module& effectModule() {
-  static const Module kModule(LOMIX_MODULE_FILE);
+  static const Module kModule(kModuleFile);
   return kModule;
 }
 

@@ -18,7 +18,7 @@ using testing::HasSubstr;
 TEST(Module, ErrorsTellFileCauseAndWayOut) {
   // Beside the module, so that no other test that runs now uses the same folder.
   const std::filesystem::path folder =
-      std::filesystem::path(LOMIX_MODULE_FILE).parent_path() / "module_test";
+      std::filesystem::path(kModuleFile).parent_path() / "module_test";
   std::filesystem::create_directories(folder);
   const std::filesystem::path text = folder / "text.so";
   std::ofstream(text) << "no module\n";
@@ -61,7 +61,7 @@ TEST(Module, LibraryWithoutEntryPointIsRefused) {
 
 // A symbol of the standard library that leaked out would clash with the host's own copy.
 TEST(Module, ExportsTheEntryPointAndNothingElse) {
-  std::ifstream file(LOMIX_MODULE_FILE, std::ios::binary);
+  std::ifstream file(kModuleFile, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(file), {}};
   const auto read = [&bytes]<class Record>(std::size_t at, Record& record) {
     ASSERT_LE(at + sizeof record, bytes.size());

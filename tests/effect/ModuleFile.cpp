@@ -1,0 +1,3 @@
+#include "effect/EffectTest.h"
+
+const char* const lomix::host::kModuleFile = LOMIX_MODULE_FILE;

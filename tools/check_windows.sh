@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Usage: tools/check_windows.sh
+# Builds for Windows, looks at what the files import and export, and runs them under Wine: the tests
+# of the effect through its host interface, the golden frames, and the command beside this system's.
+# Skipped where tools/setup_packaging.sh did not install what it takes.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+for tool in x86_64-w64-mingw32-g++-posix wine; do
+  if ! command -v "$tool" >/dev/null; then
+    echo "SKIPPED (windows): $tool is not installed (run tools/setup_packaging.sh)"
+    exit 0
+  fi
+done
+
+fail() { echo "error: windows: $*" >&2; exit 1; }
+
+tests=(effect_kernel_test effect_rows_test golden_test resource_test lomix_unit_tests)
+tools/build.sh mingw --target Lomix lomix golden_frames "${tests[@]}"
+tools/build.sh dev --target lomix golden_frames Lomix Lomix_kernel Lomix_rows
+
+bin=build/mingw/bin
+echo "Testing (windows)..."
+for file in "$bin"/Lomix.aex "$bin"/{kernel,rows}/Lomix.aex "$bin"/lomix.exe; do
+  headers=$(x86_64-w64-mingw32-objdump -p "$file")
+  imports=$(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sort | xargs)
+  [ "$imports" = "kernel32.dll msvcrt.dll" ] || fail "$file imports $imports"
+  [[ $file == *.exe ]] && continue
+  exports=$(awk '/Ordinal\/Name Pointer\] Table/ { inside = 1; next } /^$/ { inside = 0 }
+                 inside { print $NF }' <<<"$headers" | xargs)
+  [ "$exports" = "EntryPointFunc" ] || fail "$file exports $exports"
+done
+
+work=$(mktemp -d)
+export LC_ALL=C.UTF-8  # Wine passes names on in the character set of the locale.
+export WINEPREFIX=$PWD/build/mingw/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+trap 'wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
+rm -rf "$WINEPREFIX"
+wineboot --init >"$work/wineboot" 2>&1 || { cat "$work/wineboot" >&2; fail "Wine does not start"; }
+
+for test in "${tests[@]}"; do
+  wine "build/mingw/tests/$test.exe" --gtest_brief=1
+done
+for engine in kernel rows; do
+  wine build/mingw/tests/golden_frames.exe "$bin/$engine/Lomix.aex" --write "$work/pixels"
+  echo -n "Golden frames ($engine): "
+  build/dev/tests/golden_frames "build/dev/bin/$engine/Lomix.so" --compare "$work/pixels"
+done
+
+# The command of each system reads the other's picture, and their results are compared behind the
+# headers of BMP files, which differ in length.
+lomix=build/dev/bin/lomix
+wine_lomix() { wine "$bin/lomix.exe" "$@"; }
+same() { cmp --ignore-initial=122:54 "$work/$1" "$work/linux.bmp" || fail "$1 differs"; }
+expect() {
+  local code=$1 got=0
+  shift
+  wine_lomix "$@" >"$work/out" 2>"$work/err" || got=$?
+  [ "$got" -eq "$code" ] || fail "lomix $* ended with $got, not $code: $(cat "$work/err")"
+  [ "$code" -eq 0 ] || grep -q '^error: .*)' "$work/err" || fail "lomix $*: no reason is given"
+}
+look=(--set Noise=30 --set "Scan Distortion=20" --set "Bars Overlay=40" --set "Vertical Sync=-7"
+  --set "Signal Distortion=15" --set "Scanline Overlay=35" --time 1.5 --quiet)
+
+expect 0 testcard "$work/Prüfbild.png" --size 333x222
+"$lomix" testcard "$work/card.png" --size 333x222
+for engine in rows plugin; do
+  expect 0 render "$work/Prüfbild.png" "$work/$engine.bmp" "${look[@]}" --engine "$engine"
+done
+expect 0 render "$work/card.png" "$work/read.bmp" "${look[@]}"
+"$lomix" render "$work/Prüfbild.png" "$work/linux.bmp" "${look[@]}"
+for picture in rows plugin read; do same "$picture.bmp"; done
+
+expect 0 inspect "$bin/Lomix.aex"
+diff <(tr -d '\r' <"$work/out") <("$lomix" inspect build/dev/bin/Lomix.so) || fail "inspect differs"
+expect 0 params
+diff <(tr -d '\r' <"$work/out") <("$lomix" params) || fail "params differs"
+
+expect 2 render "$work/card.png"
+expect 1 render "$work/missing.png" "$work/new.png"
+expect 1 render "$work/card.png" "$work/rows.bmp"
+expect 1 render "$work/card.png" "$work/new.exr"
+[ ! -e "$work/new.png" ] && [ ! -e "$work/new.exr" ] || fail "a failed command left a file"
+echo "Windows: all passed."
