@@ -9,12 +9,6 @@
 namespace lomix::cli {
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 /// How many letters must be put in, taken out or changed to make one text the other.
 std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
@@ -67,6 +61,12 @@ double parseSliderValue(const host::Parameter& parameter, std::string_view text)
 
 }  // namespace
 
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
 std::string normalisedName(std::string_view name) {
   std::string normalised;
   bool gap = false;
@@ -94,27 +94,34 @@ const host::Parameter* ParameterTable::find(std::string_view name) const {
   return found == parameters_.end() ? nullptr : &*found;
 }
 
-Assignment ParameterTable::parse(std::string_view text) const {
+const host::Parameter& ParameterTable::get(std::string_view name, std::string_view subject) const {
+  if (const host::Parameter* parameter = find(name)) return *parameter;
+  const std::string wanted = normalisedName(name);
+  const auto nearest = std::ranges::min_element(parameters_, {}, [&](const host::Parameter& p) {
+    return editDistance(wanted, normalisedName(p.name()));
+  });
+  const std::string hint =
+      nearest == parameters_.end() ? "" : "did you mean '" + nearest->name() + "'? ";
+  throw UsageError(std::string(subject) + ": there is no parameter '" + std::string(name) + "' (" +
+                   hint + "'lomix params' lists all)");
+}
+
+ParameterTable::Setting ParameterTable::split(std::string_view text, const std::string& option,
+                                              const std::string& form) const {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    throw UsageError("--set: '" + std::string(text) +
-                     "' gives no value (write NAME=VALUE, such as Noise=30)");
+    throw UsageError(option + ": '" + std::string(text) + "' gives no value (write " + form + ")");
   }
-  const std::string_view name = trimmed(text.substr(0, equals));
-  const std::string_view value = trimmed(text.substr(equals + 1));
-  const host::Parameter* parameter = find(name);
-  if (parameter == nullptr) {
-    const std::string wanted = normalisedName(name);
-    const auto nearest = std::ranges::min_element(parameters_, {}, [&](const host::Parameter& p) {
-      return editDistance(wanted, normalisedName(p.name()));
-    });
-    const std::string hint =
-        nearest == parameters_.end() ? "" : "did you mean '" + nearest->name() + "'? ";
-    throw UsageError("--set: there is no parameter '" + std::string(name) + "' (" + hint +
-                     "'lomix params' lists all)");
-  }
-  return {parameter->index, parameter->isPopup() ? parseChoice(*parameter, value)
-                                                 : parseSliderValue(*parameter, value)};
+  return {get(trimmed(text.substr(0, equals)), option), trimmed(text.substr(equals + 1))};
+}
+
+Assignment ParameterTable::parse(std::string_view text) const {
+  const auto [parameter, value] = split(text, "--set", "NAME=VALUE, such as Noise=30");
+  return {parameter.index, parseValue(parameter, value)};
+}
+
+double parseValue(const host::Parameter& parameter, std::string_view text) {
+  return parameter.isPopup() ? parseChoice(parameter, text) : parseSliderValue(parameter, text);
 }
 
 bool isPercent(const host::Parameter& parameter) {

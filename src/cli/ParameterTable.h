@@ -12,6 +12,9 @@ namespace lomix::cli {
 /// dashes. "Blend w/Original" gives "blend-w-original".
 std::string normalisedName(std::string_view name);
 
+/// The text without blanks at its ends.
+std::string_view trimmed(std::string_view text);
+
 /// One "Name=Value" of the command line, understood.
 struct Assignment {
   int index;  ///< Of the parameter.
@@ -28,13 +31,29 @@ class ParameterTable {
   /// Null when there is none of that name.
   const host::Parameter* find(std::string_view name) const;
 
-  /// Reads "Name=Value". Throws UsageError for an unknown name, which it answers with the nearest
-  /// one, and for a value that the parameter does not take.
+  /// The parameter of that name. Throws UsageError about the subject when there is none, and names
+  /// the nearest one.
+  const host::Parameter& get(std::string_view name, std::string_view subject) const;
+
+  struct Setting {
+    const host::Parameter& parameter;
+    std::string_view value;  ///< What stands behind the equals sign, a view into the text.
+  };
+  /// Takes "Name=..." apart. option: the option that text was given to; form: what the user should
+  /// have written. Throws UsageError.
+  Setting split(std::string_view text, const std::string& option, const std::string& form) const;
+
+  /// Reads "Name=Value". Throws UsageError for an unknown name and for a value that the parameter
+  /// does not take.
   Assignment parse(std::string_view text) const;
 
  private:
   std::vector<host::Parameter> parameters_;
 };
+
+/// Reads a value as in the panel. Throws UsageError, whose subject is the parameter, for one that
+/// the parameter does not take.
+double parseValue(const host::Parameter& parameter, std::string_view text);
 
 /// Whether a slider's values are percents.
 bool isPercent(const host::Parameter& parameter);

@@ -119,19 +119,12 @@ RenderCommand::RenderCommand(CLI::App& app) {
       ->type_name("FILE")
       ->required();
 
-  const char* effect = "Effect";
-  app.add_option("--set", settings_,
-                 "Set a parameter; may be given many times. Values\n"
-                 "are as in the panel: percent from 0 to 100, choices\n"
-                 "by text or number ('lomix params' lists them)")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false)
-      ->group(effect);
+  look_.addTo(app);
   app.add_option("--time", time_,
                  "The frame's time: seconds such as 1.5, or a fraction\n"
                  "such as 45/30; 0 by default")
       ->type_name("SECONDS|N/D")
-      ->group(effect);
+      ->group("Effect");
 
   const char* rendering = "Rendering";
   app.add_option("--depth", depth_,
@@ -174,7 +167,8 @@ RenderCommand::RenderCommand(CLI::App& app) {
       "Examples:\n"
       "  lomix render in.png out.png --set Noise=30 --set \"Vertical Sync=5\" --time 1.5\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
-      "  lomix render in.tif half.tif --downsample 2 --overwrite\n");
+      "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
+      "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
 }
 
 void RenderCommand::run(const Streams& streams) {
@@ -186,10 +180,11 @@ void RenderCommand::run(const Streams& streams) {
 
   Plugin plugin =
       engine == Engine::Plugin ? Plugin(findPlugin(plugin_), personality) : Plugin(personality);
-  std::vector<Assignment> assignments;
-  for (const std::string& setting : settings_) {
-    assignments.push_back(plugin.parameters().parse(setting));
-    plugin.host().setValue(assignments.back().index, assignments.back().value);
+  const Look look = look_.read(plugin.parameters());
+  const std::vector<Assignment> assignments =
+      look.at(static_cast<double>(time.value) / static_cast<double>(time.scale));
+  for (const Assignment& assignment : assignments) {
+    plugin.host().setValue(assignment.index, assignment.value);
   }
   if (!quiet_) noteIdleTime(plugin.parameters(), assignments, streams.err);
 

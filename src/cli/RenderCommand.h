@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 #include <string>
-#include <vector>
 
 #include "cli/Command.h"
+#include "cli/LookOptions.h"
 
 namespace lomix::cli {
 
@@ -17,7 +17,7 @@ class RenderCommand : public Command {
  private:
   std::string input_;
   std::string output_;
-  std::vector<std::string> settings_;
+  LookOptions look_;
   std::string time_ = "0/1";
   std::string depth_;
   std::string downsample_ = "1";

@@ -117,6 +117,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {with({"--set", "Noise=100.1"}), 2, "0 % to 100 %"},
       {with({"--set", "Scanline Thickness=0"}), 2, "1 to 10000"},
       {with({"--set", "Distortion Mode=Fold"}), 2, "Tile or Stretch"},
+      {with({"--key", "Noise=0:1,soon:2"}), 2, "soon:2"},
       {with({"--time", "soon"}), 2, "soon"},
       {with({"--depth", "16"}), 2, "8 or 32"},
       {with({"--depth", "8", "--depth", "32"}), 2, "--depth"},
@@ -181,6 +182,9 @@ TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
   EXPECT_EQ(render("c.png", {"--set", "Time Control=Manual", "--set", "Time=1.5"}), decimal);
   EXPECT_EQ(render("d.png", {"--time", "1.5", "--host", "premiere"}), decimal);
   EXPECT_NE(render("e.png", {}), decimal);
+  const std::vector<std::string> keys{"--key", "Signal Distortion=1:0,2:80", "--key",
+                                      "Vertical Sync=0:30,9:30"};
+  EXPECT_EQ(render("f.png", {keys[0], keys[1], keys[2], keys[3], "--time", "1.5"}), decimal);
 }
 
 TEST_F(Lomix, EveryEngineGivesTheSamePicture) {

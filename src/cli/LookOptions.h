@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/Look.h"
+
+namespace lomix::cli {
+
+/// The options of a command that say what the effect's parameters are.
+class LookOptions {
+ public:
+  /// Declares the options.
+  void addTo(CLI::App& app);
+
+  /// The look that they ask for: --set, then --key; what comes later wins. Throws UsageError.
+  Look read(const ParameterTable& table) const;
+
+ private:
+  std::vector<std::string> settings_;
+  std::vector<std::string> keys_;
+};
+
+}  // namespace lomix::cli
