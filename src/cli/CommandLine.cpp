@@ -13,6 +13,7 @@
 #include "cli/Errors.h"
 #include "cli/InspectCommand.h"
 #include "cli/ParamsCommand.h"
+#include "cli/PresetsCommand.h"
 #include "cli/RenderCommand.h"
 #include "cli/TestCardCommand.h"
 
@@ -36,6 +37,7 @@ class Parser {
         "render failed, 2 wrong usage, 130 interrupted.\n");
     add<RenderCommand>("render", "Put a picture through the effect");
     add<ParamsCommand>("params", "List the effect's parameters");
+    add<PresetsCommand>("presets", "List the looks that come with lomix");
     add<InspectCommand>("inspect", "Show what a plug-in module says about itself");
     add<TestCardCommand>("testcard", "Draw a television test card");
   }

@@ -67,7 +67,7 @@ double Curve::at(double seconds) const {
 }
 
 Curve::Builder::Builder(const host::Parameter& parameter) : parameter_(parameter) {
-  if ((parameter.definition.flags & PF_ParamFlag_CANNOT_TIME_VARY) != 0) {
+  if (!canChangeOverTime(parameter)) {
     throw UsageError(parameter.name() + ": it cannot change over time (set one value for all)");
   }
 }

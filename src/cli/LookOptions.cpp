@@ -1,9 +1,17 @@
 #include "cli/LookOptions.h"
 
+#include "cli/PresetStore.h"
+
 namespace lomix::cli {
 
 void LookOptions::addTo(CLI::App& app) {
   const char* group = "Effect";
+  app.add_option("--preset", preset_,
+                 "Start from a look: a name that 'lomix presets'\n"
+                 "lists, or a file that ends in .json. --set and --key\n"
+                 "change it further")
+      ->type_name("NAME|FILE")
+      ->group(group);
   app.add_option("--set", settings_,
                  "Set a parameter; may be given many times. Values\n"
                  "are as in the panel: percent from 0 to 100, choices\n"
@@ -23,6 +31,10 @@ void LookOptions::addTo(CLI::App& app) {
 
 Look LookOptions::read(const ParameterTable& table) const {
   Look look;
+  if (!preset_.empty()) {
+    const PresetText found = findPreset(preset_);
+    look = parsePreset(found.text, found.source, table).look;
+  }
   for (const std::string& setting : settings_) look.set(table.parse(setting));
   for (const std::string& text : keys_) {
     const auto [parameter, keys] =

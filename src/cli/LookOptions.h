@@ -14,10 +14,12 @@ class LookOptions {
   /// Declares the options.
   void addTo(CLI::App& app);
 
-  /// The look that they ask for: --set, then --key; what comes later wins. Throws UsageError.
+  /// The look that they ask for: --preset, then --set, then --key; what comes later wins. Throws
+  /// UsageError, CommandError for a preset that is not sound, media::MediaError.
   Look read(const ParameterTable& table) const;
 
  private:
+  std::string preset_;
   std::vector<std::string> settings_;
   std::vector<std::string> keys_;
 };

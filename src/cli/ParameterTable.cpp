@@ -9,22 +9,6 @@
 namespace lomix::cli {
 namespace {
 
-/// How many letters must be put in, taken out or changed to make one text the other.
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
-    }
-  }
-  return row.back();
-}
-
 double parseChoice(const host::Parameter& parameter, std::string_view text) {
   std::string list;
   for (std::size_t i = 0; i < parameter.choices.size(); ++i) {
@@ -65,6 +49,21 @@ std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t");
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
 }
 
 std::string normalisedName(std::string_view name) {
@@ -127,6 +126,10 @@ double parseValue(const host::Parameter& parameter, std::string_view text) {
 bool isPercent(const host::Parameter& parameter) {
   return parameter.isSlider() &&
          parameter.definition.u.fs_d.display_flags == PF_ValueDisplayFlag_PERCENT;
+}
+
+bool canChangeOverTime(const host::Parameter& parameter) {
+  return (parameter.definition.flags & PF_ParamFlag_CANNOT_TIME_VARY) == 0;
 }
 
 std::string valueText(const host::Parameter& parameter, double value) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,9 @@ std::string normalisedName(std::string_view name);
 
 /// The text without blanks at its ends.
 std::string_view trimmed(std::string_view text);
+
+/// How many letters must be put in, taken out or changed to make one text the other.
+std::size_t editDistance(std::string_view a, std::string_view b);
 
 /// One "Name=Value" of the command line, understood.
 struct Assignment {
@@ -57,6 +61,9 @@ double parseValue(const host::Parameter& parameter, std::string_view text);
 
 /// Whether a slider's values are percents.
 bool isPercent(const host::Parameter& parameter);
+
+/// Whether the module allows keys on it.
+bool canChangeOverTime(const host::Parameter& parameter);
 
 /// A value as the panel shows it: a number, a percentage or a choice.
 std::string valueText(const host::Parameter& parameter, double value);

@@ -12,6 +12,7 @@
 #include "cli/Errors.h"
 #include "cli/Numbers.h"
 #include "cli/Plugin.h"
+#include "cli/PresetStore.h"
 #include "cli/RowsRenderer.h"
 #include "media/PictureFile.h"
 
@@ -120,6 +121,11 @@ RenderCommand::RenderCommand(CLI::App& app) {
       ->required();
 
   look_.addTo(app);
+  app.add_option("--save-preset", savedPreset_,
+                 "Write what --preset, --set and --key make together\n"
+                 "as a preset, for use with --preset FILE")
+      ->type_name("FILE")
+      ->group("Effect");
   app.add_option("--time", time_,
                  "The frame's time: seconds such as 1.5, or a fraction\n"
                  "such as 45/30; 0 by default")
@@ -166,6 +172,7 @@ RenderCommand::RenderCommand(CLI::App& app) {
   app.footer(
       "Examples:\n"
       "  lomix render in.png out.png --set Noise=30 --set \"Vertical Sync=5\" --time 1.5\n"
+      "  lomix render in.png out.png --preset weak-aerial --set Noise=60\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
       "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
@@ -190,6 +197,7 @@ void RenderCommand::run(const Streams& streams) {
 
   // Before the work, so that a long render does not end at a name that was taken all along.
   media::checkWritable(output_, overwrite_);
+  if (!savedPreset_.empty()) savePreset(look, plugin.parameters(), savedPreset_, overwrite_);
   Picture picture = media::readPicture(input_);
 
   host::FrameSettings frame;

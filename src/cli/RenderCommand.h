@@ -18,6 +18,7 @@ class RenderCommand : public Command {
   std::string input_;
   std::string output_;
   LookOptions look_;
+  std::string savedPreset_;
   std::string time_ = "0/1";
   std::string depth_;
   std::string downsample_ = "1";

@@ -71,6 +71,10 @@ std::string cannotWrite(const fs::path& file) { return "cannot write '" + file.s
 
 void checkWritable(const fs::path& file, bool overwrite) {
   requireWritableFormat(file);
+  checkNewFile(file, overwrite);
+}
+
+void checkNewFile(const fs::path& file, bool overwrite) {
   std::error_code error;
   const fs::file_type type = fs::status(file, error).type();
   if (type == fs::file_type::directory) {

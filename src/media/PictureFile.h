@@ -27,6 +27,10 @@ void writePicture(const Picture& picture, const std::filesystem::path& file, boo
 /// extension, missing folder, a file that is in the way.
 void checkWritable(const std::filesystem::path& file, bool overwrite);
 
+/// The part of checkWritable that holds for files of any kind: missing folder, something in the
+/// way.
+void checkNewFile(const std::filesystem::path& file, bool overwrite);
+
 /// "cannot read 'file': ", the beginning of messages about it.
 std::string cannotRead(const std::filesystem::path& file);
 /// "cannot write 'file': ", the beginning of messages about it.

@@ -118,6 +118,11 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {with({"--set", "Scanline Thickness=0"}), 2, "1 to 10000"},
       {with({"--set", "Distortion Mode=Fold"}), 2, "Tile or Stretch"},
       {with({"--key", "Noise=0:1,soon:2"}), 2, "soon:2"},
+      {with({"--preset", "weak-arial"}), 2, "'weak-aerial'"},
+      {with({"--preset", "missing.json"}), 1, "missing.json"},
+      {with({"--preset", "./card.png"}), 1, "'./card.png' line 1: "},
+      {with({"--preset", "snow", "--save-preset", "taken.png"}), 1, "--overwrite"},
+      {with({"--save-preset", "nowhere/p.json"}), 1, "nowhere"},
       {with({"--time", "soon"}), 2, "soon"},
       {with({"--depth", "16"}), 2, "8 or 32"},
       {with({"--depth", "8", "--depth", "32"}), 2, "--depth"},
@@ -145,6 +150,8 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"testcard", "out.png", "--size", "16385x9"}, 2, "16384"},
       {{"testcard", "taken.png"}, 1, "--overwrite"},
       {{"params", "extra"}, 2, "extra"},
+      {{"presets", "--show", "fog"}, 2, "'snow'"},
+      {{"presets", "--json", "--schema"}, 2, "--schema"},
       {{"inspect"}, 2, "MODULE"},
       {{"inspect", "text.so", "--json"}, 1, "text.so"},
   };
@@ -185,6 +192,30 @@ TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
   const std::vector<std::string> keys{"--key", "Signal Distortion=1:0,2:80", "--key",
                                       "Vertical Sync=0:30,9:30"};
   EXPECT_EQ(render("f.png", {keys[0], keys[1], keys[2], keys[3], "--time", "1.5"}), decimal);
+}
+
+TEST_F(Lomix, APresetIsWhereSettingsAndKeysStartFrom) {
+  const auto render = [&](const std::string& out, std::vector<std::string> more) {
+    more.insert(more.begin(), {"render", "card.png", out, "--time", "0.5"});
+    expectDone(more);
+    return pixels(out);
+  };
+  const auto changed = render("a.png", {"--preset", "Signal Drop", "--set", "Noise=20", "--key",
+                                        "Bars Overlay=0:0,1:90", "--save-preset", "mine.json"});
+  EXPECT_EQ(render("b.png", {"--preset", "mine.json"}), changed);
+  EXPECT_NE(render("c.png", {"--preset", "signal-drop"}), changed);
+  write(path("shown.json"), run({"presets", "--show", "signal-drop"}).out);
+  EXPECT_EQ(render("d.png", {"--preset", "shown.json"}), pixels("c.png"));
+}
+
+TEST_F(Lomix, ThePresetsAreListedForPeopleAndPrograms) {
+  const auto report = nlohmann::json::parse(run({"presets", "--json"}).out)["presets"];
+  const std::string list = run({"presets"}).out;
+  EXPECT_EQ(std::ranges::count(list, '\n'), static_cast<std::ptrdiff_t>(report.size()));
+  for (const auto& preset : report) {
+    EXPECT_THAT(list, HasSubstr(preset["id"].get<std::string>() + " "));
+    EXPECT_THAT(list, HasSubstr(preset["description"].get<std::string>() + "\n"));
+  }
 }
 
 TEST_F(Lomix, EveryEngineGivesTheSamePicture) {
@@ -297,6 +328,7 @@ TEST_F(Lomix, HelpAndVersionAreNoErrors) {
                                                     {"render", "--help"},
                                                     {"params", "-h"},
                                                     {"inspect", "--help"},
+                                                    {"presets", "--help"},
                                                     {"testcard", "--help"}}) {
     const Result result = run(arguments);
     EXPECT_EQ(result.exitCode, 0);
