@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config ccache git python3 clang-format
-  libopenimageio-dev libopenexr-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+  libopenimageio-dev libopenexr-dev libcairo2-dev libfontconfig-dev fonts-dejavu-core
+  libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   "$@"
 )
 

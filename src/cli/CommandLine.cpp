@@ -16,6 +16,11 @@
 #include "cli/PresetsCommand.h"
 #include "cli/RenderCommand.h"
 #include "cli/TestCardCommand.h"
+#if defined(LOMIX_DRAWING)
+#include "cli/CompareCommand.h"
+#include "cli/PlotCommand.h"
+#include "cli/SheetCommand.h"
+#endif
 
 namespace lomix::cli {
 namespace {
@@ -38,6 +43,11 @@ class Parser {
     add<RenderCommand>("render", "Put a picture through the effect");
     add<ParamsCommand>("params", "List the effect's parameters");
     add<PresetsCommand>("presets", "List the looks that come with lomix");
+#if defined(LOMIX_DRAWING)
+    add<SheetCommand>("sheet", "Show a picture with many looks side by side");
+    add<CompareCommand>("compare", "Tell how far two pictures are apart, and show it");
+    add<PlotCommand>("plot", "Draw the row profiles that shape a frame");
+#endif
     add<InspectCommand>("inspect", "Show what a plug-in module says about itself");
     add<TestCardCommand>("testcard", "Draw a television test card");
   }

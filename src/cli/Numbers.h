@@ -21,6 +21,10 @@ struct FrameTime {
   bool operator==(const FrameTime&) const = default;
 };
 
+constexpr double inSeconds(const FrameTime& time) {
+  return static_cast<double>(time.value) / static_cast<double>(time.scale);
+}
+
 /// "N/D" as it stands, or decimal seconds: the digits over a power of ten, at least 1000. Throws
 /// UsageError for any other text and for what does not fit.
 FrameTime parseTime(std::string_view text);

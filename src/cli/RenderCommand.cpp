@@ -188,8 +188,7 @@ void RenderCommand::run(const Streams& streams) {
   Plugin plugin =
       engine == Engine::Plugin ? Plugin(findPlugin(plugin_), personality) : Plugin(personality);
   const Look look = look_.read(plugin.parameters());
-  const std::vector<Assignment> assignments =
-      look.at(static_cast<double>(time.value) / static_cast<double>(time.scale));
+  const std::vector<Assignment> assignments = look.at(inSeconds(time));
   for (const Assignment& assignment : assignments) {
     plugin.host().setValue(assignment.index, assignment.value);
   }
@@ -215,17 +214,18 @@ void RenderCommand::run(const Streams& streams) {
   if (depth == 32) picture = toDepth(std::move(picture), 32);
   picture = toDepth(reduced(std::move(picture), factors.first, factors.second), depth);
 
-  host::World input(picture.width(), picture.height(), depth);
-  host::World output(picture.width(), picture.height(), depth);
-  copyIn(picture, input);
+  Picture rendered = picture;
   if (engine == Engine::Plugin) {
+    host::World input(picture.width(), picture.height(), depth);
+    host::World output(picture.width(), picture.height(), depth);
+    copyIn(picture, input);
     requireSuccess(plugin.host().render(frame, input, output), "render the frame", plugin.host());
+    copyOut(output, rendered);
   } else {
-    renderRows(plugin.host().parameters(), frame, input, output, threadCount(threads_));
+    renderRows(plugin.host().parameters(), frame, picture, rendered, threadCount(threads_));
   }
   plugin.finish();
-  copyOut(output, picture);
-  media::writePicture(picture, output_, overwrite_);
+  media::writePicture(rendered, output_, overwrite_);
 
   if (!quiet_) {
     streams.out << "wrote '" << output_ << "': " << picture.width() << "x" << picture.height()

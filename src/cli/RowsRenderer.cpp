@@ -19,6 +19,19 @@ double ratio(const PF_RationalScale& r) {
   return static_cast<double>(r.num) / static_cast<double>(r.den);
 }
 
+/// The record of a world that is the picture itself. The engine only reads its source.
+PF_LayerDef layerOf(const media::Picture& picture) {
+  PF_LayerDef layer{};
+  const void* pixels = picture.depth() == 8 ? static_cast<const void*>(picture.row8(0).data())
+                                            : static_cast<const void*>(picture.row32(0).data());
+  layer.data = static_cast<PF_Pixel*>(const_cast<void*>(pixels));
+  layer.width = picture.width();
+  layer.height = picture.height();
+  layer.rowbytes = picture.width() * host::bytesPerPixel(picture.depth());
+  layer.extent_hint = {0, 0, picture.width(), picture.height()};
+  return layer;
+}
+
 void drawOnThreads(const engine::RowEngine& rows, int height, int threads) {
   std::atomic<int> next = 0;
   const auto work = [&] {
@@ -36,7 +49,7 @@ void drawOnThreads(const engine::RowEngine& rows, int height, int threads) {
 }  // namespace
 
 void renderRows(const std::vector<host::Parameter>& parameters, const host::FrameSettings& frame,
-                host::World& input, host::World& output, int threads) {
+                const media::Picture& input, media::Picture& output, int threads) {
   std::vector<PF_ParamDef> definitions;
   for (const host::Parameter& parameter : parameters) {
     definitions.push_back(parameter.definition);
@@ -51,7 +64,7 @@ void renderRows(const std::vector<host::Parameter>& parameters, const host::Fram
   fillFrameRecord(record, params.data(), frame.currentTime, frame.timeScale, xDown);
   engine::fillProfiles(record, output.height(), invYDown, -record.time, engine::bestKernels());
   const engine::RowEngine rows(
-      {record, input.layer(), output.layer(), input.depth(), invXDown, invYDown});
+      {record, layerOf(input), layerOf(output), input.depth(), invXDown, invYDown});
   drawOnThreads(rows, output.height(), threads);
 }
 

@@ -1,10 +1,4 @@
 // The built command as a user meets it: exit codes, what it prints, and what it leaves on the disk.
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -12,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "cli/ScratchFolder.h"
+#include "cli/CommandProcess.h"
 #include "media/PictureFile.h"
 #include "media/TestCard.h"
 
@@ -25,53 +19,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Lomix : public ScratchFolder {
+class Lomix : public CommandProcess {
  protected:
-  struct Result {
-    int exitCode;
-    std::string out;
-    std::string err;
-  };
-
-  Lomix() : outputs_(folder_.string() + "-out") {
-    std::filesystem::create_directory(outputs_);
-    media::writePicture(media::drawTestCard(96, 54), path("card.png"), false);
-  }
-  ~Lomix() override { std::filesystem::remove_all(outputs_); }
-
-  /// Starts the command in the scratch folder.
-  pid_t start(std::vector<std::string> arguments, const std::string& out = "") {
-    arguments.insert(arguments.begin(), LOMIX_COMMAND);
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
-    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
-    const std::string errFile = (outputs_ / "err").string();
-    const int flags = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outFile.c_str(), flags, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errFile.c_str(), flags, 0600);
-    pid_t process = 0;
-    EXPECT_EQ(posix_spawn(&process, LOMIX_COMMAND, &actions, nullptr, pointers.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    return process;
-  }
-  Result finish(pid_t process) {
-    int status = 0;
-    waitpid(process, &status, 0);
-    // 1000 and more: ended by a signal that it should have handled.
-    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-    return {code, read(outputs_ / "out"), read(outputs_ / "err")};
-  }
-  Result run(std::vector<std::string> arguments) { return finish(start(std::move(arguments))); }
-
-  void expectDone(std::vector<std::string> arguments) {
-    const Result result = run(std::move(arguments));
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_THAT(result.err, IsEmpty());
-  }
+  Lomix() { media::writePicture(media::drawTestCard(96, 54), path("card.png"), false); }
 
   /// All pixels of an 8-bit picture.
   std::vector<std::uint8_t> pixels(const std::string& name) {
@@ -83,8 +33,6 @@ class Lomix : public ScratchFolder {
     }
     return all;
   }
-
-  std::filesystem::path outputs_;
 };
 
 TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
@@ -151,6 +99,25 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"testcard", "taken.png"}, 1, "--overwrite"},
       {{"params", "extra"}, 2, "extra"},
       {{"presets", "--show", "fog"}, 2, "'snow'"},
+      {{"sheet", "card.png", "out.png"}, 2, "--sweep"},
+      {{"sheet", "card.png", "out.png", "--sweep", "Noise"}, 2, "NAME=FROM:TO:COUNT"},
+      {{"sheet", "card.png", "out.png", "--sweep", "Noise=0:100"}, 2, "FROM:TO:COUNT"},
+      {{"sheet", "card.png", "out.png", "--sweep", "Noise=0:100:1"}, 2, "2 to 1000"},
+      {{"sheet", "card.png", "out.png", "--sweep", "Noise=0:101:5"}, 2, "0 % to 100 %"},
+      {{"sheet", "card.png", "out.png", "--sweep", "Distortion Mode=1:2:2"}, 2, "commas"},
+      {{"sheet", "card.png", "out.png", "--times", "0:soon:3"}, 2, "soon"},
+      {{"sheet", "card.png", "out.png", "--times", "0:1:200", "--presets"}, 2, "more than 1000"},
+      {{"sheet", "card.png", "out.png", "--times", "0:1:99", "--width", "4096"}, 1, "too large"},
+      {{"sheet", "card.png", "out.png", "--presets", "--preset", "snow"}, 2, "--preset"},
+      {{"sheet", "cut.png", "out.png", "--presets"}, 1, "cut.png"},
+      {{"sheet", "card.png", "taken.png", "--presets"}, 1, "--overwrite"},
+      {{"plot", "out.xyz"}, 1, ".xyz"},
+      {{"plot", "nowhere/out.svg"}, 1, "nowhere"},
+      {{"plot", "out.svg", "--over", "4:1"}, 2, "FROM:TO"},
+      {{"compare", "card.png"}, 2, "B"},
+      {{"compare", "card.png", "cut.png"}, 1, "cut.png"},
+      {{"compare", "card.png", "card.png", "taken.png"}, 1, "--overwrite"},
+      {{"compare", "card.png", "card.png", "--view", "top"}, 2, "side, split or difference"},
       {{"presets", "--json", "--schema"}, 2, "--schema"},
       {{"inspect"}, 2, "MODULE"},
       {{"inspect", "text.so", "--json"}, 1, "text.so"},
@@ -329,6 +296,9 @@ TEST_F(Lomix, HelpAndVersionAreNoErrors) {
                                                     {"params", "-h"},
                                                     {"inspect", "--help"},
                                                     {"presets", "--help"},
+                                                    {"sheet", "--help"},
+                                                    {"plot", "--help"},
+                                                    {"compare", "--help"},
                                                     {"testcard", "--help"}}) {
     const Result result = run(arguments);
     EXPECT_EQ(result.exitCode, 0);

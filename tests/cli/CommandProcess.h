@@ -1,0 +1,70 @@
+#pragma once
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "cli/ScratchFolder.h"
+
+namespace lomix {
+
+/// A test that runs the built command, or another program, in the scratch folder.
+class CommandProcess : public ScratchFolder {
+ protected:
+  struct Result {
+    int exitCode;
+    std::string out;
+    std::string err;
+  };
+
+  CommandProcess() : outputs_(folder_.string() + "-out") {
+    std::filesystem::create_directory(outputs_);
+  }
+  ~CommandProcess() override { std::filesystem::remove_all(outputs_); }
+
+  /// Starts the command. out: a file for its standard output.
+  pid_t start(std::vector<std::string> arguments, const std::string& out = "") {
+    arguments.insert(arguments.begin(), LOMIX_COMMAND);
+    return startProgram(std::move(arguments), out);
+  }
+  pid_t startProgram(std::vector<std::string> arguments, const std::string& out = "") {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
+    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
+    const std::string errFile = (outputs_ / "err").string();
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outFile.c_str(), flags, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errFile.c_str(), flags, 0600);
+    pid_t process = 0;
+    EXPECT_EQ(posix_spawnp(&process, pointers[0], &actions, nullptr, pointers.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return process;
+  }
+  Result finish(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    // 1000 and more: ended by a signal that it should have handled.
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    return {code, read(outputs_ / "out"), read(outputs_ / "err")};
+  }
+  Result run(std::vector<std::string> arguments) { return finish(start(std::move(arguments))); }
+
+  void expectDone(std::vector<std::string> arguments) {
+    const Result result = run(std::move(arguments));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.err, testing::IsEmpty());
+  }
+
+  std::filesystem::path outputs_;
+};
+
+}  // namespace lomix

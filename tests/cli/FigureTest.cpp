@@ -1,0 +1,193 @@
+// Contact sheets, plots and comparisons, checked pixel by pixel against what they are made of.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <limits>
+
+#include "cli/CommandProcess.h"
+#include "engine/Profiles.h"
+#include "media/PictureFile.h"
+#include "media/TestCard.h"
+
+namespace lomix {
+namespace {
+
+using media::Picture;
+using testing::HasSubstr;
+
+constexpr int kWidth = 96;
+constexpr int kHeight = 54;
+
+class Figure : public CommandProcess {
+ protected:
+  Figure() {
+    Picture card = media::drawTestCard(kWidth, kHeight);
+    // Opaque, so that nothing of the sheet's paper shows through.
+    card.info.hasAlpha = false;
+    media::writePicture(card, path("card.png"), false);
+  }
+
+  /// Whether the sheet has the picture with its upper left corner at (left, top).
+  static bool holds(const Picture& sheet, const Picture& picture, int left, int top) {
+    for (int y = 0; y < picture.height(); ++y) {
+      const auto row =
+          sheet.row8(top + y).subspan(static_cast<std::size_t>(left) * 4, picture.row8(y).size());
+      if (!std::ranges::equal(row, picture.row8(y))) return false;
+    }
+    return true;
+  }
+  Picture rendered(std::vector<std::string> look) {
+    look.insert(look.begin(), {"render", "card.png", "still.png", "--overwrite"});
+    expectDone(look);
+    return media::readPicture(path("still.png"));
+  }
+};
+
+TEST_F(Figure, EveryPictureOfASheetIsWhatRenderGives) {
+  struct Case {
+    std::vector<std::string> shown;
+    int columns;
+    int labelHeight;
+    std::vector<std::vector<std::string>> looks;
+  };
+  const std::vector<Case> cases{
+      {{"--sweep", "Noise=0:100:3", "--preset", "signal-drop", "--time", "1"},
+       3,
+       20,
+       {{"--preset", "signal-drop", "--time", "1", "--set", "Noise=0"},
+        {"--preset", "signal-drop", "--time", "1", "--set", "Noise=50"},
+        {"--preset", "signal-drop", "--time", "1", "--set", "Noise=100"}}},
+      {{"--times", "0.25:1.75:3", "--columns", "2", "--key", "Scan Distortion=0:0,2:90"},
+       2,
+       20,
+       {{"--time", "0.25", "--set", "Scan Distortion=11.25"},
+        {"--time", "1", "--set", "Scan Distortion=45"},
+        {"--time", "1.75", "--set", "Scan Distortion=78.75"}}},
+      {{"--sweep", "distortion-mode=Tile,Stretch", "--times", "1,2", "--preset", "horizontal-tear"},
+       2,
+       35,
+       {{"--preset", "horizontal-tear", "--set", "Distortion Mode=1", "--time", "1"},
+        {"--preset", "horizontal-tear", "--set", "Distortion Mode=1", "--time", "2"},
+        {"--preset", "horizontal-tear", "--set", "Distortion Mode=2", "--time", "1"},
+        {"--preset", "horizontal-tear", "--set", "Distortion Mode=2", "--time", "2"}}},
+      {{"--presets", "--set", "Noise=9", "--time", "1.2", "--columns", "1"},
+       1,
+       20,
+       {{"--preset", "channel-change", "--set", "Noise=9", "--time", "1.2"},
+        {"--preset", "double-reception", "--set", "Noise=9", "--time", "1.2"}}}};
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments{"sheet", "card.png", "sheet.png", "--overwrite"};
+    arguments.insert(arguments.end(), c.shown.begin(), c.shown.end());
+    expectDone(arguments);
+    const Picture sheet = media::readPicture(path("sheet.png"));
+    for (std::size_t i = 0; i < c.looks.size(); ++i) {
+      const int left = 14 + static_cast<int>(i) % c.columns * (kWidth + 10);
+      const int top = 14 + static_cast<int>(i) / c.columns * (kHeight + c.labelHeight + 10);
+      EXPECT_TRUE(holds(sheet, rendered(c.looks[i]), left, top))
+          << testing::PrintToString(c.shown) << i;
+      // Light letters below it.
+      int brightest = 0;
+      for (int y = top + kHeight; y < top + kHeight + c.labelHeight; ++y) {
+        for (int x = left; x < left + kWidth; ++x) {
+          brightest = std::max<int>(brightest, sheet.row8(y)[static_cast<std::size_t>(x) * 4 + 1]);
+        }
+      }
+      EXPECT_GT(brightest, 150) << testing::PrintToString(c.shown) << i;
+    }
+  }
+}
+
+TEST_F(Figure, WithoutLettersThereIsAnErrorAndNoPicture) {
+  write(path("fonts.conf"), "<?xml version=\"1.0\"?><fontconfig></fontconfig>");
+  setenv("FONTCONFIG_FILE", path("fonts.conf").c_str(), 1);
+  const Result result = run({"plot", "plot.png"});
+  unsetenv("FONTCONFIG_FILE");
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("fonts-dejavu-core"));
+  EXPECT_EQ(names(), (std::set<std::string>{"card.png", "fonts.conf"}));
+}
+
+TEST_F(Figure, APlotShowsTheProfilesWhereItsAxesSay) {
+  expectDone({"plot", "plot.png", "--rows", "262", "--time", "3", "--over", "1:5"});
+  const Picture plot = media::readPicture(path("plot.png"));
+  // The image of the bars: 1 to 5 s over 610 columns from 470, one row of pixels for each row.
+  for (const auto& [x, y] : {std::pair{10, 5}, {100, 60}, {300, 100}, {400, 130}, {600, 250}}) {
+    LomixStruct record{};
+    engine::fillProfiles(record, 262, 1.0, -static_cast<float>(1 + 4 * (x + 0.5) / 610),
+                         engine::portableKernels());
+    const int shown = plot.row8(122 + 345 + y)[static_cast<std::size_t>(470 + x) * 4 + 1];
+    EXPECT_NEAR(shown, 255 * record.barsProfile[static_cast<std::size_t>(y)], 2) << x << "," << y;
+  }
+  expectDone({"plot", "plot.svg"});
+  EXPECT_THAT(read(path("plot.svg")),
+              testing::AllOf(testing::StartsWith("<?xml"), HasSubstr("<svg "),
+                             testing::EndsWith("</svg>\n")));
+}
+
+TEST_F(Figure, ComparisonsFindTheLargestDifference) {
+  const auto make = [&](const std::string& name, int depth, int channel, float value, bool alpha) {
+    Picture picture(4, 3, depth);
+    picture.info.hasAlpha = alpha;
+    picture.info.storage = depth == 8 ? media::Storage::UInt8 : media::Storage::Float;
+    for (int y = 0; y < 3; ++y) {
+      for (int i = 0; i < 16; ++i) {
+        const float level = y == 2 && i == 4 * 3 + channel ? value : i % 4 == 0 ? 1.0f : 0.4f;
+        if (depth == 8) {
+          picture.row8(y)[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(level * 255);
+        } else {
+          picture.row32(y)[static_cast<std::size_t>(i)] = level;
+        }
+      }
+    }
+    media::writePicture(picture, path(name), true);
+  };
+  make("a.png", 8, 2, 0.4f, false);
+  make("green.png", 8, 2, 0.8f, false);
+  make("clear.png", 8, 0, 0.0f, true);
+  make("a.exr", 32, 3, 0.4f, false);
+  make("blue.exr", 32, 3, 1.9f, false);
+  make("none.exr", 32, 3, std::numeric_limits<float>::quiet_NaN(), false);
+  struct Case {
+    const char *a, *b, *finding;
+  };
+  // 102 of 255 in one of 36 channels: 10 log10(36 / 0.16) = 23.52 dB.
+  for (const Case& c : {Case{"a.png", "a.png", "none, the pictures are the same"},
+                        {"none.exr", "none.exr", "none, the pictures are the same"},
+                        {"a.png", "green.png", "102/255 in green at (3, 2), PSNR 23.52 dB"},
+                        {"green.png", "a.png", "102/255 in green at (3, 2), PSNR 23.52 dB"},
+                        {"a.png", "clear.png", "255/255 in alpha at (3, 2), PSNR 16.81 dB"},
+                        {"a.exr", "blue.exr", "1.5 in blue at (3, 2), PSNR 12.04 dB"},
+                        {"a.png", "green.png", "102/255 in green at (3, 2), PSNR 23.52 dB"},
+                        {"a.exr", "none.exr", "inf in blue at (3, 2), PSNR -inf dB"}}) {
+    EXPECT_EQ(run({"compare", c.a, c.b}).out,
+              std::string("largest difference: ") + c.finding + "\n")
+        << c.a << " " << c.b;
+  }
+  EXPECT_THAT(run({"compare", "a.png", "card.png"}).err, HasSubstr("4x3"));
+}
+
+TEST_F(Figure, ComparisonsShowBothPictures) {
+  const Picture noisy = rendered({"--set", "Noise=40", "--time", "1"});
+  const Picture card = media::readPicture(path("card.png"));
+  const auto view = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), {"compare", "card.png", "still.png", "out.png", "--overwrite"});
+    EXPECT_EQ(run(more).exitCode, 0);
+    return media::readPicture(path("out.png"));
+  };
+  const Picture side = view({});
+  EXPECT_TRUE(holds(side, card, 14, 14));
+  EXPECT_TRUE(holds(side, noisy, 14 + kWidth + 10, 14));
+  const Picture halves = view({"--view", "split"});
+  const Picture difference = view({"--view", "difference", "--gain", "3"});
+  for (const auto& [x, y] : {std::pair{5, 5}, {40, 30}, {60, 11}, {95, 53}}) {
+    const auto at = static_cast<std::size_t>(x) * 4 + 2;
+    const auto inSheet = static_cast<std::size_t>(14 + x) * 4 + 2;
+    const int before = card.row8(y)[at];
+    const int after = noisy.row8(y)[at];
+    EXPECT_EQ(halves.row8(14 + y)[inSheet], x < kWidth / 2 ? before : after);
+    EXPECT_EQ(difference.row8(14 + y)[inSheet], std::min(255, 3 * std::abs(before - after)));
+  }
+}
+
+}  // namespace
+}  // namespace lomix
