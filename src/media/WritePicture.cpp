@@ -1,5 +1,9 @@
+#include <OpenImageIO/filesystem.h>
+
 #include <array>
 #include <cmath>
+#include <fstream>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -130,6 +134,33 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   return spec;
 }
 
+/// Where a writer writes: in memory, where it can, since few writers notice that a disk is full and
+/// one of them then ends the process.
+class Destination {
+ public:
+  Destination(OIIO::ImageOutput& output, const fs::path& file) : file_(file) {
+    // The TIFF writer notices by itself, and what it makes in memory is not always whole.
+    if (output.supports("ioproxy") == 0 || std::string_view(output.format_name()) == "tiff") return;
+    memory_.emplace();
+    output.set_ioproxy(&*memory_);
+  }
+
+  /// Brings what is in memory to the disk; false where that fails.
+  bool store() const {
+    if (!memory_) return true;
+    std::ofstream stream(file_, std::ios::binary);
+    const std::vector<unsigned char>& bytes = memory_->buffer();
+    stream.write(reinterpret_cast<const char*>(bytes.data()),
+                 static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    return stream.good();
+  }
+
+ private:
+  fs::path file_;
+  std::optional<OIIO::Filesystem::IOVecOutput> memory_;
+};
+
 }  // namespace
 
 void requireWritableFormat(const fs::path& file) { createWriter(file); }
@@ -150,6 +181,7 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
   };
   // A writer that lacks the wanted type takes one of its own choice, not always the nearest.
   const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
+  std::optional<Destination> destination;
   for (std::size_t i = 0; i < types.size(); ++i) {
     if (i > 0) {
       // Opened twice, one writer would leave its first header in the file.
@@ -157,11 +189,15 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
       output = createWriter(file);
     }
     spec.set_format(types[i]);
+    destination.emplace(*output, temporary);
     require(output->open(temporary.string(), spec));
     if (output->spec().format == types[i]) break;
   }
   require(writePixels(*output, picture, premultiplied));
   require(output->close());
+  if (!destination->store()) {
+    throw MediaError(cannotWrite(file) + "the disk does not take it (check the free space)");
+  }
 }
 
 }  // namespace lomix::media
