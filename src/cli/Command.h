@@ -8,6 +8,7 @@ namespace lomix::cli {
 struct Streams {
   std::ostream& out;
   std::ostream& err;
+  bool errIsTerminal = false;
 };
 
 /// One word of the command line. A command declares its options to the parser when it is made, and
@@ -19,7 +20,8 @@ class Command {
   Command(const Command&) = delete;
   Command& operator=(const Command&) = delete;
 
-  /// Throws UsageError, CommandError, media::MediaError or host::HostError.
+  /// Throws UsageError, CommandError, FramesFailed, Interrupted, media::MediaError or
+  /// host::HostError.
   virtual void run(const Streams& streams) = 0;
 };
 

@@ -39,7 +39,8 @@ class Parser {
         "  lomix render card.png bad-reception.png --set Noise=30 --set \"Scan Distortion=20\"\n"
         "  lomix params\n\n"
         "'lomix COMMAND --help' tells about one command. Exit codes: 0 done, 1 a read, write or\n"
-        "render failed, 2 wrong usage, 130 interrupted.\n");
+        "render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
+        "interrupted.\n");
     add<RenderCommand>("render", "Put a picture through the effect");
     add<ParamsCommand>("params", "List the effect's parameters");
     add<PresetsCommand>("presets", "List the looks that come with lomix");
@@ -94,10 +95,11 @@ class Parser {
 };
 
 /// Prints an error as one line, whatever its text holds.
-int fail(const Streams& streams, std::string message, int exitCode) {
+int fail(const Streams& streams, std::string message, int exitCode,
+         std::string_view beginning = "error: ") {
   std::ranges::replace_if(
       message, [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  streams.err << "error: " << message << "\n";
+  streams.err << std::string(beginning) + message + "\n";
   return exitCode;
 }
 
@@ -113,6 +115,10 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
     return kExitDone;
   } catch (const UsageError& error) {
     return fail(streams, error.what(), kExitUsage);
+  } catch (const FramesFailed& error) {
+    return fail(streams, error.what(), kExitFramesFailed);
+  } catch (const Interrupted& interrupted) {
+    return fail(streams, interrupted.what(), kExitSignal + interrupted.signal(), "interrupted: ");
   } catch (const std::bad_alloc&) {
     return fail(streams, "lomix: the memory does not suffice (use a smaller picture)", kExitFailed);
   } catch (const std::exception& error) {

@@ -11,6 +11,8 @@ namespace lomix::cli {
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
+inline constexpr int kExitFramesFailed = 3;
+inline constexpr int kExitSignal = 128;  ///< Plus the signal's number: 130 for Ctrl-C.
 
 /// Runs one command line, given without the program's name, and returns the exit code. Errors are
 /// printed as one line, "error: subject: cause (way out)"; nothing is thrown.

@@ -1,9 +1,11 @@
 #include "cli/Numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "cli/Errors.h"
 
@@ -36,9 +38,57 @@ std::optional<PairOfWholes> parsePair(std::string_view text, std::string_view se
   return PairOfWholes{static_cast<int>(*first), static_cast<int>(*second)};
 }
 
-[[noreturn]] void failTime(std::string_view text, const std::string& cause) {
-  throw UsageError("--time: '" + std::string(text) + "' " + cause +
-                   " (use seconds such as 1.5, or a fraction such as 45/30)");
+/// What a fraction is for, in errors about it.
+struct Purpose {
+  const char* option;
+  const char* noun;
+  const char* hint;
+};
+constexpr Purpose kForTime{"--time", "time",
+                           "use seconds such as 1.5, or a fraction such as 45/30"};
+constexpr Purpose kForRate{"--fps", "frame rate",
+                           "use a number such as 25, or a fraction such as 30000/1001"};
+
+[[noreturn]] void fail(const Purpose& purpose, std::string_view text, const std::string& cause) {
+  throw UsageError(std::string(purpose.option) + ": '" + std::string(text) + "' " + cause + " (" +
+                   purpose.hint + ")");
+}
+
+FrameTime parseFraction(std::string_view text, const Purpose& purpose) {
+  std::optional<std::int64_t> value;
+  std::optional<std::int64_t> scale;
+  if (const std::size_t slash = text.find('/'); slash != std::string_view::npos) {
+    value = parseWhole(text.substr(0, slash));
+    scale = parseWhole(text.substr(slash + 1));
+    if (!value || !scale) fail(purpose, text, std::string("is not a ") + purpose.noun);
+    if (*scale <= 0) fail(purpose, text, "divides by something that is not above 0");
+  } else {
+    const std::size_t point = text.find('.');
+    std::string digits(text.substr(0, point));
+    std::size_t decimals = 0;
+    if (point != std::string_view::npos) {
+      const std::string_view fraction = text.substr(point + 1);
+      if (fraction.find_first_not_of("0123456789") != std::string_view::npos) {
+        fail(purpose, text, std::string("is not a ") + purpose.noun);
+      }
+      decimals = fraction.size();
+      digits += fraction;
+    }
+    if (digits.find_first_not_of("+-0123456789") != std::string::npos ||
+        digits.find_first_of("0123456789") == std::string::npos) {
+      fail(purpose, text, std::string("is not a ") + purpose.noun);
+    }
+    for (; decimals < 3; ++decimals) digits += '0';
+    value = parseWhole(digits);
+    scale = parseWhole("1" + std::string(decimals, '0'));
+    if (!value || !scale) fail(purpose, text, "has more digits than fit");
+  }
+  if (*value < std::numeric_limits<std::int32_t>::min() ||
+      *value > std::numeric_limits<std::int32_t>::max() ||
+      *scale > std::numeric_limits<std::uint32_t>::max()) {
+    fail(purpose, text, "has more digits than fit");
+  }
+  return {static_cast<std::int32_t>(*value), static_cast<std::uint32_t>(*scale)};
 }
 
 }  // namespace
@@ -53,41 +103,41 @@ std::optional<std::int64_t> parseWhole(std::string_view text) {
   return parseAll<std::int64_t>(text);
 }
 
-FrameTime parseTime(std::string_view text) {
-  std::optional<std::int64_t> value;
-  std::optional<std::int64_t> scale;
-  if (const std::size_t slash = text.find('/'); slash != std::string_view::npos) {
-    value = parseWhole(text.substr(0, slash));
-    scale = parseWhole(text.substr(slash + 1));
-    if (!value || !scale) failTime(text, "is not a time");
-    if (*scale <= 0) failTime(text, "divides by something that is not above 0");
-  } else {
-    const std::size_t point = text.find('.');
-    std::string digits(text.substr(0, point));
-    std::size_t decimals = 0;
-    if (point != std::string_view::npos) {
-      const std::string_view fraction = text.substr(point + 1);
-      if (fraction.find_first_not_of("0123456789") != std::string_view::npos) {
-        failTime(text, "is not a time");
-      }
-      decimals = fraction.size();
-      digits += fraction;
-    }
-    if (digits.find_first_not_of("+-0123456789") != std::string::npos ||
-        digits.find_first_of("0123456789") == std::string::npos) {
-      failTime(text, "is not a time");
-    }
-    for (; decimals < 3; ++decimals) digits += '0';
-    value = parseWhole(digits);
-    scale = parseWhole("1" + std::string(decimals, '0'));
-    if (!value || !scale) failTime(text, "has more digits than fit");
+FrameTime parseTime(std::string_view text) { return parseFraction(text, kForTime); }
+
+FrameTime fittedTime(std::int64_t value, std::int64_t scale) {
+  const std::int64_t divisor = std::gcd(value, scale);
+  value /= divisor;
+  scale /= divisor;
+  constexpr auto kLimit = static_cast<double>(std::numeric_limits<std::int32_t>::max());
+  const double excess =
+      std::max(std::abs(static_cast<double>(value)), static_cast<double>(scale)) / kLimit;
+  if (excess > 1.0) {
+    const double seconds = static_cast<double>(value) / static_cast<double>(scale);
+    scale =
+        std::max<std::int64_t>(1, static_cast<std::int64_t>(static_cast<double>(scale) / excess));
+    value = std::llround(std::clamp(seconds * static_cast<double>(scale), -kLimit, kLimit));
   }
-  if (*value < std::numeric_limits<std::int32_t>::min() ||
-      *value > std::numeric_limits<std::int32_t>::max() ||
-      *scale > std::numeric_limits<std::uint32_t>::max()) {
-    failTime(text, "has more digits than fit");
+  return {static_cast<std::int32_t>(value), static_cast<std::uint32_t>(scale)};
+}
+
+FrameRate parseRate(std::string_view text) {
+  for (const int nominal : {24, 30, 48, 60, 120}) {
+    // 23.976, 29.97, 59.94: so many thousands of frames in 1001 seconds.
+    const double exact = nominal / 1.001;
+    const auto number = parseNumber(text);
+    if (number && text.find('.') != std::string_view::npos && std::abs(*number - exact) < 0.005) {
+      return {nominal * 1000, 1001};
+    }
   }
-  return {static_cast<std::int32_t>(*value), static_cast<std::uint32_t>(*scale)};
+  const FrameTime rate = parseFraction(text, kForRate);
+  const auto divisor = std::gcd(std::int64_t{rate.value}, std::int64_t{rate.scale});
+  constexpr std::int64_t kMaxPart = 1'000'000;
+  if (rate.value <= 0 || rate.value / divisor > kMaxPart || rate.scale / divisor > kMaxPart) {
+    fail(kForRate, text, "is out of range");
+  }
+  return {static_cast<std::int32_t>(rate.value / divisor),
+          static_cast<std::int32_t>(rate.scale / divisor)};
 }
 
 PairOfWholes parseSize(std::string_view text) {

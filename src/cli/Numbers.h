@@ -25,6 +25,21 @@ constexpr double inSeconds(const FrameTime& time) {
   return static_cast<double>(time.value) / static_cast<double>(time.scale);
 }
 
+/// value / scale seconds in lowest terms; where 31 bits do not hold that, the nearest time that
+/// they do. scale from 1.
+FrameTime fittedTime(std::int64_t value, std::int64_t scale);
+
+/// Frames a second: frames / seconds, both from 1.
+struct FrameRate {
+  std::int32_t frames = 24;
+  std::int32_t seconds = 1;
+  bool operator==(const FrameRate&) const = default;
+};
+
+/// "N", "N/D" or decimal frames a second; the decimals of broadcasting, such as 29.97, are the
+/// fractions that they stand for. Throws UsageError.
+FrameRate parseRate(std::string_view text);
+
 /// "N/D" as it stands, or decimal seconds: the digits over a power of ten, at least 1000. Throws
 /// UsageError for any other text and for what does not fit.
 FrameTime parseTime(std::string_view text);

@@ -63,6 +63,10 @@ std::string Plugin::about() {
 
 void Plugin::finish() {
   requireSuccess(host_.globalSetdown(), "shut itself down", host_);
+  requireRulesKept();
+}
+
+void Plugin::requireRulesKept() const {
   if (const auto findings = host_.audit(); !findings.empty()) {
     throw CommandError("plug-in: it broke a rule of its host, " + findings.front() +
                        " (try another version of the module)");

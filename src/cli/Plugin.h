@@ -28,6 +28,9 @@ class Plugin {
   /// The about text. Throws CommandError when the module refuses it.
   std::string about();
 
+  /// Throws CommandError when the module did something that a host does not forgive.
+  void requireRulesKept() const;
+
   /// Sends the module home and looks at what it left behind. Throws CommandError when the module
   /// failed or did something that a host does not forgive.
   void finish();

@@ -8,7 +8,7 @@
 
 namespace lomix::cli {
 
-/// "lomix render": one picture through the effect.
+/// "lomix render": pictures through the effect. Reads the options.
 class RenderCommand : public Command {
  public:
   explicit RenderCommand(CLI::App& app);
@@ -19,14 +19,18 @@ class RenderCommand : public Command {
   std::string output_;
   LookOptions look_;
   std::string savedPreset_;
-  std::string time_ = "0/1";
+  std::string time_;
+  std::string frames_;
+  std::string fps_;
   std::string depth_;
   std::string downsample_ = "1";
   std::string host_ = "ae";
   std::string engine_;
   std::string plugin_;
   int threads_ = 0;
+  std::string report_;
   bool overwrite_ = false;
+  bool skipExisting_ = false;
   bool quiet_ = false;
 };
 

@@ -49,6 +49,17 @@ double Parameter::value() const {
   return isSlider() ? definition.u.fs_d.value : 0.0;
 }
 
+void Parameter::setValue(double value) {
+  if (isSlider()) {
+    definition.u.fs_d.value = value;
+    return;
+  }
+  if (value != std::floor(value) || std::abs(value) > std::numeric_limits<PF_ParamValue>::max()) {
+    throw HostError("cannot set '" + name() + "': a choice is a whole number (count from 1)");
+  }
+  definition.u.pd.value = static_cast<PF_ParamValue>(value);
+}
+
 double Parameter::defaultValue() const {
   if (isPopup()) return definition.u.pd.dephault;
   return isSlider() ? static_cast<double>(definition.u.fs_d.dephault) : 0.0;
@@ -216,16 +227,7 @@ void Host::setValue(int index, double value) {
     throw HostError("cannot set parameter " + std::to_string(index) +
                     ": there is no such (use 1 to " + std::to_string(parameters.size() - 1) + ")");
   }
-  PF_ParamDef& definition = parameters[static_cast<std::size_t>(index)].definition;
-  if (definition.param_type == PF_Param_FLOAT_SLIDER) {
-    definition.u.fs_d.value = value;
-    return;
-  }
-  if (value != std::floor(value) || std::abs(value) > std::numeric_limits<PF_ParamValue>::max()) {
-    throw HostError("cannot set '" + parameters[static_cast<std::size_t>(index)].name() +
-                    "': a choice is a whole number (count from 1)");
-  }
-  definition.u.pd.value = static_cast<PF_ParamValue>(value);
+  parameters[static_cast<std::size_t>(index)].setValue(value);
 }
 
 bool Host::isHidden(int index) const { return state_->hidden.at(static_cast<std::size_t>(index)); }

@@ -40,6 +40,9 @@ struct Parameter {
   bool isSlider() const { return definition.param_type == PF_Param_FLOAT_SLIDER; }
   /// The value that stands now: a slider's number, a popup's choice counted from 1, 0 for a layer.
   double value() const;
+  /// Sets a slider or a popup. The range is the caller's business. Throws HostError for a popup
+  /// choice that is no 32-bit whole number.
+  void setValue(double value);
   /// The value that the module declared as the default.
   double defaultValue() const;
   /// Ends of the accepted values, both included: a slider's valid range, 1 and the number of

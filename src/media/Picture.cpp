@@ -10,7 +10,9 @@
 
 namespace lomix::media {
 
-Picture::Picture(int width, int height, int depth) : width_(width), height_(height), depth_(depth) {
+Picture::Picture(int width, int height, int depth) { reset(width, height, depth); }
+
+void Picture::reset(int width, int height, int depth) {
   if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
     throw MediaError("picture: a size of " + std::to_string(width) + "x" + std::to_string(height) +
                      " is not possible (each side is from 1 to " + std::to_string(kMaxSide) + ")");
@@ -24,12 +26,12 @@ Picture::Picture(int width, int height, int depth) : width_(width), height_(heig
     throw MediaError("picture: a depth of " + std::to_string(depth) +
                      " bits is not possible (use 8 or 32)");
   }
+  width_ = width;
+  height_ = height;
+  depth_ = depth;
   const std::size_t count = offset(height);
-  if (depth == 8) {
-    bytes_.resize(count);
-  } else {
-    floats_.resize(count);
-  }
+  bytes_.resize(depth == 8 ? count : 0);
+  floats_.resize(depth == 8 ? 0 : count);
 }
 
 unsigned quantize(float value, unsigned max) {

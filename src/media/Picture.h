@@ -39,6 +39,10 @@ class Picture {
   /// out.
   Picture(int width, int height, int depth);
 
+  /// Makes it a picture of that size and depth, as the constructor does, but leaves the pixels as
+  /// they come; memory is used again where it fits. info is kept.
+  void reset(int width, int height, int depth);
+
   int width() const { return width_; }
   int height() const { return height_; }
   int depth() const { return depth_; }

@@ -38,6 +38,29 @@ TEST(Numbers, ReadWholeOrNotAtAll) {
   }
 }
 
+TEST(Numbers, RatesAreFractionsAndFrameTimesExact) {
+  struct Case {
+    const char* text;
+    FrameRate rate;
+  };
+  for (const Case& c : {Case{"24", {24, 1}},
+                        {"30000/1001", {30000, 1001}},
+                        {"50/2", {25, 1}},
+                        {"12.5", {25, 2}},
+                        {"23.976", {24000, 1001}},
+                        {"29.97", {30000, 1001}},
+                        {"59.94", {60000, 1001}}}) {
+    EXPECT_EQ(parseRate(c.text), c.rate) << c.text;
+  }
+  for (const char* text : {"", "0", "-24", "fast", "1/0", "9999999"}) {
+    EXPECT_THROW(parseRate(text), UsageError) << text;
+  }
+  EXPECT_EQ(fittedTime(1001 * 1001, 30000), (FrameTime{1002001, 30000}));
+  EXPECT_EQ(fittedTime(std::int64_t{90000} * 40000, 90000), (FrameTime{40000, 1}));
+  const FrameTime late = fittedTime(std::int64_t{90000} * 40000 + 1, 90000);
+  EXPECT_NEAR(static_cast<double>(late.value) / late.scale, 40000.0 + 1.0 / 90000, 1e-4);
+}
+
 TEST(Numbers, TimesKeepTheirDigits) {
   struct Case {
     const char* text;

@@ -1,0 +1,156 @@
+#include "cli/Pipeline.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "cli/Interrupt.h"
+#include "media/MediaError.h"
+
+namespace lomix::cli {
+namespace {
+
+/// Adds the time of a scope to a sum.
+class Stopwatch {
+ public:
+  explicit Stopwatch(std::atomic<std::int64_t>& sum) : sum_(sum) {}
+  ~Stopwatch() {
+    sum_ += std::chrono::nanoseconds(std::chrono::steady_clock::now() - start_).count();
+  }
+  Stopwatch(const Stopwatch&) = delete;
+  Stopwatch& operator=(const Stopwatch&) = delete;
+
+ private:
+  std::atomic<std::int64_t>& sum_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+// A thread can hold a picture while it waits for a second one, or hold a finished frame that waits
+// for its turn. The pictures suffice for all of them and one more, so that none waits for ever.
+constexpr int kSparePictures = 4;
+constexpr std::int64_t kMaxWaiting = 2;
+
+}  // namespace
+
+Pipeline::Pipeline(FrameSource& source, FrameRenderer& renderer, FrameSink& sink, int threads)
+    : source_(source),
+      renderer_(renderer),
+      sink_(sink),
+      threads_(threads),
+      pictures_(threads + kSparePictures) {}
+
+void Pipeline::addFailure(FrameFailure failure) {
+  const std::lock_guard lock(resultMutex_);
+  failures_.push_back(std::move(failure));
+  ++tally_.failed;
+}
+
+void Pipeline::run() {
+  const PatientWork patient;
+  const std::int64_t count = source_.count().value_or(threads_ + 1);
+  if (count == 1) bandThreads_ = threads_;
+  {
+    // One more than there are processors to use: some wait for their turn.
+    std::vector<std::jthread> others;
+    for (std::int64_t i = 0; i < std::min<std::int64_t>(threads_, count - 1); ++i) {
+      others.emplace_back([this] { work(); });
+    }
+    work();
+  }
+  if (error_) std::rethrow_exception(error_);
+  if (interruptedBy_ == 0) {
+    sink_.finish();
+    renderer_.finish();
+  }
+}
+
+void Pipeline::work() {
+  try {
+    while (const std::optional<Job> job = nextJob()) process(*job);
+  } catch (...) {
+    fail(std::current_exception());
+  }
+}
+
+void Pipeline::fail(std::exception_ptr error) {
+  const std::lock_guard lock(resultMutex_);
+  if (!error_) error_ = std::move(error);
+  stop_ = true;
+  const std::lock_guard order(orderMutex_);
+  orderChanged_.notify_all();
+}
+
+std::optional<Pipeline::Job> Pipeline::nextJob() {
+  const std::lock_guard lock(sourceMutex_);
+  const Stopwatch watch(tally_.readTime);
+  while (!stop_) {
+    if (const int signal = PatientWork::interruptedBy(); signal != 0) {
+      interruptedBy_ = signal;
+      break;
+    }
+    std::optional<Frame> frame = source_.next();
+    if (!frame) {
+      stop_ = true;
+      break;
+    }
+    if (!sink_.has(*frame)) return Job{*std::move(frame), nextPlace_++};
+    ++tally_.skipped;
+  }
+  return std::nullopt;
+}
+
+void Pipeline::process(const Job& job) {
+  PicturePool::Loan input(pictures_);
+  if (!load(job.frame, *input)) return;
+  PicturePool::Loan output(pictures_);
+  {
+    const Stopwatch watch(tally_.effectTime);
+    renderer_.render(*input, job.frame.time, bandThreads_, *output);
+  }
+  input.giveBack();
+  std::unique_ptr<ReadyFrame> ready;
+  {
+    const Stopwatch watch(tally_.writeTime);
+    ready = sink_.take(job.frame, *output);
+  }
+  output.giveBack();
+  if (ready) append(job.place, std::move(ready));
+  ++tally_.rendered;
+}
+
+bool Pipeline::load(const Frame& frame, media::Picture& picture) {
+  const Stopwatch watch(tally_.readTime);
+  try {
+    source_.load(frame, picture);
+    return true;
+  } catch (const media::MediaError& error) {
+    if (!sink_.allowsGaps()) throw;
+    addFailure({frame.number, error.what()});
+    if (onFailure) onFailure(error.what());
+    return false;
+  }
+}
+
+void Pipeline::append(std::int64_t place, std::unique_ptr<ReadyFrame> ready) {
+  std::unique_lock lock(orderMutex_);
+  orderChanged_.wait(lock, [&] { return place <= appended_ + kMaxWaiting || error_ != nullptr; });
+  waiting_.emplace(place, std::move(ready));
+  if (appending_) return;
+  appending_ = true;
+  while (!waiting_.empty() && waiting_.begin()->first == appended_ && !error_) {
+    const std::unique_ptr<ReadyFrame> next = std::move(waiting_.begin()->second);
+    waiting_.erase(waiting_.begin());
+    lock.unlock();
+    {
+      const Stopwatch watch(tally_.writeTime);
+      sink_.append(*next);
+    }
+    lock.lock();
+    ++appended_;
+    orderChanged_.notify_all();
+  }
+  appending_ = false;
+}
+
+}  // namespace lomix::cli

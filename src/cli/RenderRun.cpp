@@ -1,0 +1,141 @@
+#include "cli/RenderRun.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ostream>
+
+#include "cli/Errors.h"
+#include "cli/Pipeline.h"
+#include "cli/PresetStore.h"
+#include "cli/Progress.h"
+#include "cli/RunReport.h"
+#include "media/PictureFile.h"
+#include "media/SequenceName.h"
+#include "media/TextFile.h"
+
+namespace lomix::cli {
+namespace {
+
+/// A hint where the user set a time that the effect is not going to look at.
+void noteIdleTime(const FrameRenderer& renderer, std::ostream& err) {
+  const ParameterTable& table = renderer.parameters();
+  const host::Parameter* time = table.find("Time");
+  const host::Parameter* control = table.find("Time Control");
+  if (time == nullptr || control == nullptr) return;
+  bool timeIsSet = false;
+  double controlValue = control->value();
+  for (const Assignment& assignment : renderer.look().at(0.0)) {
+    if (assignment.index == time->index) timeIsSet = true;
+    if (assignment.index == control->index) controlValue = assignment.value;
+  }
+  if (timeIsSet && valueText(*control, controlValue) == "Automatic") {
+    err << "note: Time: it has no effect while Time Control is Automatic (add --set "
+           "\"Time Control=Manual\", or use --time)\n";
+  }
+}
+
+std::string frames(std::int64_t count) {
+  return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
+std::string summary(const RunOptions& options, const Tally& tally, double seconds) {
+  std::string text = "wrote '" + options.route.output + "': " + frames(tally.rendered);
+  if (tally.skipped > 0) text += ", " + frames(tally.skipped) + " kept";
+  char time[64];
+  std::snprintf(time, sizeof time, " in %.2f s", seconds);
+  return text + time + "\n";
+}
+
+/// The end of a run as an exception, where it is not a good one.
+void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const Route& route) {
+  const Tally& tally = pipeline.tally();
+  if (pipeline.interruptedBy() != 0) {
+    const std::string kept =
+        route.sink->allowsGaps()
+            ? frames(tally.rendered) + " written (run it again with --skip-existing to go on)"
+            : "nothing is written (run it again to start anew)";
+    throw Interrupted("'" + options.route.output + "': " + kept, pipeline.interruptedBy());
+  }
+  if (pipeline.failures().empty()) return;
+  std::vector<std::int64_t> numbers;
+  for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);
+  std::ranges::sort(numbers);
+  const std::string message = "'" + options.route.input + "': " + frames(tally.failed) +
+                              " could not be read: " + media::listed(numbers);
+  if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (check the files)");
+  throw FramesFailed(message + " (the others are written; mend these, then use --skip-existing)");
+}
+
+/// A report's file, looked at before the work.
+class Report {
+ public:
+  Report(const RunOptions& options, const FrameRenderer& renderer, const Pipeline& pipeline)
+      : options_(options), renderer_(renderer), pipeline_(pipeline) {
+    if (!options.reportFile.empty()) media::checkNewFile(options.reportFile, true);
+  }
+
+  void write(double seconds, const std::string& error) const {
+    if (options_.reportFile.empty()) return;
+    nlohmann::ordered_json report = {
+        {"lomix", LOMIX_VERSION},
+        {"effect", renderer_.versionText()},
+        {"input", options_.route.input},
+        {"output", options_.route.output},
+        {"engine", options_.rendering.engine == Engine::Rows ? "rows" : "plugin"},
+        {"threads", options_.threads},
+        {"settings", settingsOf(renderer_)}};
+    report.update(reportOf(pipeline_, seconds));
+    if (!error.empty()) report["error"] = error;
+    media::writeText(report.dump(2) + "\n", options_.reportFile, true);
+  }
+
+ private:
+  const RunOptions& options_;
+  const FrameRenderer& renderer_;
+  const Pipeline& pipeline_;
+};
+
+}  // namespace
+
+void runRender(const RunOptions& options, const Streams& streams) {
+  FrameRenderer renderer(options.rendering);
+  if (!options.quiet) noteIdleTime(renderer, streams.err);
+  const Route route = makeRoute(options.route);
+  if (!options.savedPreset.empty()) {
+    savePreset(renderer.look(), renderer.parameters(), options.savedPreset,
+               options.route.existing == Existing::Overwrite);
+  }
+  if (!options.quiet && !route.note.empty()) streams.err << "note: " + route.note + "\n";
+
+  Pipeline pipeline(*route.source, renderer, *route.sink, options.threads);
+  const Report report(options, renderer, pipeline);
+  if (!route.missing.empty()) {
+    streams.err << "error: " + media::cannotRead(options.route.input) + "frames " +
+                       media::listed(route.missing) + " do not exist (the others are rendered)\n";
+    for (const std::int64_t number : route.missing) {
+      pipeline.addFailure({number, "it does not exist"});
+    }
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const auto seconds = [start] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  try {
+    std::optional<std::int64_t> total = route.source->count();
+    if (total) *total += static_cast<std::int64_t>(route.missing.size());
+    Progress progress(streams, pipeline.tally(), total, options.quiet);
+    pipeline.onFailure = [&progress](const std::string& message) {
+      progress.say("error: " + message);
+    };
+    pipeline.run();
+  } catch (const std::exception& error) {
+    report.write(seconds(), error.what());
+    throw;
+  }
+  report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
+  throwUnlessDone(options, pipeline, route);
+  if (!options.quiet) streams.out << summary(options, pipeline.tally(), seconds());
+}
+
+}  // namespace lomix::cli

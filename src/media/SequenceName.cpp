@@ -1,0 +1,100 @@
+#include "media/SequenceName.h"
+
+#include <algorithm>
+#include <charconv>
+#include <regex>
+#include <system_error>
+
+#include "media/MediaError.h"
+#include "media/PictureFile.h"
+
+namespace lomix::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Longer numbers than this name no frame.
+constexpr std::size_t kMaxDigits = 18;
+
+std::string padded(std::int64_t number, std::size_t digits) {
+  const std::string plain = std::to_string(number < 0 ? -number : number);
+  const std::string sign = number < 0 ? "-" : "";
+  const std::size_t length = sign.size() + plain.size();
+  return sign + std::string(length < digits ? digits - length : 0, '0') + plain;
+}
+
+}  // namespace
+
+std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
+  static const std::regex kPattern("#+|%(0([0-9]{1,2}))?d");
+  const std::string text = name.filename().string();
+  const std::sregex_iterator found(text.begin(), text.end(), kPattern);
+  if (found == std::sregex_iterator()) return std::nullopt;
+  if (std::distance(found, std::sregex_iterator()) > 1) {
+    throw MediaError("'" + name.string() +
+                     "': more than one part stands for the frame's number (leave one)");
+  }
+  const std::smatch& match = *found;
+  SequenceName sequence;
+  sequence.pattern_ = name;
+  sequence.before_ = match.prefix();
+  sequence.after_ = match.suffix();
+  const std::string sign = match.str();
+  sequence.digits_ = sign.front() == '#' ? sign.size()
+                     : match[2].matched  ? std::stoul(match.str(2))
+                                         : 1;
+  return sequence;
+}
+
+fs::path SequenceName::file(std::int64_t number) const {
+  return pattern_.parent_path() / (before_ + padded(number, digits_) + after_);
+}
+
+std::optional<std::int64_t> SequenceName::numberOf(const std::string& fileName) const {
+  if (fileName.size() <= before_.size() + after_.size() || !fileName.starts_with(before_) ||
+      !fileName.ends_with(after_)) {
+    return std::nullopt;
+  }
+  const std::string text =
+      fileName.substr(before_.size(), fileName.size() - before_.size() - after_.size());
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  // What this name would not have been given is another sequence's.
+  if (error != std::errc() || text.size() > kMaxDigits || padded(number, digits_) != text) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+std::vector<std::int64_t> SequenceName::existing() const {
+  const fs::path folder = pattern_.has_parent_path() ? pattern_.parent_path() : fs::path(".");
+  std::error_code error;
+  std::vector<std::int64_t> numbers;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (const auto number = numberOf(entry->path().filename().string())) numbers.push_back(*number);
+  }
+  if (error) {
+    throw MediaError(cannotRead(pattern_) + "its folder: " + error.message() +
+                     " (check the name and its folder)");
+  }
+  std::ranges::sort(numbers);
+  return numbers;
+}
+
+std::string listed(const std::vector<std::int64_t>& numbers) {
+  constexpr std::size_t kMaxRanges = 8;
+  std::string text;
+  std::size_t ranges = 0;
+  for (std::size_t i = 0; i < numbers.size(); ++ranges) {
+    if (ranges == kMaxRanges) return text + " and " + std::to_string(numbers.size() - i) + " more";
+    std::size_t last = i;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
+    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
+    if (last > i) text += "-" + std::to_string(numbers[last]);
+    i = last + 1;
+  }
+  return text;
+}
+
+}  // namespace lomix::media
