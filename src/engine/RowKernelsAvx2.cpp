@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <numbers>
 
@@ -19,6 +20,8 @@
 
 #if defined(_MSC_VER)
 #include <intrin.h>
+#elif defined(__APPLE__)
+#include <sys/sysctl.h>
 #endif
 
 #if defined(__clang__)
@@ -412,6 +415,14 @@ bool processorHasAvx2AndFma() {
   const bool osSavesRegisters = (words[2] >> 27 & 1) != 0 && (_xgetbv(0) & 6) == 6;
   __cpuidex(words, 7, 0);
   return fma && osSavesRegisters && (words[1] >> 5 & 1) != 0;
+#elif defined(__APPLE__)
+  // Asked of the system: the compiler's own way takes a library that not every compiler brings.
+  const auto has = [](const char* feature) {
+    int value = 0;
+    std::size_t size = sizeof value;
+    return sysctlbyname(feature, &value, &size, nullptr, 0) == 0 && value != 0;
+  };
+  return has("hw.optional.avx2_0") && has("hw.optional.fma");
 #else
   return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
 #endif

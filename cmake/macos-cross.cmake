@@ -1,0 +1,14 @@
+# Cross-compilation of the plug-in for macOS; tools/build_macos.sh makes what stands in
+# LOMIX_MACOS_TOOLS, the compiler and the static C++ library of one processor. Its own linker makes no
+# bundles, so LLVM's does.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR ${LOMIX_MACOS_ARCH})
+set(CMAKE_CXX_COMPILER ${LOMIX_MACOS_TOOLS}/c++)
+set(CMAKE_CXX_COMPILER_WORKS TRUE)
+set(CMAKE_AR llvm-ar-14)
+set(CMAKE_RANLIB llvm-ranlib-14)
+set(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-14)
+set(CMAKE_OSX_SYSROOT "" CACHE STRING "")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES LOMIX_MACOS_ARCH LOMIX_MACOS_TOOLS)
+# Read after the rules for macOS, which it changes.
+set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_DIR}/macos-cross-rules.cmake)

