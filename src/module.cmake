@@ -37,3 +37,13 @@ foreach(engine kernel rows)
   set_target_properties(Lomix_${engine} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
                         ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${engine})
 endforeach()
+
+# The command looks for the module in lib/lomix; the other kind lies in a folder of its engine.
+if(NOT WIN32 AND NOT APPLE)
+  install(TARGETS Lomix LIBRARY DESTINATION lib/lomix)
+  foreach(engine kernel rows)
+    if(NOT engine STREQUAL LOMIX_ENGINE)
+      install(TARGETS Lomix_${engine} LIBRARY DESTINATION lib/lomix/${engine})
+    endif()
+  endforeach()
+endif()

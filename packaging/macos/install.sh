@@ -1,0 +1,34 @@
+#!/bin/bash
+# Usage: sudo ./install.sh [--engine rows|kernel]
+#        sudo ./install.sh --remove
+# Puts Lomix.plugin where After Effects and Premiere Pro find it, or takes it away. Both engines draw
+# the same pixels; rows, the default, is the fast one.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+folder="/Library/Application Support/Adobe/Common/Plug-ins/7.0/MediaCore"
+target=$folder/Lomix.plugin
+case "$*" in
+  "" | "--engine rows") source=Lomix.plugin ;;
+  "--engine kernel") source=kernel/Lomix.plugin ;;
+  "--remove")
+    if [ ! -e "$target" ]; then
+      echo "error: $target: Lomix is not installed there (nothing is to be done)" >&2
+      exit 1
+    fi
+    rm -R "$target"
+    echo "Removed '$target'."
+    exit 0
+    ;;
+  *)
+    echo "error: install.sh: '$*' is not known (use --engine rows, --engine kernel or --remove)" >&2
+    exit 2
+    ;;
+esac
+
+mkdir -p "$folder"
+rm -Rf "$target"
+cp -R "$source" "$target"
+# What came from the internet carries a mark for which the system refuses to load it.
+xattr -dr com.apple.quarantine "$target" 2>/dev/null || true
+echo "Installed '$target' from $source."

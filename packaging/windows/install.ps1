@@ -1,0 +1,26 @@
+# Usage: install.ps1 [-Engine rows|kernel] [-Folder FOLDER]
+# Puts Lomix.aex where After Effects and Premiere Pro find it. Both engines draw the same pixels; rows,
+# the default, is the fast one.
+param(
+    [ValidateSet('rows', 'kernel')] [string] $Engine = 'rows',
+    [string] $Folder
+)
+$ErrorActionPreference = 'Stop'
+. (Join-Path $PSScriptRoot 'Folder.ps1')
+
+if (-not $Folder) {
+    Assert-Administrator
+    $Folder = Get-CommonPluginFolder
+}
+$source = Join-Path $PSScriptRoot 'Lomix.aex'
+if ($Engine -eq 'kernel') { $source = Join-Path $PSScriptRoot 'kernel\Lomix.aex' }
+$target = Join-Path $Folder 'Lomix'
+try {
+    New-Item -ItemType Directory -Force $target | Out-Null
+    Copy-Item $source (Join-Path $target 'Lomix.aex') -Force
+    # What came from the internet carries a mark for which some systems refuse to load it.
+    Unblock-File (Join-Path $target 'Lomix.aex')
+} catch {
+    Stop-WithError "${target}: $($_.Exception.Message) (close After Effects and Premiere Pro)"
+}
+Write-Output "Installed '$(Join-Path $target 'Lomix.aex')' (engine $Engine)."

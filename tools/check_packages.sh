@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Usage: tools/check_packages.sh
+# Makes the packages twice and compares them, unpacks each, checks it against its manifest and uses
+# what can be used here. As root the Debian package is installed, used and purged.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+fail() { echo "error: packages: $*" >&2; exit 1; }
+
+tools/package.sh >/dev/null
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp dist/SHA256SUMS "$work/first"
+tools/package.sh >/dev/null
+cmp "$work/first" dist/SHA256SUMS || fail "a second run gave other bytes"
+(cd dist && sha256sum --quiet --check SHA256SUMS)
+
+for file in dist/*.zip dist/*.tar.gz; do
+  case "$file" in
+    *.zip) unzip -q "$file" -d "$work" ;;
+    *) tar -C "$work" -xzf "$file" ;;
+  esac
+  folder=$(basename "$file")
+  folder=$work/${folder%.zip}
+  folder=${folder%.tar.gz}
+  (cd "$folder" && grep -E '^[0-9a-f]{64} ' MANIFEST.txt | sha256sum --quiet --check) ||
+    fail "$file is not as its manifest says"
+  [ "$(find "$folder" -type f | wc -l)" -eq "$(($(grep -cE '^[0-9a-f]{64} ' "$folder/MANIFEST.txt") + 1))" ] ||
+    fail "$file holds more than its manifest says"
+  [ "$(find "$folder" -name Lomix.aex -o -path '*MacOS/Lomix' -o -name Lomix.so | wc -l)" -eq 2 ] ||
+    fail "$file does not hold the modules of both engines"
+done
+tools/check_macos_bundle.py "$work"/*-macos/Lomix.plugin "$work"/*-macos/kernel/Lomix.plugin
+
+# use COMMAND...: draws a card and renders it with the module that the command finds by itself.
+use() {
+  "$@" testcard "$work/card.png" --size 64x48 --overwrite
+  "$@" render "$work/card.png" "$work/out.png" --engine plugin --set Noise=30 --overwrite --quiet
+}
+
+tree=$(echo "$work"/*-linux-*)
+use "$tree/bin/lomix"
+for engine in rows kernel; do
+  "$tree/install.sh" --engine "$engine" "$work/prefix" >/dev/null
+  use "$work/prefix/bin/lomix"
+done
+cmp "$tree/lib/lomix/kernel/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
+"$tree/install.sh" --remove "$work/prefix" >/dev/null
+[ -z "$(find "$work/prefix" -type f)" ] || fail "install.sh --remove left files"
+
+if command -v wine >/dev/null; then
+  export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  wineboot --init >/dev/null 2>&1
+  use wine "$work"/*-win64/lomix.exe
+  wineserver -k || true
+else
+  echo "SKIPPED (packages): the Windows command, since Wine is not installed"
+fi
+
+if [ "$(id -u)" -ne 0 ] || dpkg-query -s lomix >/dev/null 2>&1; then
+  echo "SKIPPED (packages): the Debian package, which takes root and no lomix installed"
+else
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get install -y -qq "$PWD"/dist/lomix_*.deb >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"
+  cd /
+  use lomix
+  lomix inspect /usr/lib/lomix/kernel/Lomix.so >/dev/null
+  dpkg --verify lomix
+  apt-get purge -y -qq lomix >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"
+  for left in /usr/bin/lomix /usr/lib/lomix /usr/share/doc/lomix; do
+    [ ! -e "$left" ] || fail "$left is left after the package was purged"
+  done
+fi
+echo "Packages: all passed."
