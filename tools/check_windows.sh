@@ -71,6 +71,15 @@ expect 0 render "$work/card.png" "$work/read.bmp" "${look[@]}"
 "$lomix" render "$work/Prüfbild.png" "$work/linux.bmp" "${look[@]}"
 for picture in rows plugin read; do same "$picture.bmp"; done
 
+# 16 bits in; the results are rounded to 8.
+"$lomix" render "$work/card.png" "$work/deep.png" --depth 32 --quiet
+"$lomix" render "$work/deep.png" "$work/linux.bmp" "${look[@]}" --overwrite
+expect 0 render "$work/deep.png" "$work/deep.bmp" "${look[@]}"
+same deep.bmp
+"$lomix" testcard "$work/card.jpg"
+expect 0 render "$work/card.jpg" "$work/card.tga" --depth 8
+expect 0 render "$work/card.tga" "$work/again.jpg"
+
 expect 0 inspect "$bin/Lomix.aex"
 diff <(tr -d '\r' <"$work/out") <("$lomix" inspect build/dev/bin/Lomix.so) || fail "inspect differs"
 expect 0 params
@@ -80,5 +89,11 @@ expect 2 render "$work/card.png"
 expect 1 render "$work/missing.png" "$work/new.png"
 expect 1 render "$work/card.png" "$work/rows.bmp"
 expect 1 render "$work/card.png" "$work/new.exr"
+for picture in card.png card.jpg; do
+  head -c 3000 "$work/$picture" >"$work/cut-$picture"
+  expect 1 render "$work/cut-$picture" "$work/new.png"
+done
+echo "no picture" >"$work/text.png"
+expect 1 render "$work/text.png" "$work/new.png"
 [ ! -e "$work/new.png" ] && [ ! -e "$work/new.exr" ] || fail "a failed command left a file"
 echo "Windows: all passed."
