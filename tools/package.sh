@@ -31,6 +31,7 @@ dist=$PWD/dist
 stage=$PWD/build/package/stage
 rm -rf "$stage"
 mkdir -p "$dist" "$stage"
+[ "$#" -gt 0 ] || find "$dist" -maxdepth 1 -name "*omix*" -delete
 
 # add_licence NAME FILE: the licence of something whose code is in the package in hand.
 add_licence() { mkdir -p "$root/licences" && cp "$2" "$root/licences/$1.txt"; }

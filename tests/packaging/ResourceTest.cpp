@@ -10,8 +10,8 @@ namespace {
 using testing::ElementsAre;
 
 // A host refuses an effect whose resource says something else than the effect itself.
-void expectAsTheModuleAnswers(const Properties& properties) {
-  const host::Module module(LOMIX_MODULE_FILE);
+void expectAsTheModuleAnswers(const Properties& properties, const char* moduleFile) {
+  const host::Module module(moduleFile);
   host::Host host(module);
   host::GlobalInfo info;
   ASSERT_EQ(host.globalSetup(info), 0);
@@ -46,16 +46,18 @@ void expectAsTheModuleAnswers(const Properties& properties) {
 }
 
 TEST(Resource, OfMacBundlesAgreesWithTheModule) {
-  expectAsTheModuleAnswers(readMacResourceFile(LOMIX_MAC_RESOURCE));
+  expectAsTheModuleAnswers(readMacResourceFile(LOMIX_MAC_RESOURCE), LOMIX_ROWS_MODULE);
 }
 
 TEST(Resource, ScriptForWindowsAgreesWithTheModule) {
-  expectAsTheModuleAnswers(readResourceScript(LOMIX_WINDOWS_SCRIPT));
+  expectAsTheModuleAnswers(readResourceScript(LOMIX_WINDOWS_SCRIPT), LOMIX_ROWS_MODULE);
 }
 
 #ifdef _WIN32
-TEST(Resource, InTheWindowsModuleAgreesWithTheModule) {
-  expectAsTheModuleAnswers(readWindowsModule(LOMIX_MODULE_FILE));
+TEST(Resource, InTheWindowsModulesAgreesWithThem) {
+  for (const char* file : {LOMIX_KERNEL_MODULE, LOMIX_ROWS_MODULE}) {
+    expectAsTheModuleAnswers(readWindowsModule(file), file);
+  }
 }
 #endif
 
