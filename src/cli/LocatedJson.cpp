@@ -10,6 +10,9 @@
 namespace lomix::cli {
 namespace {
 
+// Far deeper than anything that is meant; the places of what is deeper would fill the memory.
+constexpr std::size_t kMaxDepth = 32;
+
 using nlohmann::ordered_json;
 
 [[noreturn]] void failAt(const std::string& source, int line, const std::string& message) {
@@ -90,6 +93,9 @@ class LineFinder : public nlohmann::json_sax<ordered_json> {
     return true;
   }
   bool start() {
+    if (steps_.size() == kMaxDepth) {
+      failAt(source_, line(), "brackets stand in brackets without end (take some out)");
+    }
     const LocatedJson::Pointer self = place();
     lines_.emplace(self.to_string(), line());
     steps_.push_back({self, LocatedJson::Pointer(), -1});

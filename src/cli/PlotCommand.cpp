@@ -13,6 +13,8 @@
 namespace lomix::cli {
 namespace {
 
+// Beyond, the profiles are made of rounding errors.
+constexpr double kMostSeconds = 100000;
 constexpr media::Colour kWhite = media::grey(255);
 
 std::pair<double, double> parseSpan(const std::string& text) {
@@ -21,9 +23,10 @@ std::pair<double, double> parseSpan(const std::string& text) {
   const auto last = colon == std::string::npos
                         ? std::nullopt
                         : parseNumber(trimmed(std::string_view(text).substr(colon + 1)));
-  if (!first || !last || *last - *first < 0.001) {
-    throw UsageError("--over: '" + text +
-                     "' is not a span of time (write FROM:TO in seconds, such as 0:8)");
+  if (!first || !last || *last - *first < 0.001 || *first < -kMostSeconds || *last > kMostSeconds) {
+    throw UsageError(
+        "--over: '" + text +
+        "' is not a span of time (write FROM:TO in seconds, such as 0:8, up to 100000)");
   }
   return {*first, *last};
 }

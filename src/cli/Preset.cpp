@@ -16,6 +16,13 @@ namespace {
 using nlohmann::ordered_json;
 using Pointer = LocatedJson::Pointer;
 
+/// A value as it stands in the file, or its beginning where it is long.
+std::string shown(const ordered_json& value) {
+  constexpr std::size_t kLength = 40;
+  const std::string text = value.dump(-1, ' ', true);
+  return text.size() <= kLength ? text : text.substr(0, kLength) + "...";
+}
+
 std::string inQuotes(std::string_view name) { return "\"" + std::string(name) + "\""; }
 
 /// Reads one preset; every error names its line.
@@ -67,7 +74,7 @@ class Reader {
                  "\"format\" must be a whole number (use " + std::to_string(kPresetFormat) + ")");
     }
     if (format > kPresetFormat) {
-      json_.fail(place, "\"format\" " + format.dump() +
+      json_.fail(place, "\"format\" " + shown(format) +
                             " is later than this version can read (use a newer lomix)");
     }
   }
@@ -104,7 +111,7 @@ class Reader {
   double readValue(const host::Parameter& parameter, const Pointer& place) {
     const ordered_json& value = at(place);
     if (parameter.isPopup() ? !value.is_string() : !value.is_number()) {
-      json_.fail(place, parameter.name() + ": " + value.dump() + " is not its kind of value (" +
+      json_.fail(place, parameter.name() + ": " + shown(value) + " is not its kind of value (" +
                             (parameter.isPopup() ? "write a choice in quotes" : "write a number") +
                             ")");
     }
@@ -171,7 +178,7 @@ class Reader {
     const auto known =
         name.is_string() ? parseInterpolation(name.get<std::string>()) : std::nullopt;
     if (!known) {
-      json_.fail(place, parameter.name() + ": " + name.dump() +
+      json_.fail(place, parameter.name() + ": " + shown(name) +
                             " is no \"interpolation\" (use \"hold\", \"linear\" or \"ease\")");
     }
     return known;

@@ -1,6 +1,7 @@
 #include "cli/SheetAxis.h"
 
 #include <cmath>
+#include <limits>
 
 #include "cli/Errors.h"
 #include "cli/PresetStore.h"
@@ -44,6 +45,15 @@ std::vector<double> valuesOf(std::string_view text, const std::string& subject, 
   return values;
 }
 
+FrameTime inThousandths(double seconds) {
+  constexpr double kMost = std::numeric_limits<std::int32_t>::max() / 1000;
+  if (std::abs(seconds) > kMost) {
+    throw UsageError("--times: " + shortest(seconds) + " s is too far away (use up to " +
+                     shortest(kMost) + " s)");
+  }
+  return {static_cast<std::int32_t>(std::lround(seconds * 1000.0)), 1000};
+}
+
 }  // namespace
 
 std::vector<Step> parameterAxis(const ParameterTable& table, std::string_view text) {
@@ -68,10 +78,9 @@ std::vector<Step> timeAxis(std::string_view text) {
   std::vector<Step> steps;
   for (const double seconds : valuesOf(
            text, "--times", [](std::string_view time) { return inSeconds(parseTime(time)); })) {
-    const auto thousandths = static_cast<std::int32_t>(std::lround(seconds * 1000.0));
-    steps.push_back({shortest(seconds) + " s", [thousandths](Moment& moment) {
-                       moment.time = {thousandths, 1000};
-                     }});
+    const FrameTime time = inThousandths(seconds);
+    steps.push_back(
+        {shortest(inSeconds(time)) + " s", [time](Moment& moment) { moment.time = time; }});
   }
   return steps;
 }

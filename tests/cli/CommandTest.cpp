@@ -124,6 +124,8 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"plot", "out.xyz"}, 1, ".xyz"},
       {{"plot", "nowhere/out.svg"}, 1, "nowhere"},
       {{"plot", "out.svg", "--over", "4:1"}, 2, "FROM:TO"},
+      {{"plot", "out.svg", "--over", "0:1e300"}, 2, "FROM:TO"},
+      {{"sheet", "card.png", "out.png", "--times", "0,9999999/1"}, 2, "too far"},
       {{"compare", "card.png"}, 2, "B"},
       {{"compare", "card.png", "cut.png"}, 1, "cut.png"},
       {{"compare", "card.png", "card.png", "taken.png"}, 1, "--overwrite"},

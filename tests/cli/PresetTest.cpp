@@ -104,6 +104,7 @@ TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
            {"{\n\"format\": 1,,\n}", 2, "no JSON"},
            {"{\n\"name\": \"\xff\"}", 2, "no JSON"},
            {"[\n[[{\"a\": 1e999}]]]", 2, "no JSON"},
+           {"\n" + std::string(100000, '['), 2, "without end"},
            {"\n[]", 2, "a preset must be an object"},
            {"{\n\n\"name\": \"N\"}", 1, "\"format\" is missing"},
            {"{\n\"format\": \"1\"}", 2, "\"format\" must be a whole number"},
