@@ -220,7 +220,8 @@ class Panel {
 
   /// What the image's colours mean.
   void drawKey() {
-    const Box bar{image_.right + 22, image_.top, image_.right + 40, image_.bottom};
+    const Box bar{image_.right + 20, image_.top, image_.right + 38, image_.bottom};
+    drawing_.textUpwards({bar.right + 52, (bar.top + bar.bottom) / 2}, shown_.unit, kLabel);
     const Scale values{shown_.low, shown_.high, bar.bottom, bar.top};
     for (double y = bar.top; y < bar.bottom; ++y) {
       const double part = (bar.bottom - y - 0.5) / kHeight;

@@ -27,7 +27,7 @@ void writePicture(const Picture& picture, const std::filesystem::path& file, boo
 /// extension, missing folder, a file that is in the way.
 void checkWritable(const std::filesystem::path& file, bool overwrite);
 
-/// The part of checkWritable that holds for files of any kind: missing folder, something in the
+/// Throws MediaError when no file of that name can be made: missing folder, a file that is in the
 /// way.
 void checkNewFile(const std::filesystem::path& file, bool overwrite);
 
