@@ -4,15 +4,18 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "cli/Numbers.h"
 #include "media/Picture.h"
+#include "media/Video.h"
 
 namespace lomix::cli {
 
 struct Frame {
   std::int64_t number = 0;
   FrameTime time;
+  std::unique_ptr<media::VideoFrame> decoded;  ///< Of a video; null for pictures.
 };
 
 /// Where frames come from.
@@ -28,6 +31,8 @@ class FrameSource {
   /// The next frame in order; nothing after the last. One thread at a time. Throws
   /// media::MediaError, after which there is no next frame.
   virtual std::optional<Frame> next() = 0;
+  /// Frames that were wanted and do not exist, as far as next() has found out.
+  virtual std::vector<std::int64_t> missing() const { return {}; }
   /// Reads a frame's picture; picture's memory is used again where it fits. Any thread. Throws
   /// media::MediaError, after which the other frames can still be read.
   virtual void load(const Frame& frame, media::Picture& picture) = 0;

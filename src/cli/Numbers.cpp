@@ -140,10 +140,10 @@ FrameRate parseRate(std::string_view text) {
           static_cast<std::int32_t>(rate.scale / divisor)};
 }
 
-PairOfWholes parseSize(std::string_view text) {
+PairOfWholes parseSize(std::string_view text, const std::string& option) {
   const auto size = parsePair(text, "xX", std::numeric_limits<int>::max());
   if (!size) {
-    throw UsageError("--size: '" + std::string(text) +
+    throw UsageError(option + ": '" + std::string(text) +
                      "' is not a size (use width and height, such as 1280x720)");
   }
   return *size;

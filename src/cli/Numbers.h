@@ -50,8 +50,8 @@ struct PairOfWholes {
   bool operator==(const PairOfWholes&) const = default;
 };
 
-/// "WxH", both from 1. Throws UsageError.
-PairOfWholes parseSize(std::string_view text);
+/// "WxH", both from 1. option: for errors. Throws UsageError.
+PairOfWholes parseSize(std::string_view text, const std::string& option = "--size");
 
 /// "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
 PairOfWholes parseDownsample(std::string_view text);

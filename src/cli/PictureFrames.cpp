@@ -37,21 +37,19 @@ FrameTime frameTime(std::int64_t number, const FrameRate& rate) {
 }
 
 StillSource::StillSource(fs::path file, const FrameTime& time)
-    : file_(std::move(file)), frames_{{0, time}} {}
+    : file_(std::move(file)), time_(time), numbers_{0} {}
 
-StillSource::StillSource(fs::path file, const std::vector<std::int64_t>& numbers,
-                         const FrameRate& rate)
-    : file_(std::move(file)) {
-  for (const std::int64_t number : numbers) frames_.push_back({number, frameTime(number, rate)});
-}
+StillSource::StillSource(fs::path file, std::vector<std::int64_t> numbers, const FrameRate& rate)
+    : file_(std::move(file)), numbers_(std::move(numbers)), rate_(rate) {}
 
 std::optional<std::int64_t> StillSource::count() const {
-  return static_cast<std::int64_t>(frames_.size());
+  return static_cast<std::int64_t>(numbers_.size());
 }
 
 std::optional<Frame> StillSource::next() {
-  if (next_ == frames_.size()) return std::nullopt;
-  return frames_[next_++];
+  if (next_ == numbers_.size()) return std::nullopt;
+  const std::int64_t number = numbers_[next_++];
+  return Frame{number, rate_ ? frameTime(number, *rate_) : time_, nullptr};
 }
 
 void StillSource::load(const Frame&, media::Picture& picture) {
@@ -64,7 +62,7 @@ SequenceSource::SequenceSource(media::SequenceName name, const std::vector<std::
   const std::vector<std::int64_t> existing = name_.existing();
   if (wanted.empty()) {
     numbers_ = existing;
-    missing_ = gapsOf(existing);
+    gaps_ = gapsOf(existing);
   } else {
     std::ranges::set_intersection(wanted, existing, std::back_inserter(numbers_));
     std::ranges::set_difference(wanted, existing, std::back_inserter(missing_));
@@ -84,7 +82,7 @@ std::optional<std::int64_t> SequenceSource::count() const {
 std::optional<Frame> SequenceSource::next() {
   if (next_ == numbers_.size()) return std::nullopt;
   const std::int64_t number = numbers_[next_++];
-  return Frame{number, frameTime(number, rate_)};
+  return Frame{number, frameTime(number, rate_), nullptr};
 }
 
 void SequenceSource::load(const Frame& frame, media::Picture& picture) {

@@ -17,8 +17,7 @@ enum class Existing { Refuse, Overwrite, Skip };
 class StillSource : public FrameSource {
  public:
   StillSource(std::filesystem::path file, const FrameTime& time);
-  StillSource(std::filesystem::path file, const std::vector<std::int64_t>& numbers,
-              const FrameRate& rate);
+  StillSource(std::filesystem::path file, std::vector<std::int64_t> numbers, const FrameRate& rate);
 
   std::optional<std::int64_t> count() const override;
   std::optional<Frame> next() override;
@@ -26,7 +25,9 @@ class StillSource : public FrameSource {
 
  private:
   std::filesystem::path file_;
-  std::vector<Frame> frames_;
+  FrameTime time_;
+  std::vector<std::int64_t> numbers_;
+  std::optional<FrameRate> rate_;  ///< Nothing: the only frame stands at time_.
   std::size_t next_ = 0;
 };
 
@@ -39,11 +40,12 @@ class SequenceSource : public FrameSource {
                  const FrameRate& rate);
 
   const std::vector<std::int64_t>& numbers() const { return numbers_; }
-  /// Those of the wanted frames that do not exist; without wanted ones, the gaps.
-  const std::vector<std::int64_t>& missing() const { return missing_; }
+  /// Where all frames are taken: the numbers between them that do not exist.
+  const std::vector<std::int64_t>& gaps() const { return gaps_; }
 
   std::optional<std::int64_t> count() const override;
   std::optional<Frame> next() override;
+  std::vector<std::int64_t> missing() const override { return missing_; }
   void load(const Frame& frame, media::Picture& picture) override;
 
  private:
@@ -51,6 +53,7 @@ class SequenceSource : public FrameSource {
   FrameRate rate_;
   std::vector<std::int64_t> numbers_;
   std::vector<std::int64_t> missing_;
+  std::vector<std::int64_t> gaps_;
   std::size_t next_ = 0;
 };
 

@@ -92,9 +92,12 @@ std::optional<Pipeline::Job> Pipeline::nextJob() {
     std::optional<Frame> frame = source_.next();
     if (!frame) {
       stop_ = true;
+      for (const std::int64_t number : source_.missing()) {
+        addFailure({number, "it does not exist"});
+      }
       break;
     }
-    if (!sink_.has(*frame)) return Job{*std::move(frame), nextPlace_++};
+    if (!sink_.has(*frame)) return Job{std::move(*frame), nextPlace_++};
     ++tally_.skipped;
   }
   return std::nullopt;

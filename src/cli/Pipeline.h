@@ -45,9 +45,6 @@ class Pipeline {
 
   const Tally& tally() const { return tally_; }
 
-  /// Counts a frame as failed before the run; onFailure is not called.
-  void addFailure(FrameFailure failure);
-
   /// Works until the source ends or a signal interrupts, then finishes the frames in flight. A
   /// frame that cannot be read is left out where the sink allows gaps; any other error ends the
   /// run and is thrown. Call once.
@@ -66,6 +63,7 @@ class Pipeline {
   void work();
   std::optional<Job> nextJob();
   void process(const Job& job);
+  void addFailure(FrameFailure failure);
   bool load(const Frame& frame, media::Picture& picture);
   void append(std::int64_t place, std::unique_ptr<ReadyFrame> ready);
   void fail(std::exception_ptr error);

@@ -55,15 +55,15 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
 
 RenderCommand::RenderCommand(CLI::App& app) {
   app.add_option("INPUT", input_,
-                 "What to read: a picture (PNG, JPEG, TIFF, OpenEXR, ...)\n"
-                 "or a numbered sequence such as shot.####.exr or\n"
-                 "shot.%04d.png")
+                 "What to read: a picture (PNG, JPEG, TIFF, OpenEXR, ...),\n"
+                 "a numbered sequence such as shot.####.exr or\n"
+                 "shot.%04d.png, or a video; - for standard input")
       ->type_name("FILE")
       ->required();
   app.add_option("OUTPUT", output_,
-                 "The picture or sequence to write; the extension\n"
-                 "chooses the format. JPEG knows no transparency: the\n"
-                 "colours are written as they are")
+                 "The picture, sequence or video to write; the extension\n"
+                 "chooses the format; - for standard output. JPEG knows\n"
+                 "no transparency: the colours are written as they are")
       ->type_name("FILE")
       ->required();
 
@@ -83,7 +83,7 @@ RenderCommand::RenderCommand(CLI::App& app) {
   app.add_option("--frames", frames_,
                  "The frames to render: 1-100, 1-99x2 (every second),\n"
                  "1,5,8-12; by default all that exist. A single picture\n"
-                 "is repeated for them")
+                 "is repeated for them; those of a video count from 0")
       ->type_name("A-B[xS],...")
       ->group(sequences);
   app.add_option("--fps", fps_,
@@ -91,6 +91,26 @@ RenderCommand::RenderCommand(CLI::App& app) {
                  "24 by default for pictures")
       ->type_name("N|N/D")
       ->group(sequences);
+
+  const char* video = "Video";
+  app.add_option("--codec", codec_,
+                 "How to write a video: h264, prores (4444, with alpha),\n"
+                 "ffv1 (lossless, 8 or 16 bits), png, raw (frames without\n"
+                 "a container) or y4m. By default h264, prores for .mov,\n"
+                 "ffv1 for .mkv and .avi, y4m for standard output")
+      ->type_name("NAME")
+      ->group(video);
+  app.add_option("--crf", crf_, "Quality of h264, 0 (best) to 51; 16 by default")
+      ->type_name("N")
+      ->check(CLI::Range(0, 51))
+      ->group(video);
+  app.add_option("--raw", raw_,
+                 "INPUT is raw frames of this size and FFmpeg pixel format\n"
+                 "(rgba by default), at --fps; standard output then takes\n"
+                 "frames of the same kind")
+      ->type_name("WxH[:FORMAT]")
+      ->group(video);
+  app.add_flag("--video-only", videoOnly_, "Leave sound and subtitles out")->group(video);
 
   const char* rendering = "Rendering";
   app.add_option("--depth", depth_,
@@ -145,6 +165,7 @@ RenderCommand::RenderCommand(CLI::App& app) {
       "  lomix render in.png out.png --set Noise=30 --set \"Vertical Sync=5\" --time 1.5\n"
       "  lomix render in.png out.png --preset weak-aerial --set Noise=60\n"
       "  lomix render 'in.####.exr' 'out.####.exr' --frames 1001-1100 --fps 25 --set Noise=20\n"
+      "  lomix render film.mp4 aired.mp4 --set \"Scan Distortion=15\" --crf 18\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
       "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
@@ -172,6 +193,16 @@ void RenderCommand::run(const Streams& streams) {
   if (!fps_.empty()) route.rate = parseRate(fps_);
   if (overwrite_) route.existing = Existing::Overwrite;
   if (skipExisting_) route.existing = Existing::Skip;
+  route.threads = run.threads;
+  route.codec = codec_;
+  route.crf = crf_;
+  route.videoOnly = videoOnly_;
+  if (!raw_.empty()) {
+    const std::size_t colon = raw_.find(':');
+    route.rawSize = parseSize(raw_.substr(0, colon), "--raw");
+    route.rawFormat = colon == std::string::npos ? "rgba" : raw_.substr(colon + 1);
+    if (codec_.empty() && output_ == media::kStandardStream) route.codec = "raw";
+  }
   runRender(run, streams);
 }
 

@@ -29,6 +29,10 @@ class RenderCommand : public Command {
   std::string plugin_;
   int threads_ = 0;
   std::string report_;
+  std::string codec_;
+  int crf_ = 16;
+  std::string raw_;
+  bool videoOnly_ = false;
   bool overwrite_ = false;
   bool skipExisting_ = false;
   bool quiet_ = false;

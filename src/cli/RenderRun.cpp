@@ -107,15 +107,17 @@ void runRender(const RunOptions& options, const Streams& streams) {
                options.route.existing == Existing::Overwrite);
   }
   if (!options.quiet && !route.note.empty()) streams.err << "note: " + route.note + "\n";
+  if (route.done) {
+    if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
+    return;
+  }
 
   Pipeline pipeline(*route.source, renderer, *route.sink, options.threads);
   const Report report(options, renderer, pipeline);
-  if (!route.missing.empty()) {
+  const std::vector<std::int64_t> missing = route.source->missing();
+  if (!missing.empty()) {
     streams.err << "error: " + media::cannotRead(options.route.input) + "frames " +
-                       media::listed(route.missing) + " do not exist (the others are rendered)\n";
-    for (const std::int64_t number : route.missing) {
-      pipeline.addFailure({number, "it does not exist"});
-    }
+                       media::listed(missing) + " do not exist (the others are rendered)\n";
   }
   const auto start = std::chrono::steady_clock::now();
   const auto seconds = [start] {
@@ -123,7 +125,7 @@ void runRender(const RunOptions& options, const Streams& streams) {
   };
   try {
     std::optional<std::int64_t> total = route.source->count();
-    if (total) *total += static_cast<std::int64_t>(route.missing.size());
+    if (total) *total += static_cast<std::int64_t>(missing.size());
     Progress progress(streams, pipeline.tally(), total, options.quiet);
     pipeline.onFailure = [&progress](const std::string& message) {
       progress.say("error: " + message);
@@ -135,7 +137,9 @@ void runRender(const RunOptions& options, const Streams& streams) {
   }
   report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
   throwUnlessDone(options, pipeline, route);
-  if (!options.quiet) streams.out << summary(options, pipeline.tally(), seconds());
+  // Where the frames themselves go to standard output, nothing else may.
+  std::ostream& out = options.route.output == media::kStandardStream ? streams.err : streams.out;
+  if (!options.quiet) out << summary(options, pipeline.tally(), seconds());
 }
 
 }  // namespace lomix::cli

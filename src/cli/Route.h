@@ -17,14 +17,21 @@ struct RouteOptions {
   std::vector<std::int64_t> frames;  ///< Empty for all.
   std::optional<FrameRate> rate;     ///< Nothing: as the input has it, 24 for pictures.
   Existing existing = Existing::Refuse;
+  int threads = 1;  ///< Of decoders and encoders.
+  // Of videos, as in media::VideoInput and media::VideoOutput.
+  std::string codec;
+  int crf = 16;
+  bool videoOnly = false;
+  std::string rawFormat;  ///< Of raw frames that are read; empty for none.
+  PairOfWholes rawSize{0, 0};
 };
 
 /// From where to where the frames go.
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
-  std::vector<std::int64_t> missing;  ///< Frames that were wanted and do not exist.
-  std::string note;                   ///< What the user should know; empty for nothing.
+  std::string note;   ///< What the user should know; empty for nothing.
+  bool done = false;  ///< The output is there already and to be kept; no source and sink.
 };
 
 /// Finds out from the names what is a picture, a sequence or a video. Throws UsageError for what

@@ -1,0 +1,84 @@
+#include "media/video/Codecs.h"
+
+#include <algorithm>
+#include <array>
+
+#include "media/MediaError.h"
+#include "media/PictureFile.h"
+
+namespace lomix::media {
+namespace {
+
+constexpr std::array kCodecs{
+    CodecChoice{"h264", "libx264", false, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P,
+                AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P},
+    CodecChoice{"prores", "prores_ks", true, AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUVA444P10,
+                AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUVA444P10},
+    CodecChoice{"ffv1", "ffv1", true, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_GBRP16,
+                AV_PIX_FMT_GBRAP16},
+    CodecChoice{"png", "png", true, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE,
+                AV_PIX_FMT_RGBA64BE},
+    CodecChoice{"raw", "rawvideo", true, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA64LE,
+                AV_PIX_FMT_RGBA64LE},
+    CodecChoice{"y4m", "wrapped_avframe", false, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV444P,
+                AV_PIX_FMT_YUV444P16, AV_PIX_FMT_YUV444P16},
+};
+
+std::string extensionOf(const std::string& name) {
+  std::string extension = std::filesystem::path(name).extension().string();
+  std::ranges::transform(extension, extension.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return extension;
+}
+
+std::string codecFor(const VideoOutput& output) {
+  if (!output.codec.empty()) return output.codec;
+  const std::string extension = extensionOf(output.name);
+  if (output.name == kStandardStream || extension == ".y4m") return "y4m";
+  if (extension == ".mkv" || extension == ".avi" || extension == ".nut") return "ffv1";
+  if (extension == ".mov" || extension == ".qt" || extension == ".mxf") return "prores";
+  return "h264";
+}
+
+}  // namespace
+
+const CodecChoice& chooseCodec(const VideoOutput& output) {
+  const std::string wanted = codecFor(output);
+  const auto found =
+      std::ranges::find_if(kCodecs, [&](const CodecChoice& c) { return wanted == c.name; });
+  std::string names;
+  for (const CodecChoice& codec : kCodecs)
+    names += (names.empty() ? "" : ", ") + std::string(codec.name);
+  if (found == kCodecs.end()) {
+    throw MediaError("--codec: there is no codec '" + wanted + "' (use one of " + names + ")");
+  }
+  if (avcodec_find_encoder_by_name(found->encoder) == nullptr) {
+    throw MediaError("--codec: the installed FFmpeg cannot write " + wanted +
+                     " (use another one of " + names + ")");
+  }
+  return *found;
+}
+
+const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoice& codec) {
+  const std::string_view name = codec.name;
+  if (output.name == kStandardStream && !codec.isPlain()) {
+    throw MediaError("--codec: standard output takes no " + std::string(name) +
+                     " (use raw or y4m, or name a file)");
+  }
+  if (name == "raw") return av_guess_format("rawvideo", nullptr, nullptr);
+  if (name == "y4m") return av_guess_format("yuv4mpegpipe", nullptr, nullptr);
+  const AVOutputFormat* container = av_guess_format(nullptr, output.name.c_str(), nullptr);
+  if (container == nullptr) {
+    throw MediaError(cannotWrite(output.name) +
+                     "its extension names no container (use .mp4, .mov or .mkv)");
+  }
+  const AVCodecID id = avcodec_find_encoder_by_name(codec.encoder)->id;
+  if (avformat_query_codec(container, id, FF_COMPLIANCE_NORMAL) == 0) {
+    throw MediaError(cannotWrite(output.name) + "such a file holds no " + std::string(name) +
+                     " (use .mkv or .mov, or another --codec)");
+  }
+  return container;
+}
+
+}  // namespace lomix::media

@@ -1,0 +1,69 @@
+// What reading and writing video share of FFmpeg's libraries. For src/media/video only: brings
+// their headers in.
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/display.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <memory>
+#include <string>
+
+#include "media/Video.h"
+
+namespace lomix::media {
+
+/// Frees what the libraries gave, by the right one of their functions.
+struct FfmpegDeleter {
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+  void operator()(SwsContext* context) const { sws_freeContext(context); }
+};
+template <typename T>
+using FfmpegPtr = std::unique_ptr<T, FfmpegDeleter>;
+
+/// Throws std::bad_alloc for null.
+FfmpegPtr<AVFrame> newFrame();
+FfmpegPtr<AVPacket> newPacket();
+
+/// Options for one call of the libraries.
+class FfmpegOptions {
+ public:
+  FfmpegOptions() = default;
+  ~FfmpegOptions() { av_dict_free(&entries_); }
+  FfmpegOptions(const FfmpegOptions&) = delete;
+  FfmpegOptions& operator=(const FfmpegOptions&) = delete;
+
+  void set(const char* name, const std::string& value) {
+    av_dict_set(&entries_, name, value.c_str(), 0);
+  }
+  AVDictionary** address() { return &entries_; }
+
+ private:
+  AVDictionary* entries_ = nullptr;
+};
+
+/// The libraries' words for an error.
+std::string ffmpegMessage(int error);
+
+/// Keeps the libraries from printing; their errors come back as codes.
+void muteFfmpeg();
+
+inline AVRational toAv(const Ratio& ratio) {
+  AVRational result;
+  av_reduce(&result.num, &result.den, ratio.num, ratio.den, 1 << 30);
+  return result;
+}
+
+/// The most bits of a channel.
+int channelBits(AVPixelFormat format);
+bool hasAlphaChannel(AVPixelFormat format);
+bool isRgb(AVPixelFormat format);
+
+}  // namespace lomix::media

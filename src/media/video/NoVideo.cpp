@@ -1,0 +1,21 @@
+// Stands in for the video readers and writers in a build without them.
+#include "media/MediaError.h"
+#include "media/PictureFile.h"
+#include "media/Video.h"
+
+namespace lomix::media {
+namespace {
+
+constexpr const char* kCause = "this build knows no video (build it with LOMIX_VIDEO=ON)";
+
+}  // namespace
+
+std::unique_ptr<VideoReader> openVideo(const VideoInput& input) {
+  throw MediaError(cannotRead(input.name) + kCause);
+}
+
+std::unique_ptr<VideoWriter> createVideo(const VideoOutput& output, VideoReader*) {
+  throw MediaError(cannotWrite(output.name) + kCause);
+}
+
+}  // namespace lomix::media

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "media/TemporaryFile.h"
+#include "media/video/Codecs.h"
+#include "media/video/Reader.h"
+
+namespace lomix::media {
+
+/// Writes a video with what its source has besides the pictures.
+class Writer : public VideoWriter {
+ public:
+  Writer(const VideoOutput& output, Reader* source);
+  ~Writer() override;
+
+  std::unique_ptr<EncodableFrame> prepare(const Picture& picture, const VideoFrame* origin,
+                                          std::int64_t place) override;
+  void append(EncodableFrame& frame) override;
+  void finish() override;
+
+ private:
+  class Ready;
+
+  std::unique_ptr<EncodableFrame> prepareTurned(const Picture& picture, const VideoFrame* origin,
+                                                std::int64_t place);
+  void requireCarriable(const AVStream& stream) const;
+  void open(const Picture& picture);
+  void openEncoder(const Picture& picture);
+  void setColours(AVCodecContext& encoder) const;
+  void addStreams();
+  void addVideoStream();
+  void addCopiedStream(const AVStream& from);
+  void copyChapters();
+  void encode(const AVFrame* frame);
+  void write(AVPacket& packet);
+  void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
+  bool keepsRotation() const;
+  void require(int error) const;
+
+  VideoOutput output_;
+  Reader* source_;
+  const CodecChoice& codec_;
+  const AVOutputFormat* format_;
+  std::optional<TemporaryFile> file_;  ///< None for standard output.
+  AVFormatContext* container_ = nullptr;
+  FfmpegPtr<AVCodecContext> encoder_;
+  AVStream* stream_ = nullptr;
+  std::vector<int> copies_;  ///< Where an input stream goes, -1: nowhere.
+  FfmpegPtr<AVPacket> packet_ = newPacket();
+  std::map<std::int64_t, std::int64_t> durations_;  ///< Of the frames in the encoder, by timestamp.
+  ConverterPool converters_;
+  std::mutex mutex_;  ///< Of opening.
+  int depth_ = 0;
+};
+
+}  // namespace lomix::media
