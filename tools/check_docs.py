@@ -25,6 +25,8 @@ MAX_DOCS_BYTES = 6_000_000
 PART = re.compile(r"^(?P<heading>#{1,6} [^\n]*)$"
                   r"|(?:<!-- needs: (?P<needs>\S+) -->\n)?^```(?P<kind>\w*)\n(?P<code>.*?)^```$",
                   re.MULTILINE | re.DOTALL)
+# Where a machine is slow.
+PROGRESS = re.compile(r"^\d+ (of \d+ )?frames.*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#]+)")
 
 
@@ -44,7 +46,8 @@ def run(code, folder, environment):
                           stdin=subprocess.DEVNULL, capture_output=True, text=True)
     if done.returncode != 0:
         return f"exit code {done.returncode}: {done.stderr.strip()}"
-    return f"it says: {done.stderr.strip()}" if done.stderr else None
+    said = PROGRESS.sub("", done.stderr).strip()
+    return f"it says: {said}" if said else None
 
 
 def command_faults(document, features, environment):

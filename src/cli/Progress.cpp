@@ -53,7 +53,8 @@ std::string progressText(std::int64_t done, std::int64_t rendered,
 Progress::Progress(const Streams& streams, const Tally& tally, std::optional<std::int64_t> total,
                    bool quiet)
     : streams_(streams), tally_(tally), total_(total) {
-  if (!quiet) thread_ = std::jthread([this](const std::stop_token& stop) { tellRegularly(stop); });
+  if (!quiet && total_ != 1)
+    thread_ = std::jthread([this](const std::stop_token& stop) { tellRegularly(stop); });
 }
 
 Progress::~Progress() {

@@ -17,7 +17,8 @@ namespace lomix::cli {
 /// Tells how a run gets on while it lives: a bar on a terminal, elsewhere a line a second.
 class Progress {
  public:
-  /// total: the frames of the run where that is known. quiet: only what say() is given.
+  /// total: the frames of the run where that is known; one alone needs no progress. quiet: only
+  /// what say() is given.
   Progress(const Streams& streams, const Tally& tally, std::optional<std::int64_t> total,
            bool quiet);
   ~Progress();
