@@ -371,28 +371,6 @@ class Pipeline32 {
   __m256 effectAmount_;
 };
 
-template <bool kBars, bool kGrain, bool kDark, bool kBlend>
-void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
-  drawRun<Avx2, kGrain, kBlend>(row, run, Pipeline32<kBars, kGrain, kDark>(row));
-}
-
-// Turns the row's flags into template arguments, one after the other.
-template <bool... kFlags>
-void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
-  if constexpr (sizeof...(kFlags) == 4) {
-    run32With<kFlags...>(row, run);
-  } else if (flags[sizeof...(kFlags)]) {
-    run32Chosen<kFlags..., true>(row, run, flags);
-  } else {
-    run32Chosen<kFlags..., false>(row, run, flags);
-  }
-}
-
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
-  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
-  run32Chosen<>(row, run, flags);
-}
-
 void finishStreaming() { _mm_sfence(); }
 
 }  // namespace
@@ -431,7 +409,8 @@ bool processorHasAvx2AndFma() {
 }  // namespace
 
 const RowKernels* avx2Kernels() {
-  static constexpr RowKernels kKernels{"avx2", run8, run32, rowSums<Avx2>, finishStreaming};
+  static constexpr RowKernels kKernels{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
+                                       finishStreaming};
   static const bool kSupported = processorHasAvx2AndFma();
   return kSupported ? &kKernels : nullptr;
 }

@@ -313,28 +313,6 @@ class Pipeline32 {
   __m512 effectAmount_;
 };
 
-template <bool kBars, bool kGrain, bool kDark, bool kBlend>
-void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
-  drawRun<Avx512, kGrain, kBlend>(row, run, Pipeline32<kBars, kGrain, kDark>(row));
-}
-
-// Turns the row's flags into template arguments, one after the other.
-template <bool... kFlags>
-void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
-  if constexpr (sizeof...(kFlags) == 4) {
-    run32With<kFlags...>(row, run);
-  } else if (flags[sizeof...(kFlags)]) {
-    run32Chosen<kFlags..., true>(row, run, flags);
-  } else {
-    run32Chosen<kFlags..., false>(row, run, flags);
-  }
-}
-
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
-  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
-  run32Chosen<>(row, run, flags);
-}
-
 void finishStreaming() { _mm_sfence(); }
 
 }  // namespace
@@ -370,8 +348,8 @@ bool processorHasAvx512() {
 }  // namespace
 
 const RowKernels* avx512Kernels() {
-  static constexpr RowKernels kKernels{"avx512",        run8, run32, rowSums<Avx512>,
-                                       finishStreaming, true};
+  static constexpr RowKernels kKernels{
+      "avx512", run8, run32<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
   static const bool kSupported = avx2Kernels() != nullptr && processorHasAvx512();
   return kSupported ? &kKernels : nullptr;
 }

@@ -78,5 +78,30 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   }
 }
 
+template <typename V, template <bool, bool, bool> class Pipeline, bool kBars, bool kGrain,
+          bool kDark, bool kBlend>
+void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
+  drawRun<V, kGrain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
+}
+
+// Turns a row's flags into template arguments, one after the other.
+template <typename V, template <bool, bool, bool> class Pipeline, bool... kFlags>
+void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
+  if constexpr (sizeof...(kFlags) == 4) {
+    run32With<V, Pipeline, kFlags...>(row, run);
+  } else if (flags[sizeof...(kFlags)]) {
+    run32Chosen<V, Pipeline, kFlags..., true>(row, run, flags);
+  } else {
+    run32Chosen<V, Pipeline, kFlags..., false>(row, run, flags);
+  }
+}
+
+// A float run by a pipeline for what the row has switched on: Pipeline<bars, grain, dark>(row).
+template <typename V, template <bool, bool, bool> class Pipeline>
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
+  run32Chosen<V, Pipeline>(row, run, flags);
+}
+
 }  // namespace
 }  // namespace lomix::engine
