@@ -114,12 +114,13 @@ void SheetCommand::run(const Streams&) {
 
   const int count = static_cast<int>(all.size());
   const int width = width_ > 0 ? width_ : std::min(kUsualWidth, picture.width());
-  const double height =
-      width * static_cast<double>(picture.height()) / (picture.width() * picture.info.pixelAspect);
-  ContactSheet sheet(
-      {count, columnsFor(shown, count), width, std::max(1, static_cast<int>(std::lround(height))),
-       static_cast<int>(shown.size())},
-      title_);
+  // What an odd pixel aspect makes too high for an int is too high for a picture all the same.
+  const double height = std::clamp(
+      width * static_cast<double>(picture.height()) / (picture.width() * picture.info.pixelAspect),
+      1.0, static_cast<double>(media::Picture::kMaxSide));
+  ContactSheet sheet({count, columnsFor(shown, count), width, static_cast<int>(std::lround(height)),
+                      static_cast<int>(shown.size())},
+                     title_);
   for (int i = 0; i < count; ++i) {
     const auto& [label, moment] = all[static_cast<std::size_t>(i)];
     sheet.place(i, toDepth(renderer.render(picture, moment.look, moment.time), 8), label);
