@@ -84,9 +84,12 @@ def link_faults(document):
 def preset_faults():
     schema = json.loads((ROOT / "docs/preset.schema.json").read_text(encoding="utf-8"))
     validator = jsonschema.Draft7Validator(schema)
-    for file in sorted((ROOT / "presets").glob("*.json")):
-        for error in validator.iter_errors(json.loads(file.read_text(encoding="utf-8"))):
-            yield f"{file.name}: {error.message}"
+    texts = {f.name: f.read_text(encoding="utf-8") for f in sorted((ROOT / "presets").glob("*.json"))}
+    page = (ROOT / "docs/presets.md").read_text(encoding="utf-8")
+    texts |= {f"docs/presets.md, \"{h}\"": c for h, _, kind, c in blocks(page) if kind == "json"}
+    for name, text in texts.items():
+        for error in validator.iter_errors(json.loads(text)):
+            yield f"{name}: {error.message}"
     for wrong in ({"format": 2}, {"parameters": {"Noise": 101}}, {"keys": {"Time Control": []}}):
         if validator.is_valid({"format": 1, "name": "N", "description": "D", **wrong}):
             yield f"the schema allows {wrong}"
