@@ -17,9 +17,12 @@ function Stop-WithError([string] $message) {
     exit 1
 }
 
-function Assert-Administrator {
+# The folder that was given, else the common one, which belongs to the system.
+function Resolve-PluginFolder([string] $folder) {
+    if ($folder) { return $folder }
     $user = [Security.Principal.WindowsPrincipal][Security.Principal.WindowsIdentity]::GetCurrent()
     if (-not $user.IsInRole([Security.Principal.WindowsBuiltInRole]::Administrator)) {
         Stop-WithError 'Lomix: the folder belongs to the system (run this as administrator)'
     }
+    return Get-CommonPluginFolder
 }

@@ -8,10 +8,7 @@ param(
 $ErrorActionPreference = 'Stop'
 . (Join-Path $PSScriptRoot 'Folder.ps1')
 
-if (-not $Folder) {
-    Assert-Administrator
-    $Folder = Get-CommonPluginFolder
-}
+$Folder = Resolve-PluginFolder $Folder
 $source = Join-Path $PSScriptRoot 'Lomix.aex'
 if ($Engine -eq 'kernel') { $source = Join-Path $PSScriptRoot 'kernel\Lomix.aex' }
 $target = Join-Path $Folder 'Lomix'

@@ -4,10 +4,7 @@ param([string] $Folder)
 $ErrorActionPreference = 'Stop'
 . (Join-Path $PSScriptRoot 'Folder.ps1')
 
-if (-not $Folder) {
-    Assert-Administrator
-    $Folder = Get-CommonPluginFolder
-}
+$Folder = Resolve-PluginFolder $Folder
 $target = Join-Path $Folder 'Lomix'
 if (-not (Test-Path (Join-Path $target 'Lomix.aex'))) {
     Stop-WithError "${target}: Lomix is not installed there (name the folder with -Folder)"
