@@ -5,6 +5,9 @@ set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR ${LOMIX_MACOS_ARCH})
 set(CMAKE_CXX_COMPILER ${LOMIX_MACOS_TOOLS}/c++)
 set(CMAKE_CXX_COMPILER_WORKS TRUE)
+# With a frame pointer a function's frame fits the short form in which the system unwinds exceptions;
+# what the compiler notes for debuggers depends on where the sources lie.
+set(CMAKE_CXX_FLAGS_INIT "-fno-omit-frame-pointer -g0")
 set(CMAKE_AR llvm-ar-14)
 set(CMAKE_RANLIB llvm-ranlib-14)
 set(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-14)

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-for tool in ld64.lld-14 llvm-lipo-14 build/tools/macos-compiler/node_modules; do
+for tool in ld64.lld-16 llvm-lipo-14 build/tools/macos-compiler/node_modules; do
   if ! command -v "$tool" >/dev/null && [ ! -d "$tool" ]; then
     echo "SKIPPED (macos): $tool is not installed (run tools/setup_packaging.sh)"
     exit 0

@@ -2,12 +2,13 @@
 """Usage: tools/check_macos_bundle.py BUNDLE...
 
 Checks plug-in bundles for macOS as far as that goes without the system: layout, property list, and for
-either processor the kind of file, its oldest system, libraries, exports, and the hash of every page
-in its signature. Prints one line per fault and exits 1 if there is any.
+either processor the kind of file, its oldest system, libraries, exports, what unwinding an exception takes, and
+the hash of every page in its signature. Prints one line per fault and exits 1 if there is any.
 """
 import hashlib
 import pathlib
 import plistlib
+import re
 import struct
 import subprocess
 import sys
@@ -16,10 +17,15 @@ FAT_MAGIC = 0xCAFEBABE
 MAGIC_64 = 0xFEEDFACF
 PROCESSORS = {0x0100000C: "arm64", 0x01000007: "x86_64"}
 BUNDLE = 8
-LOAD_LIBRARY, CODE_SIGNATURE, BUILD_VERSION = 0xC, 0x1D, 0x32
+LOAD_LIBRARY, SEGMENT, CODE_SIGNATURE, BUILD_VERSION = 0xC, 0x19, 0x1D, 0x32
 SIGNATURE, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
 AD_HOC, SHA256 = 2, 2
 MACOS = 1
+
+# In the unwinder's words for a function: how to unwind it, by which record, and who handles exceptions.
+MODE, RECORD, HANDLER = 0x0F000000, 0x00FFFFFF, 0x30000000
+BY_RECORD = {"arm64": 0x03000000, "x86_64": 0x04000000}
+FUNCTION = re.compile(r"function offset=0x([0-9a-f]+), encoding(?:\[\d+\])?=0x([0-9a-f]+)")
 
 FILES = ["Info.plist", "MacOS/Lomix", "PkgInfo", "Resources/Lomix.rsrc"]
 KEYS = {
@@ -91,10 +97,40 @@ def code_faults(code):
         yield from signature_faults(code, offset, size)
 
 
+def dump(file, processor, what):
+    command = ["llvm-objdump-14", "--macho", f"--arch={processor}", what, str(file)]
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
 def exports(file, processor):
-    command = ["llvm-objdump-14", "--macho", f"--arch={processor}", "--exports-trie", str(file)]
-    lines = subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()
+    lines = dump(file, processor, "--exports-trie").splitlines()
     return [line.split()[-1] for line in lines if line.startswith("0x")]
+
+
+def section(code, name):
+    """Address and bytes, which are none where there is no such section."""
+    for command, data in load_commands(code)[1]:
+        if command != SEGMENT:
+            continue
+        for at in range(72, len(data), 80):
+            if data[at:at + 16].rstrip(b"\0") == name:
+                address, size, offset = struct.unpack_from("<QQI", data, at + 32)
+                return address, code[offset:offset + size]
+    return 0, b""
+
+
+def unwind_faults(code, processor, text):
+    functions = [(int(at, 16), int(word, 16)) for at, word in FUNCTION.findall(text)]
+    if not any(word & HANDLER for _, word in functions):
+        yield "no function handles exceptions"
+    address, records = section(code, b"__eh_frame")
+    for function, word in functions:
+        if word & MODE != BY_RECORD[processor]:
+            continue
+        begin = (word & RECORD) + 8
+        if begin == 8 or begin + 8 > len(records) or (
+                address + begin + struct.unpack_from("<q", records, begin)[0] != function):
+            yield f"the function at {function:#x} cannot be unwound"
 
 
 def faults(bundle):
@@ -114,7 +150,8 @@ def faults(bundle):
     if sorted(parts) != sorted(PROCESSORS.values()):
         yield f"it is for {sorted(parts)}"
     for processor, code in parts.items():
-        for fault in code_faults(code):
+        unwinding = dump(file, processor, "--unwind-info")
+        for fault in [*code_faults(code), *unwind_faults(code, processor, unwinding)]:
             yield f"{processor}: {fault}"
         if exports(file, processor) != ["_EntryPointFunc"]:
             yield f"{processor}: it exports {exports(file, processor)}"

