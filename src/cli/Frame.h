@@ -59,9 +59,10 @@ class FrameSink {
   virtual bool has(const Frame&) const { return false; }
   /// Whether the sink makes sense with a frame missing.
   virtual bool allowsGaps() const { return false; }
-  /// Takes a frame. Any thread, any order. Null where the frame is written with that; else append()
-  /// has to follow. Throws media::MediaError.
-  virtual std::unique_ptr<ReadyFrame> take(const Frame& frame, const media::Picture& picture) = 0;
+  /// Takes a frame; it may keep the picture until it is appended. Any thread, any order. Null where
+  /// the frame is written with that; else append() has to follow. Throws media::MediaError.
+  virtual std::unique_ptr<ReadyFrame> take(const Frame& frame,
+                                           std::shared_ptr<media::Picture> picture) = 0;
   /// Appends a frame that take() gave. One thread at a time, in the order of the source. Throws
   /// media::MediaError.
   virtual void append(ReadyFrame&) {}

@@ -97,8 +97,9 @@ PictureSink::PictureSink(fs::path file, Existing existing)
 
 bool PictureSink::has(const Frame&) const { return existing_ == Existing::Skip && isThere(file_); }
 
-std::unique_ptr<ReadyFrame> PictureSink::take(const Frame&, const media::Picture& picture) {
-  media::writePicture(picture, file_, existing_ == Existing::Overwrite);
+std::unique_ptr<ReadyFrame> PictureSink::take(const Frame&,
+                                              std::shared_ptr<media::Picture> picture) {
+  media::writePicture(*picture, file_, existing_ == Existing::Overwrite);
   return nullptr;
 }
 
@@ -123,8 +124,9 @@ bool SequenceSink::has(const Frame& frame) const {
   return existing_ == Existing::Skip && isThere(name_.file(frame.number));
 }
 
-std::unique_ptr<ReadyFrame> SequenceSink::take(const Frame& frame, const media::Picture& picture) {
-  media::writePicture(picture, name_.file(frame.number), existing_ == Existing::Overwrite);
+std::unique_ptr<ReadyFrame> SequenceSink::take(const Frame& frame,
+                                               std::shared_ptr<media::Picture> picture) {
+  media::writePicture(*picture, name_.file(frame.number), existing_ == Existing::Overwrite);
   return nullptr;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -9,54 +10,47 @@
 
 namespace lomix::cli {
 
-/// The memory of the frames in flight: so many at a time, used again and again.
+/// The memory of the frames in flight: so many pictures at a time, used again and again.
 class PicturePool {
  public:
-  explicit PicturePool(int limit) : left_(limit) {}
+  explicit PicturePool(int limit) : state_(std::make_shared<State>()) { state_->left = limit; }
 
-  /// One of the pool's pictures, back in it when this goes.
-  class Loan {
-   public:
-    /// Waits until one is free.
-    explicit Loan(PicturePool& pool) : pool_(&pool), picture_(pool.take()) {}
-    ~Loan() { giveBack(); }
-    Loan(const Loan&) = delete;
-    Loan& operator=(const Loan&) = delete;
-
-    media::Picture& operator*() { return picture_; }
-    void giveBack() {
-      if (pool_ != nullptr) std::exchange(pool_, nullptr)->put(std::move(picture_));
-    }
-
-   private:
-    PicturePool* pool_;
-    media::Picture picture_;
-  };
+  /// Waits until a picture is free. It is free again when nobody holds it; that may be after the
+  /// pool is gone.
+  std::shared_ptr<media::Picture> take() {
+    return {new media::Picture(state_->take()), [state = state_](media::Picture* picture) {
+              state->put(std::move(*picture));
+              delete picture;
+            }};
+  }
 
  private:
-  media::Picture take() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return left_ > 0; });
-    --left_;
-    media::Picture picture;
-    if (!free_.empty()) {
-      picture = std::move(free_.back());
-      free_.pop_back();
+  struct State {
+    media::Picture take() {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [this] { return left > 0; });
+      --left;
+      media::Picture picture;
+      if (!idle.empty()) {
+        picture = std::move(idle.back());
+        idle.pop_back();
+      }
+      return picture;
     }
-    return picture;
-  }
+    void put(media::Picture picture) {
+      const std::lock_guard lock(mutex);
+      idle.push_back(std::move(picture));
+      ++left;
+      changed.notify_one();
+    }
 
-  void put(media::Picture picture) {
-    const std::lock_guard lock(mutex_);
-    free_.push_back(std::move(picture));
-    ++left_;
-    changed_.notify_one();
-  }
+    std::mutex mutex;
+    std::condition_variable changed;
+    int left = 0;
+    std::vector<media::Picture> idle;
+  };
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  int left_;
-  std::vector<media::Picture> free_;
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace lomix::cli

@@ -104,20 +104,19 @@ std::optional<Pipeline::Job> Pipeline::nextJob() {
 }
 
 void Pipeline::process(const Job& job) {
-  PicturePool::Loan input(pictures_);
+  std::shared_ptr<media::Picture> input = pictures_.take();
   if (!load(job.frame, *input)) return;
-  PicturePool::Loan output(pictures_);
+  std::shared_ptr<media::Picture> output = pictures_.take();
   {
     const Stopwatch watch(tally_.effectTime);
     renderer_.render(*input, job.frame.time, bandThreads_, *output);
   }
-  input.giveBack();
+  input.reset();
   std::unique_ptr<ReadyFrame> ready;
   {
     const Stopwatch watch(tally_.writeTime);
-    ready = sink_.take(job.frame, *output);
+    ready = sink_.take(job.frame, std::move(output));
   }
-  output.giveBack();
   if (ready) append(job.place, std::move(ready));
   ++tally_.rendered;
 }

@@ -52,9 +52,10 @@ VideoSink::VideoSink(const media::VideoOutput& output, media::VideoReader* sourc
                      std::int64_t firstNumber)
     : writer_(media::createVideo(output, source)), firstNumber_(firstNumber) {}
 
-std::unique_ptr<ReadyFrame> VideoSink::take(const Frame& frame, const media::Picture& picture) {
+std::unique_ptr<ReadyFrame> VideoSink::take(const Frame& frame,
+                                            std::shared_ptr<media::Picture> picture) {
   return std::make_unique<ReadyVideoFrame>(
-      writer_->prepare(picture, frame.decoded.get(), frame.number - firstNumber_));
+      writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_));
 }
 
 void VideoSink::append(ReadyFrame& frame) {

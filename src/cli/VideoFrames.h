@@ -36,7 +36,8 @@ class VideoSink : public FrameSink {
   /// frame that stands at time 0. Throws media::MediaError.
   VideoSink(const media::VideoOutput& output, media::VideoReader* source, std::int64_t firstNumber);
 
-  std::unique_ptr<ReadyFrame> take(const Frame& frame, const media::Picture& picture) override;
+  std::unique_ptr<ReadyFrame> take(const Frame& frame,
+                                   std::shared_ptr<media::Picture> picture) override;
   void append(ReadyFrame& frame) override;
   void finish() override { writer_->finish(); }
 

@@ -86,10 +86,11 @@ class VideoWriter {
   VideoWriter(const VideoWriter&) = delete;
   VideoWriter& operator=(const VideoWriter&) = delete;
 
-  /// Any thread. origin: the frame that the picture was made of, null when it is no video's; then
-  /// place is its time in frames. The first call settles size and pixel format. Throws MediaError.
-  virtual std::unique_ptr<EncodableFrame> prepare(const Picture& picture, const VideoFrame* origin,
-                                                  std::int64_t place) = 0;
+  /// Any thread. The pixels may be changed and kept until append() is through. origin: the frame
+  /// that the picture was made of, null when it is no video's; then place is its time in frames.
+  /// The first call settles size and pixel format. Throws MediaError.
+  virtual std::unique_ptr<EncodableFrame> prepare(std::shared_ptr<Picture> picture,
+                                                  const VideoFrame* origin, std::int64_t place) = 0;
   /// Encodes a prepared frame. One thread at a time, in order. Throws MediaError.
   virtual void append(EncodableFrame& frame) = 0;
   /// Ends the file, which then appears under its name. Throws MediaError.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <new>
 
 #include "media/MediaError.h"
@@ -60,35 +61,26 @@ void separate(const Picture& picture, AVFrame& frame) {
   }
 }
 
-/// Copies 8-bit pixels with their bytes in another order: target byte i is source byte Order[i].
+/// Copies 8-bit pixels, also onto themselves, with their bytes in another order: target byte i is
+/// source byte Order[i].
 template <std::size_t... Order>
 void reorder(const std::uint8_t* from, std::uint8_t* to, int width) {
   for (std::size_t x = 0; x < static_cast<std::size_t>(width) * kChannels; x += kChannels) {
-    std::size_t i = x;
-    ((to[i++] = from[x + Order]), ...);
+    const std::array<std::uint8_t, kChannels> pixel{from[x + Order]...};
+    std::memcpy(to + x, pixel.data(), kChannels);
   }
 }
 
-/// Formats that are the picture's pixels in another order.
-bool isReordered(AVPixelFormat format) {
-  return format == AV_PIX_FMT_ARGB || format == AV_PIX_FMT_RGBA || format == AV_PIX_FMT_BGRA ||
-         format == AV_PIX_FMT_BGR0;
-}
-
-void reorderToFrame(const Picture& picture, AVFrame& frame) {
-  for (int y = 0; y < frame.height; ++y) {
-    const std::uint8_t* from = picture.row8(y).data();
-    auto* to = plane<std::uint8_t>(frame, 0, y);
-    switch (frame.format) {
-      case AV_PIX_FMT_RGBA:
-        reorder<1, 2, 3, 0>(from, to, frame.width);
-        break;
-      case AV_PIX_FMT_ARGB:
-        reorder<0, 1, 2, 3>(from, to, frame.width);
-        break;
-      default:
-        reorder<3, 2, 1, 0>(from, to, frame.width);
-    }
+void reorderToFormat(const std::uint8_t* from, std::uint8_t* to, int width, AVPixelFormat format) {
+  switch (format) {
+    case AV_PIX_FMT_RGBA:
+      reorder<1, 2, 3, 0>(from, to, width);
+      break;
+    case AV_PIX_FMT_ARGB:
+      reorder<0, 1, 2, 3>(from, to, width);
+      break;
+    default:
+      reorder<3, 2, 1, 0>(from, to, width);
   }
 }
 
@@ -144,6 +136,18 @@ AVColorSpace effectiveMatrix(AVColorSpace tagged, int height) {
   if (tagged != AVCOL_SPC_UNSPECIFIED && tagged != AVCOL_SPC_RGB) return tagged;
   constexpr int kFirstHdHeight = 720;
   return height >= kFirstHdHeight ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+}
+
+bool FrameConverter::isReordered(AVPixelFormat format) {
+  return format == AV_PIX_FMT_ARGB || format == AV_PIX_FMT_RGBA || format == AV_PIX_FMT_BGRA ||
+         format == AV_PIX_FMT_BGR0;
+}
+
+void FrameConverter::reorderInPlace(Picture& picture, AVPixelFormat format) {
+  for (int y = 0; y < picture.height(); ++y) {
+    std::uint8_t* row = picture.row8(y).data();
+    reorderToFormat(row, row, picture.width(), format);
+  }
 }
 
 AVFrame& FrameConverter::scratch(AVPixelFormat format, int width, int height) {
@@ -216,11 +220,7 @@ void FrameConverter::toPicture(const AVFrame& frame, Picture& picture) {
 void FrameConverter::toFrame(const Picture& picture, AVFrame& frame) {
   const AVPixelFormat format = formatOf(frame);
   if (picture.depth() == 8) {
-    if (isReordered(format)) {
-      reorderToFrame(picture, frame);
-    } else {
-      convert(*frameAround(picture), frame);
-    }
+    convert(*frameAround(picture), frame);
     return;
   }
   const AVPixelFormat planar = hasAlphaChannel(format) ? AV_PIX_FMT_GBRAP16 : AV_PIX_FMT_GBRP16;

@@ -25,6 +25,11 @@ class FrameConverter {
   /// float. Throws MediaError.
   void toPicture(const AVFrame& frame, Picture& picture);
 
+  /// Whether frames of the format are 8-bit pictures with their bytes in another order.
+  static bool isReordered(AVPixelFormat format);
+  /// Puts a picture's bytes in the format's order.
+  static void reorderInPlace(Picture& picture, AVPixelFormat format);
+
   /// frame: its buffers made, its format, size and coding set. picture of that size. Throws
   /// MediaError.
   void toFrame(const Picture& picture, AVFrame& frame);

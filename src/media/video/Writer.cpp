@@ -80,6 +80,11 @@ void Writer::open(const Picture& picture) {
   require(avio_open(&container_->pb, url.c_str(), AVIO_FLAG_WRITE));
   FfmpegOptions options;
   require(avformat_write_header(container_, options.address()));
+  // Where the pixels are the same bytes and the encoder is through with a frame when it returns, a
+  // frame is the picture's own memory.
+  const AVCodecID codec = encoder_->codec_id;
+  wraps_ = picture.depth() == 8 && FrameConverter::isReordered(encoder_->pix_fmt) &&
+           (codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_RAWVIDEO);
   depth_ = picture.depth();
 }
 
@@ -210,22 +215,21 @@ void Writer::copyChapters() {
   }
 }
 
-std::unique_ptr<EncodableFrame> Writer::prepare(const Picture& picture, const VideoFrame* origin,
-                                                std::int64_t place) {
+std::unique_ptr<EncodableFrame> Writer::prepare(std::shared_ptr<Picture> picture,
+                                                const VideoFrame* origin, std::int64_t place) {
   if (source_ != nullptr && source_->orientation() != 1 && keepsRotation() && origin != nullptr) {
-    const int back = inverse(source_->orientation());
-    Picture turned = upright(picture, back);
-    return prepareTurned(turned, origin, place);
+    picture =
+        std::make_shared<Picture>(upright(std::move(*picture), inverse(source_->orientation())));
   }
-  return prepareTurned(picture, origin, place);
+  return prepareTurned(std::move(picture), origin, place);
 }
 
-std::unique_ptr<EncodableFrame> Writer::prepareTurned(const Picture& picture,
+std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> picture,
                                                       const VideoFrame* origin,
                                                       std::int64_t place) {
-  open(picture);
-  if (picture.width() != encoder_->width || picture.height() != encoder_->height ||
-      picture.depth() != depth_) {
+  open(*picture);
+  if (picture->width() != encoder_->width || picture->height() != encoder_->height ||
+      picture->depth() != depth_) {
     throw MediaError(cannotWrite(output_.name) +
                      "the frames differ in size or depth (make them alike first)");
   }
@@ -242,8 +246,7 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(const Picture& picture,
   frame.sample_aspect_ratio = encoder_->sample_aspect_ratio;
   frame.pts = place;
   frame.pkt_duration = 1;
-  if (av_frame_get_buffer(&frame, 0) < 0) throw std::bad_alloc();
-  converters_.use([&](FrameConverter& converter) { converter.toFrame(picture, frame); });
+  fill(frame, std::move(picture));
   if (origin != nullptr) {
     const auto& decoded = static_cast<const DecodedFrame&>(*origin);
     const AVRational from = source_->stream().time_base;
@@ -256,11 +259,44 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(const Picture& picture,
   return ready;
 }
 
+void Writer::fill(AVFrame& frame, std::shared_ptr<Picture> picture) {
+  if (!wraps_) {
+    if (av_frame_get_buffer(&frame, 0) < 0) throw std::bad_alloc();
+    converters_.use([&](FrameConverter& converter) { converter.toFrame(*picture, frame); });
+    return;
+  }
+  FrameConverter::reorderInPlace(*picture, encoder_->pix_fmt);
+  const std::span<std::uint8_t> row = picture->row8(0);
+  const std::size_t size = row.size() * static_cast<std::size_t>(picture->height());
+  auto owner = std::make_unique<std::shared_ptr<Picture>>(std::move(picture));
+  const auto release = [](void* kept, std::uint8_t*) {
+    delete static_cast<std::shared_ptr<Picture>*>(kept);
+  };
+  frame.buf[0] = required(av_buffer_create(row.data(), size, release, owner.get(), 0));
+  static_cast<void>(owner.release());
+  frame.data[0] = row.data();
+  frame.linesize[0] = static_cast<int>(row.size());
+}
+
+/// Raw frames in the picture's memory are what the file wants: no encoder need copy them.
+void Writer::writeWrapped(AVFrame& frame) {
+  packet_->buf = required(av_buffer_ref(frame.buf[0]));
+  packet_->data = frame.data[0];
+  packet_->size = static_cast<int>(frame.buf[0]->size);
+  packet_->pts = packet_->dts = frame.pts;
+  packet_->stream_index = stream_->index;
+  write(*packet_);
+}
+
 void Writer::append(EncodableFrame& frame) {
   Ready& ready = static_cast<Ready&>(frame);
   copy(ready.packets);
-  durations_[ready.frame->pts] = ready.frame->pkt_duration;
-  encode(ready.frame.get());
+  if (wraps_ && encoder_->codec_id == AV_CODEC_ID_RAWVIDEO) {
+    writeWrapped(*ready.frame);
+  } else {
+    durations_[ready.frame->pts] = ready.frame->pkt_duration;
+    encode(ready.frame.get());
+  }
   ready.frame.reset();
 }
 

@@ -17,16 +17,18 @@ class Writer : public VideoWriter {
   Writer(const VideoOutput& output, Reader* source);
   ~Writer() override;
 
-  std::unique_ptr<EncodableFrame> prepare(const Picture& picture, const VideoFrame* origin,
-                                          std::int64_t place) override;
+  std::unique_ptr<EncodableFrame> prepare(std::shared_ptr<Picture> picture,
+                                          const VideoFrame* origin, std::int64_t place) override;
   void append(EncodableFrame& frame) override;
   void finish() override;
 
  private:
   class Ready;
 
-  std::unique_ptr<EncodableFrame> prepareTurned(const Picture& picture, const VideoFrame* origin,
-                                                std::int64_t place);
+  std::unique_ptr<EncodableFrame> prepareTurned(std::shared_ptr<Picture> picture,
+                                                const VideoFrame* origin, std::int64_t place);
+  void fill(AVFrame& frame, std::shared_ptr<Picture> picture);
+  void writeWrapped(AVFrame& frame);
   void requireCarriable(const AVStream& stream) const;
   void open(const Picture& picture);
   void openEncoder(const Picture& picture);
@@ -54,7 +56,8 @@ class Writer : public VideoWriter {
   std::map<std::int64_t, std::int64_t> durations_;  ///< Of the frames in the encoder, by timestamp.
   ConverterPool converters_;
   std::mutex mutex_;  ///< Of opening.
-  int depth_ = 0;
+  int depth_ = 0;     ///< Of the pictures; 0 until the file is open.
+  bool wraps_ = false;
 };
 
 }  // namespace lomix::media
