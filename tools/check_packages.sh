@@ -66,9 +66,10 @@ else
   use lomix
   lomix inspect /usr/lib/lomix/kernel/Lomix.so >/dev/null
   dpkg --verify lomix
+  mapfile -t installed < <(dpkg -L lomix | grep lomix)
   apt-get purge -y -qq lomix >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"
-  for left in /usr/bin/lomix /usr/lib/lomix /usr/share/doc/lomix; do
-    [ ! -e "$left" ] || fail "$left is left after the package was purged"
+  for file in "${installed[@]}"; do
+    [ ! -e "$file" ] || fail "$file is left after the package was purged"
   done
 fi
 echo "Packages: all passed."

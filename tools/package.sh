@@ -113,9 +113,11 @@ package_linux() {
 package_debian() {
   local tree=$1 architecture=$2
   root=$stage/debian
-  local documents=$root/usr/share/doc/lomix
+  local documents=$root/usr/share/doc/lomix folder
   mkdir -p "$root/DEBIAN" "$documents"
-  cp -R "$tree/bin" "$tree/lib" "$root/usr/"
+  for folder in bin lib share; do
+    [ ! -d "$tree/$folder" ] || cp -R "$tree/$folder" "$root/usr/"
+  done
   cp "$tree/README.md" "$tree/install.md" "$documents/"
   {
     echo "Lomix $version. The code of these libraries is part of the command; the licence of each:"
