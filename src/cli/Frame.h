@@ -33,6 +33,8 @@ class FrameSource {
   virtual std::optional<Frame> next() = 0;
   /// Frames that were wanted and do not exist, as far as next() has found out.
   virtual std::vector<std::int64_t> missing() const { return {}; }
+  /// Parts of the input that next() had to leave out because they are damaged.
+  virtual std::int64_t damagedCount() const { return 0; }
   /// Reads a frame's picture; picture's memory is used again where it fits. Any thread. Throws
   /// media::MediaError, after which the other frames can still be read.
   virtual void load(const Frame& frame, media::Picture& picture) = 0;

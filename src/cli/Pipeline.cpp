@@ -51,9 +51,10 @@ void Pipeline::run() {
   const std::int64_t count = source_.count().value_or(threads_ + 1);
   if (count == 1) bandThreads_ = threads_;
   {
-    // One more than there are processors to use: some wait for their turn.
+    // Where frames are appended in order, some wait for their turn: one more.
+    const int workers = sink_.allowsGaps() ? threads_ : threads_ + 1;
     std::vector<std::jthread> others;
-    for (std::int64_t i = 0; i < std::min<std::int64_t>(threads_, count - 1); ++i) {
+    for (std::int64_t i = 1; i < std::min<std::int64_t>(workers, count); ++i) {
       others.emplace_back([this] { work(); });
     }
     work();
@@ -78,6 +79,7 @@ void Pipeline::fail(std::exception_ptr error) {
   if (!error_) error_ = std::move(error);
   stop_ = true;
   const std::lock_guard order(orderMutex_);
+  failed_ = true;
   orderChanged_.notify_all();
 }
 
@@ -136,11 +138,11 @@ bool Pipeline::load(const Frame& frame, media::Picture& picture) {
 
 void Pipeline::append(std::int64_t place, std::unique_ptr<ReadyFrame> ready) {
   std::unique_lock lock(orderMutex_);
-  orderChanged_.wait(lock, [&] { return place <= appended_ + kMaxWaiting || error_ != nullptr; });
+  orderChanged_.wait(lock, [&] { return place <= appended_ + kMaxWaiting || failed_; });
   waiting_.emplace(place, std::move(ready));
   if (appending_) return;
   appending_ = true;
-  while (!waiting_.empty() && waiting_.begin()->first == appended_ && !error_) {
+  while (!waiting_.empty() && waiting_.begin()->first == appended_ && !failed_) {
     const std::unique_ptr<ReadyFrame> next = std::move(waiting_.begin()->second);
     waiting_.erase(waiting_.begin());
     lock.unlock();

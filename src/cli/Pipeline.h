@@ -89,6 +89,7 @@ class Pipeline {
   std::vector<FrameFailure> failures_;
   std::exception_ptr error_;
   std::atomic<bool> stop_ = false;
+  std::atomic<bool> failed_ = false;
   std::atomic<int> interruptedBy_ = 0;
 };
 

@@ -57,6 +57,10 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
             : "nothing is written (run it again to start anew)";
     throw Interrupted("'" + options.route.output + "': " + kept, pipeline.interruptedBy());
   }
+  if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
+    throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
+                       " damaged and left out (the others are written; mend the input)");
+  }
   if (pipeline.failures().empty()) return;
   std::vector<std::int64_t> numbers;
   for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);

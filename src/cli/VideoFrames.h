@@ -21,6 +21,7 @@ class VideoSource : public FrameSource {
   std::optional<Frame> next() override;
   void load(const Frame& frame, media::Picture& picture) override;
   std::vector<std::int64_t> missing() const override;
+  std::int64_t damagedCount() const override { return reader_->damagedCount(); }
 
  private:
   std::unique_ptr<media::VideoReader> reader_;

@@ -24,8 +24,8 @@ namespace lomix::media {
 namespace {
 
 /// Names that the handler of a signal finds without taking a lock. One slot for each file that is
-/// being written at the same time.
-std::array<std::atomic<const char*>, 64> liveNames;
+/// being written at the same time, more than a command has threads.
+std::array<std::atomic<const char*>, 2048> liveNames;
 
 std::string randomName() {
   std::random_device device;

@@ -66,6 +66,8 @@ class VideoReader {
   virtual std::optional<std::int64_t> frameCount() const = 0;
   /// The next frame as it is shown; null after the last. One thread at a time. Throws MediaError.
   virtual std::unique_ptr<VideoFrame> next() = 0;
+  /// Parts of the file after the first frame that could not be decoded and were left out.
+  virtual std::int64_t damagedCount() const = 0;
   /// The frame set upright, 8 bits for 8-bit videos, else float. Any thread. Throws MediaError.
   virtual void toPicture(const VideoFrame& frame, Picture& picture) = 0;
 };

@@ -183,6 +183,18 @@ TEST_F(Video, SomeFramesOfAVideo) {
   EXPECT_TRUE(std::filesystem::exists(path("f.24.png")));
 }
 
+TEST_F(Video, DamagedFramesAreLeftOutAndSaidSo) {
+  makeClip("clip.mov", "s=96x64:r=25:d=0.4", "-c:v png");
+  std::string bytes = read(path("clip.mov"));
+  bytes.replace(bytes.size() / 2, 64, 64, 'x');
+  write(path("clip.mov"), bytes);
+  const Result result = run({"render", "clip.mov", "out.mkv"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_THAT(result.err, HasSubstr("'clip.mov': 1 frame damaged and left out"));
+  EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,9\n");
+  EXPECT_EQ(run({"render", "clip.mov", "f.#.png"}).exitCode, 3);
+}
+
 TEST_F(Video, WhatCannotBeIsOneLineAndLeavesTheFolderAsItWas) {
   makeClip("pcm.mov", "s=96x64:r=25:d=0.2", "-f lavfi -i sine=d=0.2 -c:a pcm_s16be");
   write(path("text.mp4"), "This is no video.\n");

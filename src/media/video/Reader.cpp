@@ -1,6 +1,7 @@
 #include "media/video/Reader.h"
 
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "media/MediaError.h"
@@ -104,6 +105,15 @@ std::optional<std::int64_t> Reader::frameCount() const {
                       av_q2d(stream_->avg_frame_rate));
 }
 
+/// Damage is left out, as every player does; recordings often begin in the middle of a frame.
+void Reader::requireDecoded(int error) {
+  if (error >= 0) return;
+  if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
+  constexpr int kMaxErrorsInARow = 1000;
+  if (++errorsInARow_ > kMaxErrorsInARow) fail(error, "mend it first");
+  if (firstTime_) ++damaged_;
+}
+
 /// Gives the decoder a packet, or the news that there are no more.
 bool Reader::feed() {
   if (atEnd_) return false;
@@ -117,7 +127,7 @@ bool Reader::feed() {
   if (packet_->stream_index == stream_->index) {
     error = avcodec_send_packet(decoder_.get(), packet_.get());
     av_packet_unref(packet_.get());
-    if (error < 0) fail(error, "mend it first: a frame is damaged");
+    requireDecoded(error);
     return true;
   }
   if (isCopied(container_->streams[packet_->stream_index]->codecpar->codec_type)) {
@@ -146,12 +156,17 @@ void Reader::stamp(AVFrame& frame) {
 std::unique_ptr<VideoFrame> Reader::next() {
   auto decoded = std::make_unique<DecodedFrame>();
   decoded->frame = newFrame();
-  int error = 0;
-  while ((error = avcodec_receive_frame(decoder_.get(), decoded->frame.get())) == AVERROR(EAGAIN)) {
-    if (!feed()) return nullptr;
+  for (;;) {
+    const int error = avcodec_receive_frame(decoder_.get(), decoded->frame.get());
+    if (error >= 0) break;
+    if (error == AVERROR_EOF) return nullptr;
+    if (error != AVERROR(EAGAIN)) {
+      requireDecoded(error);
+    } else if (!feed()) {
+      return nullptr;
+    }
   }
-  if (error == AVERROR_EOF) return nullptr;
-  if (error < 0) fail(error, "mend it first: a frame is damaged");
+  errorsInARow_ = 0;
   stamp(*decoded->frame);
   decoded->packets = std::move(packets_);
   packets_.clear();

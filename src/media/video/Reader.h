@@ -21,6 +21,7 @@ class Reader : public VideoReader {
   ~Reader() override;
 
   std::optional<std::int64_t> frameCount() const override;
+  std::int64_t damagedCount() const override { return damaged_; }
   std::unique_ptr<VideoFrame> next() override;
   void toPicture(const VideoFrame& frame, Picture& picture) override;
 
@@ -38,6 +39,7 @@ class Reader : public VideoReader {
   void openDecoder(int threads);
   void readOrientation();
   bool feed();
+  void requireDecoded(int error);
   void stamp(AVFrame& frame);
   [[noreturn]] void fail(int error, const char* hint) const;
 
@@ -50,6 +52,8 @@ class Reader : public VideoReader {
   std::vector<FfmpegPtr<AVPacket>> packets_;
   int orientation_ = 1;
   bool atEnd_ = false;
+  std::int64_t damaged_ = 0;
+  int errorsInARow_ = 0;
   std::optional<std::int64_t> firstTime_;
   std::int64_t nextTime_ = 0;  ///< Where a frame without a timestamp stands.
   ConverterPool converters_;
