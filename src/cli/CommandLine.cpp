@@ -38,7 +38,6 @@ class Parser {
         "  lomix testcard card.png\n"
         "  lomix render card.png bad-reception.png --set Noise=30 --set \"Scan Distortion=20\"\n"
         "  lomix render card.png aerial.png --preset weak-aerial --time 1.3\n"
-        "  lomix sheet card.png looks.jpg --presets --time 1.3\n"
         "  lomix params\n\n"
         "'lomix COMMAND --help' tells about one command. Exit codes: 0 done, 1 a read, write or\n"
         "render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
