@@ -139,14 +139,17 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
 class Destination {
  public:
   Destination(OIIO::ImageOutput& output, const fs::path& file) : file_(file) {
-    // The TIFF writer notices by itself, and what it makes in memory is not always whole.
-    if (output.supports("ioproxy") == 0 || std::string_view(output.format_name()) == "tiff") return;
+    // What the TIFF writer makes in memory is not always whole.
+    isTiff_ = std::string_view(output.format_name()) == "tiff";
+    if (isTiff_ || output.supports("ioproxy") == 0) return;
     memory_.emplace();
     output.set_ioproxy(&*memory_);
   }
 
   /// Brings what is in memory to the disk; false where that fails.
   bool store() const {
+    // It hears of every failure but that of its last step, which writes what a reader reads first.
+    if (isTiff_) return isReadable();
     if (!memory_) return true;
     std::ofstream stream(file_, std::ios::binary);
     const std::vector<unsigned char>& bytes = memory_->buffer();
@@ -157,7 +160,14 @@ class Destination {
   }
 
  private:
+  bool isReadable() const {
+    const bool readable = OIIO::ImageInput::open(file_.string()) != nullptr;
+    OIIO::geterror();  // What is not fetched, the library prints when the program ends.
+    return readable;
+  }
+
   fs::path file_;
+  bool isTiff_ = false;
   std::optional<OIIO::Filesystem::IOVecOutput> memory_;
 };
 
