@@ -26,10 +26,10 @@ class Stopwatch {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// A thread can hold a picture while it waits for a second one, or hold a finished frame that waits
-// for its turn. The pictures suffice for all of them and one more, so that none waits for ever.
+// Every thread may hold a picture, of a frame that waits for its turn. The thread whose turn it is
+// needs two, and an encoder may keep one or two that it is through with: the pictures suffice for
+// all of that, or everybody would wait for ever.
 constexpr int kSparePictures = 4;
-constexpr std::int64_t kMaxWaiting = 2;
 
 }  // namespace
 
@@ -119,7 +119,7 @@ void Pipeline::process(const Job& job) {
     const Stopwatch watch(tally_.writeTime);
     ready = sink_.take(job.frame, std::move(output));
   }
-  if (ready) append(job.place, std::move(ready));
+  if (ready) append(job.place, *ready);
   ++tally_.rendered;
 }
 
@@ -136,25 +136,16 @@ bool Pipeline::load(const Frame& frame, media::Picture& picture) {
   }
 }
 
-void Pipeline::append(std::int64_t place, std::unique_ptr<ReadyFrame> ready) {
+void Pipeline::append(std::int64_t place, ReadyFrame& ready) {
   std::unique_lock lock(orderMutex_);
-  orderChanged_.wait(lock, [&] { return place <= appended_ + kMaxWaiting || failed_; });
-  waiting_.emplace(place, std::move(ready));
-  if (appending_) return;
-  appending_ = true;
-  while (!waiting_.empty() && waiting_.begin()->first == appended_ && !failed_) {
-    const std::unique_ptr<ReadyFrame> next = std::move(waiting_.begin()->second);
-    waiting_.erase(waiting_.begin());
-    lock.unlock();
-    {
-      const Stopwatch watch(tally_.writeTime);
-      sink_.append(*next);
-    }
-    lock.lock();
-    ++appended_;
-    orderChanged_.notify_all();
+  orderChanged_.wait(lock, [&] { return place == appended_ || failed_; });
+  if (failed_) return;
+  {
+    const Stopwatch watch(tally_.writeTime);
+    sink_.append(ready);
   }
-  appending_ = false;
+  ++appended_;
+  orderChanged_.notify_all();
 }
 
 }  // namespace lomix::cli

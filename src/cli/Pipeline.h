@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -65,7 +64,7 @@ class Pipeline {
   void process(const Job& job);
   void addFailure(FrameFailure failure);
   bool load(const Frame& frame, media::Picture& picture);
-  void append(std::int64_t place, std::unique_ptr<ReadyFrame> ready);
+  void append(std::int64_t place, ReadyFrame& ready);
   void fail(std::exception_ptr error);
 
   FrameSource& source_;
@@ -81,9 +80,7 @@ class Pipeline {
 
   std::mutex orderMutex_;
   std::condition_variable orderChanged_;
-  std::map<std::int64_t, std::unique_ptr<ReadyFrame>> waiting_;
   std::int64_t appended_ = 0;
-  bool appending_ = false;
 
   std::mutex resultMutex_;
   std::vector<FrameFailure> failures_;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <regex>
+#include <optional>
 #include <system_error>
 
 #include "media/MediaError.h"
@@ -23,26 +23,52 @@ std::string padded(std::int64_t number, std::size_t digits) {
   return sign + std::string(length < digits ? digits - length : 0, '0') + plain;
 }
 
+/// The part of a name that stands for the number.
+struct Sign {
+  std::size_t begin;
+  std::size_t length;
+  std::size_t digits;
+};
+
+/// "####", "%d" or "%04d" at a place of the text.
+std::optional<Sign> signAt(const std::string& text, std::size_t at) {
+  if (text[at] == '#') {
+    const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
+    return Sign{at, end - at, end - at};
+  }
+  if (text[at] != '%') return std::nullopt;
+  std::size_t end = at + 1;
+  std::size_t digits = 1;
+  if (end < text.size() && text[end] == '0') {
+    const auto [rest, error] =
+        std::from_chars(text.data() + end, text.data() + text.size(), digits);
+    end = static_cast<std::size_t>(rest - text.data());
+    if (error != std::errc() || digits > kMaxDigits) return std::nullopt;
+  }
+  if (end == text.size() || text[end] != 'd') return std::nullopt;
+  return Sign{at, end + 1 - at, std::max<std::size_t>(digits, 1)};
+}
+
 }  // namespace
 
 std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
-  static const std::regex kPattern("#+|%(0([0-9]{1,2}))?d");
   const std::string text = name.filename().string();
-  const std::sregex_iterator found(text.begin(), text.end(), kPattern);
-  if (found == std::sregex_iterator()) return std::nullopt;
-  if (std::distance(found, std::sregex_iterator()) > 1) {
-    throw MediaError("'" + name.string() +
-                     "': more than one part stands for the frame's number (leave one)");
+  std::optional<Sign> found;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::optional<Sign> sign = signAt(text, at);
+    if (sign && found) {
+      throw MediaError("'" + name.string() +
+                       "': more than one part stands for the frame's number (leave one)");
+    }
+    if (sign) found = sign;
+    at += sign ? sign->length : 1;
   }
-  const std::smatch& match = *found;
+  if (!found) return std::nullopt;
   SequenceName sequence;
   sequence.pattern_ = name;
-  sequence.before_ = match.prefix();
-  sequence.after_ = match.suffix();
-  const std::string sign = match.str();
-  sequence.digits_ = sign.front() == '#' ? sign.size()
-                     : match[2].matched  ? std::stoul(match.str(2))
-                                         : 1;
+  sequence.before_ = text.substr(0, found->begin);
+  sequence.after_ = text.substr(found->begin + found->length);
+  sequence.digits_ = found->digits;
   return sequence;
 }
 
