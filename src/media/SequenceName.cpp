@@ -57,7 +57,7 @@ std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
   for (std::size_t at = 0; at < text.size();) {
     const std::optional<Sign> sign = signAt(text, at);
     if (sign && found) {
-      throw MediaError("'" + name.string() +
+      throw MediaError(std::string("'") + name.string() +
                        "': more than one part stands for the frame's number (leave one)");
     }
     if (sign) found = sign;
@@ -117,7 +117,7 @@ std::string listed(const std::vector<std::int64_t>& numbers) {
     std::size_t last = i;
     while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
     text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
-    if (last > i) text += "-" + std::to_string(numbers[last]);
+    if (last > i) text.append("-").append(std::to_string(numbers[last]));
     i = last + 1;
   }
   return text;
