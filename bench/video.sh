@@ -41,7 +41,7 @@ seconds() {
   local start
   start=$(date +%s.%N)
   "$@"
-  echo "$(date +%s.%N) - $start" | bc
+  awk -v a="$start" -v b="$(date +%s.%N)" 'BEGIN { print b - a }'
 }
 
 echo "$frames frames of $size, $(nproc) processors, $(ffmpeg -version | head -1 | cut -d' ' -f1-3)"
@@ -50,7 +50,7 @@ for kind in raw coded; do
     theirs=$(seconds "by_ffmpeg_$kind")
     ours=$(seconds "by_lomix_$kind")
     printf '%-5s turn %d: ffmpeg %6.2f s, lomix %6.2f s, quotient %.3f\n' \
-      "$kind" "$turn" "$theirs" "$ours" "$(echo "$ours / $theirs" | bc -l)"
+      "$kind" "$turn" "$theirs" "$ours" "$(awk -v a="$ours" -v b="$theirs" 'BEGIN { print a / b }')"
   done
   grep -A5 '"seconds"' "$work/report.json" | tr -d '\n {}'
   echo

@@ -14,15 +14,10 @@
 #include <cstdint>
 #include <numbers>
 
+#include "engine/Processor.h"
 #include "geometry/Truncate.h"
 #include "kernel/Grain.h"
 #include "signal/RowProfile.h"
-
-#if defined(_MSC_VER)
-#include <intrin.h>
-#elif defined(__APPLE__)
-#include <sys/sysctl.h>
-#endif
 
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
@@ -383,36 +378,11 @@ void finishStreaming() { _mm_sfence(); }
 #endif
 
 namespace lomix::engine {
-namespace {
-
-bool processorHasAvx2AndFma() {
-#if defined(_MSC_VER)
-  int words[4];
-  __cpuid(words, 1);
-  const bool fma = (words[2] >> 12 & 1) != 0;
-  const bool osSavesRegisters = (words[2] >> 27 & 1) != 0 && (_xgetbv(0) & 6) == 6;
-  __cpuidex(words, 7, 0);
-  return fma && osSavesRegisters && (words[1] >> 5 & 1) != 0;
-#elif defined(__APPLE__)
-  // Asked of the system: the compiler's own way takes a library that not every compiler brings.
-  const auto has = [](const char* feature) {
-    int value = 0;
-    std::size_t size = sizeof value;
-    return sysctlbyname(feature, &value, &size, nullptr, 0) == 0 && value != 0;
-  };
-  return has("hw.optional.avx2_0") && has("hw.optional.fma");
-#else
-  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
-#endif
-}
-
-}  // namespace
 
 const RowKernels* avx2Kernels() {
   static constexpr RowKernels kKernels{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
                                        finishStreaming};
-  static const bool kSupported = processorHasAvx2AndFma();
-  return kSupported ? &kKernels : nullptr;
+  return processorHasAvx2() ? &kKernels : nullptr;
 }
 
 }  // namespace lomix::engine

@@ -23,13 +23,10 @@
 #include <numbers>
 #include <type_traits>
 
+#include "engine/Processor.h"
 #include "geometry/Truncate.h"
 #include "kernel/Grain.h"
 #include "signal/RowProfile.h"
-
-#if defined(_MSC_VER)
-#include <intrin.h>
-#endif
 
 #if defined(__clang__)
 #pragma clang attribute push(                                                          \
@@ -325,33 +322,11 @@ void finishStreaming() { _mm_sfence(); }
 #endif
 
 namespace lomix::engine {
-namespace {
-
-bool processorHasAvx512() {
-#if defined(_MSC_VER)
-  int words[4];
-  __cpuid(words, 1);
-  constexpr unsigned kRegisters = 0xE6;
-  const bool osSavesRegisters =
-      (words[2] >> 27 & 1) != 0 && (_xgetbv(0) & kRegisters) == kRegisters;
-  __cpuidex(words, 7, 0);
-  constexpr unsigned kFeatures = 1u << 16 | 1u << 17 | 1u << 30 | 1u << 31;
-  const bool vbmi = (words[2] >> 1 & 1) != 0;
-  return osSavesRegisters && vbmi && (static_cast<unsigned>(words[1]) & kFeatures) == kFeatures;
-#else
-  return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
-         __builtin_cpu_supports("avx512dq") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
-         __builtin_cpu_supports("avx512vbmi") != 0;
-#endif
-}
-
-}  // namespace
 
 const RowKernels* avx512Kernels() {
   static constexpr RowKernels kKernels{
       "avx512", run8, run32<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
-  static const bool kSupported = avx2Kernels() != nullptr && processorHasAvx512();
-  return kSupported ? &kKernels : nullptr;
+  return processorHasAvx512() ? &kKernels : nullptr;
 }
 
 }  // namespace lomix::engine

@@ -1,0 +1,12 @@
+// What the processor at hand can do, as far as the row kernels ask.
+#pragma once
+
+namespace lomix::engine {
+
+/// Whether processor and system have AVX2 and FMA.
+bool processorHasAvx2();
+
+/// Whether they have AVX-512 with byte permutations too: F, BW, DQ, VL and VBMI.
+bool processorHasAvx512();
+
+}  // namespace lomix::engine
