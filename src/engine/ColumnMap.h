@@ -3,19 +3,11 @@
 
 #include <vector>
 
+#include "engine/Span.h"
 #include "hostapi/Records.h"
 #include "signal/LomixStruct.h"
 
 namespace lomix::engine {
-
-/// Output columns first ... first + count - 1 take the source columns from source on or, where
-/// repeat is set, all take that one.
-struct Span {
-  int first;
-  int count;
-  int source;
-  bool repeat;
-};
 
 /// A short list of spans that needs no allocation.
 class SpanList {
@@ -39,7 +31,8 @@ class ColumnMap {
   /// record: with profiles; it and source must outlive the map.
   ColumnMap(const LomixStruct& record, const PF_LayerDef& source, int outputWidth);
 
-  /// The spans of row y, or false where only the formula for each pixel can tell.
+  /// The spans of row y from its first column to its last, or false where only the formula for each
+  /// pixel can tell.
   bool spansOfRow(int y, SpanList& spans) const;
 
  private:

@@ -278,34 +278,20 @@ void RowEngine::drawPixels(const Row& row, int y) const {
   const bool blended = row.blend && y < frame_.source.height;
   const Pixel* original = blended ? rowOf<Pixel>(frame_.source, y) : nullptr;
 
-  Pixel gathered[kChunk];
-  const auto drawGathered = [&](int first, int count) {
-    drawRun<Row, Pixel>(
-        row, {gathered, output + first, original != nullptr ? original + first : nullptr, first,
-              count, streaming_});
-  };
+  const int width = frame_.output.width;
   SpanList spans;
   if (columns_.spansOfRow(y, spans)) {
-    for (const Span& span : spans) {
-      if (!span.repeat) {
-        drawRun<Row, Pixel>(row, {source + span.source, output + span.first,
-                                  original != nullptr ? original + span.first : nullptr, span.first,
-                                  span.count, streaming_});
-        continue;
-      }
-      std::fill_n(gathered, std::min(span.count, kChunk), source[span.source]);
-      for (int done = 0; done < span.count; done += kChunk) {
-        drawGathered(span.first + done, std::min(span.count - done, kChunk));
-      }
-    }
-    return;
+    return drawRun<Row, Pixel>(row,
+                               {source, output, original, 0, width, spans.begin(), streaming_});
   }
-  for (int first = 0; first < frame_.output.width; first += kChunk) {
-    const int count = std::min(frame_.output.width - first, kChunk);
-    for (int i = 0; i < count; ++i) {
-      gathered[i] = source[sourceColumn(frame_.record, frame_.source, first + i, y)];
+  Pixel gathered[kChunk];
+  for (int first = 0; first < width; first += kChunk) {
+    const int end = std::min(width, first + kChunk);
+    for (int x = first; x < end; ++x) {
+      gathered[x - first] = source[sourceColumn(frame_.record, frame_.source, x, y)];
     }
-    drawGathered(first, count);
+    const Span span{first, end - first, 0, false};
+    drawRun<Row, Pixel>(row, {gathered, output, original, first, end, &span, streaming_});
   }
 }
 
@@ -319,13 +305,15 @@ void RowEngine::drawRun(const Row& row, const Run<Pixel>& run) const {
       kernels_.run32(row, part);
     }
   };
-  const int common = std::clamp(frame_.source.width - run.firstColumn, 0, run.count);
-  if (run.original == nullptr || common == run.count) return draw(run);
+  const int common = std::clamp(frame_.source.width, run.first, run.end);
+  if (run.original == nullptr || common == run.end) return draw(run);
   Run<Pixel> blended = run;
-  blended.count = common;
+  blended.end = common;
   draw(blended);
-  draw({run.source + common, run.output + common, nullptr, run.firstColumn + common,
-        run.count - common, run.streaming});
+  Run<Pixel> rest = run;
+  rest.original = nullptr;
+  rest.first = common;
+  draw(rest);
 }
 
 }  // namespace lomix::engine

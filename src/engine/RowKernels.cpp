@@ -38,22 +38,24 @@ void runPortable(const Overlays<typename Depth::Pixel>& row,
   using Pixel = typename Depth::Pixel;
   Pixel bars = row.barsPixel;
   Pixel dark = row.darkPixel;
-  for (int i = 0; i < run.count; ++i) {
-    Pixel pixel = run.source[i];
+  const Span* span = run.spans;
+  for (int x = run.first; x < run.end; ++x) {
+    while (span->end() <= x) ++span;
+    Pixel pixel = run.source[span->source + (span->repeat ? 0 : x - span->first)];
     Depth::kPremultiply(&pixel);
     if (row.bars) Depth::kBars(&pixel, &bars);
     if (row.grain) {
-      const double v = row.grainRow.levelAt(run.firstColumn + i);
+      const double v = row.grainRow.levelAt(x);
       Pixel grain = Depth::kPixelOf({v, v, v, row.grainRow.amount});
       Depth::kOver(&pixel, &grain);
     }
     if (row.dark) Depth::kOver(&pixel, &dark);
     Depth::kUnmultiply(&pixel);
     if (row.blend && run.original != nullptr) {
-      Pixel original = run.original[i];
+      Pixel original = run.original[x];
       Depth::kLerp(&original, &pixel, row.effectAmount);
     }
-    run.output[i] = pixel;
+    run.output[x] = pixel;
   }
 }
 

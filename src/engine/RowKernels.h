@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "engine/ByteMap.h"
+#include "engine/Span.h"
 #include "hostapi/Records.h"
 
 namespace lomix::engine {
@@ -72,15 +73,16 @@ struct Row8 : Overlays<PF_Pixel> {
 
 struct Row32 : Overlays<PF_PixelFloat> {};
 
-/// Neighbouring output pixels whose source pixels are neighbours too.
+/// Neighbouring pixels of a row, and where they come from.
 template <typename Pixel>
 struct Run {
-  const Pixel* source;
-  Pixel* output;
-  const Pixel* original;  ///< Input at the output's place; null: no blend here.
-  int firstColumn;        ///< Output column of the first pixel.
-  int count;
-  bool streaming;  ///< Whether the output is better written past the caches.
+  const Pixel* source;    ///< The source's row.
+  Pixel* output;          ///< The output's row.
+  const Pixel* original;  ///< The input's row at the output's place; null: no blend here.
+  int first;              ///< Columns first ... end - 1 are drawn.
+  int end;
+  const Span* spans;  ///< In order and without gaps, for all these columns.
+  bool streaming;     ///< Whether the output is better written past the caches.
 };
 
 /// The frame that a profile is made for.

@@ -39,23 +39,23 @@ float oneUlpMore(float value) {
 
 void oneLevel(const Row8& row, const Run<PF_Pixel>& run) {
   portableKernels().run8(row, run);
-  run.output[run.count - 1].green ^= 1;
+  run.output[run.end - 1].green ^= 1;
 }
 void oneUlp(const Row32& row, const Run<PF_PixelFloat>& run) {
   portableKernels().run32(row, run);
-  run.output[run.count - 1].alpha = oneUlpMore(run.output[run.count - 1].alpha);
+  run.output[run.end - 1].alpha = oneUlpMore(run.output[run.end - 1].alpha);
 }
 void onePixelMore8(const Row8& row, const Run<PF_Pixel>& run) {
   portableKernels().run8(row, run);
-  run.output[run.count].red = 0;
+  run.output[run.end].red = 0;
 }
 void onePixelMore32(const Row32& row, const Run<PF_PixelFloat>& run) {
   portableKernels().run32(row, run);
-  run.output[run.count].red = 0.0f;
+  run.output[run.end].red = 0.0f;
 }
 void onePixelLess(const Row8& row, const Run<PF_Pixel>& run) {
   Run<PF_Pixel> shorter = run;
-  --shorter.count;
+  --shorter.end;
   portableKernels().run8(row, shorter);
 }
 void barSumOneUlpMore(const ProfileFrame& frame, int first, int count, float* scan, float* bars) {

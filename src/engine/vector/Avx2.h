@@ -108,22 +108,32 @@ struct Avx2 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_shuffle_epi8(v, toColours));
   }
 
-  // Pixels: as many as a vector holds, or fewer, whose rest is zero.
+  // Pixels: as many as a vector holds, or fewer.
 
   static constexpr int kPixels8 = 8;
   static constexpr int kPixels32 = 2;
 
+  template <typename Pixel>
+  static LOMIX_INLINE auto none() {
+    if constexpr (std::is_same_v<Pixel, PF_Pixel>)
+      return _mm256_setzero_si256();
+    else
+      return _mm256_setzero_ps();
+  }
+
   static LOMIX_INLINE Ints load(const PF_Pixel* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
   }
-  static LOMIX_INLINE Ints loadFew(const PF_Pixel* from, int count) {
-    return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), lanesBelow(count));
+  /// Pixels first ... end - 1 from there on; the others are zero and not touched.
+  static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
+    return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), lanes(first, end));
   }
+  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm256_or_si256(a, b); }
   static LOMIX_INLINE void store(PF_Pixel* to, Ints v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
   }
   static LOMIX_INLINE void storeFew(PF_Pixel* to, int count, Ints v) {
-    _mm256_maskstore_epi32(reinterpret_cast<int*>(to), lanesBelow(count), v);
+    _mm256_maskstore_epi32(reinterpret_cast<int*>(to), lanes(0, count), v);
   }
   static LOMIX_INLINE void stream(PF_Pixel* to, Ints v) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(to), v);
@@ -132,22 +142,25 @@ struct Avx2 {
   static LOMIX_INLINE Floats load(const PF_PixelFloat* from) {
     return _mm256_loadu_ps(reinterpret_cast<const float*>(from));
   }
-  static LOMIX_INLINE Floats loadFew(const PF_PixelFloat* from, int count) {
-    return _mm256_maskload_ps(reinterpret_cast<const float*>(from), lanesBelow(4 * count));
+  static LOMIX_INLINE Floats loadLanes(const PF_PixelFloat* from, int first, int end) {
+    return _mm256_maskload_ps(reinterpret_cast<const float*>(from), lanes(4 * first, 4 * end));
   }
+  static LOMIX_INLINE Floats either(Floats a, Floats b) { return _mm256_or_ps(a, b); }
   static LOMIX_INLINE void store(PF_PixelFloat* to, Floats v) {
     _mm256_storeu_ps(reinterpret_cast<float*>(to), v);
   }
   static LOMIX_INLINE void storeFew(PF_PixelFloat* to, int count, Floats v) {
-    _mm256_maskstore_ps(reinterpret_cast<float*>(to), lanesBelow(4 * count), v);
+    _mm256_maskstore_ps(reinterpret_cast<float*>(to), lanes(0, 4 * count), v);
   }
   static LOMIX_INLINE void stream(PF_PixelFloat* to, Floats v) {
     _mm256_stream_ps(reinterpret_cast<float*>(to), v);
   }
 
  private:
-  static LOMIX_INLINE __m256i lanesBelow(int count) {
-    return _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+  static LOMIX_INLINE __m256i lanes(int first, int end) {
+    const __m256i each = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    return _mm256_andnot_si256(_mm256_cmpgt_epi32(_mm256_set1_epi32(first), each),
+                               _mm256_cmpgt_epi32(_mm256_set1_epi32(end), each));
   }
 };
 

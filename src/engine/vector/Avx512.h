@@ -99,33 +99,43 @@ struct Avx512 {
   static constexpr int kPixels8 = 16;
   static constexpr int kPixels32 = 4;
 
-  static LOMIX_INLINE Ints load(const PF_Pixel* from) { return _mm512_loadu_si512(from); }
-  static LOMIX_INLINE Ints loadFew(const PF_Pixel* from, int count) {
-    return _mm512_maskz_loadu_epi32(lanesBelow(count), from);
+  template <typename Pixel>
+  static LOMIX_INLINE auto none() {
+    if constexpr (std::is_same_v<Pixel, PF_Pixel>)
+      return _mm512_setzero_si512();
+    else
+      return _mm512_setzero_ps();
   }
+
+  static LOMIX_INLINE Ints load(const PF_Pixel* from) { return _mm512_loadu_si512(from); }
+  static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
+    return _mm512_maskz_loadu_epi32(lanes(first, end), from);
+  }
+  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm512_or_si512(a, b); }
   static LOMIX_INLINE void store(PF_Pixel* to, Ints v) { _mm512_storeu_si512(to, v); }
   static LOMIX_INLINE void storeFew(PF_Pixel* to, int count, Ints v) {
-    _mm512_mask_storeu_epi32(to, lanesBelow(count), v);
+    _mm512_mask_storeu_epi32(to, lanes(0, count), v);
   }
   static LOMIX_INLINE void stream(PF_Pixel* to, Ints v) {
     _mm512_stream_si512(reinterpret_cast<__m512i*>(to), v);
   }
 
   static LOMIX_INLINE Floats load(const PF_PixelFloat* from) { return _mm512_loadu_ps(from); }
-  static LOMIX_INLINE Floats loadFew(const PF_PixelFloat* from, int count) {
-    return _mm512_maskz_loadu_ps(lanesBelow(4 * count), from);
+  static LOMIX_INLINE Floats loadLanes(const PF_PixelFloat* from, int first, int end) {
+    return _mm512_maskz_loadu_ps(lanes(4 * first, 4 * end), from);
   }
+  static LOMIX_INLINE Floats either(Floats a, Floats b) { return _mm512_or_ps(a, b); }
   static LOMIX_INLINE void store(PF_PixelFloat* to, Floats v) { _mm512_storeu_ps(to, v); }
   static LOMIX_INLINE void storeFew(PF_PixelFloat* to, int count, Floats v) {
-    _mm512_mask_storeu_ps(to, lanesBelow(4 * count), v);
+    _mm512_mask_storeu_ps(to, lanes(0, 4 * count), v);
   }
   static LOMIX_INLINE void stream(PF_PixelFloat* to, Floats v) {
     _mm512_stream_ps(reinterpret_cast<float*>(to), v);
   }
 
  private:
-  static LOMIX_INLINE __mmask16 lanesBelow(int count) {
-    return static_cast<__mmask16>((1u << count) - 1);
+  static LOMIX_INLINE __mmask16 lanes(int first, int end) {
+    return static_cast<__mmask16>((1u << end) - (1u << first));
   }
 };
 

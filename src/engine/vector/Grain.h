@@ -13,9 +13,11 @@ namespace lomix::engine {
 // Of each file's own: the same code compiled for two processors must never be taken for one.
 namespace {
 
-// Pixels whose grain is made before they are drawn. The fixed-point sums below are good for
-// kGrainChunk / 8 steps.
-constexpr int kGrainChunk = 256;
+// Pixels whose grain is made before they are drawn: as many as the fixed-point sums below are good
+// for.
+constexpr int kGrainSteps = 32;
+template <typename V>
+constexpr int kGrainChunk = V::kFloats* kGrainSteps;
 
 // v / pi as the division rounds it, for v that are single-precision numbers, neither subnormal nor
 // huge: the quotient by way of the reciprocal is off by its last bit at most, the remainder is
@@ -28,10 +30,10 @@ LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
   return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
 }
 
-// Overlay levels of count <= kGrainChunk pixels from column x on, for float worlds: the formula in
-// its own order, with another sine and cosine. Their product is good to 2^-42 of itself; where that
-// leaves its rounding to single precision open, or the product is next to nothing, the pixel is
-// done again by the formula's own functions.
+// Overlay levels of count <= kGrainChunk<V> pixels from column x on, for float worlds: the formula
+// in its own order, with another sine and cosine. Their product is good to 2^-42 of itself; where
+// that leaves its rounding to single precision open, or the product is next to nothing, the pixel
+// is done again by the formula's own functions.
 template <typename V>
 void grainLevels(const GrainRow& row, int x, int count, float* levels) {
   // In units of a double's last place: twice the polynomials' error and their roundings fit four
@@ -173,11 +175,11 @@ struct LaneTurns {
   }
 };
 
-// Overlay pixels of count <= kGrainChunk columns where the coordinates are whole numbers.
+// Overlay pixels of count <= kGrainChunk<V> columns where the coordinates are whole numbers.
 //
 // The sine's argument is then u * x + phase with u = 5 x + y, but for roundings far below a level's
 // margin: quadratic in x, so that two additions a step carry its fraction of a turn on. Each of
-// them is off by 2^-33 turns at most, and all of them by 2^-23 after the 32 steps of a chunk. The
+// them is off by 2^-33 turns at most, and all of them by 2^-23 after the steps of a chunk. The
 // cosine's argument is the rounded product of u and the row's weight. The product itself is linear
 // in x, and what its rounding took away is exactly a fused operation's result.
 //
@@ -231,7 +233,7 @@ void grainPixelsWhole(const GrainRow& row, int x, int count, std::uint32_t* pixe
 template <typename V>
 void makeGrain(const GrainRow& row, int x, int count, std::uint32_t* pixels) {
   if (row.wholeCoordinates) return grainPixelsWhole<V>(row, x, count, pixels);
-  float levels[kGrainChunk];
+  float levels[kGrainChunk<V>];
   makeGrain<V>(row, x, count, levels);
   for (int i = 0; i < count; ++i) pixels[i] = overlayPixel(levels[i]);
 }

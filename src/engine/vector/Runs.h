@@ -26,6 +26,10 @@ inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::si
 // Draws a run by a pipeline: pipeline(source pixels, their grain) and, where kBlend,
 // pipeline.blended(original pixels, effect). The grain is that of an 8-bit world as overlay pixels,
 // that of a float world as levels.
+//
+// The vectors lie at the output's boundaries, whatever the spans: one that takes pixels of several
+// spans is put together from masked loads. That is cheaper than partial vectors at both ends of
+// every span, and lets a streamed row be written in whole lines.
 template <typename V, bool kGrain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
 void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   constexpr bool k8Bit = std::is_same_v<Pixel, PF_Pixel>;
@@ -33,48 +37,78 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   using Grain = std::conditional_t<k8Bit, std::uint32_t, float>;
   // Hardware fetches ahead within a page only.
   constexpr std::size_t kFetchAhead = 2048;
-  const Pixel* const source = run.source;
-  const Pixel* const original = run.original;
   Pixel* const output = run.output;
+  const Pixel* const original = run.original;
   // With a vector's room behind them, because fewer pixels take a whole vector of grain.
-  alignas(64) Grain grain[kGrain ? kGrainChunk + kPixels : 1];
-  if constexpr (kGrain) std::fill_n(grain + kGrainChunk, kPixels, Grain{});
+  constexpr int kGrainColumns = kGrainChunk<V>;
+  alignas(64) Grain grain[kGrain ? kGrainColumns + kPixels : 1];
+  if constexpr (kGrain) std::fill_n(grain + kGrainColumns, kPixels, Grain{});
+  alignas(64) Pixel repeated[kPixels];
 
-  const auto pixelsAt = [&, source, original](int at, int level) LOMIX_INLINE_LAMBDA {
-    const auto pixels = pipeline(V::load(source + at), grain + level);
-    if constexpr (!kBlend) return pixels;
-    return pipeline.blended(V::load(original + at), pixels);
+  const Span* span = run.spans;
+  // Column x of the span comes from source[offset + step * x].
+  const Pixel* source = run.source;
+  std::ptrdiff_t offset = 0;
+  std::ptrdiff_t step = 1;
+  const auto enterSpanOf = [&](int x) {
+    while (span->end() <= x) ++span;
+    if (span->repeat) std::fill_n(repeated, kPixels, run.source[span->source]);
+    source = span->repeat ? repeated : run.source;
+    offset = span->repeat ? 0 : span->source - span->first;
+    step = span->repeat ? 0 : 1;
   };
-  // Masked, not by way of a buffer: a load from a buffer just filled would wait for all the
-  // streaming stores before it.
-  const auto drawFew = [&](int at, int count, int level) {
-    auto pixels = pipeline(V::loadFew(source + at, count), grain + level);
-    if constexpr (kBlend) pixels = pipeline.blended(V::loadFew(original + at, count), pixels);
-    V::storeFew(output + at, count, pixels);
+  const auto effectOn = [&](const auto& pixels, int x, int level) LOMIX_INLINE_LAMBDA {
+    const auto effect = pipeline(pixels, grain + level);
+    if constexpr (!kBlend) return effect;
+    return pipeline.blended(V::load(original + x), effect);
   };
-
-  int done = 0;
-  while (done < run.count) {
-    // With grain in chunks that its buffer holds, else all at once.
-    const int chunk = kGrain ? std::min(run.count - done, kGrainChunk) : run.count - done;
-    if constexpr (kGrain) makeGrain<V>(row.grainRow, run.firstColumn + done, chunk, grain);
-    const int few = run.streaming ? pixelsToBoundary(output + done, kPixels * sizeof(Pixel),
-                                                     sizeof(Pixel), chunk)
-                                  : -1;
-    if (few > 0) drawFew(done, few, 0);
-    int i = std::max(few, 0);
-    if (few >= 0) {
-      for (; i + kPixels <= chunk; i += kPixels) {
-        _mm_prefetch(reinterpret_cast<const char*>(source + done + i) + kFetchAhead, _MM_HINT_T0);
-        V::stream(output + done + i, pixelsAt(done + i, i));
-      }
-    } else {
-      for (; i + kPixels <= chunk; i += kPixels) {
-        V::store(output + done + i, pixelsAt(done + i, i));
-      }
+  // Count <= kPixels columns, of any number of spans. Masked, not by way of a buffer: a load from a
+  // buffer just filled would wait for all the streaming stores before it.
+  const auto drawFew = [&](int x, int count, int level, bool streaming) {
+    auto pixels = V::template none<Pixel>();
+    for (int lane = 0; lane < count;) {
+      enterSpanOf(x + lane);
+      const int last = std::min(span->end() - x, count);
+      pixels = V::either(pixels, V::loadLanes(source + (offset + step * x), lane, last));
+      lane = last;
     }
-    if (i < chunk) drawFew(done + i, chunk - i, i);
-    done += chunk;
+    auto effect = pipeline(pixels, grain + level);
+    if constexpr (kBlend) {
+      effect = pipeline.blended(V::loadLanes(original + x, 0, count), effect);
+    }
+    if (streaming && count == kPixels) return V::stream(output + x, effect);
+    V::storeFew(output + x, count, effect);
+  };
+
+  const int head = pixelsToBoundary(output + run.first, kPixels * sizeof(Pixel), sizeof(Pixel),
+                                    run.end - run.first);
+  const bool streaming = run.streaming && head >= 0;
+  int x = run.first;
+  while (x < run.end) {
+    // With grain in chunks that its buffer holds, else all at once.
+    const int most = kGrain ? kGrainColumns : run.end - x;
+    const int chunk = x;
+    const int end = x == run.first && head > 0 ? x + head : std::min(run.end, x + most);
+    if constexpr (kGrain) makeGrain<V>(row.grainRow, chunk, end - chunk, grain);
+    while (x < end) {
+      enterSpanOf(x);
+      const int whole = std::min(end, span->end()) - kPixels;
+      if (streaming) {
+        for (; x <= whole; x += kPixels) {
+          const Pixel* const from = source + (offset + step * x);
+          _mm_prefetch(reinterpret_cast<const char*>(from) + kFetchAhead, _MM_HINT_T0);
+          V::stream(output + x, effectOn(V::load(from), x, x - chunk));
+        }
+      } else {
+        for (; x <= whole; x += kPixels) {
+          V::store(output + x, effectOn(V::load(source + (offset + step * x)), x, x - chunk));
+        }
+      }
+      if (x == end) break;
+      const int few = std::min(kPixels, end - x);
+      drawFew(x, few, x - chunk, streaming);
+      x += few;
+    }
   }
 }
 
