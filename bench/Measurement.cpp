@@ -89,8 +89,8 @@ Pictures::Pictures(int depth, const Size& size)
 }
 
 Json measureCell(const Look& look, Pictures& pictures, const std::string& name, const Plan& plan) {
-  Scene opaque(look, pictures.opaque, pictures.output, plan.clock);
-  Scene mixed(look, pictures.mixed, pictures.output, plan.clock);
+  Scene opaque(look, pictures.opaque, pictures.output, *plan.kernels, plan.clock);
+  Scene mixed(look, pictures.mixed, pictures.output, *plan.kernels, plan.clock);
   const PF_LayerDef& world = pictures.output.world;
   const int formulaStep = rowStep(world, plan.formulaPixels);
   const int kernelStep = rowStep(world, plan.kernelPixels);
@@ -105,9 +105,12 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
                        [&opaque, threads] { return opaque.engine(threads); }});
   }
 
-  Scene(look, pictures.mixed, pictures.reference, plan.clock).formulas(1);
+  const auto makeReference = [&](const Picture& source) {
+    Scene(look, source, pictures.reference, *plan.kernels, plan.clock).formulas(1);
+  };
+  makeReference(pictures.mixed);
   verify(mixedEngine, pictures, 1, name);
-  Scene(look, pictures.opaque, pictures.reference, plan.clock).formulas(1);
+  makeReference(pictures.opaque);
   for (const Path& engine : engines) verify(engine, pictures, 1, name);
   verify(formulas, pictures, formulaStep, name);
   verify(kernel, pictures, kernelStep, name);

@@ -8,6 +8,7 @@
 #include "bench/Pairing.h"
 #include "bench/Picture.h"
 #include "bench/Scene.h"
+#include "engine/RowKernels.h"
 
 namespace lomix::bench {
 
@@ -19,6 +20,7 @@ struct Size {
 
 struct Plan {
   Clock clock = wallClock;
+  const engine::RowKernels* kernels = &engine::bestKernels();  ///< The row engine's.
   std::vector<Size> sizes;
   std::vector<int> threads;  ///< Counts that the row engine is run with, 1 first.
   Effort engineEffort;       ///< For the row engine against the memory copy,

@@ -57,9 +57,11 @@ std::vector<std::vector<char>> occupyHeap(unsigned frame) {
 
 }  // namespace
 
-Scene::Scene(const Look& look, const Picture& source, Picture& output, Clock clock)
+Scene::Scene(const Look& look, const Picture& source, Picture& output,
+             const engine::RowKernels& kernels, Clock clock)
     : in_(premiereCall(source.world.width, source.world.height)),
       smartInput_(smartInputOf(source.depth())),
+      kernels_(kernels),
       clock_(clock),
       scalars_(scalarsOf(look)),
       source_(source),
@@ -76,9 +78,10 @@ double Scene::engine(int threads) {
   const Stopwatch watch(clock_);
   const int height = output_.world.height;
   LomixStruct record = scalars_;
-  engine::fillProfiles(record, height, effect_.invYDown, -record.time, engine::bestKernels());
+  engine::fillProfiles(record, height, effect_.invYDown, -record.time, kernels_);
   const engine::RowEngine rows({std::move(record), source_.world, output_.world, source_.depth(),
-                                effect_.invXDown, effect_.invYDown});
+                                effect_.invXDown, effect_.invYDown},
+                               kernels_);
   std::vector<std::thread> helpers;
   for (int i = 1; i < threads; ++i) {
     helpers.emplace_back([&rows, height, i, threads] {

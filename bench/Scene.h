@@ -5,6 +5,7 @@
 
 #include "bench/Pairing.h"
 #include "bench/Picture.h"
+#include "engine/RowKernels.h"
 #include "kernel/Lomix.h"
 #include "signal/LomixStruct.h"
 
@@ -31,7 +32,8 @@ inline constexpr std::array<Look, 4> kLooks{{
 class Scene {
  public:
   /// The pictures must outlive the scene and be of the same size and depth.
-  Scene(const Look& look, const Picture& source, Picture& output, Clock clock);
+  Scene(const Look& look, const Picture& source, Picture& output, const engine::RowKernels& kernels,
+        Clock clock);
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
@@ -55,6 +57,7 @@ class Scene {
   PF_OutData out_{};
   PF_SmartRenderInput smartInput_{};
   PF_SmartRenderExtra extra_{&smartInput_, nullptr};
+  const engine::RowKernels& kernels_;
   Clock clock_;
   LomixStruct scalars_{};
   const Picture& source_;

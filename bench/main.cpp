@@ -1,6 +1,7 @@
 // The benchmark: verifies that every path draws the same pixels, times them, prints two tables.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "bench/Measurement.h"
 #include "engine/RowKernels.h"
@@ -32,7 +34,7 @@ std::string processorName() {
 Json machineJson(const Plan& plan) {
   return {{"processor", processorName()},
           {"hardwareThreads", std::thread::hardware_concurrency()},
-          {"rowKernels", engine::bestKernels().name},
+          {"rowKernels", plan.kernels->name},
           {"clock", plan.clock == wallClock ? "wall" : "processor"}};
 }
 
@@ -104,6 +106,20 @@ class ResultFile {
   std::ofstream stream_;
 };
 
+std::vector<std::string> kernelNames() {
+  std::vector<std::string> names;
+  for (const engine::RowKernels* kernels : engine::availableKernels()) {
+    names.emplace_back(kernels->name);
+  }
+  return names;
+}
+
+const engine::RowKernels* kernelsOf(const std::string& name) {
+  const auto all = engine::availableKernels();
+  return *std::find_if(all.begin(), all.end(),
+                       [&name](const auto* kernels) { return kernels->name == name; });
+}
+
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
@@ -161,14 +177,19 @@ int main(int argc, char** argv) {
   bool processorTime = false;
   std::string filter;
   std::string jsonFile;
+  std::string kernels = lomix::engine::bestKernels().name;
   app.add_flag("--quick", quick, "Small frames, few turns: whether all works, not how fast");
   app.add_flag("--processor-time", processorTime,
                "Count only the time in which the process runs, on one thread: for a busy machine");
   app.add_option("--filter", filter, "Only cells whose name (LOOK/DEPTH/SIZE) contains this");
+  app.add_option("--kernels", kernels, "The row engine's code")
+      ->check(CLI::IsMember(lomix::bench::kernelNames()))
+      ->capture_default_str();
   app.add_option("--json", jsonFile, "Write the results to this file");
   try {
     app.parse(argc, argv);
     lomix::bench::Plan plan = quick ? lomix::bench::quickPlan() : lomix::bench::fullPlan();
+    plan.kernels = lomix::bench::kernelsOf(kernels);
     if (processorTime) {
       plan.clock = lomix::bench::processorClock;
       plan.threads = {1};

@@ -85,10 +85,17 @@ const RowKernels& portableKernels() {
   return kKernels;
 }
 
+std::vector<const RowKernels*> availableKernels() {
+  std::vector<const RowKernels*> kernels;
+  for (const RowKernels* vectors : {avx512Kernels(), avx2Kernels()}) {
+    if (vectors != nullptr) kernels.push_back(vectors);
+  }
+  kernels.push_back(&portableKernels());
+  return kernels;
+}
+
 const RowKernels& bestKernels() {
-  static const RowKernels& best = avx512Kernels() != nullptr ? *avx512Kernels()
-                                  : avx2Kernels() != nullptr ? *avx2Kernels()
-                                                             : portableKernels();
+  static const RowKernels& best = *availableKernels().front();
   return best;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "engine/ByteMap.h"
 #include "engine/Span.h"
@@ -113,7 +114,10 @@ const RowKernels* avx2Kernels();
 /// VBMI).
 const RowKernels* avx512Kernels();
 
-/// The fastest of them for this processor, chosen once.
+/// All that run on this processor, the fastest first.
+std::vector<const RowKernels*> availableKernels();
+
+/// The first of them, chosen once.
 const RowKernels& bestKernels();
 
 }  // namespace lomix::engine

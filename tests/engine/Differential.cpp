@@ -224,15 +224,6 @@ class FrameComparison {
 
 }  // namespace
 
-std::vector<const RowKernels*> allKernels() {
-  std::vector<const RowKernels*> kernels;
-  for (const RowKernels* some : {engine::avx512Kernels(), engine::avx2Kernels()}) {
-    if (some != nullptr) kernels.push_back(some);
-  }
-  kernels.push_back(&engine::portableKernels());
-  return kernels;
-}
-
 Outcome compareFrames(const Options& options) {
   constexpr std::uint64_t kPieces = 0x70696563;  // A stream beside the frame's own.
   const auto start = std::chrono::steady_clock::now();

@@ -30,7 +30,4 @@ struct Outcome {
 /// Compares profiles, pixels and the memory around them, byte for byte, up to the first difference.
 Outcome compareFrames(const Options& options);
 
-/// Every set of row kernels that this processor runs, the fastest first.
-std::vector<const engine::RowKernels*> allKernels();
-
 }  // namespace lomix::differential

@@ -45,7 +45,7 @@ void setKernels(Options& options, std::string_view name) {
     throw std::invalid_argument("--kernels: '" + std::string(name) + "' is none (see --help)");
   }
   options.kernels.clear();
-  for (const auto* kernels : lomix::differential::allKernels()) {
+  for (const auto* kernels : lomix::engine::availableKernels()) {
     if (name == "all" || name == kernels->name) options.kernels.push_back(kernels);
   }
 }
@@ -53,7 +53,7 @@ void setKernels(Options& options, std::string_view name) {
 int run(int argc, char** argv) {
   Options options;
   options.pixels = 200'000'000;
-  options.kernels = lomix::differential::allKernels();
+  options.kernels = lomix::engine::availableKernels();
   bool expectDifference = false;
   for (int i = 1; i < argc; ++i) {
     const std::string_view option = argv[i];

@@ -24,7 +24,7 @@ using engine::Run;
 TEST(Differential, RowsAreTheKernelsBytes) {
   Options options;
   options.seconds = LOMIX_DIFFERENTIAL_SECONDS;
-  options.kernels = allKernels();
+  options.kernels = engine::availableKernels();
   const Outcome outcome = compareFrames(options);
   EXPECT_EQ(outcome.difference, "");
   EXPECT_GT(outcome.frames, 50u);
