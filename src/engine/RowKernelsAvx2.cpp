@@ -138,9 +138,8 @@ class Pipeline8 {
         darkAlpha_(row.dark, row.darkPixel.alpha),
         effectAmount_(_mm256_set1_ps(row.effectAmount * 0x1p-16f)) {}
 
-  // levels: the grain's overlay pixels, where kGrain.
-  LOMIX_INLINE __m256i operator()(__m256i source, const std::uint32_t* levels) const {
-    const __m256i grain = kGrain ? Avx2::load(levels) : _mm256_setzero_si256();
+  // grain: overlay pixels, where kGrain.
+  LOMIX_INLINE __m256i operator()(__m256i source, const auto& grain) const {
     const __m256i full = _mm256_cmpeq_epi8(source, _mm256_set1_epi8(-1));
     if ((_mm256_movemask_epi8(full) & kAlphaBytes) == kAlphaBytes) {
       // 255 * v >> 8 is v - 1, but 0 for 0.
@@ -184,7 +183,7 @@ class Pipeline8 {
                                                _mm256_cvtepi32_ps(original)));
   }
 
-  LOMIX_INLINE __m256i overlaid(__m256i premultiplied, __m256i grain) const {
+  LOMIX_INLINE __m256i overlaid(__m256i premultiplied, const auto& grain) const {
     __m256i colours = map_(premultiplied);
     if constexpr (kGrain) {
       colours = _mm256_add_epi8(colours, grain);
@@ -245,12 +244,7 @@ class Pipeline8 {
 
 template <typename Map, bool kGrain>
 void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
-  const Pipeline8<Map, kGrain> pipeline(row, map);
-  if (row.blend && run.original != nullptr) {
-    drawRun<Avx2, kGrain, true>(row, run, pipeline);
-  } else {
-    drawRun<Avx2, kGrain, false>(row, run, pipeline);
-  }
+  run8By<Avx2, kGrain>(row, run, Pipeline8<Map, kGrain>(row, map));
 }
 
 template <typename Map>
@@ -260,7 +254,9 @@ void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
 }
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
-  if (!row.vectorSafe) return portableKernels().run8(row, run);
+  if (!row.vectorSafe || (row.grain && !row.grainRow.reducible)) {
+    return portableKernels().run8(row, run);
+  }
   // Grain always comes with a map, of the weight that it leaves to the picture.
   if (row.colourMap == nullptr) return run8WithMap<NoMap, false>(row, run, NoMap{});
   switch (row.colourMap->bitSets()) {
@@ -293,8 +289,8 @@ class Pipeline32 {
         darkLeft_(_mm256_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm256_set1_ps(row.effectAmount)) {}
 
-  // levels: the grain of both pixels, where kGrain.
-  LOMIX_INLINE __m256 operator()(__m256 source, const float* levels) const {
+  // grain: each pixel's level in all its channels, where kGrain.
+  LOMIX_INLINE __m256 operator()(__m256 source, const auto& grain) const {
     const __m256 ones = _mm256_set1_ps(1.0f);
     const __m256 full = _mm256_cmp_ps(source, ones, _CMP_EQ_OQ);
     __m256 pixels = source;
@@ -308,9 +304,7 @@ class Pipeline32 {
     }
     if constexpr (kBars) pixels = hardLight(pixels);
     if constexpr (kGrain) {
-      const __m256 overlay =
-          _mm256_set_m128(_mm_broadcast_ss(levels + 1), _mm_broadcast_ss(levels));
-      pixels = _mm256_add_ps(_mm256_mul_ps(grainLeft_, pixels), colourLanes(grainAmount_, overlay));
+      pixels = _mm256_add_ps(_mm256_mul_ps(grainLeft_, pixels), colourLanes(grainAmount_, grain));
     }
     if constexpr (kDark) pixels = _mm256_add_ps(_mm256_mul_ps(darkLeft_, pixels), darkPixel_);
     const __m256 left = _mm256_cmp_ps(pixels, ones, _CMP_EQ_OQ);

@@ -108,13 +108,13 @@ class Pipeline8 {
         darkAlpha_(row.dark, row.darkPixel.alpha),
         effectAmount_(_mm512_set1_ps(row.effectAmount * 0x1p-16f)) {}
 
-  // levels: the grain's overlay pixels, where kGrain.
-  LOMIX_INLINE __m512i operator()(__m512i source, const std::uint32_t* levels) const {
+  // grain: overlay pixels, where kGrain.
+  LOMIX_INLINE __m512i operator()(__m512i source, const auto& grain) const {
     const __mmask64 translucent =
         _mm512_mask_cmpneq_epi8_mask(kAlphaBytes, source, _mm512_set1_epi8(-1));
     if (translucent == 0) {
       // 255 * v >> 8 is v - 1, but 0 for 0.
-      const __m512i colours = overlaid(_mm512_subs_epu8(source, _mm512_set1_epi8(1)), levels);
+      const __m512i colours = overlaid(_mm512_subs_epu8(source, _mm512_set1_epi8(1)), grain);
       return _mm512_mask_mov_epi8(finish_(colours), kAlphaBytes, opaqueAlpha_);
     }
     // Each pixel's alpha as the words of its four channels.
@@ -124,7 +124,7 @@ class Pipeline8 {
         _mm_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
     const __m512i premultiplied = productsBy256(source, _mm512_shuffle_epi8(source, lowAlphas),
                                                 _mm512_shuffle_epi8(source, highAlphas));
-    __m512i colours = overlaid(premultiplied, levels);
+    __m512i colours = overlaid(premultiplied, grain);
     if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
     return unmultiply(colours, _mm512_and_si512(source, _mm512_set1_epi32(255)));
   }
@@ -138,10 +138,10 @@ class Pipeline8 {
   }
 
  private:
-  LOMIX_INLINE __m512i overlaid(__m512i premultiplied, const std::uint32_t* levels) const {
+  LOMIX_INLINE __m512i overlaid(__m512i premultiplied, const auto& grain) const {
     const __m512i colours = colours_(premultiplied);
-    if constexpr (!kGrain) return colours;
-    return _mm512_add_epi8(colours, Avx512::load(levels));
+    if constexpr (kGrain) return _mm512_add_epi8(colours, grain);
+    return colours;
   }
 
   LOMIX_INLINE __m512i blendedWords(__m512i original, __m512i effect) const {
@@ -200,15 +200,11 @@ class Pipeline8 {
 template <bool kGrain, typename Colours, typename Finish>
 void run8With(const Row8& row, const Run<PF_Pixel>& run, const Colours& colours,
               const Finish& finish) {
-  const Pipeline8<Colours, Finish, kGrain> pipeline(row, colours, finish);
-  if (row.blend && run.original != nullptr) {
-    drawRun<Avx512, kGrain, true>(row, run, pipeline);
-  } else {
-    drawRun<Avx512, kGrain, false>(row, run, pipeline);
-  }
+  run8By<Avx512, kGrain>(row, run, Pipeline8<Colours, Finish, kGrain>(row, colours, finish));
 }
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
+  if (row.grain && !row.grainRow.reducible) return portableKernels().run8(row, run);
   // Grain always comes with a map, of the weight that it leaves to the picture.
   if (row.colourMap == nullptr) return run8With<false>(row, run, NoTable{}, NoTable{});
   const TableVector colours(row.colourMap->table());
@@ -238,8 +234,8 @@ class Pipeline32 {
         darkLeft_(_mm512_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm512_set1_ps(row.effectAmount)) {}
 
-  // levels: the grain of the pixels, where kGrain.
-  LOMIX_INLINE __m512 operator()(__m512 source, const float* levels) const {
+  // grain: each pixel's level in all its channels, where kGrain.
+  LOMIX_INLINE __m512 operator()(__m512 source, const auto& grain) const {
     __m512 pixels = source;
     // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
     // no unmultiplying.
@@ -251,10 +247,7 @@ class Pipeline32 {
     }
     if constexpr (kBars) pixels = hardLight(pixels);
     if constexpr (kGrain) {
-      const __m512i each = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
-      const __m512 level =
-          _mm512_permutexvar_ps(each, _mm512_castps128_ps512(_mm_loadu_ps(levels)));
-      const __m512 overlay = _mm512_mask_mov_ps(level, kAlphaLanes, grainAmount_);
+      const __m512 overlay = _mm512_mask_mov_ps(grain, kAlphaLanes, grainAmount_);
       pixels = _mm512_add_ps(_mm512_mul_ps(grainLeft_, pixels), overlay);
     }
     if constexpr (kDark) pixels = _mm512_add_ps(_mm512_mul_ps(darkLeft_, pixels), darkPixel_);

@@ -1,8 +1,10 @@
-// The quotient by pi that the vector code forms without a division.
+// The quotients that the vector code forms without a division.
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <random>
 
 #include "engine/vector/Grain.h"
 
@@ -25,6 +27,29 @@ TEST(DividedByPi, IsTheRoundedQuotient) {
   for (int significand = kFirst; significand < 2 * kFirst; ++significand) {
     const double v = significand;
     if (dividedByPi<Scalar>(v) != v / kPi) ++different;
+  }
+  EXPECT_EQ(different, 0);
+}
+
+// Numerators at random, and next to the middle between two quotients, where rounding is decided.
+TEST(DividedBy, IsTheRoundedQuotient) {
+  std::mt19937_64 random(1);
+  const auto significand = [&random](int bits) {
+    return static_cast<double>(random() >> (64 - bits) | std::uint64_t{1} << (bits - 1));
+  };
+  int different = 0;
+  const auto compare = [&different](double n, double y) {
+    if (dividedBy<Scalar>(n, y, 1.0 / y) != n / y) ++different;
+  };
+  for (int i = 0; i < 3'000'000; ++i) {
+    const double y = significand(1 + i % 24);
+    compare(significand(53), y);
+    // The product by half a unit more than a quotient's significand, to both sides of it.
+    const double quotient = significand(53);
+    const double middle = std::fma(quotient, y, 0.5 * y);
+    for (const double n : {std::nextafter(middle, 0.0), middle, std::nextafter(middle, 0x1p100)}) {
+      compare(n, y);
+    }
   }
   EXPECT_EQ(different, 0);
 }

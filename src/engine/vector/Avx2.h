@@ -69,6 +69,7 @@ struct Avx2 {
     return static_cast<unsigned>(_mm_movemask_ps(_mm_cmpneq_ps(a, b)));
   }
   static LOMIX_INLINE void store(float* to, Singles v) { _mm_storeu_ps(to, v); }
+  static LOMIX_INLINE Singles load(const float* from) { return _mm_loadu_ps(from); }
 
   static LOMIX_INLINE Floats floats(float v) { return _mm256_set1_ps(v); }
   static LOMIX_INLINE Floats add(Floats a, Floats b) { return _mm256_add_ps(a, b); }
@@ -78,6 +79,9 @@ struct Avx2 {
   static LOMIX_INLINE Floats fms(Floats a, Floats b, Floats c) { return _mm256_fmsub_ps(a, b, c); }
   static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
     return _mm256_fnmadd_ps(a, b, c);
+  }
+  static LOMIX_INLINE Floats absolute(Floats v) {
+    return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
   }
   /// 0, 1, 2, ...
   static LOMIX_INLINE Floats counted() { return _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7); }
@@ -94,18 +98,24 @@ struct Avx2 {
     return _mm256_slli_epi32(v, kBits);
   }
   static LOMIX_INLINE Ints truncated(Floats v) { return _mm256_cvttps_epi32(v); }
+  static LOMIX_INLINE Ints truncated(Doubles a, Doubles b) {
+    return _mm256_set_m128i(_mm256_cvttpd_epi32(b), _mm256_cvttpd_epi32(a));
+  }
   static LOMIX_INLINE Ints rounded(Floats v) { return _mm256_cvtps_epi32(v); }
   static LOMIX_INLINE unsigned differing(Ints a, Ints b) {
     const __m256 same = _mm256_castsi256_ps(_mm256_cmpeq_epi32(a, b));
     return static_cast<unsigned>(_mm256_movemask_ps(same)) ^ 0xFFu;
   }
-  /// Writes each lane's low byte as the three colours of a pixel, over an alpha of 0.
-  static LOMIX_INLINE void storeGreys(std::uint32_t* to, Ints v) {
+  /// Each lane's low byte as the three colours of a pixel, over an alpha of 0.
+  static LOMIX_INLINE Ints greys(Ints v) {
     constexpr char kNone = -128;
     const __m256i toColours =
         _mm256_setr_epi8(kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12,  //
                          kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_shuffle_epi8(v, toColours));
+    return _mm256_shuffle_epi8(v, toColours);
+  }
+  static LOMIX_INLINE void store(std::uint32_t* to, Ints v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
   }
 
   // Pixels: as many as a vector holds, or fewer.
@@ -139,6 +149,14 @@ struct Avx2 {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(to), v);
   }
 
+  /// The kPart-th of the vectors that have each of these values in all channels of a pixel.
+  template <int kPart>
+  static LOMIX_INLINE Floats eachPixel(Singles v) {
+    constexpr int kFirst = kPart * kPixels32;
+    return _mm256_permutevar8x32_ps(_mm256_castps128_ps256(v),
+                                    _mm256_setr_epi32(kFirst, kFirst, kFirst, kFirst, kFirst + 1,
+                                                      kFirst + 1, kFirst + 1, kFirst + 1));
+  }
   static LOMIX_INLINE Floats load(const PF_PixelFloat* from) {
     return _mm256_loadu_ps(reinterpret_cast<const float*>(from));
   }

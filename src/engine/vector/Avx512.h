@@ -63,6 +63,7 @@ struct Avx512 {
     return _mm256_cmp_ps_mask(a, b, _CMP_NEQ_UQ);
   }
   static LOMIX_INLINE void store(float* to, Singles v) { _mm256_storeu_ps(to, v); }
+  static LOMIX_INLINE Singles load(const float* from) { return _mm256_loadu_ps(from); }
 
   static LOMIX_INLINE Floats floats(float v) { return _mm512_set1_ps(v); }
   static LOMIX_INLINE Floats add(Floats a, Floats b) { return _mm512_add_ps(a, b); }
@@ -73,6 +74,7 @@ struct Avx512 {
   static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
     return _mm512_fnmadd_ps(a, b, c);
   }
+  static LOMIX_INLINE Floats absolute(Floats v) { return _mm512_abs_ps(v); }
   static LOMIX_INLINE Floats counted() {
     return _mm512_setr_ps(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
   }
@@ -87,14 +89,19 @@ struct Avx512 {
     return _mm512_slli_epi32(v, kBits);
   }
   static LOMIX_INLINE Ints truncated(Floats v) { return _mm512_cvttps_epi32(v); }
+  static LOMIX_INLINE Ints truncated(Doubles a, Doubles b) {
+    return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvttpd_epi32(a)),
+                              _mm512_cvttpd_epi32(b), 1);
+  }
   static LOMIX_INLINE Ints rounded(Floats v) { return _mm512_cvtps_epi32(v); }
   static LOMIX_INLINE unsigned differing(Ints a, Ints b) { return _mm512_cmpneq_epi32_mask(a, b); }
-  static LOMIX_INLINE void storeGreys(std::uint32_t* to, Ints v) {
+  static LOMIX_INLINE Ints greys(Ints v) {
     constexpr char kNone = -128;
     const __m512i toColours = _mm512_broadcast_i32x4(
         _mm_setr_epi8(kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12));
-    _mm512_storeu_si512(to, _mm512_shuffle_epi8(v, toColours));
+    return _mm512_shuffle_epi8(v, toColours);
   }
+  static LOMIX_INLINE void store(std::uint32_t* to, Ints v) { _mm512_storeu_si512(to, v); }
 
   static constexpr int kPixels8 = 16;
   static constexpr int kPixels32 = 4;
@@ -120,6 +127,12 @@ struct Avx512 {
     _mm512_stream_si512(reinterpret_cast<__m512i*>(to), v);
   }
 
+  template <int kPart>
+  static LOMIX_INLINE Floats eachPixel(Singles v) {
+    const __m512i each = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+    return _mm512_permutexvar_ps(_mm512_add_epi32(each, _mm512_set1_epi32(kPart * kPixels32)),
+                                 _mm512_castps256_ps512(v));
+  }
   static LOMIX_INLINE Floats load(const PF_PixelFloat* from) { return _mm512_loadu_ps(from); }
   static LOMIX_INLINE Floats loadLanes(const PF_PixelFloat* from, int first, int end) {
     return _mm512_maskz_loadu_ps(lanes(4 * first, 4 * end), from);

@@ -1,10 +1,13 @@
 // The grain's overlay levels in vectors.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "engine/RowKernels.h"
+#include "engine/vector/Inline.h"
 #include "engine/vector/Sine.h"
 #include "geometry/Truncate.h"
 #include "kernel/Grain.h"
@@ -13,11 +16,11 @@ namespace lomix::engine {
 // Of each file's own: the same code compiled for two processors must never be taken for one.
 namespace {
 
-// Pixels whose grain is made before they are drawn: as many as the fixed-point sums below are good
-// for.
-constexpr int kGrainSteps = 32;
-template <typename V>
-constexpr int kGrainChunk = V::kFloats* kGrainSteps;
+// What lies over the pixels of a row: Grain classes make it for kColumns columns at a time, from
+// the column on that they were made for, and for up to kMostColumns columns. part<n>() is what the
+// nth vector of pixels of these needs, from 0 on.
+
+struct NoGrain {};
 
 // v / pi as the division rounds it, for v that are single-precision numbers, neither subnormal nor
 // huge: the quotient by way of the reciprocal is off by its last bit at most, the remainder is
@@ -30,33 +33,67 @@ LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
   return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
 }
 
-// Overlay levels of count <= kGrainChunk<V> pixels from column x on, for float worlds: the formula
-// in its own order, with another sine and cosine. Their product is good to 2^-42 of itself; where
-// that leaves its rounding to single precision open, or the product is next to nothing, the pixel
-// is done again by the formula's own functions.
+// n / y as the division rounds it, for a y of single precision whose rounded reciprocal is inverse,
+// and neither subnormal nor huge numbers: the first quotient is off by less than two units of its
+// last place, so that its remainder, a multiple of the product of both last places, is exact with
+// y's few bits. What the correction then rounds is off by 2^-51 of that unit. No quotient comes so
+// near the middle between two doubles: one that is not the middle keeps 2^-25 away from it, again
+// because of y's 24 bits, and one that is would have a numerator of 54.
 template <typename V>
-void grainLevels(const GrainRow& row, int x, int count, float* levels) {
-  // In units of a double's last place: twice the polynomials' error and their roundings fit four
-  // times.
-  constexpr long long kMargin = 1 << 12;
-  constexpr long long kBelowSingle = (1LL << 29) - 1;
-  constexpr long long kHalfway = 1LL << 28;
-  constexpr double kTiny = 1e-30;
-  const auto pi = V::doubles(kPi);
-  const auto inversePi = V::doubles(1.0 / kPi);
-  const auto round = V::doubles(kRound);
-  const auto half = V::doubles(0.5);
-  const auto y = V::singles(row.yFull);
-  const auto wideY = V::doubles(row.yFull);
+LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Doubles y,
+                                           typename V::Doubles inverse) {
+  const auto quotient = V::mul(n, inverse);
+  return V::fma(V::fnma(quotient, y, n), inverse, quotient);
+}
 
-  for (int done = 0; done < count; done += V::kDoubles) {
-    const auto column = V::countedFrom(x + kGrainOrigin + done);
-    const auto xFull = V::narrow(V::mul(column, V::doubles(row.invXDown)));
-    const auto u = V::fma(xFull, V::singles(kGrainRate), y);
-    const auto v = V::widen(V::mul(u, V::singles(row.yWeight)));
+// Does the doubtful lanes again by the formula.
+LOMIX_APART void redoLevels(const GrainRow& row, int x, unsigned doubtful, float* levels) {
+  for (; doubtful != 0; doubtful &= doubtful - 1) {
+    const int lane = std::countr_zero(doubtful);
+    levels[lane] = row.levelAt(x + lane);
+  }
+}
+
+// Levels for float worlds: the formula in its own order, with another sine and cosine. Their
+// product is good to 2^-42 of itself; where that leaves its rounding to single precision open, or
+// the product is next to nothing, the pixel is done again by the formula's own functions.
+// row: reducible.
+template <typename V>
+class LevelGrain {
+ public:
+  static constexpr int kColumns = V::kDoubles;
+  static constexpr int kMostColumns = std::numeric_limits<int>::max();
+
+  LOMIX_INLINE LevelGrain(const GrainRow& row, int x)
+      : row_(row),
+        x_(x),
+        column_(V::countedFrom(x + kGrainOrigin)),
+        xStep_(V::doubles(row.invXDown)),
+        y_(V::singles(row.yFull)),
+        wideY_(V::doubles(row.yFull)),
+        inverseY_(V::doubles(1.0 / row.yFull)),
+        yWeight_(V::singles(row.yWeight)),
+        phase_(V::doubles(row.phase)),
+        amount_(V::singles(row.amount)) {}
+
+  LOMIX_INLINE typename V::Singles next() {
+    // In units of a double's last place: twice the polynomials' error and their roundings fit four
+    // times.
+    constexpr long long kMargin = 1 << 12;
+    constexpr long long kBelowSingle = (1LL << 29) - 1;
+    constexpr long long kHalfway = 1LL << 28;
+    constexpr double kTiny = 1e-30;
+    const auto inversePi = V::doubles(1.0 / kPi);
+    const auto round = V::doubles(kRound);
+    const auto half = V::doubles(0.5);
+
+    const auto xFull = V::narrow(V::mul(column_, xStep_));
+    const auto u = V::fma(xFull, V::singles(kGrainRate), y_);
+    const auto v = V::widen(V::mul(u, yWeight_));
     auto slope = dividedByPi<V>(V::widen(u));
-    slope = V::div(V::mul(V::mul(slope, V::widen(xFull)), pi), wideY);
-    const auto a = V::fma(slope, wideY, V::doubles(row.phase));
+    slope = V::mul(V::mul(slope, V::widen(xFull)), V::doubles(kPi));
+    slope = dividedBy<V>(slope, wideY_, inverseY_);
+    const auto a = V::fma(slope, wideY_, phase_);
 
     const auto turnsA = V::fma(a, inversePi, round);
     const auto sineA = oddPolynomial<V>(reduced<V>(a, V::sub(turnsA, round)), kSine7);
@@ -68,68 +105,78 @@ void grainLevels(const GrainRow& row, int x, int count, float* levels) {
     const auto sign = V::exclusiveOr(odd, V::doubles(-0.0));
     const auto product = V::exclusiveOr(V::mul(sineA, cosineV), sign);
 
-    const auto grain = V::max(V::narrow(product), V::singles(0.0f));
-    V::store(levels + done, V::mul(grain, V::singles(row.amount)));
+    auto levels = V::mul(V::max(V::narrow(product), V::singles(0.0f)), amount_);
     // Distance of the bits below single precision from the rounding boundary, counted from the
     // margin's lower end.
     const unsigned doubtful = V::bitsBelow(product, kMargin - kHalfway, kBelowSingle, 2 * kMargin) |
                               V::nearZero(product, kTiny);
-    if (doubtful != 0) {
-      for (int lane = 0; lane < V::kDoubles; ++lane) {
-        if ((doubtful >> lane & 1) != 0) levels[done + lane] = row.levelAt(x + done + lane);
-      }
+    if (doubtful != 0) [[unlikely]] {
+      float lanes[V::kDoubles];
+      V::store(lanes, levels);
+      redoLevels(row_, x_, doubtful, lanes);
+      levels = V::load(lanes);
     }
+    column_ = V::add(column_, V::doubles(V::kDoubles));
+    x_ += V::kDoubles;
+    return levels;
   }
-}
 
-// Overlay levels of float worlds by the fastest safe way. The buffer holds a multiple of the lanes.
+  /// Each pixel's level in all its channels.
+  template <int kPart>
+  static LOMIX_INLINE typename V::Floats part(typename V::Singles levels) {
+    return V::template eachPixel<kPart>(levels);
+  }
+
+ private:
+  const GrainRow& row_;
+  int x_;
+  typename V::Doubles column_, xStep_;
+  typename V::Singles y_;
+  typename V::Doubles wideY_, inverseY_;
+  typename V::Singles yWeight_;
+  typename V::Doubles phase_;
+  typename V::Singles amount_;
+};
+
+// The same levels as overlay pixels of 8-bit worlds: a level in the three colours over an alpha of
+// zero.
 template <typename V>
-void makeGrain(const GrainRow& row, int x, int count, float* levels) {
-  if (row.reducible) return grainLevels<V>(row, x, count, levels);
-  for (int i = 0; i < count; ++i) levels[i] = row.levelAt(x + i);
-}
+class LevelGrain8 {
+ public:
+  static constexpr int kColumns = V::kFloats;
+  static constexpr int kMostColumns = LevelGrain<V>::kMostColumns;
 
-inline std::uint32_t overlayByteOf(float level) {
-  return truncateToByte(static_cast<double>(level) * 255.0);
-}
+  LOMIX_INLINE LevelGrain8(const GrainRow& row, int x) : levels_(row, x) {}
 
-// A level in the three colour bytes of a pixel.
-inline std::uint32_t overlayPixel(float level) { return overlayByteOf(level) * 0x01010100u; }
+  LOMIX_INLINE typename V::Ints next() {
+    const auto byte = V::doubles(255.0);
+    const auto first = V::mul(V::widen(levels_.next()), byte);
+    const auto second = V::mul(V::widen(levels_.next()), byte);
+    return V::greys(V::truncated(first, second));
+  }
+  template <int kPart>
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
+    return pixels;
+  }
 
-// sin(pi * s) = s * (1 - s^2) * Q(s^2) and cos(pi * s) = (1 - 4 s^2) * R(s^2) for |s| <= 1, with
-// the zeros split off. Errors 3.4e-9 and 3.2e-8.
-constexpr float kSineTurns[] = {3.1415926443388464f,   -2.026119460046103f,
-                                0.5240361177064186f,   -0.07518716921432848f,
-                                0.006860079849114026f, -0.00038589475405223847f};
-constexpr float kCosineTurns[] = {0.9999999888292004f,   -0.9348013957741542f,
-                                  0.31949390669805466f,  -0.05720903735277324f,
-                                  0.006253822001992074f, -0.00040396178199970896f};
+ private:
+  LevelGrain<V> levels_;
+};
 
+// sin(pi * w) = w * P(w * w) for |w| <= 1/2. Error 4.9e-8.
+constexpr float kSineTerms[] = {3.1415925025939941f, -5.1677069664001465f, 2.5500314235687256f,
+                                -0.59804517030715942f, 0.077220134437084198f};
+
+// The negative sine of an angle less a quarter of a turn, which is the cosine less half a turn.
+// turns: that angle in fractions of 2^32 of a turn. Its magnitude, from 0 to half a turn, less a
+// quarter: that folds the turn at the two places where the sine turns back.
 template <typename V>
-LOMIX_INLINE typename V::Floats polynomial(typename V::Floats z, const float (&terms)[6]) {
-  auto sum = V::floats(terms[5]);
-  for (int i = 4; i >= 0; --i) sum = V::fma(sum, z, V::floats(terms[i]));
-  return sum;
-}
-
-// Half turns from -1 to 1, of turns as fractions of 2^32.
-template <typename V>
-LOMIX_INLINE typename V::Floats halfTurns(typename V::Ints turns) {
-  return V::mul(V::converted(turns), V::floats(0x1p-31f));
-}
-
-template <typename V>
-LOMIX_INLINE typename V::Floats sineOfTurns(typename V::Ints turns) {
-  const auto s = halfTurns<V>(turns);
-  const auto z = V::mul(s, s);
-  return V::mul(V::fnma(z, s, s), polynomial<V>(z, kSineTurns));
-}
-
-template <typename V>
-LOMIX_INLINE typename V::Floats cosineOfTurns(typename V::Ints turns) {
-  const auto s = halfTurns<V>(turns);
-  const auto z = V::mul(s, s);
-  return V::mul(V::fnma(z, V::floats(4.0f), V::floats(1.0f)), polynomial<V>(z, kCosineTurns));
+LOMIX_INLINE typename V::Floats foldedSine(typename V::Ints turns) {
+  const auto w = V::fma(V::absolute(V::converted(turns)), V::floats(0x1p-31f), V::floats(-0.5f));
+  const auto z = V::mul(w, w);
+  auto sum = V::floats(kSineTerms[4]);
+  for (int i = 3; i >= 0; --i) sum = V::fma(sum, z, V::floats(kSineTerms[i]));
+  return V::mul(w, sum);
 }
 
 // The upper half of a fixed-point number, rounded.
@@ -137,8 +184,9 @@ inline std::uint32_t upperHalf(std::uint64_t v) {
   return static_cast<std::uint32_t>((v + 0x80000000u) >> 32);
 }
 
-// Angles of neighbouring columns in turns, as fractions of 2^32: where each lane starts, what its
-// first step adds, and what every step adds to the step. Whole turns drop out of the top.
+// Angles of neighbouring columns in turns, as fractions of 2^32, the sine's less a quarter: where
+// each lane starts, what its first step adds, and what every step adds to the step. Whole turns
+// drop out of the top.
 template <typename V>
 struct LaneTurns {
   std::uint32_t sine[V::kFloats];
@@ -149,6 +197,7 @@ struct LaneTurns {
 
   LaneTurns(const GrainRow& row, std::uint64_t column) {
     constexpr std::uint64_t kTurnsPerRadian = 0x28be60db9391054a;  // 2^64 / (2 pi)
+    constexpr std::uint64_t kQuarterTurn = std::uint64_t{1} << 62;
     constexpr std::uint64_t kRate = 5;
     static_assert(static_cast<float>(kRate) == kGrainRate);
     const std::uint64_t lane = row.xStep;
@@ -157,7 +206,8 @@ struct LaneTurns {
     const auto slopeOver = [&](std::uint64_t x, std::uint64_t by) {
       return kTurnsPerRadian * ((kRate * (2 * x + by) + row.yWhole) * by);
     };
-    std::uint64_t at = kTurnsPerRadian * ((kRate * column + row.yWhole) * column) + row.phaseTurns;
+    std::uint64_t at =
+        kTurnsPerRadian * ((kRate * column + row.yWhole) * column) + row.phaseTurns - kQuarterTurn;
     std::uint64_t toNext = slopeOver(column, lane);
     std::uint64_t slope = slopeOver(column, step);
     std::uint64_t weighted = row.weightTurns * (kRate * column + row.yWhole);
@@ -175,68 +225,95 @@ struct LaneTurns {
   }
 };
 
-// Overlay pixels of count <= kGrainChunk<V> columns where the coordinates are whole numbers.
+// Does the doubtful lanes again by the formula.
+LOMIX_APART void redoPixels(const GrainRow& row, int x, unsigned doubtful, std::uint32_t* pixels) {
+  for (; doubtful != 0; doubtful &= doubtful - 1) {
+    const int lane = std::countr_zero(doubtful);
+    const double level = row.levelAt(x + lane);
+    pixels[lane] = truncateToByte(level * 255.0) * 0x01010100u;
+  }
+}
+
+// Overlay pixels of 8-bit worlds whose coordinates are whole numbers.
 //
 // The sine's argument is then u * x + phase with u = 5 x + y, but for roundings far below a level's
 // margin: quadratic in x, so that two additions a step carry its fraction of a turn on. Each of
-// them is off by 2^-33 turns at most, and all of them by 2^-23 after the steps of a chunk. The
-// cosine's argument is the rounded product of u and the row's weight. The product itself is linear
-// in x, and what its rounding took away is exactly a fused operation's result.
+// them is off by 2^-33 turns at most, and all of them by 2^-23 after kSteps. The cosine's argument
+// is the rounded product of u and the row's weight. The product itself is linear in x, and what its
+// rounding took away is exactly a fused operation's result.
 //
 // The level is all that matters, so single precision and a margin do for nearly all pixels; the
 // others are done by the formula.
 template <typename V>
-void grainPixelsWhole(const GrainRow& row, int x, int count, std::uint32_t* pixels) {
-  const std::uint64_t column = static_cast<std::uint64_t>(x + kGrainOrigin) * row.xStep;
-  const LaneTurns<V> start(row, column);
-  auto sineTurns = V::load(start.sine);
-  auto sineStep = V::load(start.sineStep);
-  const auto sineCurve = V::ints(start.sineCurve);
-  auto productTurns = V::load(start.cosine);
-  const auto productStep = V::ints(start.cosineStep);
+class WholeGrain {
+  static constexpr int kSteps = 32;
 
-  const auto uPerLane = kGrainRate * static_cast<float>(row.xStep);
-  const auto uStep = V::floats(uPerLane * V::kFloats);
-  auto u = V::fma(V::counted(), V::floats(uPerLane),
-                  V::floats(kGrainRate * static_cast<float>(column) + row.yFull));
-  const auto yWeight = V::floats(row.yWeight);
-  // Of a coarser unit, because the rounding may be off by some turns.
-  constexpr int kCoarseBits = 4;
-  const auto coarseTurns = V::floats(static_cast<float>(0x1p28 / (2.0 * kPi)));
-  const auto scale = V::floats(row.amount * 255.0f);
-  const auto margin = V::floats(row.levelMargin);
+ public:
+  static constexpr int kColumns = V::kFloats;
+  static constexpr int kMostColumns = kSteps * kColumns;
 
-  for (int done = 0; done < count; done += V::kFloats) {
-    const auto v = V::mul(u, yWeight);
-    const auto taken = V::rounded(V::mul(V::fms(u, yWeight, v), coarseTurns));
-    const auto cosineTurns = V::sub(productTurns, V::template shiftedLeft<kCoarseBits>(taken));
+  LOMIX_INLINE WholeGrain(const GrainRow& row, int x)
+      : WholeGrain(row, x, static_cast<std::uint64_t>(x + kGrainOrigin) * row.xStep) {}
+
+  LOMIX_INLINE typename V::Ints next() {
+    // Of a coarser unit, because the rounding may be off by some turns.
+    constexpr int kCoarseBits = 4;
+    const auto coarseTurns = V::floats(static_cast<float>(0x1p28 / (2.0 * kPi)));
+    const auto v = V::mul(u_, yWeight_);
+    const auto taken = V::rounded(V::mul(V::fms(u_, yWeight_, v), coarseTurns));
+    const auto cosineTurns = V::sub(productTurns_, V::template shiftedLeft<kCoarseBits>(taken));
+    // Both are negative, their product is not.
     const auto grain =
-        V::max(V::mul(sineOfTurns<V>(sineTurns), cosineOfTurns<V>(cosineTurns)), V::floats(0.0f));
-    const auto least = V::truncated(V::fms(grain, scale, margin));
-    const auto most = V::truncated(V::fma(grain, scale, margin));
-    V::storeGreys(pixels + done, least);
-    if (const unsigned doubtful = V::differing(least, most); doubtful != 0) {
-      for (int lane = 0; lane < V::kFloats; ++lane) {
-        if ((doubtful >> lane & 1) != 0) {
-          pixels[done + lane] = overlayPixel(row.levelAt(x + done + lane));
-        }
-      }
+        V::max(V::mul(foldedSine<V>(sineTurns_), foldedSine<V>(cosineTurns)), V::floats(0.0f));
+    const auto least = V::truncated(V::fms(grain, scale_, margin_));
+    const auto most = V::truncated(V::fma(grain, scale_, margin_));
+    auto pixels = V::greys(least);
+    if (const unsigned doubtful = V::differing(least, most); doubtful != 0) [[unlikely]] {
+      std::uint32_t lanes[V::kFloats];
+      V::store(lanes, pixels);
+      redoPixels(row_, x_, doubtful, lanes);
+      pixels = V::load(lanes);
     }
-    sineTurns = V::add(sineTurns, sineStep);
-    sineStep = V::add(sineStep, sineCurve);
-    productTurns = V::add(productTurns, productStep);
-    u = V::add(u, uStep);
+    sineTurns_ = V::add(sineTurns_, sineStep_);
+    sineStep_ = V::add(sineStep_, sineCurve_);
+    productTurns_ = V::add(productTurns_, productStep_);
+    u_ = V::add(u_, uStep_);
+    x_ += V::kFloats;
+    return pixels;
   }
-}
 
-// Overlay pixels of 8-bit worlds by the fastest safe way. The buffer holds a multiple of the lanes.
-template <typename V>
-void makeGrain(const GrainRow& row, int x, int count, std::uint32_t* pixels) {
-  if (row.wholeCoordinates) return grainPixelsWhole<V>(row, x, count, pixels);
-  float levels[kGrainChunk<V>];
-  makeGrain<V>(row, x, count, levels);
-  for (int i = 0; i < count; ++i) pixels[i] = overlayPixel(levels[i]);
-}
+  template <int kPart>
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
+    return pixels;
+  }
+
+ private:
+  // column: of x, at full resolution.
+  LOMIX_INLINE WholeGrain(const GrainRow& row, int x, std::uint64_t column)
+      : row_(row),
+        x_(x),
+        uStep_(V::floats(kGrainRate * static_cast<float>(row.xStep) * V::kFloats)),
+        yWeight_(V::floats(row.yWeight)),
+        scale_(V::floats(row.amount * 255.0f)),
+        margin_(V::floats(row.levelMargin)) {
+    const float uPerLane = kGrainRate * static_cast<float>(row.xStep);
+    u_ = V::fma(V::counted(), V::floats(uPerLane),
+                V::floats(kGrainRate * static_cast<float>(column) + row.yFull));
+    const LaneTurns<V> start(row, column);
+    sineTurns_ = V::load(start.sine);
+    sineStep_ = V::load(start.sineStep);
+    sineCurve_ = V::ints(start.sineCurve);
+    productTurns_ = V::load(start.cosine);
+    productStep_ = V::ints(start.cosineStep);
+  }
+
+  const GrainRow& row_;
+  int x_;
+  typename V::Floats u_, uStep_, yWeight_;
+  typename V::Ints sineTurns_, sineStep_, sineCurve_;
+  typename V::Ints productTurns_, productStep_;
+  typename V::Floats scale_, margin_;
+};
 
 }  // namespace
 }  // namespace lomix::engine

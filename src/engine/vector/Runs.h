@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "engine/RowKernels.h"
 #include "engine/vector/Grain.h"
@@ -23,29 +25,42 @@ inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::si
   return std::min(count, static_cast<int>((vectorBytes - past) % vectorBytes / pixelBytes));
 }
 
+// No grain, for as many pixels as a vector holds.
+template <int kPixels>
+struct Ungrained {
+  static constexpr int kColumns = kPixels;
+  static constexpr int kMostColumns = std::numeric_limits<int>::max();
+
+  Ungrained(const GrainRow&, int) {}
+  NoGrain next() { return {}; }
+  template <int kPart>
+  static NoGrain part(NoGrain none) {
+    return none;
+  }
+};
+
 // Draws a run by a pipeline: pipeline(source pixels, their grain) and, where kBlend,
-// pipeline.blended(original pixels, effect). The grain is that of an 8-bit world as overlay pixels,
-// that of a float world as levels.
+// pipeline.blended(original pixels, effect). What the grain of some pixels is depends on Grain.
 //
 // The vectors lie at the output's boundaries, whatever the spans: one that takes pixels of several
 // spans is put together from masked loads. That is cheaper than partial vectors at both ends of
 // every span, and lets a streamed row be written in whole lines.
-template <typename V, bool kGrain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
+template <typename V, typename Grain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
 void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
-  constexpr bool k8Bit = std::is_same_v<Pixel, PF_Pixel>;
-  constexpr int kPixels = k8Bit ? V::kPixels8 : V::kPixels32;
-  using Grain = std::conditional_t<k8Bit, std::uint32_t, float>;
+  constexpr int kPixels = std::is_same_v<Pixel, PF_Pixel> ? V::kPixels8 : V::kPixels32;
+  constexpr int kColumns = Grain::kColumns;
+  constexpr auto kParts = std::make_integer_sequence<int, kColumns / kPixels>{};
+  static_assert(kColumns % kPixels == 0);
   // Hardware fetches ahead within a page only.
   constexpr std::size_t kFetchAhead = 2048;
   Pixel* const output = run.output;
   const Pixel* const original = run.original;
-  // With a vector's room behind them, because fewer pixels take a whole vector of grain.
-  constexpr int kGrainColumns = kGrainChunk<V>;
-  alignas(64) Grain grain[kGrain ? kGrainColumns + kPixels : 1];
-  if constexpr (kGrain) std::fill_n(grain + kGrainColumns, kPixels, Grain{});
-  alignas(64) Pixel repeated[kPixels];
+  const int head = pixelsToBoundary(output + run.first, kPixels * sizeof(Pixel), sizeof(Pixel),
+                                    run.end - run.first);
+  const bool streaming = run.streaming && head >= 0;
 
   const Span* span = run.spans;
+  alignas(64) Pixel repeated[kPixels];
   // Column x of the span comes from source[offset + step * x].
   const Pixel* source = run.source;
   std::ptrdiff_t offset = 0;
@@ -57,14 +72,10 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
     offset = span->repeat ? 0 : span->source - span->first;
     step = span->repeat ? 0 : 1;
   };
-  const auto effectOn = [&](const auto& pixels, int x, int level) LOMIX_INLINE_LAMBDA {
-    const auto effect = pipeline(pixels, grain + level);
-    if constexpr (!kBlend) return effect;
-    return pipeline.blended(V::load(original + x), effect);
-  };
+
   // Count <= kPixels columns, of any number of spans. Masked, not by way of a buffer: a load from a
   // buffer just filled would wait for all the streaming stores before it.
-  const auto drawFew = [&](int x, int count, int level, bool streaming) {
+  const auto drawFew = [&](int x, int count, const auto& grain) {
     auto pixels = V::template none<Pixel>();
     for (int lane = 0; lane < count;) {
       enterSpanOf(x + lane);
@@ -72,50 +83,64 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
       pixels = V::either(pixels, V::loadLanes(source + (offset + step * x), lane, last));
       lane = last;
     }
-    auto effect = pipeline(pixels, grain + level);
+    auto effect = pipeline(pixels, grain);
     if constexpr (kBlend) {
       effect = pipeline.blended(V::loadLanes(original + x, 0, count), effect);
     }
     if (streaming && count == kPixels) return V::stream(output + x, effect);
     V::storeFew(output + x, count, effect);
   };
+  const auto drawSome = [&]<int... kPart>(int x, int end, const auto& grain,
+                                          std::integer_sequence<int, kPart...>) {
+    const auto drawPart = [&](int at, const auto& part) {
+      if (at < end) drawFew(at, std::min(kPixels, end - at), part);
+    };
+    (drawPart(x + kPart * kPixels, Grain::template part<kPart>(grain)), ...);
+  };
+  // All of a span.
+  const auto drawAll = [&]<bool kStream, int... kPart>(
+      int x, const auto& grain, std::bool_constant<kStream>, std::integer_sequence<int, kPart...>)
+      LOMIX_INLINE_LAMBDA {
+    const auto drawPart = [&](int at, const auto& part) LOMIX_INLINE_LAMBDA {
+      const Pixel* const from = source + (offset + step * at);
+      auto effect = pipeline(V::load(from), part);
+      if constexpr (kBlend) effect = pipeline.blended(V::load(original + at), effect);
+      if constexpr (kStream) {
+        _mm_prefetch(reinterpret_cast<const char*>(from) + kFetchAhead, _MM_HINT_T0);
+        V::stream(output + at, effect);
+      } else {
+        V::store(output + at, effect);
+      }
+    };
+    (drawPart(x + kPart * kPixels, Grain::template part<kPart>(grain)), ...);
+  };
 
-  const int head = pixelsToBoundary(output + run.first, kPixels * sizeof(Pixel), sizeof(Pixel),
-                                    run.end - run.first);
-  const bool streaming = run.streaming && head >= 0;
   int x = run.first;
   while (x < run.end) {
-    // With grain in chunks that its buffer holds, else all at once.
-    const int most = kGrain ? kGrainColumns : run.end - x;
-    const int chunk = x;
-    const int end = x == run.first && head > 0 ? x + head : std::min(run.end, x + most);
-    if constexpr (kGrain) makeGrain<V>(row.grainRow, chunk, end - chunk, grain);
+    const int most = x == run.first && head > 0 ? head : Grain::kMostColumns;
+    const int end = run.end - x > most ? x + most : run.end;
+    Grain grain(row.grainRow, x);
     while (x < end) {
       enterSpanOf(x);
-      const int whole = std::min(end, span->end()) - kPixels;
+      const int last = std::min(end, span->end()) - kColumns;
       if (streaming) {
-        for (; x <= whole; x += kPixels) {
-          const Pixel* const from = source + (offset + step * x);
-          _mm_prefetch(reinterpret_cast<const char*>(from) + kFetchAhead, _MM_HINT_T0);
-          V::stream(output + x, effectOn(V::load(from), x, x - chunk));
-        }
+        for (; x <= last; x += kColumns) drawAll(x, grain.next(), std::true_type{}, kParts);
       } else {
-        for (; x <= whole; x += kPixels) {
-          V::store(output + x, effectOn(V::load(source + (offset + step * x)), x, x - chunk));
-        }
+        for (; x <= last; x += kColumns) drawAll(x, grain.next(), std::false_type{}, kParts);
       }
       if (x == end) break;
-      const int few = std::min(kPixels, end - x);
-      drawFew(x, few, x - chunk, streaming);
-      x += few;
+      drawSome(x, end, grain.next(), kParts);
+      x += kColumns;
     }
+    x = end;
   }
 }
 
 template <typename V, template <bool, bool, bool> class Pipeline, bool kBars, bool kGrain,
           bool kDark, bool kBlend>
 void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
-  drawRun<V, kGrain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
+  using Grain = std::conditional_t<kGrain, LevelGrain<V>, Ungrained<V::kPixels32>>;
+  drawRun<V, Grain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
 }
 
 // Turns a row's flags into template arguments, one after the other.
@@ -133,8 +158,28 @@ void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* fl
 // A float run by a pipeline for what the row has switched on: Pipeline<bars, grain, dark>(row).
 template <typename V, template <bool, bool, bool> class Pipeline>
 void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  if (row.grain && !row.grainRow.reducible) return portableKernels().run32(row, run);
   const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
   run32Chosen<V, Pipeline>(row, run, flags);
+}
+
+// An 8-bit run by a pipeline. row: with a reducible grain, if any.
+template <typename V, bool kGrain, typename Pipeline>
+void run8By(const Row8& row, const Run<PF_Pixel>& run, const Pipeline& pipeline) {
+  const auto draw = [&]<typename Grain>(const Grain*) {
+    if (row.blend && run.original != nullptr) {
+      drawRun<V, Grain, true>(row, run, pipeline);
+    } else {
+      drawRun<V, Grain, false>(row, run, pipeline);
+    }
+  };
+  if constexpr (!kGrain) {
+    draw(static_cast<const Ungrained<V::kPixels8>*>(nullptr));
+  } else if (row.grainRow.wholeCoordinates) {
+    draw(static_cast<const WholeGrain<V>*>(nullptr));
+  } else {
+    draw(static_cast<const LevelGrain8<V>*>(nullptr));
+  }
 }
 
 }  // namespace
