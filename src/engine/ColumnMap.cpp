@@ -13,21 +13,27 @@ constexpr std::size_t kMaxSlidSpans = 8;
 // Far beyond any picture, and far enough below the integers' limits to add up freely.
 constexpr double kMaxColumn = 1 << 24;
 
-// Where the map from slid columns to source columns may bend.
+// The way from slid columns to source columns in whole numbers, and where it may bend.
 //
-// Between its bends the map is either constant (the clamp) or goes on by one column a step. The
-// wrap and the clamp bend at whole columns that are known. The displacement truncates the rounded
-// difference column - shift. With shift = whole + part, part in [0, 1), the exact difference of
-// column s is (s - whole) - part. Where part is 0 it is a whole number and exact. Otherwise
-// truncation toward zero gives s - whole - 1 for s > whole and s - whole for s <= whole
-// (truncation, unlike floor, makes that bend), as long as rounding the difference to single
-// precision does not carry it onto a whole number. The rounding is at most 2^-24 of the difference,
-// so a part that keeps 2^-22 of the largest difference away from 0 and 1 is safe four times over.
-class Bends {
+// Between its bends it is either constant (the clamp) or goes on by one column a step. The wrap and
+// the clamp bend at whole columns that are known. The displacement truncates the rounded difference
+// column - shift. With shift = whole + part, part in [0, 1), the exact difference of column s is
+// (s - whole) - part. Where part is 0 it is a whole number and exact. Otherwise truncation toward
+// zero gives s - whole - 1 for s > whole and s - whole for s <= whole (truncation, unlike floor,
+// makes that bend), as long as rounding the difference to single precision does not carry it onto a
+// whole number. The rounding is at most 2^-24 of the difference, so a part that keeps 2^-22 of the
+// largest difference away from 0 and 1 is safe four times over. The other steps are exact in single
+// precision for columns below 2^23.
+class WholeColumns {
  public:
   // For columns lowest ... highest, and what a wrap makes of them.
-  Bends(bool displaced, float shift, int width, int lowest, int highest)
-      : lowest_(lowest), highest_(highest) {
+  WholeColumns(const LomixStruct& record, int width, bool displaced, float shift, int lowest,
+               int highest)
+      : width_(width),
+        displaced_(displaced),
+        tile_(record.distortionMode == kTileMode),
+        lowest_(lowest),
+        highest_(highest) {
     const double wide = displaced ? shift : 0.0;
     const double reach = std::max(std::abs(lowest - wide), std::abs(highest - wide)) + 2.0 * width;
     constexpr double kExactColumns = 1 << 23;
@@ -37,18 +43,28 @@ class Bends {
     const double guard = reach * 0x1p-22;
     if (part != 0.0 && (part < guard || part > 1.0 - guard)) return;
     known_ = true;
+    whole_ = static_cast<int>(floor);
+    beyondWhole_ = part != 0.0 ? 1 : 0;
 
-    // All of them lie at an edge of the source, or at one moved by the shift, give or take a width
+    // All bends lie at an edge of the source, or at one moved by the shift, give or take a width
     // for the wrap before or after.
-    const int whole = static_cast<int>(floor);
     for (int turn = -1; turn <= 2; ++turn) {
       add(turn * width);
-      add(turn * width + whole);
-      add(turn * width + whole + 1);
+      add(turn * width + whole_);
+      add(turn * width + whole_ + 1);
     }
   }
 
+  // Whether the rest of this may be asked.
   bool known() const { return known_; }
+
+  // What sourceColumnOfSlid() says of a column.
+  int sourceOf(int slid) const {
+    int column = displaced_ && tile_ ? displacedWhole(slid) : slid;
+    column = wrapOnce(column, width_);
+    if (displaced_ && !tile_) column = displacedWhole(column);
+    return std::clamp(column, 0, width_ - 1);
+  }
 
   // The first bend after column, or end where none comes before it.
   int next(int column, int end) const {
@@ -59,13 +75,21 @@ class Bends {
   }
 
  private:
+  int displacedWhole(int column) const {
+    return column - whole_ - (column > whole_ ? beyondWhole_ : 0);
+  }
   void add(int column) {
     if (column > lowest_ && column <= highest_) at_[size_++] = column;
   }
 
+  int width_;
+  bool displaced_;
+  bool tile_;
   int lowest_;
   int highest_;
   bool known_ = false;
+  int whole_ = 0;
+  int beyondWhole_ = 0;
   int size_ = 0;
   int at_[12];
 };
@@ -103,19 +127,16 @@ bool ColumnMap::spansOfRow(int y, SpanList& spans) const {
   const int width = source_.width;
   const bool displaced = isDisplaced(record_, y);
   const float shift = displaced ? rowShift(record_, y, width) : 0.0f;
-  const Bends bends(displaced, shift, width, lowest_, highest_);
-  if (!bends.known()) return false;
+  const WholeColumns columns(record_, width, displaced, shift, lowest_, highest_);
+  if (!columns.known()) return false;
 
-  const auto sourceOf = [&](int slid) {
-    return sourceColumnOfSlid(record_, slid, width, displaced, shift);
-  };
   for (const SlidSpan& slid : slid_) {
     const int end = slid.source + slid.count;
     for (int column = slid.source; column < end;) {
-      const int next = bends.next(column, end);
+      const int next = columns.next(column, end);
       const int count = next - column;
-      const int source = sourceOf(column);
-      const int last = sourceOf(next - 1);
+      const int source = columns.sourceOf(column);
+      const int last = columns.sourceOf(next - 1);
       const bool repeat = last == source;
       if (!repeat && last - source != count - 1) return false;
       if (!spans.add({slid.first + (column - slid.source), count, source, repeat})) return false;

@@ -193,19 +193,22 @@ void RowEngine::prepareOpaqueEnds() {
   opaqueEnds_[1] = endOf(alpha, grainAlpha_ > 0 ? darkAlpha : 0);
 }
 
+// Grain lies between the bars and the scanlines, which then have to wait for it.
 std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
-  return static_cast<std::size_t>((bars ? barsLevel : kNoBars) * 2 + (dark ? 1 : 0));
+  const bool darkened = dark && grainAlpha_ == 0;
+  return static_cast<std::size_t>((bars ? barsLevel : kNoBars) * 2 + (darkened ? 1 : 0));
 }
 
 void RowEngine::prepareColourMaps() {
   ByteTable identity;
   std::iota(identity.begin(), identity.end(), std::uint8_t{0});
   mapOfSlot_.assign(2 * (kNoBars + 1), -1);
+  const LomixStruct& record = frame_.record;
+  if (!(record.barsOverlay > 0.0f) && !(record.scanlineOverlay > 0.0f) && grainAlpha_ == 0) return;
   for (int y = 0; y < frame_.output.height; ++y) {
     Row8 row;
     setBarsAndDark(row, y);
     const bool dark = row.dark && row.darkPixel.alpha > 0;
-    // Grain lies between the bars and the scanlines, which then have to wait for it.
     const int weightAlpha = grainAlpha_ > 0 ? grainAlpha_ : (dark ? row.darkPixel.alpha : 0);
     int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
     if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
