@@ -114,6 +114,9 @@ RowEngine::RowEngine(Frame frame, const RowKernels& kernels)
   if (frame_.depth != 8) return;
   prepareOpaqueEnds();
   prepareColourMaps();
+  if (!kernels_.byTable || !(frame_.record.effectAmount < 1.0f)) return;
+  blendMap_.emplace(frame_.record.effectAmount);
+  if (!blendMap_->exact()) blendMap_.reset();
 }
 
 void RowEngine::drawRows(int first, int last) const {
@@ -165,6 +168,7 @@ void RowEngine::finishRow(Row8& row) const {
   const int map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, row.dark)];
   row.colourMap = map < 0 ? nullptr : &maps_[static_cast<std::size_t>(map)];
   row.finish = &end.finish;
+  row.blendMap = blendMap_ ? &*blendMap_ : nullptr;
   const bool lines = end.unmultFactor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
   row.vectorSafe = kernels_.byTable || lines;
 }

@@ -1,6 +1,7 @@
 // The row engine: the kernel's pixels, rows at a time.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "engine/ByteMap.h"
@@ -68,6 +69,7 @@ class RowEngine {
   std::uint8_t grainAlpha_ = 0;
   // 8-bit colour maps by bar level and scanline, made for the levels that the frame has.
   std::vector<ByteMap> maps_;
+  std::optional<BlendMap> blendMap_;
   std::vector<int> mapOfSlot_;
 };
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "engine/BlendMap.h"
 #include "engine/ByteMap.h"
 #include "engine/Span.h"
 #include "hostapi/Records.h"
@@ -67,6 +68,8 @@ struct Row8 : Overlays<PF_Pixel> {
   std::uint16_t unmultFactor = 0;
   /// What becomes of an opaque pixel's colour after colourMap and grain.
   const ByteTable* finish = nullptr;
+  /// The blend by effectAmount, or null where only its formula will do.
+  const BlendMap* blendMap = nullptr;
   /// Whether colourMap and unmultFactor reproduce this row exactly; else the pixels are drawn one
   /// by one.
   bool vectorSafe = false;
@@ -101,7 +104,8 @@ struct RowKernels {
   void (*rowSums)(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums);
   /// Makes what the calling thread streamed visible before whatever it writes next.
   void (*finishStreaming)();
-  bool byTable = false;  ///< Whether run8 looks colours up and needs no lines of a ByteMap.
+  /// Whether run8 looks colours and blends up: it needs no lines of a ByteMap, but a BlendMap.
+  bool byTable = false;
 };
 
 /// What every processor runs.

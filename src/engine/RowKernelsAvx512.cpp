@@ -21,6 +21,7 @@
 #include <cmath>
 #include <cstdint>
 #include <numbers>
+#include <numeric>
 #include <type_traits>
 
 #include "engine/Processor.h"
@@ -54,6 +55,15 @@ class TableVector {
   explicit TableVector(const ByteTable& table)
       : quarters_{_mm512_loadu_si512(table.data()), _mm512_loadu_si512(table.data() + 64),
                   _mm512_loadu_si512(table.data() + 128), _mm512_loadu_si512(table.data() + 192)} {}
+  // What a function makes of all bytes.
+  template <typename Function>
+  static TableVector of(const Function& function) {
+    ByteTable all;
+    std::iota(all.begin(), all.end(), std::uint8_t{0});
+    TableVector table(all);
+    for (__m512i& quarter : table.quarters_) quarter = function(quarter);
+    return table;
+  }
 
   LOMIX_INLINE __m512i operator()(__m512i bytes) const {
     const __m512i lower = _mm512_permutex2var_epi8(quarters_[0], bytes, quarters_[1]);
@@ -65,8 +75,98 @@ class TableVector {
   __m512i quarters_[4];
 };
 
-struct NoTable {
-  LOMIX_INLINE __m512i operator()(__m512i bytes) const { return bytes; }
+// 255 * v >> 8 is v - 1, but 0 for 0.
+LOMIX_INLINE __m512i premultipliedOpaque(__m512i colours) {
+  return _mm512_subs_epu8(colours, _mm512_set1_epi8(1));
+}
+
+// What an opaque pixel's colours become on a row without grain: of bars and scanlines, or of
+// nothing.
+struct Overlaid {
+  TableVector colours;
+  explicit Overlaid(const Row8& row)
+      : colours(TableVector::of([&row](__m512i bytes) {
+          const TableVector map(row.colourMap->table());
+          return TableVector(*row.finish)(map(premultipliedOpaque(bytes)));
+        })) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, NoGrain) const { return colours(source); }
+};
+struct Untouched {
+  explicit Untouched(const Row8&) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, NoGrain) const {
+    return premultipliedOpaque(source);
+  }
+};
+// The same with grain between bars and scanlines.
+struct Grained {
+  TableVector colours;
+  TableVector finish;
+  explicit Grained(const Row8& row)
+      : colours(TableVector::of([&row](__m512i bytes) {
+          return TableVector(row.colourMap->table())(premultipliedOpaque(bytes));
+        })),
+        finish(*row.finish) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, __m512i grain) const {
+    return finish(_mm512_add_epi8(colours(source), grain));
+  }
+};
+
+// The blend of effect and original, by tables or else by its formula.
+class Blend {
+ public:
+  explicit Blend(const Row8& row)
+      : byTable_(row.blendMap != nullptr),
+        amount_(_mm512_set1_ps(row.effectAmount * 0x1p-16f)),
+        rise_(byTable_ ? row.blendMap->rise() : ByteTable{}),
+        fall_(byTable_ ? row.blendMap->fall() : ByteTable{}),
+        limit_(byTable_ ? row.blendMap->limit() : ByteTable{}),
+        limitsRise_(byTable_ && row.blendMap->limitsRise()),
+        limitsFall_(byTable_ && row.blendMap->limitsFall()) {}
+
+  LOMIX_INLINE __m512i operator()(__m512i original, __m512i effect) const {
+    return byTable_ ? lookedUp(original, effect) : computed(original, effect);
+  }
+
+ private:
+  LOMIX_INLINE __m512i lookedUp(__m512i original, __m512i effect) const {
+    const __m512i above = _mm512_subs_epu8(effect, original);
+    const __m512i below = _mm512_subs_epu8(original, effect);
+    // One of them is 0, which moves nothing and has no limit.
+    const __m512i result = _mm512_sub_epi8(_mm512_add_epi8(original, rise_(above)), fall_(below));
+    if (limitsFall_) return limited(result, limit_(below));
+    if (limitsRise_) return limited(result, limit_(above));
+    return result;
+  }
+  static LOMIX_INLINE __m512i limited(__m512i result, __m512i limit) {
+    const __m512i minusOne = _mm512_movm_epi8(_mm512_cmplt_epu8_mask(result, limit));
+    return _mm512_add_epi8(result, minusOne);
+  }
+
+  // original + amount * (effect - original), fused, truncated; the amount is in [0, 1).
+  LOMIX_INLINE __m512i computed(__m512i original, __m512i effect) const {
+    const __m512i zero = _mm512_setzero_si512();
+    return _mm512_packus_epi16(
+        words(_mm512_unpacklo_epi8(original, zero), _mm512_unpacklo_epi8(effect, zero)),
+        words(_mm512_unpackhi_epi8(original, zero), _mm512_unpackhi_epi8(effect, zero)));
+  }
+  LOMIX_INLINE __m512i words(__m512i original, __m512i effect) const {
+    const __m512i zero = _mm512_setzero_si512();
+    const __m512i difference = _mm512_sub_epi16(effect, original);
+    return _mm512_packus_epi32(
+        integers(_mm512_unpacklo_epi16(original, zero), _mm512_unpacklo_epi16(zero, difference)),
+        integers(_mm512_unpackhi_epi16(original, zero), _mm512_unpackhi_epi16(zero, difference)));
+  }
+  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
+  // amount too small for that moves no pixel.
+  LOMIX_INLINE __m512i integers(__m512i original, __m512i difference) const {
+    return _mm512_cvttps_epi32(
+        _mm512_fmadd_ps(amount_, _mm512_cvtepi32_ps(difference), _mm512_cvtepi32_ps(original)));
+  }
+
+  bool byTable_;
+  __m512 amount_;
+  TableVector rise_, fall_, limit_;
+  bool limitsRise_, limitsFall_;
 };
 
 // Bytes times the words of their low and high halves, high 8 bits of the products.
@@ -92,72 +192,49 @@ class AlphaOver {
   __m512i left_, alpha_;
 };
 
-// One row's way from sixteen source pixels to sixteen output pixels. Colours: what the overlays up
-// to the grain make of a premultiplied byte. Finish: the rest of an opaque pixel's way.
-template <typename Colours, typename Finish, bool kGrain>
+// One row's way from sixteen source pixels to sixteen output pixels. Opaque: Overlaid, Untouched or
+// Grained.
+template <typename Opaque>
 class Pipeline8 {
  public:
-  Pipeline8(const Row8& row, const Colours& colours, const Finish& finish)
-      : colours_(colours),
-        finish_(finish),
+  explicit Pipeline8(const Row8& row)
+      : opaque_(row),
         opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
+        colours_(kOverlaid ? row.colourMap->table() : ByteTable{}),
         darkAfterGrain_(kGrain && row.dark),
         darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
         barsAlpha_(row.bars, row.barsPixel.alpha),
         grainAlpha_(kGrain, row.grainAlpha),
         darkAlpha_(row.dark, row.darkPixel.alpha),
-        effectAmount_(_mm512_set1_ps(row.effectAmount * 0x1p-16f)) {}
+        blend_(row) {}
 
   // grain: overlay pixels, where kGrain.
   LOMIX_INLINE __m512i operator()(__m512i source, const auto& grain) const {
     const __mmask64 translucent =
         _mm512_mask_cmpneq_epi8_mask(kAlphaBytes, source, _mm512_set1_epi8(-1));
     if (translucent == 0) {
-      // 255 * v >> 8 is v - 1, but 0 for 0.
-      const __m512i colours = overlaid(_mm512_subs_epu8(source, _mm512_set1_epi8(1)), grain);
-      return _mm512_mask_mov_epi8(finish_(colours), kAlphaBytes, opaqueAlpha_);
+      return _mm512_mask_mov_epi8(opaque_(source, grain), kAlphaBytes, opaqueAlpha_);
     }
     // Each pixel's alpha as the words of its four channels.
     const __m512i lowAlphas = _mm512_broadcast_i32x4(
         _mm_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1));
     const __m512i highAlphas = _mm512_broadcast_i32x4(
         _mm_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
-    const __m512i premultiplied = productsBy256(source, _mm512_shuffle_epi8(source, lowAlphas),
-                                                _mm512_shuffle_epi8(source, highAlphas));
-    __m512i colours = overlaid(premultiplied, grain);
+    __m512i colours = productsBy256(source, _mm512_shuffle_epi8(source, lowAlphas),
+                                    _mm512_shuffle_epi8(source, highAlphas));
+    if constexpr (kOverlaid) colours = colours_(colours);
+    if constexpr (kGrain) colours = _mm512_add_epi8(colours, grain);
     if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
     return unmultiply(colours, _mm512_and_si512(source, _mm512_set1_epi32(255)));
   }
 
-  // original + effectAmount * (effect - original), fused, truncated; effectAmount is in [0, 1).
   LOMIX_INLINE __m512i blended(__m512i original, __m512i effect) const {
-    const __m512i zero = _mm512_setzero_si512();
-    return _mm512_packus_epi16(
-        blendedWords(_mm512_unpacklo_epi8(original, zero), _mm512_unpacklo_epi8(effect, zero)),
-        blendedWords(_mm512_unpackhi_epi8(original, zero), _mm512_unpackhi_epi8(effect, zero)));
+    return blend_(original, effect);
   }
 
  private:
-  LOMIX_INLINE __m512i overlaid(__m512i premultiplied, const auto& grain) const {
-    const __m512i colours = colours_(premultiplied);
-    if constexpr (kGrain) return _mm512_add_epi8(colours, grain);
-    return colours;
-  }
-
-  LOMIX_INLINE __m512i blendedWords(__m512i original, __m512i effect) const {
-    const __m512i zero = _mm512_setzero_si512();
-    const __m512i difference = _mm512_sub_epi16(effect, original);
-    return _mm512_packus_epi32(blendedIntegers(_mm512_unpacklo_epi16(original, zero),
-                                               _mm512_unpacklo_epi16(zero, difference)),
-                               blendedIntegers(_mm512_unpackhi_epi16(original, zero),
-                                               _mm512_unpackhi_epi16(zero, difference)));
-  }
-  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
-  // amount too small for that moves no pixel.
-  LOMIX_INLINE __m512i blendedIntegers(__m512i original, __m512i difference) const {
-    return _mm512_cvttps_epi32(_mm512_fmadd_ps(effectAmount_, _mm512_cvtepi32_ps(difference),
-                                               _mm512_cvtepi32_ps(original)));
-  }
+  static constexpr bool kGrain = std::is_same_v<Opaque, Grained>;
+  static constexpr bool kOverlaid = !std::is_same_v<Opaque, Untouched>;
 
   LOMIX_INLINE __m512i unmultiply(__m512i colours, __m512i sourceAlphas) const {
     const __m512i alphas = darkAlpha_(grainAlpha_(barsAlpha_(sourceAlphas)));
@@ -188,29 +265,21 @@ class Pipeline8 {
     return _mm512_min_epi32(q, _mm512_set1_epi32(255));
   }
 
-  Colours colours_;
-  Finish finish_;
+  Opaque opaque_;
   __m512i opaqueAlpha_;
+  TableVector colours_;  // of premultiplied bytes
   bool darkAfterGrain_;
   __m512i darkLeft_;
   AlphaOver barsAlpha_, grainAlpha_, darkAlpha_;
-  __m512 effectAmount_;
+  Blend blend_;
 };
-
-template <bool kGrain, typename Colours, typename Finish>
-void run8With(const Row8& row, const Run<PF_Pixel>& run, const Colours& colours,
-              const Finish& finish) {
-  run8By<Avx512, kGrain>(row, run, Pipeline8<Colours, Finish, kGrain>(row, colours, finish));
-}
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (row.grain && !row.grainRow.reducible) return portableKernels().run8(row, run);
   // Grain always comes with a map, of the weight that it leaves to the picture.
-  if (row.colourMap == nullptr) return run8With<false>(row, run, NoTable{}, NoTable{});
-  const TableVector colours(row.colourMap->table());
-  const TableVector finish(*row.finish);
-  if (row.grain) return run8With<true>(row, run, colours, finish);
-  run8With<false>(row, run, colours, finish);
+  if (row.colourMap == nullptr) return run8By<Avx512, false>(row, run, Pipeline8<Untouched>(row));
+  if (row.grain) return run8By<Avx512, true>(row, run, Pipeline8<Grained>(row));
+  run8By<Avx512, false>(row, run, Pipeline8<Overlaid>(row));
 }
 
 // Float pixels.
