@@ -288,8 +288,8 @@ void RowEngine::drawPixels(const Row& row, int y) const {
   const int width = frame_.output.width;
   SpanList spans;
   if (columns_.spansOfRow(y, spans)) {
-    return drawRun<Row, Pixel>(row,
-                               {source, output, original, 0, width, spans.begin(), streaming_});
+    return drawRun<Row, Pixel>(row, {source, output, original, 0, width, spans.begin(), streaming_,
+                                     frame_.source.rowbytes});
   }
   Pixel gathered[kChunk];
   for (int first = 0; first < width; first += kChunk) {
@@ -298,7 +298,7 @@ void RowEngine::drawPixels(const Row& row, int y) const {
       gathered[x - first] = source[sourceColumn(frame_.record, frame_.source, x, y)];
     }
     const Span span{first, end - first, 0, false};
-    drawRun<Row, Pixel>(row, {gathered, output, original, first, end, &span, streaming_});
+    drawRun<Row, Pixel>(row, {gathered, output, original, first, end, &span, streaming_, 0});
   }
 }
 

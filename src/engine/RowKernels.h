@@ -3,6 +3,7 @@
 // give the same bytes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -85,8 +86,9 @@ struct Run {
   const Pixel* original;  ///< The input's row at the output's place; null: no blend here.
   int first;              ///< Columns first ... end - 1 are drawn.
   int end;
-  const Span* spans;  ///< In order and without gaps, for all these columns.
-  bool streaming;     ///< Whether the output is better written past the caches.
+  const Span* spans;         ///< In order and without gaps, for all these columns.
+  bool streaming;            ///< Whether the output is better written past the caches.
+  std::ptrdiff_t toNextRow;  ///< Bytes from the source's row to that of the next row, as a rule.
 };
 
 /// The frame that a profile is made for.

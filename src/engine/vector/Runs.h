@@ -51,8 +51,6 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   constexpr int kColumns = Grain::kColumns;
   constexpr auto kParts = std::make_integer_sequence<int, kColumns / kPixels>{};
   static_assert(kColumns % kPixels == 0);
-  // Hardware fetches ahead within a page only.
-  constexpr std::size_t kFetchAhead = 2048;
   Pixel* const output = run.output;
   const Pixel* const original = run.original;
   const int head = pixelsToBoundary(output + run.first, kPixels * sizeof(Pixel), sizeof(Pixel),
@@ -105,8 +103,10 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
       const Pixel* const from = source + (offset + step * at);
       auto effect = pipeline(V::load(from), part);
       if constexpr (kBlend) effect = pipeline.blended(V::load(original + at), effect);
+      // The next row takes this one's neighbours in other pieces: hardware that follows a stream
+      // loses it at every seam.
+      _mm_prefetch(reinterpret_cast<const char*>(from) + run.toNextRow, _MM_HINT_T1);
       if constexpr (kStream) {
-        _mm_prefetch(reinterpret_cast<const char*>(from) + kFetchAhead, _MM_HINT_T0);
         V::stream(output + at, effect);
       } else {
         V::store(output + at, effect);
