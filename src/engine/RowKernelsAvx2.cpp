@@ -27,6 +27,7 @@
 #endif
 
 #include "engine/vector/Avx2.h"
+#include "engine/vector/Pixels8.h"
 #include "engine/vector/RowSums.h"
 #include "engine/vector/Runs.h"
 
@@ -99,29 +100,6 @@ struct NoMap {
   LOMIX_INLINE __m256i operator()(__m256i bytes) const { return bytes; }
 };
 
-// Bytes times the words of their low and high halves, high 8 bits of the products.
-LOMIX_INLINE __m256i productsBy256(__m256i bytes, __m256i lowWords, __m256i highWords) {
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i low = _mm256_mullo_epi16(_mm256_unpacklo_epi8(bytes, zero), lowWords);
-  const __m256i high = _mm256_mullo_epi16(_mm256_unpackhi_epi8(bytes, zero), highWords);
-  return _mm256_packus_epi16(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8));
-}
-
-// An overlay's effect on an alpha: what it leaves of it, and its own alpha.
-class AlphaOver {
- public:
-  AlphaOver(bool used, int alpha)
-      : used_(used), left_(_mm256_set1_epi32(255 - alpha)), alpha_(_mm256_set1_epi32(alpha)) {}
-  LOMIX_INLINE __m256i operator()(__m256i alphas) const {
-    if (!used_) return alphas;
-    return _mm256_add_epi32(_mm256_srli_epi32(_mm256_mullo_epi16(alphas, left_), 8), alpha_);
-  }
-
- private:
-  bool used_;
-  __m256i left_, alpha_;
-};
-
 // One row's way from eight source pixels to eight output pixels.
 template <typename Map, bool kGrain>
 class Pipeline8 {
@@ -133,10 +111,8 @@ class Pipeline8 {
         opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha)),
         unmult_(row.unmultFactor != 0),
         unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
-        barsAlpha_(row.bars, row.barsPixel.alpha),
-        grainAlpha_(kGrain, row.grainAlpha),
-        darkAlpha_(row.dark, row.darkPixel.alpha),
-        effectAmount_(_mm256_set1_ps(row.effectAmount * 0x1p-16f)) {}
+        unmultiply_(row, kGrain),
+        blend_(row.effectAmount) {}
 
   // grain: overlay pixels, where kGrain.
   LOMIX_INLINE __m256i operator()(__m256i source, const auto& grain) const {
@@ -146,48 +122,19 @@ class Pipeline8 {
       const __m256i one = _mm256_set1_epi32(0x01010100);
       return unmultiplyOpaque(overlaid(_mm256_subs_epu8(source, one), grain));
     }
-    // Each pixel's alpha as the words of its four channels.
-    const __m256i lowAlphas =
-        _mm256_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1,  //
-                         0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1);
-    const __m256i highAlphas =
-        _mm256_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1,  //
-                         8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1);
-    const __m256i premultiplied = productsBy256(source, _mm256_shuffle_epi8(source, lowAlphas),
-                                                _mm256_shuffle_epi8(source, highAlphas));
-    return unmultiply(overlaid(premultiplied, grain),
-                      _mm256_and_si256(source, _mm256_set1_epi32(255)));
+    return unmultiply_(overlaid(premultiplied<Avx2>(source), grain), source);
   }
 
-  // original + effectAmount * (effect - original), fused, truncated; effectAmount is in [0, 1).
   LOMIX_INLINE __m256i blended(__m256i original, __m256i effect) const {
-    const __m256i zero = _mm256_setzero_si256();
-    return _mm256_packus_epi16(
-        blendedWords(_mm256_unpacklo_epi8(original, zero), _mm256_unpacklo_epi8(effect, zero)),
-        blendedWords(_mm256_unpackhi_epi8(original, zero), _mm256_unpackhi_epi8(effect, zero)));
+    return blend_(original, effect);
   }
 
  private:
-  LOMIX_INLINE __m256i blendedWords(__m256i original, __m256i effect) const {
-    const __m256i zero = _mm256_setzero_si256();
-    const __m256i difference = _mm256_sub_epi16(effect, original);
-    return _mm256_packus_epi32(blendedIntegers(_mm256_unpacklo_epi16(original, zero),
-                                               _mm256_unpacklo_epi16(zero, difference)),
-                               blendedIntegers(_mm256_unpackhi_epi16(original, zero),
-                                               _mm256_unpackhi_epi16(zero, difference)));
-  }
-  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
-  // amount too small for that moves no pixel.
-  LOMIX_INLINE __m256i blendedIntegers(__m256i original, __m256i difference) const {
-    return _mm256_cvttps_epi32(_mm256_fmadd_ps(effectAmount_, _mm256_cvtepi32_ps(difference),
-                                               _mm256_cvtepi32_ps(original)));
-  }
-
-  LOMIX_INLINE __m256i overlaid(__m256i premultiplied, const auto& grain) const {
-    __m256i colours = map_(premultiplied);
+  LOMIX_INLINE __m256i overlaid(__m256i colours, const auto& grain) const {
+    colours = map_(colours);
     if constexpr (kGrain) {
       colours = _mm256_add_epi8(colours, grain);
-      if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
+      if (darkAfterGrain_) colours = productsBy256<Avx2>(colours, darkLeft_, darkLeft_);
     }
     return colours;
   }
@@ -203,43 +150,14 @@ class Pipeline8 {
     return _mm256_or_si256(_mm256_andnot_si256(alphaByte, colours), opaqueAlpha_);
   }
 
-  LOMIX_INLINE __m256i unmultiply(__m256i colours, __m256i sourceAlphas) const {
-    const __m256i alphas = darkAlpha_(grainAlpha_(barsAlpha_(sourceAlphas)));
-    const __m256 reciprocals = reciprocalsOf(_mm256_cvtepi32_ps(alphas));
-    const __m256i byte = _mm256_set1_epi32(255);
-    const __m256i red =
-        quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 8), byte), reciprocals);
-    const __m256i green =
-        quotient(_mm256_and_si256(_mm256_srli_epi32(colours, 16), byte), reciprocals);
-    const __m256i blue = quotient(_mm256_srli_epi32(colours, 24), reciprocals);
-    const __m256i unmultiplied =
-        _mm256_or_si256(_mm256_slli_epi32(red, 8),
-                        _mm256_or_si256(_mm256_slli_epi32(green, 16), _mm256_slli_epi32(blue, 24)));
-    const __m256i visible = _mm256_cmpgt_epi32(alphas, _mm256_setzero_si256());
-    return _mm256_or_si256(alphas, _mm256_and_si256(unmultiplied, visible));
-  }
-  // 256 / alpha, a little too large: a quotient of bytes keeps 1/255 away from the next whole
-  // number, so that one between 2^-21 and 2^-19 too large truncates to the same. The step makes the
-  // error of the estimate, at most 2^-11, its square, beside which its own roundings are 2^-23
-  // each.
-  static LOMIX_INLINE __m256 reciprocalsOf(__m256 alphas) {
-    const __m256 estimate = _mm256_rcp_ps(alphas);
-    const __m256 error = _mm256_fnmadd_ps(alphas, estimate, _mm256_set1_ps(1.0f + 0x1p-20f));
-    return _mm256_mul_ps(_mm256_fmadd_ps(estimate, error, estimate), _mm256_set1_ps(256.0f));
-  }
-  static LOMIX_INLINE __m256i quotient(__m256i colour, __m256 reciprocals) {
-    const __m256i q = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(colour), reciprocals));
-    return _mm256_min_epi32(q, _mm256_set1_epi32(255));
-  }
-
   Map map_;
   bool darkAfterGrain_;
   __m256i darkLeft_;
   __m256i opaqueAlpha_;
   bool unmult_;
   __m256i unmultFactor_;
-  AlphaOver barsAlpha_, grainAlpha_, darkAlpha_;
-  __m256 effectAmount_;
+  Unmultiply<Avx2> unmultiply_;
+  FormulaBlend<Avx2> blend_;
 };
 
 template <typename Map, bool kGrain>

@@ -39,6 +39,7 @@
 #endif
 
 #include "engine/vector/Avx512.h"
+#include "engine/vector/Pixels8.h"
 #include "engine/vector/RowSums.h"
 #include "engine/vector/Runs.h"
 
@@ -116,7 +117,7 @@ class Blend {
  public:
   explicit Blend(const Row8& row)
       : byTable_(row.blendMap != nullptr),
-        amount_(_mm512_set1_ps(row.effectAmount * 0x1p-16f)),
+        formula_(row.effectAmount),
         rise_(byTable_ ? row.blendMap->rise() : ByteTable{}),
         fall_(byTable_ ? row.blendMap->fall() : ByteTable{}),
         limit_(byTable_ ? row.blendMap->limit() : ByteTable{}),
@@ -124,7 +125,7 @@ class Blend {
         limitsFall_(byTable_ && row.blendMap->limitsFall()) {}
 
   LOMIX_INLINE __m512i operator()(__m512i original, __m512i effect) const {
-    return byTable_ ? lookedUp(original, effect) : computed(original, effect);
+    return byTable_ ? lookedUp(original, effect) : formula_(original, effect);
   }
 
  private:
@@ -142,54 +143,10 @@ class Blend {
     return _mm512_add_epi8(result, minusOne);
   }
 
-  // original + amount * (effect - original), fused, truncated; the amount is in [0, 1).
-  LOMIX_INLINE __m512i computed(__m512i original, __m512i effect) const {
-    const __m512i zero = _mm512_setzero_si512();
-    return _mm512_packus_epi16(
-        words(_mm512_unpacklo_epi8(original, zero), _mm512_unpacklo_epi8(effect, zero)),
-        words(_mm512_unpackhi_epi8(original, zero), _mm512_unpackhi_epi8(effect, zero)));
-  }
-  LOMIX_INLINE __m512i words(__m512i original, __m512i effect) const {
-    const __m512i zero = _mm512_setzero_si512();
-    const __m512i difference = _mm512_sub_epi16(effect, original);
-    return _mm512_packus_epi32(
-        integers(_mm512_unpacklo_epi16(original, zero), _mm512_unpacklo_epi16(zero, difference)),
-        integers(_mm512_unpackhi_epi16(original, zero), _mm512_unpackhi_epi16(zero, difference)));
-  }
-  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
-  // amount too small for that moves no pixel.
-  LOMIX_INLINE __m512i integers(__m512i original, __m512i difference) const {
-    return _mm512_cvttps_epi32(
-        _mm512_fmadd_ps(amount_, _mm512_cvtepi32_ps(difference), _mm512_cvtepi32_ps(original)));
-  }
-
   bool byTable_;
-  __m512 amount_;
+  FormulaBlend<Avx512> formula_;
   TableVector rise_, fall_, limit_;
   bool limitsRise_, limitsFall_;
-};
-
-// Bytes times the words of their low and high halves, high 8 bits of the products.
-LOMIX_INLINE __m512i productsBy256(__m512i bytes, __m512i lowWords, __m512i highWords) {
-  const __m512i zero = _mm512_setzero_si512();
-  const __m512i low = _mm512_mullo_epi16(_mm512_unpacklo_epi8(bytes, zero), lowWords);
-  const __m512i high = _mm512_mullo_epi16(_mm512_unpackhi_epi8(bytes, zero), highWords);
-  return _mm512_packus_epi16(_mm512_srli_epi16(low, 8), _mm512_srli_epi16(high, 8));
-}
-
-// An overlay's effect on an alpha: what it leaves of it, and its own alpha.
-class AlphaOver {
- public:
-  AlphaOver(bool used, int alpha)
-      : used_(used), left_(_mm512_set1_epi32(255 - alpha)), alpha_(_mm512_set1_epi32(alpha)) {}
-  LOMIX_INLINE __m512i operator()(__m512i alphas) const {
-    if (!used_) return alphas;
-    return _mm512_add_epi32(_mm512_srli_epi32(_mm512_mullo_epi16(alphas, left_), 8), alpha_);
-  }
-
- private:
-  bool used_;
-  __m512i left_, alpha_;
 };
 
 // One row's way from sixteen source pixels to sixteen output pixels. Opaque: Overlaid, Untouched or
@@ -203,9 +160,7 @@ class Pipeline8 {
         colours_(kOverlaid ? row.colourMap->table() : ByteTable{}),
         darkAfterGrain_(kGrain && row.dark),
         darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
-        barsAlpha_(row.bars, row.barsPixel.alpha),
-        grainAlpha_(kGrain, row.grainAlpha),
-        darkAlpha_(row.dark, row.darkPixel.alpha),
+        unmultiply_(row, kGrain),
         blend_(row) {}
 
   // grain: overlay pixels, where kGrain.
@@ -215,17 +170,11 @@ class Pipeline8 {
     if (translucent == 0) {
       return _mm512_mask_mov_epi8(opaque_(source, grain), kAlphaBytes, opaqueAlpha_);
     }
-    // Each pixel's alpha as the words of its four channels.
-    const __m512i lowAlphas = _mm512_broadcast_i32x4(
-        _mm_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1));
-    const __m512i highAlphas = _mm512_broadcast_i32x4(
-        _mm_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
-    __m512i colours = productsBy256(source, _mm512_shuffle_epi8(source, lowAlphas),
-                                    _mm512_shuffle_epi8(source, highAlphas));
+    __m512i colours = premultiplied<Avx512>(source);
     if constexpr (kOverlaid) colours = colours_(colours);
     if constexpr (kGrain) colours = _mm512_add_epi8(colours, grain);
-    if (darkAfterGrain_) colours = productsBy256(colours, darkLeft_, darkLeft_);
-    return unmultiply(colours, _mm512_and_si512(source, _mm512_set1_epi32(255)));
+    if (darkAfterGrain_) colours = productsBy256<Avx512>(colours, darkLeft_, darkLeft_);
+    return unmultiply_(colours, source);
   }
 
   LOMIX_INLINE __m512i blended(__m512i original, __m512i effect) const {
@@ -236,41 +185,12 @@ class Pipeline8 {
   static constexpr bool kGrain = std::is_same_v<Opaque, Grained>;
   static constexpr bool kOverlaid = !std::is_same_v<Opaque, Untouched>;
 
-  LOMIX_INLINE __m512i unmultiply(__m512i colours, __m512i sourceAlphas) const {
-    const __m512i alphas = darkAlpha_(grainAlpha_(barsAlpha_(sourceAlphas)));
-    const __m512 reciprocals = reciprocalsOf(_mm512_cvtepi32_ps(alphas));
-    const __m512i byte = _mm512_set1_epi32(255);
-    const __m512i red =
-        quotient(_mm512_and_si512(_mm512_srli_epi32(colours, 8), byte), reciprocals);
-    const __m512i green =
-        quotient(_mm512_and_si512(_mm512_srli_epi32(colours, 16), byte), reciprocals);
-    const __m512i blue = quotient(_mm512_srli_epi32(colours, 24), reciprocals);
-    const __m512i unmultiplied =
-        _mm512_or_si512(_mm512_slli_epi32(red, 8),
-                        _mm512_or_si512(_mm512_slli_epi32(green, 16), _mm512_slli_epi32(blue, 24)));
-    const __mmask16 visible = _mm512_test_epi32_mask(alphas, alphas);
-    return _mm512_or_si512(alphas, _mm512_maskz_mov_epi32(visible, unmultiplied));
-  }
-  // 256 / alpha, a little too large: a quotient of bytes keeps 1/255 away from the next whole
-  // number, so that one between 2^-21 and 2^-19 too large truncates to the same. The step makes the
-  // error of the estimate, at most 2^-11, its square, beside which its own roundings are 2^-23
-  // each.
-  static LOMIX_INLINE __m512 reciprocalsOf(__m512 alphas) {
-    const __m512 estimate = _mm512_rcp14_ps(alphas);
-    const __m512 error = _mm512_fnmadd_ps(alphas, estimate, _mm512_set1_ps(1.0f + 0x1p-20f));
-    return _mm512_mul_ps(_mm512_fmadd_ps(estimate, error, estimate), _mm512_set1_ps(256.0f));
-  }
-  static LOMIX_INLINE __m512i quotient(__m512i colour, __m512 reciprocals) {
-    const __m512i q = _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(colour), reciprocals));
-    return _mm512_min_epi32(q, _mm512_set1_epi32(255));
-  }
-
   Opaque opaque_;
   __m512i opaqueAlpha_;
   TableVector colours_;  // of premultiplied bytes
   bool darkAfterGrain_;
   __m512i darkLeft_;
-  AlphaOver barsAlpha_, grainAlpha_, darkAlpha_;
+  Unmultiply<Avx512> unmultiply_;
   Blend blend_;
 };
 

@@ -80,6 +80,8 @@ struct Avx2 {
   static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
     return _mm256_fnmadd_ps(a, b, c);
   }
+  /// 1 / v, off by 2^-11 of itself at most.
+  static LOMIX_INLINE Floats reciprocalEstimate(Floats v) { return _mm256_rcp_ps(v); }
   static LOMIX_INLINE Floats absolute(Floats v) {
     return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
   }
@@ -93,6 +95,10 @@ struct Avx2 {
   }
   static LOMIX_INLINE Ints add(Ints a, Ints b) { return _mm256_add_epi32(a, b); }
   static LOMIX_INLINE Ints sub(Ints a, Ints b) { return _mm256_sub_epi32(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints shiftedRight(Ints v) {
+    return _mm256_srli_epi32(v, kBits);
+  }
   template <int kBits>
   static LOMIX_INLINE Ints shiftedLeft(Ints v) {
     return _mm256_slli_epi32(v, kBits);
@@ -118,6 +124,43 @@ struct Avx2 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
   }
 
+  /// Halves of the bytes as words, those of each 128 bits, and such halves of words as bytes.
+  static LOMIX_INLINE Ints lowBytes(Ints v) {
+    return _mm256_unpacklo_epi8(v, _mm256_setzero_si256());
+  }
+  static LOMIX_INLINE Ints highBytes(Ints v) {
+    return _mm256_unpackhi_epi8(v, _mm256_setzero_si256());
+  }
+  static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm256_packus_epi16(low, high); }
+  /// The same halves of words, in pairs with others, and such halves of integers as words.
+  static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
+  static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
+  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm256_packus_epi32(low, high); }
+  /// Each pixel's alpha as the words of its four channels, for the halves of the pixels.
+  static LOMIX_INLINE Ints lowAlphas(Ints v) {
+    return _mm256_shuffle_epi8(
+        v, _mm256_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1,  //
+                            0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1));
+  }
+  static LOMIX_INLINE Ints highAlphas(Ints v) {
+    return _mm256_shuffle_epi8(
+        v, _mm256_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1,  //
+                            8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
+  }
+  static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm256_mullo_epi16(a, b); }
+  static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm256_sub_epi16(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints wordsShiftedRight(Ints v) {
+    return _mm256_srli_epi16(v, kBits);
+  }
+  static LOMIX_INLINE Ints both(Ints a, Ints b) { return _mm256_and_si256(a, b); }
+  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm256_or_si256(a, b); }
+  static LOMIX_INLINE Ints lesser(Ints a, Ints b) { return _mm256_min_epi32(a, b); }
+  /// Lanes of v where those of the condition are not zero, else zero.
+  static LOMIX_INLINE Ints whereNotZero(Ints condition, Ints v) {
+    return _mm256_andnot_si256(_mm256_cmpeq_epi32(condition, _mm256_setzero_si256()), v);
+  }
+
   // Pixels: as many as a vector holds, or fewer.
 
   static constexpr int kPixels8 = 8;
@@ -138,7 +181,6 @@ struct Avx2 {
   static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
     return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), lanes(first, end));
   }
-  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm256_or_si256(a, b); }
   static LOMIX_INLINE void store(PF_Pixel* to, Ints v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
   }

@@ -74,6 +74,7 @@ struct Avx512 {
   static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
     return _mm512_fnmadd_ps(a, b, c);
   }
+  static LOMIX_INLINE Floats reciprocalEstimate(Floats v) { return _mm512_rcp14_ps(v); }
   static LOMIX_INLINE Floats absolute(Floats v) { return _mm512_abs_ps(v); }
   static LOMIX_INLINE Floats counted() {
     return _mm512_setr_ps(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
@@ -84,6 +85,10 @@ struct Avx512 {
   static LOMIX_INLINE Ints load(const std::uint32_t* from) { return _mm512_loadu_si512(from); }
   static LOMIX_INLINE Ints add(Ints a, Ints b) { return _mm512_add_epi32(a, b); }
   static LOMIX_INLINE Ints sub(Ints a, Ints b) { return _mm512_sub_epi32(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints shiftedRight(Ints v) {
+    return _mm512_srli_epi32(v, kBits);
+  }
   template <int kBits>
   static LOMIX_INLINE Ints shiftedLeft(Ints v) {
     return _mm512_slli_epi32(v, kBits);
@@ -103,6 +108,37 @@ struct Avx512 {
   }
   static LOMIX_INLINE void store(std::uint32_t* to, Ints v) { _mm512_storeu_si512(to, v); }
 
+  static LOMIX_INLINE Ints lowBytes(Ints v) {
+    return _mm512_unpacklo_epi8(v, _mm512_setzero_si512());
+  }
+  static LOMIX_INLINE Ints highBytes(Ints v) {
+    return _mm512_unpackhi_epi8(v, _mm512_setzero_si512());
+  }
+  static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm512_packus_epi16(low, high); }
+  static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm512_unpacklo_epi16(a, b); }
+  static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm512_unpackhi_epi16(a, b); }
+  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm512_packus_epi32(low, high); }
+  static LOMIX_INLINE Ints lowAlphas(Ints v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                      0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1)));
+  }
+  static LOMIX_INLINE Ints highAlphas(Ints v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                      8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1)));
+  }
+  static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm512_mullo_epi16(a, b); }
+  static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm512_sub_epi16(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints wordsShiftedRight(Ints v) {
+    return _mm512_srli_epi16(v, kBits);
+  }
+  static LOMIX_INLINE Ints both(Ints a, Ints b) { return _mm512_and_si512(a, b); }
+  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm512_or_si512(a, b); }
+  static LOMIX_INLINE Ints lesser(Ints a, Ints b) { return _mm512_min_epi32(a, b); }
+  static LOMIX_INLINE Ints whereNotZero(Ints condition, Ints v) {
+    return _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(condition, condition), v);
+  }
+
   static constexpr int kPixels8 = 16;
   static constexpr int kPixels32 = 4;
 
@@ -118,7 +154,6 @@ struct Avx512 {
   static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
     return _mm512_maskz_loadu_epi32(lanes(first, end), from);
   }
-  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm512_or_si512(a, b); }
   static LOMIX_INLINE void store(PF_Pixel* to, Ints v) { _mm512_storeu_si512(to, v); }
   static LOMIX_INLINE void storeFew(PF_Pixel* to, int count, Ints v) {
     _mm512_mask_storeu_epi32(to, lanes(0, count), v);
