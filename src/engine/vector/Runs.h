@@ -39,6 +39,23 @@ struct Ungrained {
   }
 };
 
+// Grain made a step before it is used, so that the processor finds two steps' chains of operations
+// side by side.
+template <typename Grain>
+class Ahead {
+ public:
+  LOMIX_INLINE Ahead(const GrainRow& row, int x) : grain_(row, x), made_(grain_.next()) {}
+  LOMIX_INLINE auto next() {
+    const auto now = made_;
+    made_ = grain_.next();
+    return now;
+  }
+
+ private:
+  Grain grain_;
+  decltype(std::declval<Grain&>().next()) made_;
+};
+
 // Draws a run by a pipeline: pipeline(source pixels, their grain) and, where kBlend,
 // pipeline.blended(original pixels, effect). What the grain of some pixels is depends on Grain.
 //
@@ -119,7 +136,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   while (x < run.end) {
     const int most = x == run.first && head > 0 ? head : Grain::kMostColumns;
     const int end = run.end - x > most ? x + most : run.end;
-    Grain grain(row.grainRow, x);
+    Ahead<Grain> grain(row.grainRow, x);
     while (x < end) {
       enterSpanOf(x);
       const int last = std::min(end, span->end()) - kColumns;

@@ -29,10 +29,17 @@ constexpr double kRound = 0x1.8p52;
 template <typename V, std::size_t kTerms>
 LOMIX_INLINE typename V::Doubles oddPolynomial(typename V::Doubles r,
                                                const double (&terms)[kTerms]) {
+  static_assert(kTerms == 7 || kTerms == 8);
+  // In pairs and pairs of pairs: one after the other, the terms would keep a processor waiting.
   const auto z = V::mul(r, r);
-  auto sum = V::doubles(terms[kTerms - 1]);
-  for (std::size_t i = kTerms - 1; i-- > 0;) sum = V::fma(sum, z, V::doubles(terms[i]));
-  return V::mul(r, sum);
+  const auto pair = [&](std::size_t i) LOMIX_INLINE_LAMBDA {
+    return V::fma(V::doubles(terms[i + 1]), z, V::doubles(terms[i]));
+  };
+  const auto z2 = V::mul(z, z);
+  const auto last = kTerms == 8 ? pair(kTerms - 2) : V::doubles(terms[kTerms - 1]);
+  const auto low = V::fma(pair(2), z2, pair(0));
+  const auto high = V::fma(last, z2, pair(4));
+  return V::mul(r, V::fma(high, V::mul(z2, z2), low));
 }
 
 // x less n times pi, for whole or half n. The first step is exact: its result is below 2 and no
