@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Usage: tools/plot_performance.py FILE
+"""Usage: tools/plot_performance.py FILE...
 
-From what `tools/bench.sh --json FILE` wrote, draws docs/images/performance.svg and
+From what runs of `tools/bench.sh --json FILE` wrote, draws docs/images/performance.svg and
 docs/images/performance-growth.svg, and writes the tables between the markers in
-docs/performance.md. Needs a run without --quick and --filter.
+docs/performance.md. Of several runs with the same row kernels each cell is the middle one; kernels
+other than the first file's get a column in the table. Needs runs without --quick and --filter.
 """
 import json
 import math
@@ -162,7 +163,8 @@ def markdown_table(heading, rows):
     return [markdown_row(heading), "|" + "|".join(rule) + "|"] + [markdown_row(r) for r in rows]
 
 
-def tables(result):
+def tables(result, others):
+    """others: results with other row kernels."""
     machine, cells = result["machine"], result["cells"]
     thread_counts = list(cells[0]["ratios"]["engineToCopy"])
     lines = [f"Measured on: {machine['processor']}, {machine['hardwareThreads']} hardware threads; "
@@ -173,11 +175,14 @@ def tables(result):
             cell = cell_of(cells, look, depth, width)
             rows.append([f"{world}, {label}"] +
                         [f"{to_copy(cell, threads):.2f}" for threads in thread_counts] +
+                        [f"{to_copy(cell_of(other['cells'], look, depth, width), '1'):.2f}"
+                         for other in others] +
                         [f"{median(cell, 'formulasToEngine'):.0f}",
                          f"{median(cell, 'kernelToEngine'):.0f}",
                          f"{median(cell, 'mixedToOpaque'):.2f}"])
     heading = (["frame and look"] +
                [f"engine / copy, {threads_text(threads)}" for threads in thread_counts] +
+               [f"the same with {other['machine']['rowKernels']} on 1 thread" for other in others] +
                ["formulas / engine", "kernel path / engine", "mixed / opaque alpha"])
     lines += markdown_table(heading, rows) + ["", "Nanoseconds a pixel with everything on:", ""]
     rows = []
@@ -190,20 +195,36 @@ def tables(result):
     return "\n".join(lines)
 
 
-def main():
-    if len(sys.argv) != 2:
-        sys.exit(__doc__.strip())
+def read(name):
     try:
-        result = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"))
+        return json.loads(pathlib.Path(name).read_text(encoding="utf-8"))
     except (OSError, ValueError) as error:
-        sys.exit(f"error: {sys.argv[1]}: {error}")
+        sys.exit(f"error: {name}: {error}")
+
+
+def middle_of(runs):
+    """The run whose every cell is the middle one of those of all runs."""
+    if len({tuple(cell["name"] for cell in run["cells"]) for run in runs}) > 1:
+        sys.exit("error: runs with the same row kernels have different cells (run them alike)")
+    cells = [sorted(group, key=lambda cell: to_copy(cell, "1"))[len(group) // 2]
+             for group in zip(*(run["cells"] for run in runs))]
+    return {"machine": runs[0]["machine"], "cells": cells}
+
+
+def main():
+    if len(sys.argv) < 2 or sys.argv[1] in ("-h", "--help"):
+        sys.exit(__doc__.strip())
+    by_kernels = {}
+    for run in map(read, sys.argv[1:]):
+        by_kernels.setdefault(run["machine"]["rowKernels"], []).append(run)
+    result, *others = map(middle_of, by_kernels.values())
     page = DOCS / "performance.md"
     text = page.read_text(encoding="utf-8")
     if text.count(BEGIN) != 1 or text.count(END) != 1:
         sys.exit(f"error: {page.name}: must have each of the markers {BEGIN} and {END} once")
     before, _, rest = text.partition(BEGIN)
     after = rest.partition(END)[2]
-    new_text = f"{before}{BEGIN}\n{tables(result)}\n{END}{after}"
+    new_text = f"{before}{BEGIN}\n{tables(result, others)}\n{END}{after}"
     draw_looks(result["cells"])
     draw_growth(result["cells"])
     page.write_text(new_text, encoding="utf-8")
