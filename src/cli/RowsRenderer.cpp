@@ -15,10 +15,6 @@ namespace {
 // frames of any height.
 constexpr int kRowsAtATime = 16;
 
-double ratio(const PF_RationalScale& r) {
-  return static_cast<double>(r.num) / static_cast<double>(r.den);
-}
-
 /// The record of a world that is the picture itself. The engine only reads its source.
 PF_LayerDef layerOf(const media::Picture& picture) {
   PF_LayerDef layer{};
@@ -57,9 +53,9 @@ void renderRows(const std::vector<host::Parameter>& parameters, const host::Fram
   std::vector<PF_ParamDef*> params;
   for (PF_ParamDef& definition : definitions) params.push_back(&definition);
 
-  const double xDown = ratio(frame.downsampleX);
+  const double xDown = quotientOf(frame.downsampleX);
   const double invXDown = 1.0 / xDown;
-  const double invYDown = 1.0 / ratio(frame.downsampleY);
+  const double invYDown = 1.0 / quotientOf(frame.downsampleY);
   LomixStruct record;
   fillFrameRecord(record, params.data(), frame.currentTime, frame.timeScale, xDown);
   engine::fillProfiles(record, output.height(), invYDown, -record.time, engine::bestKernels());

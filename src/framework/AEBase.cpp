@@ -11,16 +11,10 @@
 
 namespace {
 
-// An effect has no plug-in id of its own.
-constexpr AEGP_PluginID kNoPluginId = 0;
 constexpr std::uint32_t kContextTag = 0x4C6F6D78;  // 'Lomx'
 constexpr std::size_t kReportBytes = 512;
 constexpr std::size_t kInfoBytes = 1024;
 constexpr std::size_t kLayerNameBytes = 256;
-
-double ratio(const PF_RationalScale& r) {
-  return static_cast<double>(r.num) / static_cast<double>(r.den);
-}
 
 }  // namespace
 
@@ -30,9 +24,9 @@ PF_Err AEBase::InitBase(PF_InData* inData, PF_OutData* outData) {
   in_data = inData;
   out_data = outData;
   suites = nullptr;
-  xDown = ratio(in_data->downsample_x);
-  yDown = ratio(in_data->downsample_y);
-  pixelAspect = ratio(in_data->pixel_aspect_ratio);
+  xDown = quotientOf(in_data->downsample_x);
+  yDown = quotientOf(in_data->downsample_y);
+  pixelAspect = quotientOf(in_data->pixel_aspect_ratio);
   layerWidth = in_data->width;
   layerHeight = in_data->height;
   width = layerWidth * xDown * pixelAspect;

@@ -28,6 +28,9 @@ struct PF_RationalScale {
   A_long num;
   A_u_long den;
 };
+inline double quotientOf(const PF_RationalScale& scale) {
+  return static_cast<double>(scale.num) / static_cast<double>(scale.den);
+}
 
 struct PF_Point {
   A_long h, v;

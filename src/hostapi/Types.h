@@ -39,6 +39,8 @@ using PF_FpLong = double;
 using PF_FpShort = float;
 
 using AEGP_PluginID = std::int32_t;
+/// An effect has no plug-in id of its own.
+inline constexpr AEGP_PluginID kNoPluginId = 0;
 using AEGP_LayerFlags = std::int32_t;
 using AEGP_ObjectType = std::int32_t;
 using AEGP_LayerStream = std::int32_t;

@@ -6,8 +6,6 @@ namespace {
 
 // The host's default tolerance of curve simplification.
 constexpr float kCurveTolerance = 0.05f;
-// An effect has no plug-in id of its own.
-constexpr AEGP_PluginID kNoPluginId = 0;
 
 PF_ParamDef definitionOf(const ParameterSpec& spec, const PF_InData& in_data) {
   PF_ParamDef def{};
