@@ -26,15 +26,11 @@ constexpr double kMaxColumn = 1 << 24;
 // precision for columns below 2^23.
 class WholeColumns {
  public:
-  // For columns lowest ... highest, and what a wrap makes of them.
-  WholeColumns(const LomixStruct& record, int width, bool displaced, float shift, int lowest,
-               int highest)
-      : width_(width),
-        displaced_(displaced),
-        tile_(record.distortionMode == kTileMode),
-        lowest_(lowest),
-        highest_(highest) {
-    const double wide = displaced ? shift : 0.0;
+  // For columns lowest ... highest, and what a wrap makes of them. shift: 0 where the row is not
+  // displaced.
+  WholeColumns(bool tile, float shift, int width, int lowest, int highest)
+      : width_(width), tile_(tile), lowest_(lowest), highest_(highest) {
+    const double wide = shift;
     const double reach = std::max(std::abs(lowest - wide), std::abs(highest - wide)) + 2.0 * width;
     constexpr double kExactColumns = 1 << 23;
     if (!(reach < kExactColumns)) return;
@@ -58,12 +54,12 @@ class WholeColumns {
   // Whether the rest of this may be asked.
   bool known() const { return known_; }
 
-  // What sourceColumnOfSlid() says of a column.
+  // The source column of a slid one.
   int sourceOf(int slid) const {
-    int column = displaced_ && tile_ ? displacedWhole(slid) : slid;
-    column = wrapOnce(column, width_);
-    if (displaced_ && !tile_) column = displacedWhole(column);
-    return std::clamp(column, 0, width_ - 1);
+    const auto displace = [this](int column) {
+      return column - whole_ - (column > whole_ ? beyondWhole_ : 0);
+    };
+    return std::clamp(displacedAndWrapped(tile_, slid, width_, displace), 0, width_ - 1);
   }
 
   // The first bend after column, or end where none comes before it.
@@ -75,15 +71,11 @@ class WholeColumns {
   }
 
  private:
-  int displacedWhole(int column) const {
-    return column - whole_ - (column > whole_ ? beyondWhole_ : 0);
-  }
   void add(int column) {
     if (column > lowest_ && column <= highest_) at_[size_++] = column;
   }
 
   int width_;
-  bool displaced_;
   bool tile_;
   int lowest_;
   int highest_;
@@ -125,9 +117,9 @@ bool ColumnMap::spansOfRow(int y, SpanList& spans) const {
   spans.clear();
   if (!regular_) return false;
   const int width = source_.width;
-  const bool displaced = isDisplaced(record_, y);
-  const float shift = displaced ? rowShift(record_, y, width) : 0.0f;
-  const WholeColumns columns(record_, width, displaced, shift, lowest_, highest_);
+  const float shift = isDisplaced(record_, y) ? rowShift(record_, y, width) : 0.0f;
+  const bool tile = record_.distortionMode == kTileMode;
+  const WholeColumns columns(tile, shift, width, lowest_, highest_);
   if (!columns.known()) return false;
 
   for (const SlidSpan& slid : slid_) {

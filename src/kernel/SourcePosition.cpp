@@ -6,16 +6,7 @@
 #include "geometry/Truncate.h"
 
 namespace lomix {
-
-int slidPosition(int position, int size, float offset) {
-  return truncateToInt32(std::fma(-static_cast<float>(size), offset, static_cast<float>(position)));
-}
-
-int wrapOnce(int position, int size) {
-  if (position < 0) position += size;
-  if (position >= size) position -= size;
-  return position;
-}
+namespace {
 
 int clampToEdge(int position, int size) {
   const float last = static_cast<float>(size) - 1.0f;
@@ -26,6 +17,18 @@ int clampToEdge(int position, int size) {
     value = last;
   }
   return truncateToInt32(value);
+}
+
+}  // namespace
+
+int slidPosition(int position, int size, float offset) {
+  return truncateToInt32(std::fma(-static_cast<float>(size), offset, static_cast<float>(position)));
+}
+
+int wrapOnce(int position, int size) {
+  if (position < 0) position += size;
+  if (position >= size) position -= size;
+  return position;
 }
 
 bool isDisplaced(const LomixStruct& record, int y) {
@@ -42,25 +45,15 @@ float rowShift(const LomixStruct& record, int y, int width) {
          w * record.signalProfile.at(row) * -0.5f * record.signalDistortion;
 }
 
-int displacedColumn(int column, float shift) {
-  return truncateToInt32(static_cast<float>(column) - shift);
-}
-
-int sourceColumnOfSlid(const LomixStruct& record, int slid, int width, bool displaced,
-                       float shift) {
-  const bool tile = record.distortionMode == kTileMode;
-  int column = displaced && tile ? displacedColumn(slid, shift) : slid;
-  column = wrapOnce(column, width);
-  // Displaced after the wrap, a stretched row meets the clamp and repeats its edge pixel.
-  if (displaced && !tile) column = displacedColumn(column, shift);
-  return clampToEdge(column, width);
-}
-
 int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y) {
   const bool displaced = isDisplaced(record, y);
   const float shift = displaced ? rowShift(record, y, src.width) : 0.0f;
+  const auto displace = [displaced, shift](int column) {
+    return displaced ? truncateToInt32(static_cast<float>(column) - shift) : column;
+  };
   const int slid = slidPosition(x, src.width, record.horizontalSyncOffset);
-  return sourceColumnOfSlid(record, slid, src.width, displaced, shift);
+  const bool tile = record.distortionMode == kTileMode;
+  return clampToEdge(displacedAndWrapped(tile, slid, src.width, displace), src.width);
 }
 
 int sourceRow(const LomixStruct& record, const PF_LayerDef& src, int y) {
