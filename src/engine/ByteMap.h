@@ -2,11 +2,19 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace lomix::engine {
 
 using ByteTable = std::array<std::uint8_t, 256>;
+
+/// Every byte as it is.
+inline constexpr ByteTable kIdentityTable = [] {
+  ByteTable table{};
+  for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<std::uint8_t>(i);
+  return table;
+}();
 
 /// A table of 256 bytes, and the same function as a straight line for each half of the inputs plus
 /// a correction of 0-3 per input. Bars, grain's weight and scanlines are lines but for where their

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <numbers>
-#include <numeric>
 #include <type_traits>
 #include <utility>
 
@@ -204,8 +203,6 @@ std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
 }
 
 void RowEngine::prepareColourMaps() {
-  ByteTable identity;
-  std::iota(identity.begin(), identity.end(), std::uint8_t{0});
   mapOfSlot_.assign(2 * (kNoBars + 1), -1);
   const LomixStruct& record = frame_.record;
   if (!(record.barsOverlay > 0.0f) && !(record.scanlineOverlay > 0.0f) && grainAlpha_ == 0) return;
@@ -216,7 +213,7 @@ void RowEngine::prepareColourMaps() {
     const int weightAlpha = grainAlpha_ > 0 ? grainAlpha_ : (dark ? row.darkPixel.alpha : 0);
     int& map = mapOfSlot_[mapSlot(row.bars, row.barsPixel.red, dark)];
     if (map >= 0 || (!row.bars && weightAlpha == 0)) continue;
-    ByteTable table = identity;
+    ByteTable table = kIdentityTable;
     ByteMap::Slopes slopes{1.0, 1.0};
     if (row.bars) {
       const float alpha = static_cast<float>(row.barsPixel.alpha / 255.0);

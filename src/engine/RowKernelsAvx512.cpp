@@ -59,9 +59,7 @@ class TableVector {
   // What a function makes of all bytes.
   template <typename Function>
   static TableVector of(const Function& function) {
-    ByteTable all;
-    std::iota(all.begin(), all.end(), std::uint8_t{0});
-    TableVector table(all);
+    TableVector table(kIdentityTable);
     for (__m512i& quarter : table.quarters_) quarter = function(quarter);
     return table;
   }
@@ -118,9 +116,9 @@ class Blend {
   explicit Blend(const Row8& row)
       : byTable_(row.blendMap != nullptr),
         formula_(row.effectAmount),
-        rise_(byTable_ ? row.blendMap->rise() : ByteTable{}),
-        fall_(byTable_ ? row.blendMap->fall() : ByteTable{}),
-        limit_(byTable_ ? row.blendMap->limit() : ByteTable{}),
+        rise_(byTable_ ? row.blendMap->rise() : kIdentityTable),
+        fall_(byTable_ ? row.blendMap->fall() : kIdentityTable),
+        limit_(byTable_ ? row.blendMap->limit() : kIdentityTable),
         limitsRise_(byTable_ && row.blendMap->limitsRise()),
         limitsFall_(byTable_ && row.blendMap->limitsFall()) {}
 
@@ -157,7 +155,7 @@ class Pipeline8 {
   explicit Pipeline8(const Row8& row)
       : opaque_(row),
         opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
-        colours_(kOverlaid ? row.colourMap->table() : ByteTable{}),
+        colours_(kOverlaid ? row.colourMap->table() : kIdentityTable),
         darkAfterGrain_(kGrain && row.dark),
         darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
         unmultiply_(row, kGrain),
