@@ -7,12 +7,18 @@
 
 #include <immintrin.h>
 
+// With all that the headers below the pragma include: of a library's inline function the linker
+// keeps one copy for the whole program, which must not be one for these processors only.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <numbers>
+#include <type_traits>
+#include <utility>
 
 #include "engine/Processor.h"
 #include "geometry/Truncate.h"
