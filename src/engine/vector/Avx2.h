@@ -166,14 +166,6 @@ struct Avx2 {
   static constexpr int kPixels8 = 8;
   static constexpr int kPixels32 = 2;
 
-  template <typename Pixel>
-  static LOMIX_INLINE auto none() {
-    if constexpr (std::is_same_v<Pixel, PF_Pixel>)
-      return _mm256_setzero_si256();
-    else
-      return _mm256_setzero_ps();
-  }
-
   static LOMIX_INLINE Ints load(const PF_Pixel* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
   }

@@ -142,14 +142,6 @@ struct Avx512 {
   static constexpr int kPixels8 = 16;
   static constexpr int kPixels32 = 4;
 
-  template <typename Pixel>
-  static LOMIX_INLINE auto none() {
-    if constexpr (std::is_same_v<Pixel, PF_Pixel>)
-      return _mm512_setzero_si512();
-    else
-      return _mm512_setzero_ps();
-  }
-
   static LOMIX_INLINE Ints load(const PF_Pixel* from) { return _mm512_loadu_si512(from); }
   static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
     return _mm512_maskz_loadu_epi32(lanes(first, end), from);

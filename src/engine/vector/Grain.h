@@ -22,6 +22,20 @@ namespace {
 
 struct NoGrain {};
 
+// No grain, for as many pixels as a vector holds.
+template <int kPixels>
+struct Ungrained {
+  static constexpr int kColumns = kPixels;
+  static constexpr int kMostColumns = std::numeric_limits<int>::max();
+
+  Ungrained(const GrainRow&, int) {}
+  NoGrain next() { return {}; }
+  template <int kPart>
+  static NoGrain part(NoGrain none) {
+    return none;
+  }
+};
+
 // v / pi as the division rounds it, for v that are single-precision numbers, neither subnormal nor
 // huge: the quotient by way of the reciprocal is off by its last bit at most, the remainder is
 // exact, and a correction by it rounds as the division does for every one of the 2^23 significands

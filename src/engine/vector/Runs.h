@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -24,20 +23,6 @@ inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::si
   if (past % pixelBytes != 0) return -1;
   return std::min(count, static_cast<int>((vectorBytes - past) % vectorBytes / pixelBytes));
 }
-
-// No grain, for as many pixels as a vector holds.
-template <int kPixels>
-struct Ungrained {
-  static constexpr int kColumns = kPixels;
-  static constexpr int kMostColumns = std::numeric_limits<int>::max();
-
-  Ungrained(const GrainRow&, int) {}
-  NoGrain next() { return {}; }
-  template <int kPart>
-  static NoGrain part(NoGrain none) {
-    return none;
-  }
-};
 
 // Grain made a step before it is used, so that the processor finds two steps' chains of operations
 // side by side.
@@ -91,7 +76,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   // Count <= kPixels columns, of any number of spans. Masked, not by way of a buffer: a load from a
   // buffer just filled would wait for all the streaming stores before it.
   const auto drawFew = [&](int x, int count, const auto& grain) {
-    auto pixels = V::template none<Pixel>();
+    auto pixels = V::loadLanes(source, 0, 0);
     for (int lane = 0; lane < count;) {
       enterSpanOf(x + lane);
       const int last = std::min(span->end() - x, count);
