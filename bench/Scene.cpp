@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "effect/signal/SyncFunctions.h"
 #include "engine/Profiles.h"
 #include "engine/RowEngine.h"
-#include "signal/SyncFunctions.h"
 
 namespace lomix::bench {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "bench/Pairing.h"
 #include "bench/Picture.h"
+#include "effect/kernel/Lomix.h"
+#include "effect/signal/LomixStruct.h"
 #include "engine/RowKernels.h"
-#include "kernel/Lomix.h"
-#include "signal/LomixStruct.h"
 
 namespace lomix::bench {
 

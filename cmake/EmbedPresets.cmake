@@ -12,7 +12,7 @@ function(lomix_embed_presets out_source folder)
   endforeach()
   set(source ${CMAKE_CURRENT_BINARY_DIR}/BuiltInPresets.cpp)
   file(CONFIGURE OUTPUT ${source} @ONLY CONTENT [=[
-#include "cli/PresetStore.h"
+#include "looks/PresetStore.h"
 
 namespace lomix::cli {
 

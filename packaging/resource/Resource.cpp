@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "shell/EffectInfo.h"
+#include "effect/shell/EffectInfo.h"
 
 namespace lomix::packaging {
 namespace {

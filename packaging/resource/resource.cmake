@@ -13,7 +13,7 @@ if(CMAKE_CROSSCOMPILING)
     COMMAND ${LOMIX_BUILD_CXX} -std=c++20 -O1 -I${PROJECT_SOURCE_DIR}/packaging -I${PROJECT_SOURCE_DIR}/src
             ${LOMIX_RESOURCE_GENERATOR_SOURCES} -o ${generator}
     DEPENDS ${LOMIX_RESOURCE_GENERATOR_SOURCES} ${CMAKE_CURRENT_LIST_DIR}/Resource.h
-            ${PROJECT_SOURCE_DIR}/src/shell/EffectInfo.h
+            ${PROJECT_SOURCE_DIR}/src/effect/shell/EffectInfo.h
     COMMENT "Building the resource generator" VERBATIM)
 else()
   add_executable(lomix_resource ${LOMIX_RESOURCE_GENERATOR_SOURCES})

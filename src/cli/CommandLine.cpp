@@ -10,16 +10,16 @@
 #include <ostream>
 #include <utility>
 
-#include "cli/Errors.h"
-#include "cli/InspectCommand.h"
-#include "cli/ParamsCommand.h"
-#include "cli/PresetsCommand.h"
-#include "cli/RenderCommand.h"
-#include "cli/TestCardCommand.h"
+#include "cli/commands/InspectCommand.h"
+#include "cli/commands/ParamsCommand.h"
+#include "cli/commands/PresetsCommand.h"
+#include "cli/commands/RenderCommand.h"
+#include "cli/commands/TestCardCommand.h"
+#include "support/Errors.h"
 #if defined(LOMIX_DRAWING)
-#include "cli/CompareCommand.h"
-#include "cli/PlotCommand.h"
-#include "cli/SheetCommand.h"
+#include "cli/commands/CompareCommand.h"
+#include "cli/commands/PlotCommand.h"
+#include "cli/commands/SheetCommand.h"
 #endif
 
 namespace lomix::cli {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/Command.h"
+#include "support/Streams.h"
 
 namespace lomix::cli {
 

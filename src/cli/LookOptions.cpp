@@ -1,6 +1,6 @@
 #include "cli/LookOptions.h"
 
-#include "cli/PresetStore.h"
+#include "looks/PresetStore.h"
 
 namespace lomix::cli {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/Look.h"
+#include "looks/Look.h"
 
 namespace lomix::cli {
 

@@ -1,8 +1,8 @@
 #include <iostream>
 
+#include "batch/Interrupt.h"
 #include "cli/CommandLine.h"
-#include "cli/Interrupt.h"
-#include "cli/StandardErrorCopy.h"
+#include "support/StandardErrorCopy.h"
 
 int main(int count, char** arguments) {
   lomix::cli::endOnSignals();

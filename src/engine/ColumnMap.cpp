@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "kernel/SourcePosition.h"
+#include "effect/kernel/SourcePosition.h"
 
 namespace lomix::engine {
 namespace {

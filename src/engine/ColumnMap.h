@@ -3,9 +3,9 @@
 
 #include <vector>
 
+#include "effect/signal/LomixStruct.h"
 #include "engine/Span.h"
 #include "hostapi/Records.h"
-#include "signal/LomixStruct.h"
 
 namespace lomix::engine {
 

@@ -1,6 +1,6 @@
+#include "effect/signal/DrawFrame.h"
 #include "engine/Profiles.h"
 #include "engine/RowEngine.h"
-#include "signal/DrawFrame.h"
 
 namespace lomix {
 

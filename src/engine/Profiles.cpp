@@ -2,10 +2,10 @@
 
 #include <cmath>
 
+#include "effect/noise/Perlin.h"
+#include "effect/numeric/Truncate.h"
+#include "effect/signal/RowProfile.h"
 #include "engine/NoiseTables.h"
-#include "geometry/Truncate.h"
-#include "noise/Perlin.h"
-#include "signal/RowProfile.h"
 
 namespace lomix::engine {
 namespace {

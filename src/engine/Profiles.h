@@ -1,8 +1,8 @@
 // The row profiles of a frame without the process-wide generator.
 #pragma once
 
+#include "effect/signal/LomixStruct.h"
 #include "engine/RowKernels.h"
-#include "signal/LomixStruct.h"
 
 namespace lomix::engine {
 

@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "kernel/Grain.h"
-#include "kernel/Lomix.h"
-#include "kernel/PixelFunctions.h"
-#include "kernel/SourcePosition.h"
+#include "effect/kernel/Grain.h"
+#include "effect/kernel/Lomix.h"
+#include "effect/kernel/PixelFunctions.h"
+#include "effect/kernel/SourcePosition.h"
 
 namespace lomix::engine {
 namespace {

@@ -4,11 +4,11 @@
 #include <optional>
 #include <vector>
 
+#include "effect/signal/LomixStruct.h"
 #include "engine/ByteMap.h"
 #include "engine/ColumnMap.h"
 #include "engine/RowKernels.h"
 #include "hostapi/Records.h"
-#include "signal/LomixStruct.h"
 
 namespace lomix::engine {
 

@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "framework/AERender.h"
-#include "kernel/Grain.h"
-#include "kernel/PixelFunctions.h"
-#include "signal/RowProfile.h"
+#include "effect/framework/AERender.h"
+#include "effect/kernel/Grain.h"
+#include "effect/kernel/PixelFunctions.h"
+#include "effect/signal/RowProfile.h"
 
 namespace lomix::engine {
 namespace {

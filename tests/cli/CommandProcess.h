@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/ScratchFolder.h"
+#include "support/ScratchFolder.h"
 
 namespace lomix {
 

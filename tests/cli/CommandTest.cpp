@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "cli/CommandProcess.h"
-#include "media/PictureFile.h"
-#include "media/TestCard.h"
+#include "media/drawing/TestCard.h"
+#include "media/picture/PictureFile.h"
 
 namespace lomix {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "cli/CommandProcess.h"
 #include "engine/Profiles.h"
-#include "media/PictureFile.h"
-#include "media/TestCard.h"
+#include "media/drawing/TestCard.h"
+#include "media/picture/PictureFile.h"
 
 namespace lomix {
 namespace {

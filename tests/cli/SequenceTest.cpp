@@ -10,9 +10,9 @@
 #include <thread>
 
 #include "cli/CommandProcess.h"
-#include "media/PictureFile.h"
-#include "media/SequenceName.h"
-#include "media/TestCard.h"
+#include "media/drawing/TestCard.h"
+#include "media/picture/PictureFile.h"
+#include "media/picture/SequenceName.h"
 
 namespace lomix {
 namespace {

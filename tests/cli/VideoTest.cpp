@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "cli/CommandProcess.h"
-#include "media/PictureFile.h"
+#include "media/picture/PictureFile.h"
 
 namespace lomix {
 namespace {

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "effect/framework/AERender.h"
 #include "engine/BlendMap.h"
-#include "framework/AERender.h"
 
 namespace lomix::engine {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "effect/kernel/PixelFunctions.h"
 #include "engine/ByteMap.h"
-#include "kernel/PixelFunctions.h"
 
 namespace lomix::engine {
 namespace {

@@ -10,14 +10,14 @@
 #include <thread>
 #include <utility>
 
+#include "effect/UnitSupport.h"
+#include "effect/kernel/Lomix.h"
+#include "effect/signal/DrawFrame.h"
 #include "engine/Profiles.h"
 #include "engine/Random.h"
 #include "engine/RandomFrame.h"
 #include "engine/RowEngine.h"
 #include "engine/TestWorld.h"
-#include "kernel/Lomix.h"
-#include "signal/DrawFrame.h"
-#include "unit/UnitSupport.h"
 
 namespace lomix::differential {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <random>
 
-#include "engine/vector/Grain.h"
+#include "engine/simd/Grain.h"
 
 namespace lomix::engine {
 namespace {

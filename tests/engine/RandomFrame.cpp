@@ -7,7 +7,7 @@
 #include <limits>
 #include <utility>
 
-#include "signal/SyncFunctions.h"
+#include "effect/signal/SyncFunctions.h"
 
 namespace lomix::differential {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
+#include "effect/signal/LomixStruct.h"
 #include "engine/Random.h"
 #include "engine/TestWorld.h"
 #include "hostapi/Records.h"
-#include "signal/LomixStruct.h"
 
 namespace lomix::differential {
 

@@ -27,8 +27,8 @@ function(lomix_engine_mutant name kernels source)
 
   set(sources ${copy})
   if(source MATCHES "\\.h$")
-    set(sources ${PROJECT_SOURCE_DIR}/src/engine/RowKernelsAvx2.cpp
-                ${PROJECT_SOURCE_DIR}/src/engine/RowKernelsAvx512.cpp)
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/RowKernelsAvx2.cpp
+                ${PROJECT_SOURCE_DIR}/src/engine/simd/RowKernelsAvx512.cpp)
   endif()
   # The mutated objects come before the library, which then leaves its own out.
   add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}
@@ -37,7 +37,7 @@ function(lomix_engine_mutant name kernels source)
   set_target_properties(lomix_mutant_${name} PROPERTIES
                         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   target_include_directories(lomix_mutant_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(lomix_mutant_${name} PRIVATE lomix_effect Threads::Threads)
+  target_link_libraries(lomix_mutant_${name} PRIVATE lomix_engine Threads::Threads)
   add_test(NAME "mutant is found: ${name}"
            COMMAND lomix_mutant_${name} --expect-difference --kernels ${kernels} --pixels 100M)
   set_tests_properties("mutant is found: ${name}" PROPERTIES SKIP_RETURN_CODE 77)

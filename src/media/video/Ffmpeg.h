@@ -14,7 +14,7 @@ extern "C" {
 #include <memory>
 #include <string>
 
-#include "media/Video.h"
+#include "media/video/Video.h"
 
 namespace lomix::media {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "media/MediaError.h"
+#include "support/MediaError.h"
 
 namespace lomix::media {
 namespace {

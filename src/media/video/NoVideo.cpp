@@ -1,7 +1,8 @@
 // Stands in for the video readers and writers in a build without them.
-#include "media/MediaError.h"
-#include "media/PictureFile.h"
-#include "media/Video.h"
+#include "media/picture/PictureFile.h"
+#include "media/video/Video.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
 
 namespace lomix::media {
 namespace {

@@ -4,8 +4,9 @@
 #include <new>
 #include <utility>
 
-#include "media/MediaError.h"
-#include "media/PictureFile.h"
+#include "media/picture/PictureFile.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
 
 namespace lomix::media {
 namespace {

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "media/MediaError.h"
-#include "media/PictureFile.h"
+#include "media/picture/PictureFile.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
 
 namespace lomix::media {
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "media/TemporaryFile.h"
 #include "media/video/Codecs.h"
 #include "media/video/Reader.h"
+#include "support/TemporaryFile.h"
 
 namespace lomix::media {
 

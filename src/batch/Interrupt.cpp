@@ -1,0 +1,49 @@
+#include "batch/Interrupt.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+
+#include "support/TemporaryFile.h"
+
+namespace lomix::cli {
+namespace {
+
+std::atomic<bool> patient = false;
+std::atomic<int> noted = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+extern "C" void handleSignal(int number) {
+  // Some systems forget a handler once it was called.
+  std::signal(number, handleSignal);
+  if (patient && noted.exchange(number) == 0) return;
+  media::TemporaryFile::removeAllBeforeExit();
+  // What shells report for a process that a signal ended: 130 for Ctrl-C.
+  std::_Exit(128 + number);
+}
+
+void endOn(int number) {
+  // A parent that ignores a signal (nohup) wants it ignored here too.
+  if (std::signal(number, handleSignal) == SIG_IGN) std::signal(number, SIG_IGN);
+}
+
+}  // namespace
+
+void endOnSignals() {
+  endOn(SIGINT);
+  endOn(SIGTERM);
+#ifdef SIGHUP
+  endOn(SIGHUP);
+#endif
+}
+
+PatientWork::PatientWork() {
+  noted = 0;
+  patient = true;
+}
+
+PatientWork::~PatientWork() { patient = false; }
+
+int PatientWork::interruptedBy() { return noted; }
+
+}  // namespace lomix::cli

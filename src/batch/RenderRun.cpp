@@ -1,0 +1,150 @@
+#include "batch/RenderRun.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ostream>
+
+#include "batch/Pipeline.h"
+#include "batch/Progress.h"
+#include "batch/RunReport.h"
+#include "looks/PresetStore.h"
+#include "media/picture/PictureFile.h"
+#include "media/picture/SequenceName.h"
+#include "support/Errors.h"
+#include "support/NewFile.h"
+#include "support/TextFile.h"
+
+namespace lomix::cli {
+namespace {
+
+/// A hint where the user set a time that the effect is not going to look at.
+void noteIdleTime(const FrameRenderer& renderer, std::ostream& err) {
+  const ParameterTable& table = renderer.parameters();
+  const host::Parameter* time = table.find("Time");
+  const host::Parameter* control = table.find("Time Control");
+  if (time == nullptr || control == nullptr) return;
+  bool timeIsSet = false;
+  double controlValue = control->value();
+  for (const Assignment& assignment : renderer.look().at(0.0)) {
+    if (assignment.index == time->index) timeIsSet = true;
+    if (assignment.index == control->index) controlValue = assignment.value;
+  }
+  if (timeIsSet && valueText(*control, controlValue) == "Automatic") {
+    err << "note: Time: it has no effect while Time Control is Automatic (add --set "
+           "\"Time Control=Manual\", or use --time)\n";
+  }
+}
+
+std::string frames(std::int64_t count) {
+  return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
+std::string summary(const RunOptions& options, const Tally& tally, double seconds) {
+  std::string text = "wrote '" + options.route.output + "': " + frames(tally.rendered);
+  if (tally.skipped > 0) text += ", " + frames(tally.skipped) + " kept";
+  char time[64];
+  std::snprintf(time, sizeof time, " in %.2f s", seconds);
+  return text + time + "\n";
+}
+
+/// The end of a run as an exception, where it is not a good one.
+void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const Route& route) {
+  const Tally& tally = pipeline.tally();
+  if (pipeline.interruptedBy() != 0) {
+    const std::string kept =
+        route.sink->allowsGaps()
+            ? frames(tally.rendered) + " written (run it again with --skip-existing to go on)"
+            : "nothing is written (run it again to start anew)";
+    throw Interrupted("'" + options.route.output + "': " + kept, pipeline.interruptedBy());
+  }
+  if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
+    throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
+                       " damaged and left out (the others are written; mend the input)");
+  }
+  if (pipeline.failures().empty()) return;
+  std::vector<std::int64_t> numbers;
+  for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);
+  std::ranges::sort(numbers);
+  const std::string message = "'" + options.route.input + "': " + frames(tally.failed) +
+                              " could not be read: " + media::listed(numbers);
+  if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (check the files)");
+  throw FramesFailed(message + " (the others are written; mend these, then use --skip-existing)");
+}
+
+/// A report's file, looked at before the work.
+class Report {
+ public:
+  Report(const RunOptions& options, const FrameRenderer& renderer, const Pipeline& pipeline)
+      : options_(options), renderer_(renderer), pipeline_(pipeline) {
+    if (!options.reportFile.empty()) media::checkNewFile(options.reportFile, true);
+  }
+
+  void write(double seconds, const std::string& error) const {
+    if (options_.reportFile.empty()) return;
+    nlohmann::ordered_json report = {
+        {"lomix", LOMIX_VERSION},
+        {"effect", renderer_.versionText()},
+        {"input", options_.route.input},
+        {"output", options_.route.output},
+        {"engine", options_.rendering.engine == Engine::Rows ? "rows" : "plugin"},
+        {"threads", options_.threads},
+        {"settings", settingsOf(renderer_)}};
+    report.update(reportOf(pipeline_, seconds));
+    if (!error.empty()) report["error"] = error;
+    media::writeText(report.dump(2) + "\n", options_.reportFile, true);
+  }
+
+ private:
+  const RunOptions& options_;
+  const FrameRenderer& renderer_;
+  const Pipeline& pipeline_;
+};
+
+}  // namespace
+
+void runRender(const RunOptions& options, const Streams& streams) {
+  FrameRenderer renderer(options.rendering);
+  if (!options.quiet) noteIdleTime(renderer, streams.err);
+  const Route route = makeRoute(options.route);
+  if (!options.savedPreset.empty()) {
+    savePreset(renderer.look(), renderer.parameters(), options.savedPreset,
+               options.route.existing == Existing::Overwrite);
+  }
+  if (!options.quiet && !route.note.empty()) streams.err << "note: " + route.note + "\n";
+  if (route.done) {
+    if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
+    return;
+  }
+
+  Pipeline pipeline(*route.source, renderer, *route.sink, options.threads);
+  const Report report(options, renderer, pipeline);
+  const std::vector<std::int64_t> missing = route.source->missing();
+  if (!missing.empty()) {
+    streams.err << "error: " + media::cannotRead(options.route.input) + "frames " +
+                       media::listed(missing) + " do not exist (the others are rendered)\n";
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const auto seconds = [start] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  try {
+    std::optional<std::int64_t> total = route.source->count();
+    if (total) *total += static_cast<std::int64_t>(missing.size());
+    Progress progress(streams, pipeline.tally(), total, options.quiet);
+    pipeline.onFailure = [&progress](const std::string& message) {
+      progress.say("error: " + message);
+    };
+    pipeline.run();
+  } catch (const std::exception& error) {
+    report.write(seconds(), error.what());
+    throw;
+  }
+  report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
+  throwUnlessDone(options, pipeline, route);
+  // Where the frames themselves go to standard output, nothing else may.
+  std::ostream& out = options.route.output == media::kStandardStream ? streams.err : streams.out;
+  if (!options.quiet) out << summary(options, pipeline.tally(), seconds());
+}
+
+}  // namespace lomix::cli

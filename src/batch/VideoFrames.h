@@ -1,0 +1,50 @@
+// Videos as sources and sinks of frames.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "batch/Frame.h"
+#include "media/video/Video.h"
+
+namespace lomix::cli {
+
+/// The frames of a video, numbered from 0; their times count from the first.
+class VideoSource : public FrameSource {
+ public:
+  /// wanted: the frames to take, ascending; empty for all. Throws media::MediaError.
+  VideoSource(const media::VideoInput& input, std::vector<std::int64_t> wanted);
+
+  media::VideoReader& reader() { return *reader_; }
+
+  std::optional<std::int64_t> count() const override;
+  std::optional<Frame> next() override;
+  void load(const Frame& frame, media::Picture& picture) override;
+  std::vector<std::int64_t> missing() const override;
+  std::int64_t damagedCount() const override { return reader_->damagedCount(); }
+
+ private:
+  std::unique_ptr<media::VideoReader> reader_;
+  std::vector<std::int64_t> wanted_;
+  std::size_t nextWanted_ = 0;
+  std::int64_t number_ = 0;
+  bool atEnd_ = false;
+};
+
+class VideoSink : public FrameSink {
+ public:
+  /// source: the video whose other streams go along; null for none. firstNumber: of pictures, the
+  /// frame that stands at time 0. Throws media::MediaError.
+  VideoSink(const media::VideoOutput& output, media::VideoReader* source, std::int64_t firstNumber);
+
+  std::unique_ptr<ReadyFrame> take(const Frame& frame,
+                                   std::shared_ptr<media::Picture> picture) override;
+  void append(ReadyFrame& frame) override;
+  void finish() override { writer_->finish(); }
+
+ private:
+  std::unique_ptr<media::VideoWriter> writer_;
+  std::int64_t firstNumber_;
+};
+
+}  // namespace lomix::cli

@@ -1,0 +1,115 @@
+#include "cli/commands/InspectCommand.h"
+
+#include <array>
+#include <charconv>
+#include <ostream>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "batch/Plugin.h"
+#include "looks/ParameterReport.h"
+#include "support/VersionWord.h"
+
+namespace lomix::cli {
+namespace {
+
+struct FlagName {
+  std::int32_t bit;
+  const char* name;
+};
+
+constexpr std::array kOutFlagNames{
+    FlagName{PF_OutFlag_KEEP_RESOURCE_OPEN, "KEEP_RESOURCE_OPEN"},
+    FlagName{PF_OutFlag_NON_PARAM_VARY, "NON_PARAM_VARY"},
+    FlagName{PF_OutFlag_DISPLAY_ERROR_MESSAGE, "DISPLAY_ERROR_MESSAGE"},
+};
+constexpr std::array kOutFlag2Names{
+    FlagName{PF_OutFlag2_SUPPORTS_QUERY_DYNAMIC_FLAGS, "SUPPORTS_QUERY_DYNAMIC_FLAGS"},
+    FlagName{PF_OutFlag2_SUPPORTS_SMART_RENDER, "SUPPORTS_SMART_RENDER"},
+    FlagName{PF_OutFlag2_FLOAT_COLOR_AWARE, "FLOAT_COLOR_AWARE"},
+    FlagName{PF_OutFlag2_PPRO_DO_NOT_CLONE_SEQUENCE_DATA_FOR_RENDER,
+             "PPRO_DO_NOT_CLONE_SEQUENCE_DATA_FOR_RENDER"},
+};
+
+std::string hexadecimal(std::uint32_t word) {
+  std::array<char, 16> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), word, 16).ptr;
+  return "0x" + std::string(digits.data(), end);
+}
+
+/// Every set bit by its name, or by its number where it has none here.
+std::vector<std::string> namesOf(std::int32_t word, std::span<const FlagName> names) {
+  std::vector<std::string> found;
+  auto rest = static_cast<std::uint32_t>(word);
+  for (const FlagName& flag : names) {
+    const auto bit = static_cast<std::uint32_t>(flag.bit);
+    if ((rest & bit) != 0) found.emplace_back(flag.name);
+    rest &= ~bit;
+  }
+  for (std::uint32_t bit = 1; bit != 0; bit <<= 1) {
+    if ((rest & bit) != 0) found.push_back(hexadecimal(bit));
+  }
+  return found;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += " " + word;
+  return text;
+}
+
+}  // namespace
+
+InspectCommand::InspectCommand(CLI::App& app) {
+  app.add_option("MODULE", module_, "The plug-in module to look at")->type_name("FILE")->required();
+  app.add_flag("--json", json_, "Print JSON for programs");
+  app.footer(
+      "Examples:\n"
+      "  lomix inspect ./Lomix.so\n"
+      "  lomix inspect ./Lomix.so --json\n");
+}
+
+void InspectCommand::run(const Streams& streams) {
+  Plugin plugin(findPlugin(module_), host::Personality::AfterEffects);
+  const std::string about = plugin.about();
+  const host::GlobalInfo& info = plugin.info();
+  const VersionWord version = decodeVersion(info.version);
+  const auto outFlags = namesOf(info.outFlags, kOutFlagNames);
+  const auto outFlags2 = namesOf(info.outFlags2, kOutFlag2Names);
+
+  if (json_) {
+    const nlohmann::ordered_json report{
+        {"module", module_},
+        {"about", about},
+        {"version",
+         {{"word", info.version},
+          {"version", version.version},
+          {"subversion", version.subversion},
+          {"bugfix", version.bugfix},
+          {"stage", version.stage},
+          {"build", version.build}}},
+        {"outFlags", {{"word", info.outFlags}, {"names", outFlags}}},
+        {"outFlags2", {{"word", info.outFlags2}, {"names", outFlags2}}},
+        {"parameters", toJson(plugin.parameters())}};
+    streams.out << report.dump(2) << "\n";
+  } else {
+    std::string aboutLines = about;
+    // Hosts break lines at a carriage return; the second and later ones are set in.
+    for (std::size_t at; (at = aboutLines.find('\r')) != std::string::npos;) {
+      aboutLines.replace(at, 1, "\n           ");
+    }
+    streams.out << "about      " << aboutLines << "\n"
+                << "version    " << version.version << "." << version.subversion << "."
+                << version.bugfix << " " << version.stageName() << ", build " << version.build
+                << " (" << hexadecimal(info.version) << ")\n"
+                << "flags     " << joined(outFlags) << " ("
+                << hexadecimal(static_cast<std::uint32_t>(info.outFlags)) << ")\n"
+                << "flags 2   " << joined(outFlags2) << " ("
+                << hexadecimal(static_cast<std::uint32_t>(info.outFlags2)) << ")\n\n";
+    print(plugin.parameters(), streams.out);
+  }
+  plugin.finish();
+}
+
+}  // namespace lomix::cli

@@ -1,0 +1,78 @@
+#include "cli/commands/PlotCommand.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "cli/figures/ProfilePlot.h"
+#include "looks/Numbers.h"
+#include "looks/ParameterTable.h"
+#include "media/picture/PictureFile.h"
+#include "support/Errors.h"
+#include "support/NewFile.h"
+#include "support/TextFile.h"
+
+namespace lomix::cli {
+namespace {
+
+// Beyond, the profiles are made of rounding errors.
+constexpr double kMostSeconds = 100000;
+constexpr media::Colour kWhite = media::grey(255);
+
+std::pair<double, double> parseSpan(const std::string& text) {
+  const std::size_t colon = text.find(':');
+  const auto first = parseNumber(trimmed(std::string_view(text).substr(0, colon)));
+  const auto last = colon == std::string::npos
+                        ? std::nullopt
+                        : parseNumber(trimmed(std::string_view(text).substr(colon + 1)));
+  if (!first || !last || *last - *first < 0.001 || *first < -kMostSeconds || *last > kMostSeconds) {
+    throw UsageError(
+        "--over: '" + text +
+        "' is not a span of time (write FROM:TO in seconds, such as 0:8, up to 100000)");
+  }
+  return {*first, *last};
+}
+
+}  // namespace
+
+PlotCommand::PlotCommand(CLI::App& app) {
+  app.add_option("OUTPUT", output_,
+                 "The picture to write; its extension chooses the\n"
+                 "format: .svg, .png, .jpg, ...")
+      ->type_name("FILE")
+      ->required();
+  app.add_option("--rows", rows_, "Height of the frame in rows; 540 by default")
+      ->type_name("N")
+      ->check(CLI::Range(16, 16384));
+  app.add_option("--time", time_, "The moment of the curves; 1 by default")
+      ->type_name("SECONDS|N/D");
+  app.add_option("--over", over_, "The span of the time axis; 0:8 by default")
+      ->type_name("FROM:TO");
+  app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists");
+  app.footer(
+      "Every row of a frame has three values, which only depend on its place and on the time:\n"
+      "the weight of the scan distortion, the brightness of the bars, the jitter of the signal.\n\n"
+      "Examples:\n"
+      "  lomix plot profiles.png\n"
+      "  lomix plot profiles.svg --rows 1080 --time 2.5 --over 0:20\n");
+}
+
+void PlotCommand::run(const Streams&) {
+  const auto [from, to] = parseSpan(over_);
+  const ProfileRange range{rows_, inSeconds(parseTime(time_)), from, to};
+  const bool svg = normalisedName(std::filesystem::path(output_).extension().string()) == ".svg";
+  if (svg) {
+    media::checkNewFile(output_, overwrite_);
+  } else {
+    media::checkWritable(output_, overwrite_);
+  }
+  media::Drawing drawing(svg ? media::Drawing::Kind::Svg : media::Drawing::Kind::Pixels,
+                         kProfilePlotWidth, kProfilePlotHeight, kWhite);
+  drawProfiles(drawing, range);
+  if (svg) {
+    media::writeText(std::move(drawing).svg(), output_, overwrite_);
+  } else {
+    media::writePicture(drawing.picture(), output_, overwrite_);
+  }
+}
+
+}  // namespace lomix::cli

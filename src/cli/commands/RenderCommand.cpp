@@ -1,0 +1,209 @@
+#include "cli/commands/RenderCommand.h"
+
+#include <algorithm>
+#include <optional>
+#include <thread>
+
+#include "batch/FrameList.h"
+#include "batch/RenderRun.h"
+#include "looks/Numbers.h"
+#include "support/Errors.h"
+
+namespace lomix::cli {
+namespace {
+
+using host::Personality;
+
+Personality parsePersonality(const std::string& text) {
+  if (text == "ae") return Personality::AfterEffects;
+  if (text == "premiere") return Personality::Premiere;
+  throw UsageError("--host: there is no host '" + text + "' (use ae or premiere)");
+}
+
+/// text: empty for the default. module: the module that was named, empty for none.
+Engine parseEngine(const std::string& text, const std::string& module) {
+  if (text.empty()) return module.empty() ? Engine::Rows : Engine::Plugin;
+  if (text == "plugin") return Engine::Plugin;
+  if (text != "rows") {
+    throw UsageError("--engine: there is no engine '" + text + "' (use rows or plugin)");
+  }
+  if (!module.empty()) {
+    throw UsageError("--plugin: the engine rows loads no module (use --engine plugin)");
+  }
+  return Engine::Rows;
+}
+
+/// wanted: 0 for all processors.
+int threadCount(int wanted) {
+  if (wanted > 0) return wanted;
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
+/// Nothing: as the input wants it.
+std::optional<int> parseDepth(const std::string& text, Personality personality) {
+  if (text.empty()) return std::nullopt;
+  if (text != "8" && text != "32") {
+    throw UsageError("--depth: " + text + " bits cannot be rendered (use 8 or 32)");
+  }
+  if (text == "32" && personality == Personality::Premiere) {
+    throw UsageError("--depth: the host premiere renders 8 bits only (use --depth 8 or --host ae)");
+  }
+  return text == "8" ? 8 : 32;
+}
+
+}  // namespace
+
+RenderCommand::RenderCommand(CLI::App& app) {
+  app.add_option("INPUT", input_,
+                 "What to read: a picture (PNG, JPEG, TIFF, OpenEXR, ...),\n"
+                 "a numbered sequence such as shot.####.exr or\n"
+                 "shot.%04d.png, or a video; - for standard input")
+      ->type_name("FILE")
+      ->required();
+  app.add_option("OUTPUT", output_,
+                 "The picture, sequence or video to write; the extension\n"
+                 "chooses the format; - for standard output. JPEG knows\n"
+                 "no transparency: the colours are written as they are")
+      ->type_name("FILE")
+      ->required();
+
+  look_.addTo(app);
+  app.add_option("--save-preset", savedPreset_,
+                 "Write what --preset, --set and --key make together\n"
+                 "as a preset, for use with --preset FILE")
+      ->type_name("FILE")
+      ->group("Effect");
+  app.add_option("--time", time_,
+                 "The time of a single picture: seconds such as 1.5, or\n"
+                 "a fraction such as 45/30; 0 by default")
+      ->type_name("SECONDS|N/D")
+      ->group("Effect");
+
+  const char* sequences = "Sequences";
+  app.add_option("--frames", frames_,
+                 "The frames to render: 1-100, 1-99x2 (every second),\n"
+                 "1,5,8-12; by default all that exist. A single picture\n"
+                 "is repeated for them; those of a video count from 0")
+      ->type_name("A-B[xS],...")
+      ->group(sequences);
+  app.add_option("--fps", fps_,
+                 "Frames a second: frame n has the time n over this.\n"
+                 "24 by default for pictures")
+      ->type_name("N|N/D")
+      ->group(sequences);
+
+  const char* video = "Video";
+  app.add_option("--codec", codec_,
+                 "How to write a video: h264, prores (4444, with alpha),\n"
+                 "ffv1 (lossless, 8 or 16 bits), png, raw (frames without\n"
+                 "a container) or y4m. By default h264, prores for .mov,\n"
+                 "ffv1 for .mkv and .avi, y4m for standard output")
+      ->type_name("NAME")
+      ->group(video);
+  app.add_option("--crf", crf_, "Quality of h264, 0 (best) to 51; 16 by default")
+      ->type_name("N")
+      ->check(CLI::Range(0, 51))
+      ->group(video);
+  app.add_option("--raw", raw_,
+                 "INPUT is raw frames of this size and FFmpeg pixel format\n"
+                 "(rgba by default), at --fps; standard output then takes\n"
+                 "frames of the same kind")
+      ->type_name("WxH[:FORMAT]")
+      ->group(video);
+  app.add_flag("--video-only", videoOnly_, "Leave sound and subtitles out")->group(video);
+
+  const char* rendering = "Rendering";
+  app.add_option("--depth", depth_,
+                 "Bits per channel: 8, or 32 for float. By default 8\n"
+                 "for 8-bit inputs and 32 for deeper ones")
+      ->type_name("8|32")
+      ->group(rendering);
+  app.add_option("--downsample", downsample_,
+                 "Render as a host does at reduced resolution: INPUT is\n"
+                 "averaged to 1/X by 1/Y of its size, the effect is told\n"
+                 "the factors, and OUTPUT has the smaller size")
+      ->type_name("X[,Y]")
+      ->group(rendering);
+  app.add_option("--host", host_,
+                 "The host to play: ae (After Effects, the default) or\n"
+                 "premiere (Premiere Pro, renders 8 bits only)")
+      ->type_name("ae|premiere")
+      ->group(rendering);
+  app.add_option("--engine", engine_,
+                 "What computes the pixels: rows, the fast engine in\n"
+                 "this program (default), or plugin, a module loaded as\n"
+                 "a host loads it. The pixels are the same")
+      ->type_name("rows|plugin")
+      ->group(rendering);
+  app.add_option("--plugin", plugin_,
+                 "The module for --engine plugin, which this implies; by\n"
+                 "default the one that is installed with lomix")
+      ->type_name("FILE")
+      ->group(rendering);
+  app.add_option("--threads", threads_, "Frames in flight; all processors by default")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024))
+      ->group(rendering);
+
+  const char* files = "Files and messages";
+  CLI::Option* overwrite =
+      app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists")->group(files);
+  app.add_flag("--skip-existing", skipExisting_,
+               "Keep the frames that exist and render the others: goes\n"
+               "on where an earlier run was stopped")
+      ->excludes(overwrite)
+      ->group(files);
+  app.add_option("--report", report_,
+                 "Write a report as JSON: frames, failures, times, settings,\n"
+                 "versions")
+      ->type_name("FILE")
+      ->group(files);
+  app.add_flag("--quiet", quiet_, "Print errors only")->group(files);
+
+  app.footer(
+      "Examples:\n"
+      "  lomix render in.png out.png --set Noise=30 --set \"Vertical Sync=5\" --time 1.5\n"
+      "  lomix render in.png out.png --preset weak-aerial --set Noise=60\n"
+      "  lomix render 'in.####.exr' 'out.####.exr' --frames 1001-1100 --fps 25 --set Noise=20\n"
+      "  lomix render film.mp4 aired.mp4 --set \"Scan Distortion=15\" --crf 18\n"
+      "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
+      "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
+      "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
+}
+
+void RenderCommand::run(const Streams& streams) {
+  RunOptions run;
+  run.threads = threadCount(threads_);
+  run.reportFile = report_;
+  run.quiet = quiet_;
+  RenderOptions& rendering = run.rendering;
+  rendering.personality = parsePersonality(host_);
+  rendering.downsample = parseDownsample(downsample_);
+  rendering.depth = parseDepth(depth_, rendering.personality);
+  rendering.engine = parseEngine(engine_, plugin_);
+  rendering.module = plugin_;
+  rendering.look = look_;
+  run.savedPreset = savedPreset_;
+
+  RouteOptions& route = run.route;
+  route.input = input_;
+  route.output = output_;
+  if (!time_.empty()) route.time = parseTime(time_);
+  if (!frames_.empty()) route.frames = parseFrames(frames_);
+  if (!fps_.empty()) route.rate = parseRate(fps_);
+  if (overwrite_) route.existing = Existing::Overwrite;
+  if (skipExisting_) route.existing = Existing::Skip;
+  route.threads = run.threads;
+  route.codec = codec_;
+  route.crf = crf_;
+  route.videoOnly = videoOnly_;
+  if (!raw_.empty()) {
+    const std::size_t colon = raw_.find(':');
+    route.rawSize = parseSize(raw_.substr(0, colon), "--raw");
+    route.rawFormat = colon == std::string::npos ? "rgba" : raw_.substr(colon + 1);
+    if (codec_.empty() && output_ == media::kStandardStream) route.codec = "raw";
+  }
+  runRender(run, streams);
+}
+
+}  // namespace lomix::cli

@@ -1,0 +1,265 @@
+#include "cli/figures/ProfilePlot.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "engine/Profiles.h"
+#include "looks/Numbers.h"
+
+namespace lomix::cli {
+namespace {
+
+using media::Anchor;
+using media::Box;
+using media::Colour;
+using media::Drawing;
+using media::Point;
+using media::TextStyle;
+
+constexpr Colour kInk{32, 33, 36};
+constexpr Colour kFaint{218, 220, 224};
+constexpr Colour kMarker{217, 48, 37};
+constexpr TextStyle kTitle{20, kInk, Anchor::Start, true};
+constexpr TextStyle kHeading{15, kInk, Anchor::Start, true};
+constexpr TextStyle kNumber{12, kInk, Anchor::Middle};
+constexpr TextStyle kNumberEnd{12, kInk, Anchor::End};
+constexpr TextStyle kLabel{13, kInk, Anchor::Middle};
+constexpr TextStyle kLabelStart{13, kInk, Anchor::Start};
+
+/// A profile in the unit that it is shown in.
+struct Shown {
+  const char* heading;
+  const char* unit;
+  std::vector<float> LomixStruct::*profile;
+  double scale;      ///< From the profile's value to the shown one.
+  double low, high;  ///< Ends of the shown values.
+  Colour curve;
+  Colour lowColour, middleColour, highColour;
+};
+
+// As the kernel uses them: the weight pushes rows one way by up to three tenths of the width, the
+// jitter both ways by up to half of it.
+constexpr std::array<Shown, 3> kShown{{
+    {"Scan profile: how far Scan Distortion at 100 % pushes a row",
+     "% of the width",
+     &LomixStruct::scanProfile,
+     100.0,
+     0.0,
+     30.0,
+     {68, 119, 170},
+     {247, 251, 255},
+     {107, 164, 212},
+     {8, 48, 107}},
+    {"Bars profile: the brightness of Bars Overlay",
+     "0 black, 1 white",
+     &LomixStruct::barsProfile,
+     1.0,
+     0.0,
+     1.0,
+     {34, 136, 51},
+     {0, 0, 0},
+     {128, 128, 128},
+     {255, 255, 255}},
+    {"Signal profile: how far Signal Distortion at 100 % pushes a row",
+     "% of the width",
+     &LomixStruct::signalProfile,
+     -50.0,
+     -12.5,
+     12.5,
+     {170, 51, 119},
+     {33, 102, 172},
+     {247, 247, 247},
+     {178, 24, 43}},
+}};
+
+Colour mix(const Colour& a, const Colour& b, double part) {
+  return {a.red + (b.red - a.red) * part, a.green + (b.green - a.green) * part,
+          a.blue + (b.blue - a.blue) * part};
+}
+
+Colour colourOf(const Shown& shown, double value) {
+  const double part = std::clamp((value - shown.low) / (shown.high - shown.low), 0.0, 1.0);
+  return part < 0.5 ? mix(shown.lowColour, shown.middleColour, 2 * part)
+                    : mix(shown.middleColour, shown.highColour, 2 * part - 1);
+}
+
+LomixStruct profilesAt(int rows, double seconds) {
+  LomixStruct record{};
+  engine::fillProfiles(record, rows, 1.0, -static_cast<float>(seconds), engine::bestKernels());
+  return record;
+}
+
+/// A step of 1, 2 or 5 times a power of ten that divides the range into about count parts.
+double niceStep(double range, int count) {
+  const double rough = range / count;
+  const double power = std::pow(10.0, std::floor(std::log10(rough)));
+  for (const double factor : {1.0, 2.0, 5.0}) {
+    if (factor * power >= rough) return factor * power;
+  }
+  return 10.0 * power;
+}
+
+/// Where a value stands between two ends of an axis, in pixels.
+struct Scale {
+  double low, high;
+  double first, last;  ///< Pixels of low and high.
+  double at(double value) const { return first + (value - low) / (high - low) * (last - first); }
+  std::vector<double> ticks(int count) const {
+    const double step = niceStep(high - low, count);
+    std::vector<double> values;
+    const double end = high + step * 1e-6;
+    for (double i = std::ceil(low / step - 1e-6); i * step <= end; ++i) values.push_back(i * step);
+    return values;
+  }
+};
+
+std::string numberText(double value) {
+  const std::string text = shortest(std::abs(value) < 1e-9 ? 0.0 : value);
+  return text.starts_with('-') ? "−" + text.substr(1) : text;
+}
+
+class Panel {
+ public:
+  Panel(Drawing& drawing, const Shown& shown, const ProfileRange& range, double top)
+      : drawing_(drawing),
+        shown_(shown),
+        range_(range),
+        curve_{90, top, 390, top + kHeight},
+        image_{470, top, 1080, top + kHeight},
+        rows_{0, static_cast<double>(range.rows), top, top + kHeight} {}
+
+  static constexpr double kHeight = 262;
+
+  void draw() {
+    drawing_.text({curve_.left, curve_.top - 14}, shown_.heading, kHeading);
+    drawCurve();
+    drawImage();
+    drawKey();
+  }
+
+ private:
+  void drawRowNumbers(const Box& box) {
+    for (const double row : rows_.ticks(5)) {
+      drawing_.text({box.left - 8, rows_.at(row) + 4}, numberText(row), kNumberEnd);
+    }
+    drawing_.textUpwards({box.left - 48, (box.top + box.bottom) / 2}, "row", kLabel);
+  }
+
+  void drawCurve() {
+    const Scale values{shown_.low, shown_.high, curve_.left, curve_.right};
+    for (const double value : values.ticks(5)) {
+      const double x = values.at(value);
+      drawing_.line(std::array{Point{x, curve_.top}, Point{x, curve_.bottom}}, kFaint);
+      drawing_.text({x, curve_.bottom + 18}, numberText(value), kNumber);
+    }
+    for (const double row : rows_.ticks(5)) {
+      const double y = rows_.at(row);
+      drawing_.line(std::array{Point{curve_.left, y}, Point{curve_.right, y}}, kFaint);
+    }
+    const LomixStruct record = profilesAt(range_.rows, range_.seconds);
+    std::vector<Point> points;
+    for (int row = 0; row < range_.rows; ++row) {
+      const double value = shown_.scale * (record.*shown_.profile)[static_cast<std::size_t>(row)];
+      points.push_back({values.at(value), rows_.at(row + 0.5)});
+    }
+    drawing_.line(points, shown_.curve, range_.rows > kHeight ? 1.0 : 1.6);
+    drawing_.frame(curve_, kInk);
+    drawRowNumbers(curve_);
+    drawing_.text({(curve_.left + curve_.right) / 2, curve_.bottom + 38}, shown_.unit, kLabel);
+  }
+
+  void drawImage() {
+    const auto width = static_cast<int>(image_.right - image_.left);
+    const int height = static_cast<int>(kHeight);
+    const Scale times{range_.fromSeconds, range_.toSeconds, image_.left, image_.right};
+    media::Picture picture(width, height, 8);
+    for (int x = 0; x < width; ++x) {
+      const double seconds =
+          times.low + (times.high - times.low) * (x + 0.5) / static_cast<double>(width);
+      const LomixStruct record = profilesAt(range_.rows, seconds);
+      for (int y = 0; y < height; ++y) {
+        const Colour colour = colourOf(shown_, valueAt(record.*shown_.profile, y, height));
+        auto* pixel = picture.row8(y).data() + std::ptrdiff_t{x} * media::Picture::kChannels;
+        pixel[0] = 255;
+        pixel[1] = static_cast<std::uint8_t>(colour.red + 0.5);
+        pixel[2] = static_cast<std::uint8_t>(colour.green + 0.5);
+        pixel[3] = static_cast<std::uint8_t>(colour.blue + 0.5);
+      }
+    }
+    drawing_.place(picture, image_);
+    for (const double seconds : times.ticks(8)) {
+      const double x = times.at(seconds);
+      drawing_.line(std::array{Point{x, image_.bottom}, Point{x, image_.bottom + 5}}, kInk);
+      drawing_.text({x, image_.bottom + 18}, numberText(seconds), kNumber);
+    }
+    if (range_.seconds >= times.low && range_.seconds <= times.high) {
+      const double x = times.at(range_.seconds);
+      drawing_.line(std::array{Point{x, image_.top}, Point{x, image_.bottom}}, kMarker, 1.5);
+    }
+    drawing_.frame(image_, kInk);
+    drawRowNumbers(image_);
+    drawing_.text({(image_.left + image_.right) / 2, image_.bottom + 38}, "time (s)", kLabel);
+  }
+
+  /// The value of a pixel that stands for several rows: the one farthest from 0. Their average
+  /// would make the jitter vanish.
+  double valueAt(const std::vector<float>& profile, int y, int height) const {
+    const auto rowAt = [&](int pixel) {
+      return static_cast<int>(static_cast<std::int64_t>(pixel) * range_.rows / height);
+    };
+    const int first = rowAt(y);
+    const int last = std::max(first + 1, rowAt(y + 1));
+    const float value =
+        *std::max_element(profile.begin() + first, profile.begin() + last,
+                          [](float a, float b) { return std::abs(a) < std::abs(b); });
+    return shown_.scale * value;
+  }
+
+  /// What the image's colours mean.
+  void drawKey() {
+    const Box bar{image_.right + 20, image_.top, image_.right + 38, image_.bottom};
+    drawing_.textUpwards({bar.right + 52, (bar.top + bar.bottom) / 2}, shown_.unit, kLabel);
+    const Scale values{shown_.low, shown_.high, bar.bottom, bar.top};
+    for (double y = bar.top; y < bar.bottom; ++y) {
+      const double part = (bar.bottom - y - 0.5) / kHeight;
+      drawing_.fill({bar.left, y, bar.right, y + 1},
+                    colourOf(shown_, shown_.low + (shown_.high - shown_.low) * part));
+    }
+    drawing_.frame(bar, kInk);
+    for (const double value : values.ticks(5)) {
+      const double y = values.at(value);
+      drawing_.line(std::array{Point{bar.right, y}, Point{bar.right + 4, y}}, kInk);
+      drawing_.text({bar.right + 8, y + 4}, numberText(value), {kNumber.size, kInk, Anchor::Start});
+    }
+  }
+
+  Drawing& drawing_;
+  const Shown& shown_;
+  const ProfileRange& range_;
+  Box curve_;
+  Box image_;
+  Scale rows_;
+};
+
+}  // namespace
+
+void drawProfiles(Drawing& drawing, const ProfileRange& range) {
+  drawing.text({90, 40}, "Row profiles of a frame of " + std::to_string(range.rows) + " rows",
+               kTitle);
+  double left = 90;
+  for (const Shown& shown : kShown) {
+    drawing.line(std::array{Point{left, 63}, Point{left + 22, 63}}, shown.curve, 2);
+    left += 26;
+  }
+  drawing.text({left + 4, 68}, "the profile at " + numberText(range.seconds) + " s", kLabelStart);
+  drawing.line(std::array{Point{470, 63}, Point{492, 63}}, kMarker, 2);
+  drawing.text({500, 68}, "the same moment among the others", kLabelStart);
+  for (std::size_t i = 0; i < kShown.size(); ++i) {
+    Panel(drawing, kShown[i], range, 122 + 345 * static_cast<double>(i)).draw();
+  }
+}
+
+}  // namespace lomix::cli

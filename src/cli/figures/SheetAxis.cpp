@@ -1,0 +1,103 @@
+#include "cli/figures/SheetAxis.h"
+
+#include <cmath>
+#include <limits>
+
+#include "looks/PresetStore.h"
+#include "support/Errors.h"
+
+namespace lomix::cli {
+namespace {
+
+constexpr const char* kForms = "FROM:TO:COUNT or VALUE,VALUE,...";
+
+std::vector<std::string_view> splitAt(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  for (;;) {
+    const std::size_t at = text.find(separator);
+    parts.push_back(trimmed(text.substr(0, at)));
+    if (at == std::string_view::npos) return parts;
+    text.remove_prefix(at + 1);
+  }
+}
+
+/// Reads either form. read: turns a text into a value, or throws.
+template <typename Read>
+std::vector<double> valuesOf(std::string_view text, const std::string& subject, Read read) {
+  std::vector<double> values;
+  const auto parts = splitAt(text, ':');
+  if (parts.size() == 1) {
+    for (const std::string_view value : splitAt(text, ',')) values.push_back(read(value));
+    return values;
+  }
+  const auto count = parts.size() == 3 ? parseWhole(parts[2]) : std::nullopt;
+  if (!count || *count < 2 || *count > kMaxSheetCells) {
+    throw UsageError(subject + ": '" + std::string(text) + "' is not a range (write " + kForms +
+                     ", with a count from 2 to " + std::to_string(kMaxSheetCells) + ")");
+  }
+  const double from = read(parts[0]);
+  const double to = read(parts[1]);
+  for (std::int64_t i = 0; i < *count; ++i) {
+    const double part = static_cast<double>(i) / static_cast<double>(*count - 1);
+    // To three decimals, so that the label tells the whole value.
+    values.push_back(std::round((from + (to - from) * part) * 1000.0) / 1000.0);
+  }
+  return values;
+}
+
+FrameTime inThousandths(double seconds) {
+  constexpr double kMost = std::numeric_limits<std::int32_t>::max() / 1000;
+  if (std::abs(seconds) > kMost) {
+    throw UsageError("--times: " + shortest(seconds) + " s is too far away (use up to " +
+                     shortest(kMost) + " s)");
+  }
+  return {static_cast<std::int32_t>(std::lround(seconds * 1000.0)), 1000};
+}
+
+}  // namespace
+
+std::vector<Step> parameterAxis(const ParameterTable& table, std::string_view text) {
+  const auto [parameter, value] =
+      table.split(text, "--sweep", "NAME=FROM:TO:COUNT, such as Noise=0:100:5");
+  if (parameter.isPopup() && value.find(':') != std::string_view::npos) {
+    throw UsageError(parameter.name() +
+                     ": there is nothing between two choices (list them with commas)");
+  }
+  std::vector<Step> steps;
+  for (const double v : valuesOf(value, parameter.name(), [&parameter = parameter](auto number) {
+         return parseValue(parameter, number);
+       })) {
+    steps.push_back(
+        {parameter.name() + " " + valueText(parameter, v),
+         [setting = Assignment{parameter.index, v}](Moment& moment) { moment.look.set(setting); }});
+  }
+  return steps;
+}
+
+std::vector<Step> timeAxis(std::string_view text) {
+  std::vector<Step> steps;
+  for (const double seconds : valuesOf(
+           text, "--times", [](std::string_view time) { return inSeconds(parseTime(time)); })) {
+    const FrameTime time = inThousandths(seconds);
+    steps.push_back(
+        {shortest(inSeconds(time)) + " s", [time](Moment& moment) { moment.time = time; }});
+  }
+  return steps;
+}
+
+std::vector<Step> presetAxis(const ParameterTable& table) {
+  std::vector<Step> steps;
+  for (const auto& [id, text] : builtInPresets()) {
+    Preset preset = parsePreset(text, id, table);
+    steps.push_back({preset.name, [look = std::move(preset.look)](Moment& moment) {
+                       Look whole = look;
+                       for (const auto& [index, curve] : moment.look.curves()) {
+                         whole.set(index, curve);
+                       }
+                       moment.look = std::move(whole);
+                     }});
+  }
+  return steps;
+}
+
+}  // namespace lomix::cli

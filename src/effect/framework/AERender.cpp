@@ -1,0 +1,62 @@
+#include "effect/framework/AERender.h"
+
+#include "effect/kernel/PixelSampling.h"
+
+namespace {
+
+constexpr AERender::PixelFunctions kPixelFunctions8{
+    alphaBlend8Void, sampleRectPixel8Void, sampleIntegral32Void, CopyAlpha8Void,
+    CopyRed8Void,    CopyGreen8Void,       CopyBlue8Void};
+
+constexpr AERender::PixelFunctions kPixelFunctions32{
+    alphaBlend32Void, sampleRectPixel32Void, sampleIntegral128Void, CopyAlpha32Void,
+    CopyRed32Void,    CopyGreen32Void,       CopyBlue32Void};
+
+}  // namespace
+
+AERender::AERender(PF_InData* inData, PF_OutData* outData, void* extra) : AEBase(inData, outData) {
+  Initialize(extra);
+}
+
+AERender::AERender(const AEBase& base, void* extra) : AEBase(base) { Initialize(extra); }
+
+void AERender::Initialize(void* extra) {
+  smartExtra = extra;
+  bitDepth = extra == nullptr ? 8 : static_cast<PF_SmartRenderExtra*>(extra)->input->bitdepth;
+  if (bitDepth == 8) pixelFuncs = kPixelFunctions8;
+  if (bitDepth == 32) pixelFuncs = kPixelFunctions32;
+  worldSuite = nullptr;
+}
+
+int AERender::GetWorldType() const {
+  switch (bitDepth) {
+    case 8:
+      return 1;
+    case 16:
+      return 2;
+    case 32:
+      return 3;
+    default:
+      return 0;
+  }
+}
+
+PF_PixelFormat AERender::GetEffectWorldPixelFormat(PF_LayerDef* world) {
+  PF_PixelFormat format = 0;
+  worldSuite->PF_GetPixelFormat(world, &format);
+  return format;
+}
+
+// After Effects and other hosts take the very same loops here and in the world operations.
+PF_Err AERender::ExecuteKernel(PF_LayerDef* src, PF_LayerDef* dst, void* data) {
+  if (src->data == nullptr || dst->data == nullptr) return PF_Err_NONE;
+  for (int y = 0; y < dst->height; ++y) {
+    for (int x = 0; x < dst->width; ++x) Kernel(src, dst, x, y, data);
+  }
+  return PF_Err_NONE;
+}
+
+PF_Err AERender::Kernel(PF_LayerDef* /*src*/, PF_LayerDef* /*dst*/, int /*x*/, int /*y*/,
+                        void* /*data*/) {
+  return PF_Err_NONE;
+}

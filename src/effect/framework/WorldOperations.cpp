@@ -1,0 +1,148 @@
+// AERender's conversions between straight and premultiplied alpha and its linear blend.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "effect/framework/AERender.h"
+#include "effect/kernel/PixelSampling.h"
+#include "effect/numeric/Truncate.h"
+#include "hostapi/Commands.h"
+
+namespace {
+
+constexpr int kChannelMax = 255;
+
+std::uint8_t premultiplied(int value, int alpha) {
+  return static_cast<std::uint8_t>(std::min((alpha * value) >> 8, kChannelMax));
+}
+
+std::uint8_t unmultiplied(int value, int alpha) {
+  return static_cast<std::uint8_t>(std::min((value * 256) / alpha, kChannelMax));
+}
+
+std::uint8_t lerp8(std::uint8_t a, std::uint8_t b, float t) {
+  return truncateToByte(std::fma(t, static_cast<float>(b - a), static_cast<float>(a)));
+}
+
+float lerp32(float a, float b, float t) { return std::fma(t, b - a, a); }
+
+// The row is addressed in whole 8-bit pixels, counted without a sign.
+PF_Pixel* rowPixel8(PF_LayerDef& w, int x, int y) {
+  RectT<int> origin(0, 0, 0, 0);
+  return sampleRectPixel8(&w, x, y, origin);
+}
+
+template <typename Operation>
+PF_Err forEachPixel(const PF_LayerDef& w, Operation operation) {
+  if (w.data == nullptr) return PF_Err_NONE;
+  for (int y = 0; y < w.height; ++y) {
+    for (int x = 0; x < w.width; ++x) operation(x, y);
+  }
+  return PF_Err_NONE;
+}
+
+template <typename Operation>
+PF_Err forEachCommonPixel(const PF_LayerDef& a, const PF_LayerDef& b, Operation operation) {
+  if (a.data == nullptr || b.data == nullptr) return PF_Err_NONE;
+  for (int y = 0; y < std::min(a.height, b.height); ++y) {
+    for (int x = 0; x < std::min(a.width, b.width); ++x) operation(x, y);
+  }
+  return PF_Err_NONE;
+}
+
+}  // namespace
+
+void AERender::PixelPremult8(PF_Pixel* p) {
+  p->red = premultiplied(p->red, p->alpha);
+  p->green = premultiplied(p->green, p->alpha);
+  p->blue = premultiplied(p->blue, p->alpha);
+}
+
+void AERender::PixelPremult32(PF_PixelFloat* p) {
+  // Zero alpha does not multiply: 0 times an infinite colour would be no number.
+  const bool transparent = p->alpha == 0.0f;
+  p->red = transparent ? 0.0f : p->alpha * p->red;
+  p->green = transparent ? 0.0f : p->alpha * p->green;
+  p->blue = transparent ? 0.0f : p->alpha * p->blue;
+}
+
+void AERender::PixelUnmult8(PF_Pixel* p) {
+  const bool transparent = p->alpha == 0;
+  p->red = transparent ? std::uint8_t{0} : unmultiplied(p->red, p->alpha);
+  p->green = transparent ? std::uint8_t{0} : unmultiplied(p->green, p->alpha);
+  p->blue = transparent ? std::uint8_t{0} : unmultiplied(p->blue, p->alpha);
+}
+
+void AERender::PixelUnmult32(PF_PixelFloat* p) {
+  const bool transparent = p->alpha == 0.0f;
+  p->red = transparent ? 0.0f : p->red / p->alpha;
+  p->green = transparent ? 0.0f : p->green / p->alpha;
+  p->blue = transparent ? 0.0f : p->blue / p->alpha;
+}
+
+void AERender::PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t) {
+  *b = {lerp8(a->alpha, b->alpha, t), lerp8(a->red, b->red, t), lerp8(a->green, b->green, t),
+        lerp8(a->blue, b->blue, t)};
+}
+
+void AERender::PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t) {
+  *b = {lerp32(a->alpha, b->alpha, t), lerp32(a->red, b->red, t), lerp32(a->green, b->green, t),
+        lerp32(a->blue, b->blue, t)};
+}
+
+PF_Err AERender::Premult8(PF_LayerDef* w) {
+  return forEachPixel(*w, [&](int x, int y) { PixelPremult8(rowPixel8(*w, x, y)); });
+}
+
+PF_Err AERender::Premult32(PF_LayerDef* w) {
+  return forEachPixel(*w, [&](int x, int y) { PixelPremult32(sampleIntegral128(*w, x, y)); });
+}
+
+PF_Err AERender::Unmult8(PF_LayerDef* w) {
+  return forEachPixel(*w, [&](int x, int y) { PixelUnmult8(rowPixel8(*w, x, y)); });
+}
+
+PF_Err AERender::Unmult32(PF_LayerDef* w) {
+  return forEachPixel(*w, [&](int x, int y) { PixelUnmult32(sampleIntegral128(*w, x, y)); });
+}
+
+PF_Err AERender::Premult(PF_LayerDef* w) {
+  switch (GetEffectWorldPixelFormat(w)) {
+    case PF_PixelFormat_ARGB128:
+      return Premult32(w);
+    case PF_PixelFormat_ARGB32:
+      return Premult8(w);
+    default:
+      return PF_Err_NONE;
+  }
+}
+
+PF_Err AERender::Unmult(PF_LayerDef* w) {
+  switch (GetEffectWorldPixelFormat(w)) {
+    case PF_PixelFormat_ARGB128:
+      return Unmult32(w);
+    case PF_PixelFormat_ARGB32:
+      return Unmult8(w);
+    default:
+      return PF_Err_NONE;
+  }
+}
+
+PF_Err AERender::Lerp8(PF_LayerDef* a, PF_LayerDef* b, float t) {
+  return forEachCommonPixel(*a, *b, [&](int x, int y) {
+    PixelLerp8(sampleIntegral32(*a, x, y), sampleIntegral32(*b, x, y), t);
+  });
+}
+
+PF_Err AERender::Lerp32(PF_LayerDef* a, PF_LayerDef* b, float t) {
+  return forEachCommonPixel(*a, *b, [&](int x, int y) {
+    PixelLerp32(sampleIntegral128(*a, x, y), sampleIntegral128(*b, x, y), t);
+  });
+}
+
+PF_Err AERender::Lerp(PF_LayerDef* a, PF_LayerDef* b, float t) {
+  if (bitDepth == 8) return Lerp8(a, b, t);
+  if (bitDepth == 32) return Lerp32(a, b, t);
+  return PF_Err_NONE;
+}

@@ -1,0 +1,73 @@
+// The effect's operations on one pixel, dispatched by bit depth.
+
+#include <cmath>
+
+#include "effect/kernel/Lomix.h"
+#include "effect/numeric/Truncate.h"
+
+namespace {
+
+std::uint8_t interpolated8(std::uint8_t from, float towards, float t) {
+  const int target = truncateToByte(towards * 255.0f);
+  return truncateToByte(std::fma(t, static_cast<float>(target - from), static_cast<float>(from)));
+}
+
+float interpolated32(float from, float towards, float t) { return t * (towards - from) + from; }
+
+}  // namespace
+
+void Lomix::blendpixelColor(void* pixel, Vec4<float> colour, BlendFunction blend) {
+  const Vec4<double> wide{colour.x, colour.y, colour.z, colour.w};
+  if (pixelDepth == 8) {
+    PF_Pixel overlay = GetPixel8(wide);
+    blend(pixel, &overlay);
+  } else if (pixelDepth == 32) {
+    PF_PixelFloat overlay = GetPixel32(wide);
+    blend(pixel, &overlay);
+  }
+}
+
+void Lomix::PremultPixel(void* pixel) {
+  if (pixelDepth == 8) PixelPremult8(static_cast<PF_Pixel*>(pixel));
+  if (pixelDepth == 32) PixelPremult32(static_cast<PF_PixelFloat*>(pixel));
+}
+
+void Lomix::UnmultPixel(void* pixel) {
+  if (pixelDepth == 8) PixelUnmult8(static_cast<PF_Pixel*>(pixel));
+  if (pixelDepth == 32) PixelUnmult32(static_cast<PF_PixelFloat*>(pixel));
+}
+
+void Lomix::SetPixelColor(void* pixel, Vec4<float> colour) {
+  if (pixelDepth == 8) {
+    // Blue from red: pictures made so far depend on it.
+    *static_cast<PF_Pixel*>(pixel) = {
+        truncateToByte(colour.w * 255.0f), truncateToByte(colour.x * 255.0f),
+        truncateToByte(colour.y * 255.0f), truncateToByte(colour.x * 255.0f)};
+  } else if (pixelDepth == 32) {
+    *static_cast<PF_PixelFloat*>(pixel) = {colour.w, colour.x, colour.y, colour.z};
+  }
+}
+
+void Lomix::InterpolateColor(void* pixel, Vec3<float> colour, float t) {
+  if (pixelDepth == 8) {
+    PF_Pixel& p = *static_cast<PF_Pixel*>(pixel);
+    p.red = interpolated8(p.red, colour.x, t);
+    p.green = interpolated8(p.green, colour.y, t);
+    p.blue = interpolated8(p.blue, colour.z, t);
+  } else if (pixelDepth == 32) {
+    PF_PixelFloat& p = *static_cast<PF_PixelFloat*>(pixel);
+    p.red = interpolated32(p.red, colour.x, t);
+    p.green = interpolated32(p.green, colour.y, t);
+    p.blue = interpolated32(p.blue, colour.z, t);
+  }
+}
+
+void Lomix::InterpolateAlpha(void* pixel, float a, float t) {
+  if (pixelDepth == 8) {
+    PF_Pixel& p = *static_cast<PF_Pixel*>(pixel);
+    p.alpha = interpolated8(p.alpha, a, t);
+  } else if (pixelDepth == 32) {
+    PF_PixelFloat& p = *static_cast<PF_PixelFloat*>(pixel);
+    p.alpha = interpolated32(p.alpha, a, t);
+  }
+}

@@ -1,0 +1,96 @@
+#include "effect/shell/SmartRender.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "effect/shell/AEGP_SuiteHandler.h"
+#include "effect/shell/ParameterIndex.h"
+#include "effect/signal/WaveRender.h"
+
+namespace {
+
+constexpr A_long kInputCheckoutId = 0;
+
+PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
+  return in_data->inter.checkout_param(in_data->effect_ref, index, in_data->current_time,
+                                       in_data->time_step, in_data->time_scale, def);
+}
+
+}  // namespace
+
+PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRenderExtra* extra) {
+  // Refuses a host without suites before anything is asked of it.
+  const AEGP_SuiteHandler suites(in_data->pica_basicP);
+
+  PF_RenderRequest request = extra->input->output_request;
+  request.preserve_rgb_of_zero_alpha = 1;
+  PF_CheckoutResult input{};
+  PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, kInputLayer, kInputCheckoutId,
+                                         &request, in_data->current_time, in_data->time_step,
+                                         in_data->time_scale, &input);
+  if (err != PF_Err_NONE) return err;
+  UnionLRect(&input.result_rect, &extra->output->result_rect);
+  UnionLRect(&input.max_result_rect, &extra->output->max_result_rect);
+
+  // Checked out to tell the host what the frame depends on, and never checked in.
+  std::array<PF_ParamDef, kParameterCount> params{};
+  for (int i = kTimeControl; i < kParameterCount && err == PF_Err_NONE; ++i) {
+    err = checkoutParameter(in_data, i, &params[static_cast<std::size_t>(i)]);
+  }
+  return err;
+}
+
+PF_Err SkeletonSmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra) {
+  const AEGP_SuiteHandler suites(in_data->pica_basicP);
+
+  const PF_ProgPtr effect = in_data->effect_ref;
+  PF_EffectWorld* input = nullptr;
+  PF_EffectWorld* output = nullptr;
+  PF_Err err = extra->cb->checkout_layer_pixels(effect, kInputCheckoutId, &input);
+  if (input == nullptr) return err;
+  if (input->width == 0 || input->height == 0) {
+    if (err != PF_Err_NONE) return err;
+    return extra->cb->checkin_layer_pixels(effect, kInputCheckoutId);
+  }
+  if (err == PF_Err_NONE) err = extra->cb->checkout_output(effect, &output);
+
+  std::array<std::unique_ptr<PF_ParamDef>, kParameterCount> blocks;
+  std::array<PF_ParamDef*, kParameterCount> params;
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    blocks[i] = std::make_unique<PF_ParamDef>();
+    params[i] = blocks[i].get();
+  }
+  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+    err = checkoutParameter(in_data, static_cast<int>(i), params[i]);
+  }
+  params[kInputLayer]->u.ld = *input;
+
+  // Rendered whatever went wrong before, from what was obtained.
+  WaveRender(in_data, out_data, params.data(), output, extra);
+
+  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+    err = in_data->inter.checkin_param(effect, params[i]);
+  }
+  if (err != PF_Err_NONE) return err;
+  return extra->cb->checkin_layer_pixels(effect, kInputCheckoutId);
+}
+
+void UnionLRect(const PF_LRect* src, PF_LRect* dst) {
+  if (IsEmptyRect(dst)) {
+    *dst = *src;
+  } else if (!IsEmptyRect(src)) {
+    dst->left = std::min(src->left, dst->left);
+    dst->top = std::min(src->top, dst->top);
+    dst->right = std::max(src->right, dst->right);
+    dst->bottom = std::max(src->bottom, dst->bottom);
+  }
+}
+
+bool IsEmptyRect(const PF_LRect* r) { return r->left >= r->right || r->top >= r->bottom; }
+
+bool IsEdgePixel(PF_LRect* r, int x, int y) {
+  const bool onColumn = (x == r->left || x == r->right) && r->top <= y && y <= r->bottom;
+  const bool onRow = (y == r->top || y == r->bottom) && r->left <= x && x <= r->right;
+  return onColumn || onRow;
+}

@@ -1,0 +1,54 @@
+#include "effect/signal/WaveRender.h"
+
+#include <memory>
+#include <numbers>
+#include <vector>
+
+#include "effect/kernel/Lomix.h"
+#include "effect/numeric/Sine.h"
+#include "effect/shell/ParameterIndex.h"
+#include "effect/signal/DrawFrame.h"
+#include "effect/signal/FrameRecord.h"
+#include "effect/signal/LomixStruct.h"
+#include "effect/signal/Timer.h"
+
+namespace {
+
+// Half a sine wave in 32 steps. Nothing reads it: it belongs to the frame's fixed work.
+std::vector<float> halfWaveTable() {
+  std::vector<float> table(32);
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const double angle = static_cast<double>(static_cast<float>(i)) / 31.0 * std::numbers::pi;
+    table[i] = static_cast<float>(lomix::sine(angle));
+  }
+  return table;
+}
+
+}  // namespace
+
+PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
+                  PF_LayerDef* output, PF_SmartRenderExtra* extra) {
+  Timer timer;
+  timer.start();
+  const std::vector<float> halfWave = halfWaveTable();
+
+  PF_LayerDef* const input = &params[kInputLayer]->u.ld;
+  if (input->width == 0 || input->height == 0) return PF_Err_NONE;
+  if (output == nullptr || output->data == nullptr) return PF_Err_NONE;
+
+  const PF_Err err = in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
+
+  Lomix effect(in_data, out_data, extra);
+  // The context does not release the suites it acquired, since copies may share them.
+  const auto release = [](AEBase* base) { base->ReleaseHostSuites(); };
+  const std::unique_ptr<AEBase, decltype(release)> suitesOfFrame(&effect, release);
+
+  LomixStruct record;
+  lomix::fillFrameRecord(record, params, in_data->current_time, in_data->time_scale,
+                         effect.GetYDown());
+  lomix::drawFrame(effect, input, output, record);
+
+  timer.stop();
+  record.scanProfile.clear();
+  return err;
+}

@@ -1,0 +1,183 @@
+// Vectors of 512 bits. Included below the target pragma of the file that uses them.
+#pragma once
+
+#include "engine/simd/Inline.h"
+#include "hostapi/Records.h"
+
+namespace lomix::engine {
+namespace {
+
+/// Avx2's operations, twice as wide.
+struct Avx512 {
+  using Doubles = __m512d;
+  using Singles = __m256;
+  using Floats = __m512;
+  using Ints = __m512i;
+  static constexpr int kDoubles = 8;
+  static constexpr int kFloats = 16;
+
+  static LOMIX_INLINE Doubles doubles(double v) { return _mm512_set1_pd(v); }
+  static LOMIX_INLINE Doubles add(Doubles a, Doubles b) { return _mm512_add_pd(a, b); }
+  static LOMIX_INLINE Doubles sub(Doubles a, Doubles b) { return _mm512_sub_pd(a, b); }
+  static LOMIX_INLINE Doubles mul(Doubles a, Doubles b) { return _mm512_mul_pd(a, b); }
+  static LOMIX_INLINE Doubles div(Doubles a, Doubles b) { return _mm512_div_pd(a, b); }
+  static LOMIX_INLINE Doubles fma(Doubles a, Doubles b, Doubles c) {
+    return _mm512_fmadd_pd(a, b, c);
+  }
+  static LOMIX_INLINE Doubles fms(Doubles a, Doubles b, Doubles c) {
+    return _mm512_fmsub_pd(a, b, c);
+  }
+  static LOMIX_INLINE Doubles fnma(Doubles a, Doubles b, Doubles c) {
+    return _mm512_fnmadd_pd(a, b, c);
+  }
+  static LOMIX_INLINE Doubles exclusiveOr(Doubles a, Doubles b) { return _mm512_xor_pd(a, b); }
+  static LOMIX_INLINE Doubles lowestAsSign(Doubles v) {
+    return _mm512_castsi512_pd(_mm512_slli_epi64(_mm512_castpd_si512(v), 63));
+  }
+  static LOMIX_INLINE Doubles widen(Singles v) { return _mm512_cvtps_pd(v); }
+  static LOMIX_INLINE Singles narrow(Doubles v) { return _mm512_cvtpd_ps(v); }
+  static LOMIX_INLINE Doubles countedFrom(int first) {
+    return _mm512_cvtepi32_pd(
+        _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+  }
+  static LOMIX_INLINE unsigned bitsBelow(Doubles v, long long offset, long long mask,
+                                         long long limit) {
+    const __m512i bits =
+        _mm512_and_si512(_mm512_add_epi64(_mm512_castpd_si512(v), _mm512_set1_epi64(offset)),
+                         _mm512_set1_epi64(mask));
+    return _mm512_cmplt_epu64_mask(bits, _mm512_set1_epi64(limit));
+  }
+  static LOMIX_INLINE unsigned nearZero(Doubles v, double limit) {
+    return _mm512_cmp_pd_mask(_mm512_abs_pd(v), _mm512_set1_pd(limit), _CMP_LT_OQ);
+  }
+
+  static LOMIX_INLINE Singles singles(float v) { return _mm256_set1_ps(v); }
+  static LOMIX_INLINE Singles mul(Singles a, Singles b) { return _mm256_mul_ps(a, b); }
+  static LOMIX_INLINE Singles div(Singles a, Singles b) { return _mm256_div_ps(a, b); }
+  static LOMIX_INLINE Singles sub(Singles a, Singles b) { return _mm256_sub_ps(a, b); }
+  static LOMIX_INLINE Singles max(Singles a, Singles b) { return _mm256_max_ps(a, b); }
+  static LOMIX_INLINE Singles fma(Singles a, Singles b, Singles c) {
+    return _mm256_fmadd_ps(a, b, c);
+  }
+  static LOMIX_INLINE unsigned differing(Singles a, Singles b) {
+    return _mm256_cmp_ps_mask(a, b, _CMP_NEQ_UQ);
+  }
+  static LOMIX_INLINE void store(float* to, Singles v) { _mm256_storeu_ps(to, v); }
+  static LOMIX_INLINE Singles load(const float* from) { return _mm256_loadu_ps(from); }
+
+  static LOMIX_INLINE Floats floats(float v) { return _mm512_set1_ps(v); }
+  static LOMIX_INLINE Floats add(Floats a, Floats b) { return _mm512_add_ps(a, b); }
+  static LOMIX_INLINE Floats mul(Floats a, Floats b) { return _mm512_mul_ps(a, b); }
+  static LOMIX_INLINE Floats max(Floats a, Floats b) { return _mm512_max_ps(a, b); }
+  static LOMIX_INLINE Floats fma(Floats a, Floats b, Floats c) { return _mm512_fmadd_ps(a, b, c); }
+  static LOMIX_INLINE Floats fms(Floats a, Floats b, Floats c) { return _mm512_fmsub_ps(a, b, c); }
+  static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
+    return _mm512_fnmadd_ps(a, b, c);
+  }
+  static LOMIX_INLINE Floats reciprocalEstimate(Floats v) { return _mm512_rcp14_ps(v); }
+  static LOMIX_INLINE Floats absolute(Floats v) { return _mm512_abs_ps(v); }
+  static LOMIX_INLINE Floats counted() {
+    return _mm512_setr_ps(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  }
+  static LOMIX_INLINE Floats converted(Ints v) { return _mm512_cvtepi32_ps(v); }
+
+  static LOMIX_INLINE Ints ints(std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); }
+  static LOMIX_INLINE Ints load(const std::uint32_t* from) { return _mm512_loadu_si512(from); }
+  static LOMIX_INLINE Ints add(Ints a, Ints b) { return _mm512_add_epi32(a, b); }
+  static LOMIX_INLINE Ints sub(Ints a, Ints b) { return _mm512_sub_epi32(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints shiftedRight(Ints v) {
+    return _mm512_srli_epi32(v, kBits);
+  }
+  template <int kBits>
+  static LOMIX_INLINE Ints shiftedLeft(Ints v) {
+    return _mm512_slli_epi32(v, kBits);
+  }
+  static LOMIX_INLINE Ints truncated(Floats v) { return _mm512_cvttps_epi32(v); }
+  static LOMIX_INLINE Ints truncated(Doubles a, Doubles b) {
+    return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvttpd_epi32(a)),
+                              _mm512_cvttpd_epi32(b), 1);
+  }
+  static LOMIX_INLINE Ints rounded(Floats v) { return _mm512_cvtps_epi32(v); }
+  static LOMIX_INLINE unsigned differing(Ints a, Ints b) { return _mm512_cmpneq_epi32_mask(a, b); }
+  static LOMIX_INLINE Ints greys(Ints v) {
+    constexpr char kNone = -128;
+    const __m512i toColours = _mm512_broadcast_i32x4(
+        _mm_setr_epi8(kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12));
+    return _mm512_shuffle_epi8(v, toColours);
+  }
+  static LOMIX_INLINE void store(std::uint32_t* to, Ints v) { _mm512_storeu_si512(to, v); }
+
+  static LOMIX_INLINE Ints lowBytes(Ints v) {
+    return _mm512_unpacklo_epi8(v, _mm512_setzero_si512());
+  }
+  static LOMIX_INLINE Ints highBytes(Ints v) {
+    return _mm512_unpackhi_epi8(v, _mm512_setzero_si512());
+  }
+  static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm512_packus_epi16(low, high); }
+  static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm512_unpacklo_epi16(a, b); }
+  static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm512_unpackhi_epi16(a, b); }
+  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm512_packus_epi32(low, high); }
+  static LOMIX_INLINE Ints lowAlphas(Ints v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                      0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1)));
+  }
+  static LOMIX_INLINE Ints highAlphas(Ints v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                      8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1)));
+  }
+  static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm512_mullo_epi16(a, b); }
+  static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm512_sub_epi16(a, b); }
+  template <int kBits>
+  static LOMIX_INLINE Ints wordsShiftedRight(Ints v) {
+    return _mm512_srli_epi16(v, kBits);
+  }
+  static LOMIX_INLINE Ints both(Ints a, Ints b) { return _mm512_and_si512(a, b); }
+  static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm512_or_si512(a, b); }
+  static LOMIX_INLINE Ints lesser(Ints a, Ints b) { return _mm512_min_epi32(a, b); }
+  static LOMIX_INLINE Ints whereNotZero(Ints condition, Ints v) {
+    return _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(condition, condition), v);
+  }
+
+  static constexpr int kPixels8 = 16;
+  static constexpr int kPixels32 = 4;
+
+  static LOMIX_INLINE Ints load(const PF_Pixel* from) { return _mm512_loadu_si512(from); }
+  static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
+    return _mm512_maskz_loadu_epi32(lanes(first, end), from);
+  }
+  static LOMIX_INLINE void store(PF_Pixel* to, Ints v) { _mm512_storeu_si512(to, v); }
+  static LOMIX_INLINE void storeFew(PF_Pixel* to, int count, Ints v) {
+    _mm512_mask_storeu_epi32(to, lanes(0, count), v);
+  }
+  static LOMIX_INLINE void stream(PF_Pixel* to, Ints v) {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(to), v);
+  }
+
+  template <int kPart>
+  static LOMIX_INLINE Floats eachPixel(Singles v) {
+    const __m512i each = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+    return _mm512_permutexvar_ps(_mm512_add_epi32(each, _mm512_set1_epi32(kPart * kPixels32)),
+                                 _mm512_castps256_ps512(v));
+  }
+  static LOMIX_INLINE Floats load(const PF_PixelFloat* from) { return _mm512_loadu_ps(from); }
+  static LOMIX_INLINE Floats loadLanes(const PF_PixelFloat* from, int first, int end) {
+    return _mm512_maskz_loadu_ps(lanes(4 * first, 4 * end), from);
+  }
+  static LOMIX_INLINE Floats either(Floats a, Floats b) { return _mm512_or_ps(a, b); }
+  static LOMIX_INLINE void store(PF_PixelFloat* to, Floats v) { _mm512_storeu_ps(to, v); }
+  static LOMIX_INLINE void storeFew(PF_PixelFloat* to, int count, Floats v) {
+    _mm512_mask_storeu_ps(to, lanes(0, 4 * count), v);
+  }
+  static LOMIX_INLINE void stream(PF_PixelFloat* to, Floats v) {
+    _mm512_stream_ps(reinterpret_cast<float*>(to), v);
+  }
+
+ private:
+  static LOMIX_INLINE __mmask16 lanes(int first, int end) {
+    return static_cast<__mmask16>((1u << end) - (1u << first));
+  }
+};
+
+}  // namespace
+}  // namespace lomix::engine

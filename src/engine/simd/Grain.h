@@ -1,0 +1,333 @@
+// The grain's overlay levels in vectors.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "effect/kernel/Grain.h"
+#include "effect/numeric/Truncate.h"
+#include "engine/RowKernels.h"
+#include "engine/simd/Inline.h"
+#include "engine/simd/Sine.h"
+
+namespace lomix::engine {
+// Of each file's own: the same code compiled for two processors must never be taken for one.
+namespace {
+
+// What lies over the pixels of a row: Grain classes make it for kColumns columns at a time, from
+// the column on that they were made for, and for up to kMostColumns columns. part<n>() is what the
+// nth vector of pixels of these needs, from 0 on.
+
+struct NoGrain {};
+
+// No grain, for as many pixels as a vector holds.
+template <int kPixels>
+struct Ungrained {
+  static constexpr int kColumns = kPixels;
+  static constexpr int kMostColumns = std::numeric_limits<int>::max();
+
+  Ungrained(const GrainRow&, int) {}
+  NoGrain next() { return {}; }
+  template <int kPart>
+  static NoGrain part(NoGrain none) {
+    return none;
+  }
+};
+
+// v / pi as the division rounds it, for v that are single-precision numbers, neither subnormal nor
+// huge: the quotient by way of the reciprocal is off by its last bit at most, the remainder is
+// exact, and a correction by it rounds as the division does for every one of the 2^23 significands
+// that v can have. Much faster than the division where that runs in halves.
+template <typename V>
+LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
+  const auto inverse = V::doubles(1.0 / kPi);
+  const auto quotient = V::mul(v, inverse);
+  return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
+}
+
+// n / y as the division rounds it, for a y of single precision whose rounded reciprocal is inverse,
+// and neither subnormal nor huge numbers: the first quotient is off by less than two units of its
+// last place, so that its remainder, a multiple of the product of both last places, is exact with
+// y's few bits. What the correction then rounds is off by 2^-51 of that unit. No quotient comes so
+// near the middle between two doubles: one that is not the middle keeps 2^-25 away from it, again
+// because of y's 24 bits, and one that is would have a numerator of 54.
+template <typename V>
+LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Doubles y,
+                                           typename V::Doubles inverse) {
+  const auto quotient = V::mul(n, inverse);
+  return V::fma(V::fnma(quotient, y, n), inverse, quotient);
+}
+
+// Does the doubtful lanes again by the formula.
+LOMIX_APART void redoLevels(const GrainRow& row, int x, unsigned doubtful, float* levels) {
+  for (; doubtful != 0; doubtful &= doubtful - 1) {
+    const int lane = std::countr_zero(doubtful);
+    levels[lane] = row.levelAt(x + lane);
+  }
+}
+
+// Levels for float worlds: the formula in its own order, with another sine and cosine. Their
+// product is good to 2^-42 of itself; where that leaves its rounding to single precision open, or
+// the product is next to nothing, the pixel is done again by the formula's own functions.
+// row: reducible.
+template <typename V>
+class LevelGrain {
+ public:
+  static constexpr int kColumns = V::kDoubles;
+  static constexpr int kMostColumns = std::numeric_limits<int>::max();
+
+  LOMIX_INLINE LevelGrain(const GrainRow& row, int x)
+      : row_(row),
+        x_(x),
+        column_(V::countedFrom(x + kGrainOrigin)),
+        xStep_(V::doubles(row.invXDown)),
+        y_(V::singles(row.yFull)),
+        wideY_(V::doubles(row.yFull)),
+        inverseY_(V::doubles(1.0 / row.yFull)),
+        yWeight_(V::singles(row.yWeight)),
+        phase_(V::doubles(row.phase)),
+        amount_(V::singles(row.amount)) {}
+
+  LOMIX_INLINE typename V::Singles next() {
+    // In units of a double's last place: twice the polynomials' error and their roundings fit four
+    // times.
+    constexpr long long kMargin = 1 << 12;
+    constexpr long long kBelowSingle = (1LL << 29) - 1;
+    constexpr long long kHalfway = 1LL << 28;
+    constexpr double kTiny = 1e-30;
+    const auto inversePi = V::doubles(1.0 / kPi);
+    const auto round = V::doubles(kRound);
+    const auto half = V::doubles(0.5);
+
+    const auto xFull = V::narrow(V::mul(column_, xStep_));
+    const auto u = V::fma(xFull, V::singles(kGrainRate), y_);
+    const auto v = V::widen(V::mul(u, yWeight_));
+    auto slope = dividedByPi<V>(V::widen(u));
+    slope = V::mul(V::mul(slope, V::widen(xFull)), V::doubles(kPi));
+    slope = dividedBy<V>(slope, wideY_, inverseY_);
+    const auto a = V::fma(slope, wideY_, phase_);
+
+    const auto turnsA = V::fma(a, inversePi, round);
+    const auto sineA = oddPolynomial<V>(reduced<V>(a, V::sub(turnsA, round)), kSine7);
+    // cos(k * pi + pi/2 + r) is -sin(r) for even k and sin(r) for odd k.
+    const auto turnsV = V::add(V::fms(v, inversePi, half), round);
+    const auto k = V::sub(turnsV, round);
+    const auto cosineV = oddPolynomial<V>(reduced<V>(v, V::add(k, half)), kSine7);
+    const auto odd = V::lowestAsSign(V::exclusiveOr(turnsA, turnsV));
+    const auto sign = V::exclusiveOr(odd, V::doubles(-0.0));
+    const auto product = V::exclusiveOr(V::mul(sineA, cosineV), sign);
+
+    auto levels = V::mul(V::max(V::narrow(product), V::singles(0.0f)), amount_);
+    // Distance of the bits below single precision from the rounding boundary, counted from the
+    // margin's lower end.
+    const unsigned doubtful = V::bitsBelow(product, kMargin - kHalfway, kBelowSingle, 2 * kMargin) |
+                              V::nearZero(product, kTiny);
+    if (doubtful != 0) [[unlikely]] {
+      float lanes[V::kDoubles];
+      V::store(lanes, levels);
+      redoLevels(row_, x_, doubtful, lanes);
+      levels = V::load(lanes);
+    }
+    column_ = V::add(column_, V::doubles(V::kDoubles));
+    x_ += V::kDoubles;
+    return levels;
+  }
+
+  /// Each pixel's level in all its channels.
+  template <int kPart>
+  static LOMIX_INLINE typename V::Floats part(typename V::Singles levels) {
+    return V::template eachPixel<kPart>(levels);
+  }
+
+ private:
+  const GrainRow& row_;
+  int x_;
+  typename V::Doubles column_, xStep_;
+  typename V::Singles y_;
+  typename V::Doubles wideY_, inverseY_;
+  typename V::Singles yWeight_;
+  typename V::Doubles phase_;
+  typename V::Singles amount_;
+};
+
+// The same levels as overlay pixels of 8-bit worlds: a level in the three colours over an alpha of
+// zero.
+template <typename V>
+class LevelGrain8 {
+ public:
+  static constexpr int kColumns = V::kFloats;
+  static constexpr int kMostColumns = LevelGrain<V>::kMostColumns;
+
+  LOMIX_INLINE LevelGrain8(const GrainRow& row, int x) : levels_(row, x) {}
+
+  LOMIX_INLINE typename V::Ints next() {
+    const auto byte = V::doubles(255.0);
+    const auto first = V::mul(V::widen(levels_.next()), byte);
+    const auto second = V::mul(V::widen(levels_.next()), byte);
+    return V::greys(V::truncated(first, second));
+  }
+  template <int kPart>
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
+    return pixels;
+  }
+
+ private:
+  LevelGrain<V> levels_;
+};
+
+// sin(pi * w) = w * P(w * w) for |w| <= 1/2. Error 4.9e-8.
+constexpr float kSineTerms[] = {3.1415925025939941f, -5.1677069664001465f, 2.5500314235687256f,
+                                -0.59804517030715942f, 0.077220134437084198f};
+
+// The negative sine of an angle less a quarter of a turn, which is the cosine less half a turn.
+// turns: that angle in fractions of 2^32 of a turn. Its magnitude, from 0 to half a turn, less a
+// quarter: that folds the turn at the two places where the sine turns back.
+template <typename V>
+LOMIX_INLINE typename V::Floats foldedSine(typename V::Ints turns) {
+  const auto w = V::fma(V::absolute(V::converted(turns)), V::floats(0x1p-31f), V::floats(-0.5f));
+  const auto z = V::mul(w, w);
+  auto sum = V::floats(kSineTerms[4]);
+  for (int i = 3; i >= 0; --i) sum = V::fma(sum, z, V::floats(kSineTerms[i]));
+  return V::mul(w, sum);
+}
+
+// The upper half of a fixed-point number, rounded.
+inline std::uint32_t upperHalf(std::uint64_t v) {
+  return static_cast<std::uint32_t>((v + 0x80000000u) >> 32);
+}
+
+// Angles of neighbouring columns in turns, as fractions of 2^32, the sine's less a quarter: where
+// each lane starts, what its first step adds, and what every step adds to the step. Whole turns
+// drop out of the top.
+template <typename V>
+struct LaneTurns {
+  std::uint32_t sine[V::kFloats];
+  std::uint32_t sineStep[V::kFloats];
+  std::uint32_t sineCurve;
+  std::uint32_t cosine[V::kFloats];
+  std::uint32_t cosineStep;
+
+  LaneTurns(const GrainRow& row, std::uint64_t column) {
+    constexpr std::uint64_t kTurnsPerRadian = 0x28be60db9391054a;  // 2^64 / (2 pi)
+    constexpr std::uint64_t kQuarterTurn = std::uint64_t{1} << 62;
+    constexpr std::uint64_t kRate = 5;
+    static_assert(static_cast<float>(kRate) == kGrainRate);
+    const std::uint64_t lane = row.xStep;
+    const std::uint64_t step = V::kFloats * lane;
+    // u * x with u = kRate * x + y, and its differences.
+    const auto slopeOver = [&](std::uint64_t x, std::uint64_t by) {
+      return kTurnsPerRadian * ((kRate * (2 * x + by) + row.yWhole) * by);
+    };
+    std::uint64_t at =
+        kTurnsPerRadian * ((kRate * column + row.yWhole) * column) + row.phaseTurns - kQuarterTurn;
+    std::uint64_t toNext = slopeOver(column, lane);
+    std::uint64_t slope = slopeOver(column, step);
+    std::uint64_t weighted = row.weightTurns * (kRate * column + row.yWhole);
+    for (int i = 0; i < V::kFloats; ++i) {
+      sine[i] = upperHalf(at);
+      sineStep[i] = upperHalf(slope);
+      cosine[i] = upperHalf(weighted);
+      at += toNext;
+      toNext += kTurnsPerRadian * (2 * kRate * lane * lane);
+      slope += kTurnsPerRadian * (2 * kRate * lane * step);
+      weighted += row.weightTurns * (kRate * lane);
+    }
+    sineCurve = upperHalf(kTurnsPerRadian * (2 * kRate * step * step));
+    cosineStep = upperHalf(row.weightTurns * (kRate * step));
+  }
+};
+
+// Does the doubtful lanes again by the formula.
+LOMIX_APART void redoPixels(const GrainRow& row, int x, unsigned doubtful, std::uint32_t* pixels) {
+  for (; doubtful != 0; doubtful &= doubtful - 1) {
+    const int lane = std::countr_zero(doubtful);
+    const double level = row.levelAt(x + lane);
+    pixels[lane] = truncateToByte(level * 255.0) * 0x01010100u;
+  }
+}
+
+// Overlay pixels of 8-bit worlds whose coordinates are whole numbers.
+//
+// The sine's argument is then u * x + phase with u = 5 x + y, but for roundings far below a level's
+// margin: quadratic in x, so that two additions a step carry its fraction of a turn on. Each of
+// them is off by 2^-33 turns at most, and all of them by 2^-23 after kSteps. The cosine's argument
+// is the rounded product of u and the row's weight. The product itself is linear in x, and what its
+// rounding took away is exactly a fused operation's result.
+//
+// The level is all that matters, so single precision and a margin do for nearly all pixels; the
+// others are done by the formula.
+template <typename V>
+class WholeGrain {
+  static constexpr int kSteps = 32;
+
+ public:
+  static constexpr int kColumns = V::kFloats;
+  static constexpr int kMostColumns = kSteps * kColumns;
+
+  LOMIX_INLINE WholeGrain(const GrainRow& row, int x)
+      : WholeGrain(row, x, static_cast<std::uint64_t>(x + kGrainOrigin) * row.xStep) {}
+
+  LOMIX_INLINE typename V::Ints next() {
+    // Of a coarser unit, because the rounding may be off by some turns.
+    constexpr int kCoarseBits = 4;
+    const auto coarseTurns = V::floats(static_cast<float>(0x1p28 / (2.0 * kPi)));
+    const auto v = V::mul(u_, yWeight_);
+    const auto taken = V::rounded(V::mul(V::fms(u_, yWeight_, v), coarseTurns));
+    const auto cosineTurns = V::sub(productTurns_, V::template shiftedLeft<kCoarseBits>(taken));
+    // Both are negative, their product is not.
+    const auto grain =
+        V::max(V::mul(foldedSine<V>(sineTurns_), foldedSine<V>(cosineTurns)), V::floats(0.0f));
+    const auto least = V::truncated(V::fms(grain, scale_, margin_));
+    const auto most = V::truncated(V::fma(grain, scale_, margin_));
+    auto pixels = V::greys(least);
+    if (const unsigned doubtful = V::differing(least, most); doubtful != 0) [[unlikely]] {
+      std::uint32_t lanes[V::kFloats];
+      V::store(lanes, pixels);
+      redoPixels(row_, x_, doubtful, lanes);
+      pixels = V::load(lanes);
+    }
+    sineTurns_ = V::add(sineTurns_, sineStep_);
+    sineStep_ = V::add(sineStep_, sineCurve_);
+    productTurns_ = V::add(productTurns_, productStep_);
+    u_ = V::add(u_, uStep_);
+    x_ += V::kFloats;
+    return pixels;
+  }
+
+  template <int kPart>
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
+    return pixels;
+  }
+
+ private:
+  // column: of x, at full resolution.
+  LOMIX_INLINE WholeGrain(const GrainRow& row, int x, std::uint64_t column)
+      : row_(row),
+        x_(x),
+        uStep_(V::floats(kGrainRate * static_cast<float>(row.xStep) * V::kFloats)),
+        yWeight_(V::floats(row.yWeight)),
+        scale_(V::floats(row.amount * 255.0f)),
+        margin_(V::floats(row.levelMargin)) {
+    const float uPerLane = kGrainRate * static_cast<float>(row.xStep);
+    u_ = V::fma(V::counted(), V::floats(uPerLane),
+                V::floats(kGrainRate * static_cast<float>(column) + row.yFull));
+    const LaneTurns<V> start(row, column);
+    sineTurns_ = V::load(start.sine);
+    sineStep_ = V::load(start.sineStep);
+    sineCurve_ = V::ints(start.sineCurve);
+    productTurns_ = V::load(start.cosine);
+    productStep_ = V::ints(start.cosineStep);
+  }
+
+  const GrainRow& row_;
+  int x_;
+  typename V::Floats u_, uStep_, yWeight_;
+  typename V::Ints sineTurns_, sineStep_, sineCurve_;
+  typename V::Ints productTurns_, productStep_;
+  typename V::Floats scale_, margin_;
+};
+
+}  // namespace
+}  // namespace lomix::engine

@@ -1,0 +1,316 @@
+// The hot loops for x86-64 processors with AVX2 and FMA. Compiled in every x86-64 build, for those
+// processors only by the target pragma below, and chosen at run time.
+
+#include "engine/RowKernels.h"
+
+#if defined(__x86_64__) || defined(_M_X64)
+
+#include <immintrin.h>
+
+// With all that the headers below the pragma include: of a library's inline function the linker
+// keeps one copy for the whole program, which must not be one for these processors only.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+
+#include "effect/kernel/Grain.h"
+#include "effect/numeric/Truncate.h"
+#include "effect/signal/RowProfile.h"
+#include "engine/Processor.h"
+
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
+#elif defined(__GNUC__)
+#pragma GCC push_options
+#pragma GCC target("avx2,fma")
+#endif
+
+#include "engine/simd/Avx2.h"
+#include "engine/simd/Pixels8.h"
+#include "engine/simd/RowSums.h"
+#include "engine/simd/Runs.h"
+
+namespace lomix::engine {
+namespace {
+
+// 8-bit pixels.
+
+constexpr int kAlphaBytes = 0x11111111;
+
+__m256i repeated(const std::array<std::uint8_t, 16>& entries) {
+  return _mm256_broadcastsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(entries.data())));
+}
+
+// A ByteMap in registers; kBitSets as ByteMap::bitSets().
+template <int kBitSets>
+class MapVector {
+ public:
+  explicit MapVector(const ByteMap& map)
+      : factor_(_mm256_set1_epi16(static_cast<short>(map.factor(0)))),
+        factorChange_(_mm256_set1_epi16(static_cast<short>(map.factor(0) ^ map.factor(1)))),
+        offset_(_mm256_set1_epi16(map.offset(0))),
+        offsetChange_(_mm256_set1_epi16(static_cast<short>(map.offset(0) ^ map.offset(1)))),
+        ones_{repeated(map.ones()[0]), repeated(map.ones()[1])},
+        twos_{repeated(map.twos()[0]), repeated(map.twos()[1])} {}
+
+  LOMIX_INLINE __m256i operator()(__m256i bytes) const {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i line = _mm256_packus_epi16(onLine(_mm256_unpacklo_epi8(zero, bytes)),
+                                             onLine(_mm256_unpackhi_epi8(zero, bytes)));
+    if constexpr (kBitSets == 0) return line;
+    const __m256i nibble = _mm256_set1_epi8(15);
+    const __m256i low = _mm256_and_si256(bytes, nibble);
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble);
+    const __m256i bits =
+        _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 1, 2, 4, 8, 16, 32, 64, -128, 1, 2, 4, 8, 16,
+                         32, 64, -128, 1, 2, 4, 8, 16, 32, 64, -128);
+    const __m256i bit = _mm256_shuffle_epi8(bits, high);
+    __m256i result = _mm256_sub_epi8(line, inSet(ones_, bytes, low, bit));
+    if constexpr (kBitSets == 2) {
+      const __m256i twos = inSet(twos_, bytes, low, bit);
+      result = _mm256_sub_epi8(result, _mm256_add_epi8(twos, twos));
+    }
+    return result;
+  }
+
+ private:
+  // All ones, that is minus one, in the bytes of the set.
+  static LOMIX_INLINE __m256i inSet(const __m256i (&set)[2], __m256i bytes, __m256i low,
+                                    __m256i bit) {
+    const __m256i entry = _mm256_blendv_epi8(_mm256_shuffle_epi8(set[0], low),
+                                             _mm256_shuffle_epi8(set[1], low), bytes);
+    return _mm256_cmpeq_epi8(_mm256_and_si256(entry, bit), bit);
+  }
+  // words: bytes times 256, the high bit telling the half.
+  LOMIX_INLINE __m256i onLine(__m256i words) const {
+    const __m256i upper = _mm256_srai_epi16(words, 15);
+    const __m256i factor = _mm256_xor_si256(factor_, _mm256_and_si256(upper, factorChange_));
+    const __m256i offset = _mm256_xor_si256(offset_, _mm256_and_si256(upper, offsetChange_));
+    return _mm256_srai_epi16(_mm256_add_epi16(_mm256_mulhi_epu16(words, factor), offset), 6);
+  }
+
+  __m256i factor_, factorChange_, offset_, offsetChange_;
+  __m256i ones_[2];
+  __m256i twos_[2];
+};
+
+struct NoMap {
+  LOMIX_INLINE __m256i operator()(__m256i bytes) const { return bytes; }
+};
+
+// One row's way from eight source pixels to eight output pixels.
+template <typename Map, bool kGrain>
+class Pipeline8 {
+ public:
+  Pipeline8(const Row8& row, const Map& map)
+      : map_(map),
+        darkAfterGrain_(kGrain && row.dark),
+        darkLeft_(_mm256_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
+        opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha)),
+        unmult_(row.unmultFactor != 0),
+        unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
+        unmultiply_(row, kGrain),
+        blend_(row.effectAmount) {}
+
+  // grain: overlay pixels, where kGrain.
+  LOMIX_INLINE __m256i operator()(__m256i source, const auto& grain) const {
+    const __m256i full = _mm256_cmpeq_epi8(source, _mm256_set1_epi8(-1));
+    if ((_mm256_movemask_epi8(full) & kAlphaBytes) == kAlphaBytes) {
+      // 255 * v >> 8 is v - 1, but 0 for 0.
+      const __m256i one = _mm256_set1_epi32(0x01010100);
+      return unmultiplyOpaque(overlaid(_mm256_subs_epu8(source, one), grain));
+    }
+    return unmultiply_(overlaid(premultiplied<Avx2>(source), grain), source);
+  }
+
+  LOMIX_INLINE __m256i blended(__m256i original, __m256i effect) const {
+    return blend_(original, effect);
+  }
+
+ private:
+  LOMIX_INLINE __m256i overlaid(__m256i colours, const auto& grain) const {
+    colours = map_(colours);
+    if constexpr (kGrain) {
+      colours = _mm256_add_epi8(colours, grain);
+      if (darkAfterGrain_) colours = productsBy256<Avx2>(colours, darkLeft_, darkLeft_);
+    }
+    return colours;
+  }
+
+  LOMIX_INLINE __m256i unmultiplyOpaque(__m256i colours) const {
+    if (unmult_) {
+      const __m256i zero = _mm256_setzero_si256();
+      const __m256i low = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(colours, zero), unmultFactor_);
+      const __m256i high = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(colours, zero), unmultFactor_);
+      colours = _mm256_adds_epu8(colours, _mm256_packus_epi16(low, high));
+    }
+    const __m256i alphaByte = _mm256_set1_epi32(255);
+    return _mm256_or_si256(_mm256_andnot_si256(alphaByte, colours), opaqueAlpha_);
+  }
+
+  Map map_;
+  bool darkAfterGrain_;
+  __m256i darkLeft_;
+  __m256i opaqueAlpha_;
+  bool unmult_;
+  __m256i unmultFactor_;
+  Unmultiply<Avx2> unmultiply_;
+  FormulaBlend<Avx2> blend_;
+};
+
+template <typename Map, bool kGrain>
+void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
+  run8By<Avx2, kGrain>(row, run, Pipeline8<Map, kGrain>(row, map));
+}
+
+template <typename Map>
+void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
+  if (row.grain) return run8WithMap<Map, true>(row, run, map);
+  run8WithMap<Map, false>(row, run, map);
+}
+
+void run8(const Row8& row, const Run<PF_Pixel>& run) {
+  if (!row.vectorSafe || (row.grain && !row.grainRow.reducible)) {
+    return portableKernels().run8(row, run);
+  }
+  // Grain always comes with a map, of the weight that it leaves to the picture.
+  if (row.colourMap == nullptr) return run8WithMap<NoMap, false>(row, run, NoMap{});
+  switch (row.colourMap->bitSets()) {
+    case 0:
+      return run8WithMap(row, run, MapVector<0>(*row.colourMap));
+    case 1:
+      return run8WithMap(row, run, MapVector<1>(*row.colourMap));
+    default:
+      return run8WithMap(row, run, MapVector<2>(*row.colourMap));
+  }
+}
+
+// Float pixels.
+
+constexpr int kAlphaLanes = 0x11;  // of the eight
+
+// One row's way from two source pixels to two output pixels.
+template <bool kBars, bool kGrain, bool kDark>
+class Pipeline32 {
+ public:
+  explicit Pipeline32(const Row32& row)
+      : barsAlpha_(_mm256_set1_ps(row.barsPixel.alpha)),
+        barsLeft_(_mm256_set1_ps(1.0f - row.barsPixel.alpha)),
+        wideBarsAlpha_(_mm256_set1_pd(row.barsPixel.alpha)),
+        twiceBars_(_mm256_set1_pd(static_cast<double>(row.barsPixel.red) + row.barsPixel.red)),
+        twiceRest_(_mm256_set1_pd(2.0 * (1.0 - static_cast<double>(row.barsPixel.red)))),
+        grainAmount_(_mm256_set1_ps(row.grainRow.amount)),
+        grainLeft_(_mm256_set1_ps(1.0f - row.grainRow.amount)),
+        darkPixel_(alphaAndColour(row.darkPixel.alpha, row.darkPixel.red)),
+        darkLeft_(_mm256_set1_ps(1.0f - row.darkPixel.alpha)),
+        effectAmount_(_mm256_set1_ps(row.effectAmount)) {}
+
+  // grain: each pixel's level in all its channels, where kGrain.
+  LOMIX_INLINE __m256 operator()(__m256 source, const auto& grain) const {
+    const __m256 ones = _mm256_set1_ps(1.0f);
+    const __m256 full = _mm256_cmp_ps(source, ones, _CMP_EQ_OQ);
+    __m256 pixels = source;
+    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
+    // no unmultiplying.
+    if ((_mm256_movemask_ps(full) & kAlphaLanes) != kAlphaLanes) {
+      const __m256 alpha = alphaOf(source);
+      pixels = visible(alpha, _mm256_mul_ps(colourLanes(ones, alpha), source));
+    } else if constexpr (!kBars && !kGrain && !kDark) {
+      return source;
+    }
+    if constexpr (kBars) pixels = hardLight(pixels);
+    if constexpr (kGrain) {
+      pixels = _mm256_add_ps(_mm256_mul_ps(grainLeft_, pixels), colourLanes(grainAmount_, grain));
+    }
+    if constexpr (kDark) pixels = _mm256_add_ps(_mm256_mul_ps(darkLeft_, pixels), darkPixel_);
+    const __m256 left = _mm256_cmp_ps(pixels, ones, _CMP_EQ_OQ);
+    if ((_mm256_movemask_ps(left) & kAlphaLanes) == kAlphaLanes) return pixels;
+    const __m256 alpha = alphaOf(pixels);
+    return visible(alpha, _mm256_div_ps(pixels, colourLanes(ones, alpha)));
+  }
+
+  LOMIX_INLINE __m256 blended(__m256 original, __m256 effect) const {
+    return _mm256_fmadd_ps(effectAmount_, _mm256_sub_ps(effect, original), original);
+  }
+
+ private:
+  static LOMIX_INLINE __m256 alphaAndColour(float alpha, float colour) {
+    return _mm256_setr_ps(alpha, colour, colour, colour, alpha, colour, colour, colour);
+  }
+  // Each pixel's alpha in its four lanes.
+  static LOMIX_INLINE __m256 alphaOf(__m256 pixels) { return _mm256_permute_ps(pixels, 0); }
+  // Alpha lanes of the first, colour lanes of the second.
+  static LOMIX_INLINE __m256 colourLanes(__m256 alphaLanes, __m256 colours) {
+    return _mm256_blend_ps(colours, alphaLanes, kAlphaLanes);
+  }
+  // Colours set to 0 where alpha is 0.
+  static LOMIX_INLINE __m256 visible(__m256 alpha, __m256 pixels) {
+    const __m256 transparent = _mm256_cmp_ps(alpha, _mm256_setzero_ps(), _CMP_EQ_OQ);
+    return _mm256_andnot_ps(colourLanes(_mm256_setzero_ps(), transparent), pixels);
+  }
+
+  LOMIX_INLINE __m256 hardLight(__m256 pixels) const {
+    const __m256 left = _mm256_mul_ps(barsLeft_, pixels);
+    const __m256 colours = _mm256_set_m128(
+        hardLightColours(_mm256_extractf128_ps(pixels, 1), _mm256_extractf128_ps(left, 1)),
+        hardLightColours(_mm256_castps256_ps128(pixels), _mm256_castps256_ps128(left)));
+    // The second operand stands where neither is larger: it keeps -0.0 and NaN.
+    const __m256 notNegative = _mm256_max_ps(_mm256_setzero_ps(), colours);
+    return colourLanes(_mm256_add_ps(left, barsAlpha_), notNegative);
+  }
+
+  LOMIX_INLINE __m128 hardLightColours(__m128 pixel, __m128 left) const {
+    const __m256d one = _mm256_set1_pd(1.0);
+    const __m256d d = _mm256_cvtps_pd(pixel);
+    const __m256d multiplied = _mm256_mul_pd(twiceBars_, d);
+    const __m256d screened = _mm256_sub_pd(one, _mm256_mul_pd(twiceRest_, _mm256_sub_pd(one, d)));
+    const __m256d below = _mm256_cmp_pd(d, _mm256_set1_pd(0.5), _CMP_LT_OQ);
+    const __m256d h = _mm256_blendv_pd(screened, multiplied, below);
+    return _mm256_cvtpd_ps(_mm256_add_pd(_mm256_mul_pd(h, wideBarsAlpha_), _mm256_cvtps_pd(left)));
+  }
+
+  __m256 barsAlpha_, barsLeft_;
+  __m256d wideBarsAlpha_, twiceBars_, twiceRest_;
+  __m256 grainAmount_, grainLeft_;
+  __m256 darkPixel_, darkLeft_;
+  __m256 effectAmount_;
+};
+
+void finishStreaming() { _mm_sfence(); }
+
+}  // namespace
+}  // namespace lomix::engine
+
+#if defined(__clang__)
+#pragma clang attribute pop
+#elif defined(__GNUC__)
+#pragma GCC pop_options
+#endif
+
+namespace lomix::engine {
+
+const RowKernels* avx2Kernels() {
+  static constexpr RowKernels kKernels{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
+                                       finishStreaming};
+  return processorHasAvx2() ? &kKernels : nullptr;
+}
+
+}  // namespace lomix::engine
+
+#else
+
+namespace lomix::engine {
+
+const RowKernels* avx2Kernels() { return nullptr; }
+
+}  // namespace lomix::engine
+
+#endif

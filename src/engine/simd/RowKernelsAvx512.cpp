@@ -1,0 +1,328 @@
+// The hot loops for x86-64 processors with AVX-512 and its byte permutations. Compiled in every
+// x86-64 build, for those processors only by the target pragma below, and chosen at run time.
+
+#include "engine/RowKernels.h"
+
+#if defined(__x86_64__) || defined(_M_X64)
+
+// GCC 12's header leaves vectors uninitialised where their value does not matter, and it warns of
+// that in every function that they are inlined into.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+
+// With all that the headers below the pragma include: of a library's inline function the linker
+// keeps one copy for the whole program, which must not be one for these processors only.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+
+#include "effect/kernel/Grain.h"
+#include "effect/numeric/Truncate.h"
+#include "effect/signal/RowProfile.h"
+#include "engine/Processor.h"
+
+#if defined(__clang__)
+#pragma clang attribute push(                                                          \
+    __attribute__((target("avx2,fma,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi"))), \
+    apply_to = function)
+#elif defined(__GNUC__)
+#pragma GCC push_options
+#pragma GCC target("avx2,fma,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi")
+#endif
+
+#include "engine/simd/Avx512.h"
+#include "engine/simd/Pixels8.h"
+#include "engine/simd/RowSums.h"
+#include "engine/simd/Runs.h"
+
+namespace lomix::engine {
+namespace {
+
+// 8-bit pixels.
+
+constexpr __mmask64 kAlphaBytes = 0x1111111111111111;
+
+// A table of 256 bytes in registers.
+class TableVector {
+ public:
+  explicit TableVector(const ByteTable& table)
+      : quarters_{_mm512_loadu_si512(table.data()), _mm512_loadu_si512(table.data() + 64),
+                  _mm512_loadu_si512(table.data() + 128), _mm512_loadu_si512(table.data() + 192)} {}
+  // What a function makes of all bytes.
+  template <typename Function>
+  static TableVector of(const Function& function) {
+    TableVector table(kIdentityTable);
+    for (__m512i& quarter : table.quarters_) quarter = function(quarter);
+    return table;
+  }
+
+  LOMIX_INLINE __m512i operator()(__m512i bytes) const {
+    const __m512i lower = _mm512_permutex2var_epi8(quarters_[0], bytes, quarters_[1]);
+    const __m512i upper = _mm512_permutex2var_epi8(quarters_[2], bytes, quarters_[3]);
+    return _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(bytes), upper);
+  }
+
+ private:
+  __m512i quarters_[4];
+};
+
+// 255 * v >> 8 is v - 1, but 0 for 0.
+LOMIX_INLINE __m512i premultipliedOpaque(__m512i colours) {
+  return _mm512_subs_epu8(colours, _mm512_set1_epi8(1));
+}
+
+// What an opaque pixel's colours become on a row without grain: of bars and scanlines, or of
+// nothing.
+struct Overlaid {
+  TableVector colours;
+  explicit Overlaid(const Row8& row)
+      : colours(TableVector::of([&row](__m512i bytes) {
+          const TableVector map(row.colourMap->table());
+          return TableVector(*row.finish)(map(premultipliedOpaque(bytes)));
+        })) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, NoGrain) const { return colours(source); }
+};
+struct Untouched {
+  explicit Untouched(const Row8&) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, NoGrain) const {
+    return premultipliedOpaque(source);
+  }
+};
+// The same with grain between bars and scanlines.
+struct Grained {
+  TableVector colours;
+  TableVector finish;
+  explicit Grained(const Row8& row)
+      : colours(TableVector::of([&row](__m512i bytes) {
+          return TableVector(row.colourMap->table())(premultipliedOpaque(bytes));
+        })),
+        finish(*row.finish) {}
+  LOMIX_INLINE __m512i operator()(__m512i source, __m512i grain) const {
+    return finish(_mm512_add_epi8(colours(source), grain));
+  }
+};
+
+// The blend of effect and original, by tables or else by its formula.
+class Blend {
+ public:
+  explicit Blend(const Row8& row)
+      : byTable_(row.blendMap != nullptr),
+        formula_(row.effectAmount),
+        rise_(byTable_ ? row.blendMap->rise() : kIdentityTable),
+        fall_(byTable_ ? row.blendMap->fall() : kIdentityTable),
+        limit_(byTable_ ? row.blendMap->limit() : kIdentityTable),
+        limitsRise_(byTable_ && row.blendMap->limitsRise()),
+        limitsFall_(byTable_ && row.blendMap->limitsFall()) {}
+
+  LOMIX_INLINE __m512i operator()(__m512i original, __m512i effect) const {
+    return byTable_ ? lookedUp(original, effect) : formula_(original, effect);
+  }
+
+ private:
+  LOMIX_INLINE __m512i lookedUp(__m512i original, __m512i effect) const {
+    const __m512i above = _mm512_subs_epu8(effect, original);
+    const __m512i below = _mm512_subs_epu8(original, effect);
+    // One of them is 0, which moves nothing and has no limit.
+    const __m512i result = _mm512_sub_epi8(_mm512_add_epi8(original, rise_(above)), fall_(below));
+    if (limitsFall_) return limited(result, limit_(below));
+    if (limitsRise_) return limited(result, limit_(above));
+    return result;
+  }
+  static LOMIX_INLINE __m512i limited(__m512i result, __m512i limit) {
+    const __m512i minusOne = _mm512_movm_epi8(_mm512_cmplt_epu8_mask(result, limit));
+    return _mm512_add_epi8(result, minusOne);
+  }
+
+  bool byTable_;
+  FormulaBlend<Avx512> formula_;
+  TableVector rise_, fall_, limit_;
+  bool limitsRise_, limitsFall_;
+};
+
+// One row's way from sixteen source pixels to sixteen output pixels. Opaque: Overlaid, Untouched or
+// Grained.
+template <typename Opaque>
+class Pipeline8 {
+ public:
+  explicit Pipeline8(const Row8& row)
+      : opaque_(row),
+        opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
+        colours_(kOverlaid ? row.colourMap->table() : kIdentityTable),
+        darkAfterGrain_(kGrain && row.dark),
+        darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
+        unmultiply_(row, kGrain),
+        blend_(row) {}
+
+  // grain: overlay pixels, where kGrain.
+  LOMIX_INLINE __m512i operator()(__m512i source, const auto& grain) const {
+    const __mmask64 translucent =
+        _mm512_mask_cmpneq_epi8_mask(kAlphaBytes, source, _mm512_set1_epi8(-1));
+    if (translucent == 0) {
+      return _mm512_mask_mov_epi8(opaque_(source, grain), kAlphaBytes, opaqueAlpha_);
+    }
+    __m512i colours = premultiplied<Avx512>(source);
+    if constexpr (kOverlaid) colours = colours_(colours);
+    if constexpr (kGrain) colours = _mm512_add_epi8(colours, grain);
+    if (darkAfterGrain_) colours = productsBy256<Avx512>(colours, darkLeft_, darkLeft_);
+    return unmultiply_(colours, source);
+  }
+
+  LOMIX_INLINE __m512i blended(__m512i original, __m512i effect) const {
+    return blend_(original, effect);
+  }
+
+ private:
+  static constexpr bool kGrain = std::is_same_v<Opaque, Grained>;
+  static constexpr bool kOverlaid = !std::is_same_v<Opaque, Untouched>;
+
+  Opaque opaque_;
+  __m512i opaqueAlpha_;
+  TableVector colours_;  // of premultiplied bytes
+  bool darkAfterGrain_;
+  __m512i darkLeft_;
+  Unmultiply<Avx512> unmultiply_;
+  Blend blend_;
+};
+
+void run8(const Row8& row, const Run<PF_Pixel>& run) {
+  if (row.grain && !row.grainRow.reducible) return portableKernels().run8(row, run);
+  // Grain always comes with a map, of the weight that it leaves to the picture.
+  if (row.colourMap == nullptr) return run8By<Avx512, false>(row, run, Pipeline8<Untouched>(row));
+  if (row.grain) return run8By<Avx512, true>(row, run, Pipeline8<Grained>(row));
+  run8By<Avx512, false>(row, run, Pipeline8<Overlaid>(row));
+}
+
+// Float pixels.
+
+constexpr __mmask16 kAlphaLanes = 0x1111;
+
+// One row's way from four source pixels to four output pixels.
+template <bool kBars, bool kGrain, bool kDark>
+class Pipeline32 {
+ public:
+  explicit Pipeline32(const Row32& row)
+      : barsAlpha_(_mm512_set1_ps(row.barsPixel.alpha)),
+        barsLeft_(_mm512_set1_ps(1.0f - row.barsPixel.alpha)),
+        wideBarsAlpha_(_mm512_set1_pd(row.barsPixel.alpha)),
+        twiceBars_(_mm512_set1_pd(static_cast<double>(row.barsPixel.red) + row.barsPixel.red)),
+        twiceRest_(_mm512_set1_pd(2.0 * (1.0 - static_cast<double>(row.barsPixel.red)))),
+        grainAmount_(_mm512_set1_ps(row.grainRow.amount)),
+        grainLeft_(_mm512_set1_ps(1.0f - row.grainRow.amount)),
+        darkPixel_(_mm512_mask_mov_ps(_mm512_set1_ps(row.darkPixel.red), kAlphaLanes,
+                                      _mm512_set1_ps(row.darkPixel.alpha))),
+        darkLeft_(_mm512_set1_ps(1.0f - row.darkPixel.alpha)),
+        effectAmount_(_mm512_set1_ps(row.effectAmount)) {}
+
+  // grain: each pixel's level in all its channels, where kGrain.
+  LOMIX_INLINE __m512 operator()(__m512 source, const auto& grain) const {
+    __m512 pixels = source;
+    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
+    // no unmultiplying.
+    if (translucent(source)) {
+      const __m512 alpha = alphaOf(source);
+      pixels = visible(alpha, _mm512_mask_mul_ps(source, kColourLanes, alpha, source));
+    } else if constexpr (!kBars && !kGrain && !kDark) {
+      return source;
+    }
+    if constexpr (kBars) pixels = hardLight(pixels);
+    if constexpr (kGrain) {
+      const __m512 overlay = _mm512_mask_mov_ps(grain, kAlphaLanes, grainAmount_);
+      pixels = _mm512_add_ps(_mm512_mul_ps(grainLeft_, pixels), overlay);
+    }
+    if constexpr (kDark) pixels = _mm512_add_ps(_mm512_mul_ps(darkLeft_, pixels), darkPixel_);
+    if (!translucent(pixels)) return pixels;
+    const __m512 alpha = alphaOf(pixels);
+    return visible(alpha, _mm512_mask_div_ps(pixels, kColourLanes, pixels, alpha));
+  }
+
+  LOMIX_INLINE __m512 blended(__m512 original, __m512 effect) const {
+    return _mm512_fmadd_ps(effectAmount_, _mm512_sub_ps(effect, original), original);
+  }
+
+ private:
+  static constexpr __mmask16 kColourLanes = 0xEEEE;
+
+  static LOMIX_INLINE bool translucent(__m512 pixels) {
+    return _mm512_mask_cmp_ps_mask(kAlphaLanes, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) != 0;
+  }
+  // Each pixel's alpha in its four lanes.
+  static LOMIX_INLINE __m512 alphaOf(__m512 pixels) { return _mm512_permute_ps(pixels, 0); }
+  // Colours set to 0 where alpha is 0.
+  static LOMIX_INLINE __m512 visible(__m512 alpha, __m512 pixels) {
+    const __mmask16 transparent =
+        _mm512_mask_cmp_ps_mask(kColourLanes, alpha, _mm512_setzero_ps(), _CMP_EQ_OQ);
+    return _mm512_mask_mov_ps(pixels, transparent, _mm512_setzero_ps());
+  }
+
+  LOMIX_INLINE __m512 hardLight(__m512 pixels) const {
+    const __m512 left = _mm512_mul_ps(barsLeft_, pixels);
+    const __m256 lower =
+        hardLightColours(_mm512_castps512_ps256(pixels), _mm512_castps512_ps256(left));
+    const __m256 upper =
+        hardLightColours(_mm512_extractf32x8_ps(pixels, 1), _mm512_extractf32x8_ps(left, 1));
+    const __m512 colours = _mm512_insertf32x8(_mm512_castps256_ps512(lower), upper, 1);
+    // The second operand stands where neither is larger: it keeps -0.0 and NaN.
+    const __m512 notNegative = _mm512_max_ps(_mm512_setzero_ps(), colours);
+    return _mm512_mask_add_ps(notNegative, kAlphaLanes, left, barsAlpha_);
+  }
+
+  LOMIX_INLINE __m256 hardLightColours(__m256 pixel, __m256 left) const {
+    const __m512d one = _mm512_set1_pd(1.0);
+    const __m512d d = _mm512_cvtps_pd(pixel);
+    const __m512d screened = _mm512_sub_pd(one, _mm512_mul_pd(twiceRest_, _mm512_sub_pd(one, d)));
+    const __mmask8 below = _mm512_cmp_pd_mask(d, _mm512_set1_pd(0.5), _CMP_LT_OQ);
+    const __m512d h = _mm512_mask_mul_pd(screened, below, twiceBars_, d);
+    return _mm512_cvtpd_ps(_mm512_add_pd(_mm512_mul_pd(h, wideBarsAlpha_), _mm512_cvtps_pd(left)));
+  }
+
+  __m512 barsAlpha_, barsLeft_;
+  __m512d wideBarsAlpha_, twiceBars_, twiceRest_;
+  __m512 grainAmount_, grainLeft_;
+  __m512 darkPixel_, darkLeft_;
+  __m512 effectAmount_;
+};
+
+void finishStreaming() { _mm_sfence(); }
+
+}  // namespace
+}  // namespace lomix::engine
+
+#if defined(__clang__)
+#pragma clang attribute pop
+#elif defined(__GNUC__)
+#pragma GCC pop_options
+#endif
+
+namespace lomix::engine {
+
+const RowKernels* avx512Kernels() {
+  static constexpr RowKernels kKernels{
+      "avx512", run8, run32<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
+  return processorHasAvx512() ? &kKernels : nullptr;
+}
+
+}  // namespace lomix::engine
+
+#else
+
+namespace lomix::engine {
+
+const RowKernels* avx512Kernels() { return nullptr; }
+
+}  // namespace lomix::engine
+
+#endif

@@ -1,0 +1,188 @@
+// Goes along a run of pixels in vectors.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "engine/RowKernels.h"
+#include "engine/simd/Grain.h"
+#include "engine/simd/Inline.h"
+
+namespace lomix::engine {
+// Of each file's own: the same code compiled for two processors must never be taken for one.
+namespace {
+
+// Pixels before the first boundary of a whole vector of output that whole pixels reach, at most
+// count; -1 where they reach none, as in a misaligned world.
+inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::size_t pixelBytes,
+                            int count) {
+  const std::size_t past = reinterpret_cast<std::uintptr_t>(output) % vectorBytes;
+  if (past % pixelBytes != 0) return -1;
+  return std::min(count, static_cast<int>((vectorBytes - past) % vectorBytes / pixelBytes));
+}
+
+// Grain made a step before it is used, so that the processor finds two steps' chains of operations
+// side by side.
+template <typename Grain>
+class Ahead {
+ public:
+  LOMIX_INLINE Ahead(const GrainRow& row, int x) : grain_(row, x), made_(grain_.next()) {}
+  LOMIX_INLINE auto next() {
+    const auto now = made_;
+    made_ = grain_.next();
+    return now;
+  }
+
+ private:
+  Grain grain_;
+  decltype(std::declval<Grain&>().next()) made_;
+};
+
+// Draws a run by a pipeline: pipeline(source pixels, their grain) and, where kBlend,
+// pipeline.blended(original pixels, effect). What the grain of some pixels is depends on Grain.
+//
+// The vectors lie at the output's boundaries, whatever the spans: one that takes pixels of several
+// spans is put together from masked loads. That is cheaper than partial vectors at both ends of
+// every span, and lets a streamed row be written in whole lines.
+template <typename V, typename Grain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
+void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
+  constexpr int kPixels = std::is_same_v<Pixel, PF_Pixel> ? V::kPixels8 : V::kPixels32;
+  constexpr int kColumns = Grain::kColumns;
+  constexpr auto kParts = std::make_integer_sequence<int, kColumns / kPixels>{};
+  static_assert(kColumns % kPixels == 0);
+  Pixel* const output = run.output;
+  const Pixel* const original = run.original;
+  const int head = pixelsToBoundary(output + run.first, kPixels * sizeof(Pixel), sizeof(Pixel),
+                                    run.end - run.first);
+  const bool streaming = run.streaming && head >= 0;
+
+  const Span* span = run.spans;
+  alignas(64) Pixel repeated[kPixels];
+  // Column x of the span comes from source[offset + step * x].
+  const Pixel* source = run.source;
+  std::ptrdiff_t offset = 0;
+  std::ptrdiff_t step = 1;
+  const auto enterSpanOf = [&](int x) {
+    while (span->end() <= x) ++span;
+    if (span->repeat) std::fill_n(repeated, kPixels, run.source[span->source]);
+    source = span->repeat ? repeated : run.source;
+    offset = span->repeat ? 0 : span->source - span->first;
+    step = span->repeat ? 0 : 1;
+  };
+
+  // Count <= kPixels columns, of any number of spans. Masked, not by way of a buffer: a load from a
+  // buffer just filled would wait for all the streaming stores before it.
+  const auto drawFew = [&](int x, int count, const auto& grain) {
+    auto pixels = V::loadLanes(source, 0, 0);
+    for (int lane = 0; lane < count;) {
+      enterSpanOf(x + lane);
+      const int last = std::min(span->end() - x, count);
+      pixels = V::either(pixels, V::loadLanes(source + (offset + step * x), lane, last));
+      lane = last;
+    }
+    auto effect = pipeline(pixels, grain);
+    if constexpr (kBlend) {
+      effect = pipeline.blended(V::loadLanes(original + x, 0, count), effect);
+    }
+    if (streaming && count == kPixels) return V::stream(output + x, effect);
+    V::storeFew(output + x, count, effect);
+  };
+  const auto drawSome = [&]<int... kPart>(int x, int end, const auto& grain,
+                                          std::integer_sequence<int, kPart...>) {
+    const auto drawPart = [&](int at, const auto& part) {
+      if (at < end) drawFew(at, std::min(kPixels, end - at), part);
+    };
+    (drawPart(x + kPart * kPixels, Grain::template part<kPart>(grain)), ...);
+  };
+  // All of a span.
+  const auto drawAll = [&]<bool kStream, int... kPart>(
+      int x, const auto& grain, std::bool_constant<kStream>, std::integer_sequence<int, kPart...>)
+      LOMIX_INLINE_LAMBDA {
+    const auto drawPart = [&](int at, const auto& part) LOMIX_INLINE_LAMBDA {
+      const Pixel* const from = source + (offset + step * at);
+      auto effect = pipeline(V::load(from), part);
+      if constexpr (kBlend) effect = pipeline.blended(V::load(original + at), effect);
+      // The next row takes this one's neighbours in other pieces: hardware that follows a stream
+      // loses it at every seam.
+      _mm_prefetch(reinterpret_cast<const char*>(from) + run.toNextRow, _MM_HINT_T1);
+      if constexpr (kStream) {
+        V::stream(output + at, effect);
+      } else {
+        V::store(output + at, effect);
+      }
+    };
+    (drawPart(x + kPart * kPixels, Grain::template part<kPart>(grain)), ...);
+  };
+
+  int x = run.first;
+  while (x < run.end) {
+    const int most = x == run.first && head > 0 ? head : Grain::kMostColumns;
+    const int end = run.end - x > most ? x + most : run.end;
+    Ahead<Grain> grain(row.grainRow, x);
+    while (x < end) {
+      enterSpanOf(x);
+      const int last = std::min(end, span->end()) - kColumns;
+      if (streaming) {
+        for (; x <= last; x += kColumns) drawAll(x, grain.next(), std::true_type{}, kParts);
+      } else {
+        for (; x <= last; x += kColumns) drawAll(x, grain.next(), std::false_type{}, kParts);
+      }
+      if (x == end) break;
+      drawSome(x, end, grain.next(), kParts);
+      x += kColumns;
+    }
+    x = end;
+  }
+}
+
+template <typename V, template <bool, bool, bool> class Pipeline, bool kBars, bool kGrain,
+          bool kDark, bool kBlend>
+void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
+  using Grain = std::conditional_t<kGrain, LevelGrain<V>, Ungrained<V::kPixels32>>;
+  drawRun<V, Grain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
+}
+
+// Turns a row's flags into template arguments, one after the other.
+template <typename V, template <bool, bool, bool> class Pipeline, bool... kFlags>
+void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
+  if constexpr (sizeof...(kFlags) == 4) {
+    run32With<V, Pipeline, kFlags...>(row, run);
+  } else if (flags[sizeof...(kFlags)]) {
+    run32Chosen<V, Pipeline, kFlags..., true>(row, run, flags);
+  } else {
+    run32Chosen<V, Pipeline, kFlags..., false>(row, run, flags);
+  }
+}
+
+// A float run by a pipeline for what the row has switched on: Pipeline<bars, grain, dark>(row).
+template <typename V, template <bool, bool, bool> class Pipeline>
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  if (row.grain && !row.grainRow.reducible) return portableKernels().run32(row, run);
+  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
+  run32Chosen<V, Pipeline>(row, run, flags);
+}
+
+// An 8-bit run by a pipeline. row: with a reducible grain, if any.
+template <typename V, bool kGrain, typename Pipeline>
+void run8By(const Row8& row, const Run<PF_Pixel>& run, const Pipeline& pipeline) {
+  const auto draw = [&]<typename Grain>(const Grain*) {
+    if (row.blend && run.original != nullptr) {
+      drawRun<V, Grain, true>(row, run, pipeline);
+    } else {
+      drawRun<V, Grain, false>(row, run, pipeline);
+    }
+  };
+  if constexpr (!kGrain) {
+    draw(static_cast<const Ungrained<V::kPixels8>*>(nullptr));
+  } else if (row.grainRow.wholeCoordinates) {
+    draw(static_cast<const WholeGrain<V>*>(nullptr));
+  } else {
+    draw(static_cast<const LevelGrain8<V>*>(nullptr));
+  }
+}
+
+}  // namespace
+}  // namespace lomix::engine

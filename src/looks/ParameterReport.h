@@ -1,0 +1,16 @@
+#pragma once
+
+#include <iosfwd>
+#include <nlohmann/json.hpp>
+
+#include "looks/ParameterTable.h"
+
+namespace lomix::cli {
+
+/// The parameters as an array of objects, in the order of the panel.
+nlohmann::ordered_json toJson(const ParameterTable& table);
+
+/// The parameters as a table for people, one line each.
+void print(const ParameterTable& table, std::ostream& out);
+
+}  // namespace lomix::cli

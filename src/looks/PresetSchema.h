@@ -1,0 +1,12 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "looks/ParameterTable.h"
+
+namespace lomix::cli {
+
+/// The JSON schema of preset files, with the names and ranges of these parameters.
+nlohmann::ordered_json presetSchema(const ParameterTable& table);
+
+}  // namespace lomix::cli

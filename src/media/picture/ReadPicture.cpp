@@ -1,0 +1,230 @@
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "media/picture/ImageLibrary.h"
+#include "media/picture/PictureCodec.h"
+#include "media/picture/PictureFile.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
+
+namespace lomix::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where a file keeps the channels of a picture, in the order alpha, red, green, blue; -1: nowhere.
+using ChannelMap = std::array<int, Picture::kChannels>;
+
+std::string lowerCase(std::string text) {
+  std::ranges::transform(text, text.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return text;
+}
+
+int findChannel(const OIIO::ImageSpec& spec, std::initializer_list<std::string_view> names) {
+  for (const std::string_view name : names) {
+    for (int i = 0; i < spec.nchannels; ++i) {
+      if (lowerCase(spec.channel_name(i)) == name) return i;
+    }
+  }
+  return -1;
+}
+
+ChannelMap mapChannels(const fs::path& file, const OIIO::ImageSpec& spec) {
+  int alpha = findChannel(spec, {"a", "alpha"});
+  if (alpha < 0 && spec.alpha_channel < spec.nchannels) alpha = spec.alpha_channel;
+  const ChannelMap colour{alpha, findChannel(spec, {"r", "red"}), findChannel(spec, {"g", "green"}),
+                          findChannel(spec, {"b", "blue"})};
+  if (std::all_of(colour.begin() + 1, colour.end(), [](int i) { return i >= 0; })) {
+    return colour;
+  }
+  const int grey = findChannel(spec, {"y", "i", "l", "gray", "grey"});
+  if (grey >= 0) return {alpha, grey, grey, grey};
+
+  std::string names;
+  for (int i = 0; i < spec.nchannels; ++i) {
+    names += (i == 0 ? "" : ", ") + std::string(spec.channel_name(i));
+  }
+  throw MediaError(cannotRead(file) + "it has no channels R, G and B or Y, only " + names +
+                   " (extract the wanted layer to a file of its own)");
+}
+
+Storage storageOf(OIIO::TypeDesc type) {
+  switch (type.basetype) {
+    case OIIO::TypeDesc::UINT8:
+      return Storage::UInt8;
+    case OIIO::TypeDesc::UINT16:
+      return Storage::UInt16;
+    case OIIO::TypeDesc::HALF:
+      return Storage::Half;
+    default:
+      return Storage::Float;
+  }
+}
+
+/// True when the pixels arrive with colours multiplied by alpha although straight ones were asked
+/// for.
+bool arrivesPremultiplied(const std::string& format, const OIIO::ImageSpec& spec) {
+  if (spec.get_int_attribute("oiio:UnassociatedAlpha") != 0) return false;
+  // These hold whatever their writer had, which by convention is straight.
+  return format != "bmp" && format != "ico" && format != "dpx" && format != "jpeg2000";
+}
+
+void unpremultiply(Picture& picture) {
+  for (int y = 0; y < picture.height(); ++y) {
+    const std::span<float> row = picture.row32(y);
+    for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
+      const float alpha = row[i];
+      if (alpha == 0.0f || alpha == 1.0f) continue;
+      for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] /= alpha;
+    }
+  }
+}
+
+/// An opened file and what is to be taken from it.
+class Reader {
+ public:
+  explicit Reader(const fs::path& file) : file_(file) {
+    // Asked for straight colours, the library hands over the stored bytes; by default it would
+    // multiply them, which loses what 8 bits cannot hold.
+    OIIO::ImageSpec wish;
+    wish.attribute("oiio:UnassociatedAlpha", 1);
+    input_ = OIIO::ImageInput::open(file.string(), &wish);
+    if (!input_) fail(OIIO::geterror());
+    spec_ = input_->spec();
+    if (spec_.deep || spec_.depth > 1) {
+      throw MediaError(cannotRead(file_) + "it is deep or a volume (flatten it first)");
+    }
+    if (spec_.full_width < 1) spec_.full_width = spec_.width;
+    if (spec_.full_height < 1) spec_.full_height = spec_.height;
+    requirePossibleSize(spec_.width, spec_.height);
+    requirePossibleSize(spec_.full_width, spec_.full_height);
+    channels_ = mapChannels(file_, spec_);
+    hasAlpha_ = channels_[0] >= 0;
+    premultiplied_ = hasAlpha_ && arrivesPremultiplied(input_->format_name(), spec_);
+    if (premultiplied_ && std::string_view(input_->format_name()) == "webp") {
+      throw MediaError(
+          cannotRead(file_) +
+          "the transparency of a WebP file cannot be read exactly (convert it to PNG)");
+    }
+  }
+
+  Picture read() {
+    const Storage storage = storageOf(spec_.channelformat(channels_[1]));
+    const bool allAlike = std::ranges::all_of(
+        channels_, [&](int i) { return i < 0 || storageOf(spec_.channelformat(i)) == storage; });
+    const int depth = storage == Storage::UInt8 && allAlike && !premultiplied_ ? 8 : 32;
+
+    Picture picture;
+    if (depth == 8) {
+      picture = copyPixels<std::uint8_t, std::uint8_t>(OIIO::TypeDesc::UINT8, 255,
+                                                       [](std::uint8_t value) { return value; });
+    } else if (allAlike && storage == Storage::UInt8) {
+      picture = copyPixels<std::uint8_t, float>(
+          OIIO::TypeDesc::UINT8, 1.0f,
+          [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; });
+    } else if (allAlike && storage == Storage::UInt16) {
+      picture = copyPixels<std::uint16_t, float>(
+          OIIO::TypeDesc::UINT16, 1.0f,
+          [](std::uint16_t value) { return static_cast<float>(value) / 65535.0f; });
+    } else {
+      picture =
+          copyPixels<float, float>(OIIO::TypeDesc::FLOAT, 1.0f, [](float value) { return value; });
+    }
+    picture.info.hasAlpha = hasAlpha_;
+    picture.info.storedPremultiplied = premultiplied_;
+    picture.info.storage = storage;
+    const float aspect = spec_.get_float_attribute("PixelAspectRatio", 1.0f);
+    if (aspect > 0.01f && aspect < 100.0f) picture.info.pixelAspect = aspect;
+    picture.info.metadata =
+        std::make_shared<const Metadata>(collectMetadata(input_->format_name(), spec_));
+    if (premultiplied_) unpremultiply(picture);
+    return upright(std::move(picture), spec_.get_int_attribute("Orientation", 1));
+  }
+
+ private:
+  /// Said here and not left to the picture: the message must name the file.
+  void requirePossibleSize(int width, int height) const {
+    if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
+        static_cast<std::size_t>(width) * static_cast<std::size_t>(height) <= Picture::kMaxPixels) {
+      return;
+    }
+    throw MediaError(cannotRead(file_) + "a size of " + std::to_string(width) + "x" +
+                     std::to_string(height) + " is not possible (use at most " +
+                     std::to_string(Picture::kMaxPixels) + " pixels)");
+  }
+
+  /// Reads the channels as From and puts them, converted to To, where they lie in the frame.
+  template <typename From, typename To, typename Convert>
+  Picture copyPixels(OIIO::TypeDesc type, To opaque, Convert convert) {
+    int first = spec_.nchannels;
+    int last = 0;
+    for (const int i : channels_) {
+      if (i < 0) continue;
+      first = std::min(first, i);
+      last = std::max(last, i);
+    }
+    const auto stride = static_cast<std::size_t>(last - first + 1);
+    const auto width = static_cast<std::size_t>(spec_.width);
+    std::vector<From> pixels(stride * width * static_cast<std::size_t>(spec_.height));
+    const bool complete = input_->read_image(0, 0, first, last + 1, type, pixels.data());
+    const std::string message = input_->geterror();
+    // The JPEG reader makes up what is missing at the end and only mentions it.
+    if (!complete || message.find("Premature end") != std::string::npos) fail(message);
+
+    Picture picture(spec_.full_width, spec_.full_height, sizeof(To) * 8);
+    const std::int64_t offsetX = std::int64_t{spec_.x} - spec_.full_x;
+    const std::int64_t offsetY = std::int64_t{spec_.y} - spec_.full_y;
+    const std::int64_t begin = std::max<std::int64_t>(0, offsetX);
+    const std::int64_t end = std::min<std::int64_t>(spec_.full_width, offsetX + spec_.width);
+    for (int y = 0; y < spec_.full_height; ++y) {
+      const std::span<To> target = rowOf<To>(picture, y);
+      if (!hasAlpha_) {
+        for (std::size_t i = 0; i < target.size(); i += Picture::kChannels) target[i] = opaque;
+      }
+      const std::int64_t sourceY = y - offsetY;
+      if (sourceY < 0 || sourceY >= spec_.height) continue;
+      const From* source = pixels.data() + static_cast<std::size_t>(sourceY) * width * stride;
+      for (std::size_t c = 0; c < channels_.size(); ++c) {
+        if (channels_[c] < 0) continue;
+        const auto channel = static_cast<std::size_t>(channels_[c] - first);
+        for (std::int64_t x = begin; x < end; ++x) {
+          target[static_cast<std::size_t>(x) * Picture::kChannels + c] =
+              convert(source[static_cast<std::size_t>(x - offsetX) * stride + channel]);
+        }
+      }
+    }
+    return picture;
+  }
+
+  template <typename To>
+  static std::span<To> rowOf(Picture& picture, int y) {
+    if constexpr (std::is_same_v<To, float>) {
+      return picture.row32(y);
+    } else {
+      return picture.row8(y);
+    }
+  }
+
+  [[noreturn]] void fail(const std::string& reason) const {
+    throw MediaError(cannotRead(file_) + firstLine(reason) +
+                     " (check that it is a whole picture of a known format)");
+  }
+
+  fs::path file_;
+  std::unique_ptr<OIIO::ImageInput> input_;
+  OIIO::ImageSpec spec_;
+  ChannelMap channels_{};
+  bool hasAlpha_ = false;
+  bool premultiplied_ = false;
+};
+
+}  // namespace
+
+Picture decodePicture(const fs::path& file) { return Reader(file).read(); }
+
+}  // namespace lomix::media

@@ -1,0 +1,127 @@
+#include "media/picture/SequenceName.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <system_error>
+
+#include "media/picture/PictureFile.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
+
+namespace lomix::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Longer numbers than this name no frame.
+constexpr std::size_t kMaxDigits = 18;
+
+std::string padded(std::int64_t number, std::size_t digits) {
+  const std::string plain = std::to_string(number < 0 ? -number : number);
+  const std::string sign = number < 0 ? "-" : "";
+  const std::size_t length = sign.size() + plain.size();
+  return sign + std::string(length < digits ? digits - length : 0, '0') + plain;
+}
+
+/// The part of a name that stands for the number.
+struct Sign {
+  std::size_t begin;
+  std::size_t length;
+  std::size_t digits;
+};
+
+/// "####", "%d" or "%04d" at a place of the text.
+std::optional<Sign> signAt(const std::string& text, std::size_t at) {
+  if (text[at] == '#') {
+    const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
+    return Sign{at, end - at, end - at};
+  }
+  if (text[at] != '%') return std::nullopt;
+  std::size_t end = at + 1;
+  std::size_t digits = 1;
+  if (end < text.size() && text[end] == '0') {
+    const auto [rest, error] =
+        std::from_chars(text.data() + end, text.data() + text.size(), digits);
+    end = static_cast<std::size_t>(rest - text.data());
+    if (error != std::errc() || digits > kMaxDigits) return std::nullopt;
+  }
+  if (end == text.size() || text[end] != 'd') return std::nullopt;
+  return Sign{at, end + 1 - at, std::max<std::size_t>(digits, 1)};
+}
+
+}  // namespace
+
+std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
+  const std::string text = name.filename().string();
+  std::optional<Sign> found;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::optional<Sign> sign = signAt(text, at);
+    if (sign && found) {
+      throw MediaError(std::string("'") + name.string() +
+                       "': more than one part stands for the frame's number (leave one)");
+    }
+    if (sign) found = sign;
+    at += sign ? sign->length : 1;
+  }
+  if (!found) return std::nullopt;
+  SequenceName sequence;
+  sequence.pattern_ = name;
+  sequence.before_ = text.substr(0, found->begin);
+  sequence.after_ = text.substr(found->begin + found->length);
+  sequence.digits_ = found->digits;
+  return sequence;
+}
+
+fs::path SequenceName::file(std::int64_t number) const {
+  return pattern_.parent_path() / (before_ + padded(number, digits_) + after_);
+}
+
+std::optional<std::int64_t> SequenceName::numberOf(const std::string& fileName) const {
+  if (fileName.size() <= before_.size() + after_.size() || !fileName.starts_with(before_) ||
+      !fileName.ends_with(after_)) {
+    return std::nullopt;
+  }
+  const std::string text =
+      fileName.substr(before_.size(), fileName.size() - before_.size() - after_.size());
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  // What this name would not have been given is another sequence's.
+  if (error != std::errc() || text.size() > kMaxDigits || padded(number, digits_) != text) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+std::vector<std::int64_t> SequenceName::existing() const {
+  const fs::path folder = pattern_.has_parent_path() ? pattern_.parent_path() : fs::path(".");
+  std::error_code error;
+  std::vector<std::int64_t> numbers;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (const auto number = numberOf(entry->path().filename().string())) numbers.push_back(*number);
+  }
+  if (error) {
+    throw MediaError(cannotRead(pattern_) + "its folder: " + error.message() +
+                     " (check the name and its folder)");
+  }
+  std::ranges::sort(numbers);
+  return numbers;
+}
+
+std::string listed(const std::vector<std::int64_t>& numbers) {
+  constexpr std::size_t kMaxRanges = 8;
+  std::string text;
+  std::size_t ranges = 0;
+  for (std::size_t i = 0; i < numbers.size(); ++ranges) {
+    if (ranges == kMaxRanges) return text + " and " + std::to_string(numbers.size() - i) + " more";
+    std::size_t last = i;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
+    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
+    if (last > i) text.append("-").append(std::to_string(numbers[last]));
+    i = last + 1;
+  }
+  return text;
+}
+
+}  // namespace lomix::media

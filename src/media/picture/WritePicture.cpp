@@ -1,0 +1,214 @@
+#include <OpenImageIO/filesystem.h>
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "media/picture/ImageLibrary.h"
+#include "media/picture/PictureCodec.h"
+#include "media/picture/PictureFile.h"
+#include "support/MediaError.h"
+#include "support/NewFile.h"
+
+namespace lomix::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Alpha first in memory, last in files: file channel i is memory channel kFileOrder[i].
+constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
+
+const std::string kExtensions = ".png, .jpg, .tif or .exr";
+
+std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
+  if (!file.has_extension()) {
+    throw MediaError(cannotWrite(file) + "it has no extension that tells the format (use " +
+                     kExtensions + ")");
+  }
+  std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file.string());
+  OIIO::geterror();  // What is not fetched, the library prints when the program ends.
+  const std::string_view format = output ? output->format_name() : "";
+  // Two of the library's writers make no file: one discards, one prints on the terminal.
+  if (!output || format == "null" || format == "term") {
+    throw MediaError(cannotWrite(file) + "'" + file.extension().string() +
+                     "' names no picture format that can be written (use " + kExtensions + ")");
+  }
+  return output;
+}
+
+/// What the channels should be stored as, the best first.
+std::vector<OIIO::TypeDesc> wantedTypes(const Picture& picture) {
+  using OIIO::TypeDesc;
+  if (picture.depth() == 8) return {TypeDesc::UINT8};
+  switch (picture.info.storage) {
+    case Storage::UInt16:
+      return {TypeDesc::UINT16, TypeDesc::FLOAT};
+    case Storage::Half:
+      return {TypeDesc::HALF, TypeDesc::FLOAT, TypeDesc::UINT16};
+    default:
+      return {TypeDesc::FLOAT, TypeDesc::UINT16};
+  }
+}
+
+bool storesPremultiplied(const std::string_view format, const PictureInfo& info) {
+  if (format == "tiff") return info.storedPremultiplied;
+  return format == "openexr" || format == "sgi" || format == "rla" || format == "iff";
+}
+
+/// Colour under alpha 0 is light that adds nothing to what lies below, if it came from a file of
+/// premultiplied colours; then it is kept. Elsewhere it is hidden and must not come to light.
+void premultiply(Picture& picture) {
+  const bool keepUnderZero = picture.info.storedPremultiplied;
+  for (int y = 0; y < picture.height(); ++y) {
+    const std::span<float> row = picture.row32(y);
+    for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
+      const float alpha = row[i];
+      if (alpha == 1.0f || (alpha == 0.0f && keepUnderZero)) continue;
+      for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] *= alpha;
+    }
+  }
+}
+
+/// Writes whole rows of type To, each channel converted by convert.
+template <typename To, typename Row, typename Convert>
+bool writeRows(OIIO::ImageOutput& output, OIIO::TypeDesc type, Row row, Convert convert) {
+  const OIIO::ImageSpec& spec = output.spec();
+  const auto channels = static_cast<std::size_t>(spec.nchannels);
+  const auto width = static_cast<std::size_t>(spec.width);
+  std::vector<To> pixels(channels * width * static_cast<std::size_t>(spec.height));
+  To* target = pixels.data();
+  for (int y = 0; y < spec.height; ++y) {
+    const auto source = row(y);
+    for (std::size_t x = 0; x < width; ++x) {
+      for (std::size_t c = 0; c < channels; ++c) {
+        *target++ = convert(source[x * Picture::kChannels + kFileOrder[c]]);
+      }
+    }
+  }
+  return output.write_image(type, pixels.data());
+}
+
+/// Hands the pixels over in the file's own type, so that the library has nothing to round.
+bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied) {
+  const auto type = static_cast<OIIO::TypeDesc::BASETYPE>(output.spec().format.basetype);
+  if (picture.depth() == 8 && type == OIIO::TypeDesc::UINT8 && !premultiplied) {
+    return writeRows<std::uint8_t>(
+        output, OIIO::TypeDesc::UINT8, [&](int y) { return picture.row8(y); },
+        [](std::uint8_t value) { return value; });
+  }
+  picture = toDepth(std::move(picture), 32);
+  if (premultiplied) premultiply(picture);
+  const auto row = [&](int y) { return picture.row32(y); };
+  if (type == OIIO::TypeDesc::UINT8) {
+    return writeRows<std::uint8_t>(output, OIIO::TypeDesc::UINT8, row, [](float value) {
+      return static_cast<std::uint8_t>(quantize(value, 255));
+    });
+  }
+  if (type == OIIO::TypeDesc::UINT16) {
+    return writeRows<std::uint16_t>(output, OIIO::TypeDesc::UINT16, row, [](float value) {
+      return static_cast<std::uint16_t>(quantize(value, 65535));
+    });
+  }
+  return writeRows<float>(output, OIIO::TypeDesc::FLOAT, row, [](float value) { return value; });
+}
+
+/// The description of a picture's file, apart from the type of its channels.
+OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool withAlpha,
+                         bool premultiplied) {
+  OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, OIIO::TypeDesc::UINT8);
+  if (picture.info.metadata) {
+    const bool sameStorage = (picture.depth() == 8) == (picture.info.storage == Storage::UInt8);
+    applyMetadata(*picture.info.metadata, format, sameStorage, spec);
+  }
+  if (picture.info.pixelAspect != 1.0) {
+    spec.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
+  }
+  if (withAlpha && !premultiplied) spec.attribute("oiio:UnassociatedAlpha", 1);
+  if (format == "jpeg") {
+    spec.attribute("CompressionQuality", 95);
+    spec.attribute("jpeg:subsampling", "4:4:4");
+  }
+  return spec;
+}
+
+/// Where a writer writes: in memory, where it can, since few writers notice that a disk is full and
+/// one of them then ends the process.
+class Destination {
+ public:
+  Destination(OIIO::ImageOutput& output, const fs::path& file) : file_(file) {
+    // What the TIFF writer makes in memory is not always whole.
+    isTiff_ = std::string_view(output.format_name()) == "tiff";
+    if (isTiff_ || output.supports("ioproxy") == 0) return;
+    memory_.emplace();
+    output.set_ioproxy(&*memory_);
+  }
+
+  /// Brings what is in memory to the disk; false where that fails.
+  bool store() const {
+    // It hears of every failure but that of its last step, which writes what a reader reads first.
+    if (isTiff_) return isReadable();
+    if (!memory_) return true;
+    std::ofstream stream(file_, std::ios::binary);
+    const std::vector<unsigned char>& bytes = memory_->buffer();
+    stream.write(reinterpret_cast<const char*>(bytes.data()),
+                 static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    return stream.good();
+  }
+
+ private:
+  bool isReadable() const {
+    const bool readable = OIIO::ImageInput::open(file_.string()) != nullptr;
+    OIIO::geterror();  // What is not fetched, the library prints when the program ends.
+    return readable;
+  }
+
+  fs::path file_;
+  bool isTiff_ = false;
+  std::optional<OIIO::Filesystem::IOVecOutput> memory_;
+};
+
+}  // namespace
+
+void requireWritableFormat(const fs::path& file) { createWriter(file); }
+
+void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
+  std::unique_ptr<OIIO::ImageOutput> output = createWriter(file);
+  const std::string format = output->format_name();
+  const bool withAlpha = picture.info.hasAlpha && output->supports("alpha") != 0;
+  const bool premultiplied = withAlpha && storesPremultiplied(format, picture.info);
+  OIIO::ImageSpec spec = describe(picture, format, withAlpha, premultiplied);
+  if (output->supports("displaywindow") == 0) spec.x = spec.y = spec.full_x = spec.full_y = 0;
+
+  const auto require = [&](bool success) {
+    if (success) return;
+    throw MediaError(cannotWrite(file) +
+                     firstLine(output->geterror(), temporary.string(), file.string()) +
+                     " (check the free space, or try another format)");
+  };
+  // A writer that lacks the wanted type takes one of its own choice, not always the nearest.
+  const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
+  std::optional<Destination> destination;
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    if (i > 0) {
+      // Opened twice, one writer would leave its first header in the file.
+      output->close();
+      output = createWriter(file);
+    }
+    spec.set_format(types[i]);
+    destination.emplace(*output, temporary);
+    require(output->open(temporary.string(), spec));
+    if (output->spec().format == types[i]) break;
+  }
+  require(writePixels(*output, picture, premultiplied));
+  require(output->close());
+  if (!destination->store()) {
+    throw MediaError(cannotWrite(file) + "the disk does not take it (check the free space)");
+  }
+}
+
+}  // namespace lomix::media

@@ -1,9 +1,0 @@
-#include "signal/DrawFrame.h"
-
-namespace lomix {
-
-void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record) {
-  drawFrameByKernel(effect, input, output, record);
-}
-
-}  // namespace lomix

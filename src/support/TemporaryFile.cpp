@@ -1,0 +1,133 @@
+#include "support/TemporaryFile.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+#include <system_error>
+
+#ifdef _WIN32
+#include <io.h>
+#include <sys/stat.h>
+#else
+#include <unistd.h>
+#endif
+
+#include "support/MediaError.h"
+#include "support/NewFile.h"
+
+namespace lomix::media {
+namespace {
+
+/// Names that the handler of a signal finds without taking a lock. One slot for each file that is
+/// being written at the same time, more than a command has threads.
+std::array<std::atomic<const char*>, 2048> liveNames;
+
+std::string randomName() {
+  std::random_device device;
+  std::array<char, 32> name;
+  std::snprintf(name.data(), name.size(), ".lomix-%08x%08x", device(), device());
+  return name.data();
+}
+
+/// Whether the file is new and empty now; errno tells why not.
+bool createNew(const std::filesystem::path& path) {
+#ifdef _WIN32
+  const int flags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
+  const int file = _wopen(path.c_str(), flags, _S_IREAD | _S_IWRITE);
+  return file >= 0 && _close(file) == 0;
+#else
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  return file >= 0 && close(file) == 0;
+#endif
+}
+
+char* copyOf(const std::string& text) {
+  char* copy = new char[text.size() + 1];
+  std::memcpy(copy, text.c_str(), text.size() + 1);
+  return copy;
+}
+
+}  // namespace
+
+TemporaryFile::TemporaryFile(const std::filesystem::path& target) : name_(target) {
+  std::error_code ignored;
+  // A link is written through, not replaced by the picture.
+  target_ = std::filesystem::weakly_canonical(target, ignored);
+  if (target_.empty()) target_ = target;
+  path_ = target_.parent_path() / (randomName() + target_.extension().string());
+
+  // Registered first, so that there is no moment at which the file exists and is not known.
+  const char* name = copyOf(path_.string());
+  for (auto& slot : liveNames) {
+    const char* empty = nullptr;
+    if (slot.compare_exchange_strong(empty, name)) {
+      slot_ = &slot;
+      break;
+    }
+  }
+  if (slot_ == nullptr) {
+    delete[] name;
+    throw MediaError(cannotWrite(target) +
+                     "too many files are being written at once (write fewer)");
+  }
+  if (!createNew(path_)) {
+    const std::string cause = std::generic_category().message(errno);
+    forget();
+    throw MediaError(cannotWrite(target) + "its folder does not take new files: " + cause +
+                     " (choose another folder)");
+  }
+}
+
+TemporaryFile::~TemporaryFile() {
+  if (slot_ == nullptr) return;
+  std::error_code ignored;
+  std::filesystem::remove(path_, ignored);
+  forget();
+}
+
+void TemporaryFile::publish(bool overwrite) {
+  std::error_code error;
+  if (overwrite) {
+    // The new file is open to those that the old one was open to.
+    const std::filesystem::file_status old = std::filesystem::status(target_, error);
+    if (std::filesystem::exists(old)) {
+      std::filesystem::permissions(path_, old.permissions(), error);
+    }
+    std::filesystem::rename(path_, target_, error);
+  } else {
+    // A link, unlike a rename, fails when the name is taken, and does so in one step.
+    std::filesystem::create_hard_link(path_, target_, error);
+    if (error == std::errc::file_exists) {
+      throw MediaError(cannotWrite(name_) + "it exists (add --overwrite to replace it)");
+    }
+    if (!error) {
+      std::filesystem::remove(path_, error);
+    } else {
+      // Some file systems know no links.
+      std::filesystem::rename(path_, target_, error);
+    }
+  }
+  if (error) {
+    throw MediaError(cannotWrite(name_) + error.message() + " (choose another name or folder)");
+  }
+  forget();
+}
+
+void TemporaryFile::forget() noexcept {
+  // Null means that a handler has taken the name; then it is the handler's.
+  delete[] slot_->exchange(nullptr);
+  slot_ = nullptr;
+}
+
+void TemporaryFile::removeAllBeforeExit() noexcept {
+  for (auto& slot : liveNames) {
+    if (const char* name = slot.exchange(nullptr)) std::remove(name);
+  }
+}
+
+}  // namespace lomix::media

@@ -1,3 +1,0 @@
-#include "effect/EffectTest.h"
-
-const char* const lomix::host::kModuleFile = LOMIX_MODULE_FILE;

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+
+#include "hostapi/Commands.h"
+#include "looks/Numbers.h"
+#include "support/Errors.h"
+#include "support/VersionWord.h"
+
+namespace lomix::cli {
+
+void PrintTo(const FrameTime& time, std::ostream* out) { *out << time.value << "/" << time.scale; }
+
+namespace {
+
+TEST(Numbers, ReadWholeOrNotAtAll) {
+  struct Case {
+    const char* text;
+    std::optional<double> value;
+  };
+  for (const Case& c : {Case{"30", 30.0},
+                        {"-12.5", -12.5},
+                        {"+4", 4.0},
+                        {".5", 0.5},
+                        {"1e2", 100.0},
+                        {"", {}},
+                        {" 1", {}},
+                        {"1 ", {}},
+                        {"1,5", {}},
+                        {"0x10", {}},
+                        {"12abc", {}},
+                        {"nan", {}},
+                        {"inf", {}},
+                        {"-infinity", {}},
+                        {"1e999", {}},
+                        {"+-4", {}},
+                        {"++4", {}},
+                        {"1.2.3", {}}}) {
+    EXPECT_EQ(parseNumber(c.text), c.value) << "'" << c.text << "'";
+  }
+}
+
+TEST(Numbers, RatesAreFractionsAndFrameTimesExact) {
+  struct Case {
+    const char* text;
+    FrameRate rate;
+  };
+  for (const Case& c : {Case{"24", {24, 1}},
+                        {"30000/1001", {30000, 1001}},
+                        {"50/2", {25, 1}},
+                        {"12.5", {25, 2}},
+                        {"23.976", {24000, 1001}},
+                        {"29.97", {30000, 1001}},
+                        {"59.94", {60000, 1001}}}) {
+    EXPECT_EQ(parseRate(c.text), c.rate) << c.text;
+  }
+  for (const char* text : {"", "0", "-24", "fast", "1/0", "9999999"}) {
+    EXPECT_THROW(parseRate(text), UsageError) << text;
+  }
+  EXPECT_EQ(fittedTime(1001 * 1001, 30000), (FrameTime{1002001, 30000}));
+  EXPECT_EQ(fittedTime(std::int64_t{90000} * 40000, 90000), (FrameTime{40000, 1}));
+  const FrameTime late = fittedTime(std::int64_t{90000} * 40000 + 1, 90000);
+  EXPECT_NEAR(static_cast<double>(late.value) / late.scale, 40000.0 + 1.0 / 90000, 1e-4);
+}
+
+TEST(Numbers, TimesKeepTheirDigits) {
+  struct Case {
+    const char* text;
+    FrameTime time;
+  };
+  for (const Case& c : {Case{"1.5", {1500, 1000}},
+                        {"0", {0, 1000}},
+                        {"2", {2000, 1000}},
+                        {"-1.5", {-1500, 1000}},
+                        {"+.25", {250, 1000}},
+                        {"3.", {3000, 1000}},
+                        {"0.1234", {1234, 10000}},
+                        {"1.500000", {1500000, 1000000}},
+                        {"0.000000001", {1, 1000000000}},
+                        {"45/30", {45, 30}},
+                        {"-1001/30000", {-1001, 30000}},
+                        {"2147483647/4294967295", {2147483647, 4294967295U}},
+                        {"-2147483648/1", {-2147483647 - 1, 1}},
+                        {"2147483.647", {2147483647, 1000}}}) {
+    EXPECT_EQ(parseTime(c.text), c.time) << c.text;
+  }
+}
+
+TEST(Numbers, OtherTimesAreRefused) {
+  for (const char* text : {"",
+                           "abc",
+                           "1/",
+                           "/2",
+                           "1/0",
+                           "1/-5",
+                           "1.5/2",
+                           "1e3",
+                           "nan",
+                           "1.5s",
+                           "-",
+                           ".",
+                           "1.-5",
+                           "--1",
+                           "2147483648/1",
+                           "1/4294967296",
+                           "2147483.648",
+                           "0.0000000001",
+                           "99999999999999999999",
+                           "1//2"}) {
+    EXPECT_THROW(parseTime(text), UsageError) << "'" << text << "'";
+  }
+}
+
+TEST(Numbers, SizesAndFactors) {
+  EXPECT_EQ(parseSize("1280x720"), (PairOfWholes{1280, 720}));
+  EXPECT_EQ(parseSize("1X2"), (PairOfWholes{1, 2}));
+  EXPECT_EQ(parseDownsample("2"), (PairOfWholes{2, 2}));
+  EXPECT_EQ(parseDownsample("2,4"), (PairOfWholes{2, 4}));
+  EXPECT_EQ(parseDownsample("1000,1"), (PairOfWholes{1000, 1}));
+  for (const char* text :
+       {"", "1280", "x", "0x5", "5x-1", "1280x720x3", "99999999999x1", "1.5x2"}) {
+    EXPECT_THROW(parseSize(text), UsageError) << text;
+  }
+  for (const char* text : {"", "0", "-1", "1001", "2,", ",2", "2,3,4", "1.5", "2x2", "half"}) {
+    EXPECT_THROW(parseDownsample(text), UsageError) << text;
+  }
+}
+
+TEST(VersionWord, ComesApartAsItWasPacked) {
+  EXPECT_EQ(decodeVersion(0x100601), (VersionWord{2, 0, 0, 3, 1}));
+  EXPECT_EQ(decodeVersion(PF_VERSION(7, 14, 13, 2, 511)), (VersionWord{7, 14, 13, 2, 511}));
+  EXPECT_EQ(decodeVersion(0x100601).stageName(), "release");
+}
+
+}  // namespace
+}  // namespace lomix::cli

@@ -1,0 +1,82 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+#include "support/MediaError.h"
+#include "support/ScratchFolder.h"
+#include "support/TemporaryFile.h"
+
+namespace lomix::media {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class TemporaryFileIn : public ScratchFolder {};
+
+TEST_F(TemporaryFileIn, TakesTheFinalNameOnlyWhenPublished) {
+  {
+    TemporaryFile file(path("a.png"));
+    EXPECT_EQ(file.path().extension(), ".png");
+    EXPECT_EQ(file.path().parent_path(), folder_);
+    write(file.path(), "whole");
+    EXPECT_FALSE(std::filesystem::exists(path("a.png")));
+    file.publish(false);
+  }
+  EXPECT_THAT(names(), ElementsAre("a.png"));
+  EXPECT_EQ(read(path("a.png")), "whole");
+}
+
+TEST_F(TemporaryFileIn, IsRemovedWhenNotPublished) {
+  { TemporaryFile file(path("a.png")); }
+  EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(TemporaryFileIn, KeepsAFileThatTookTheNameMeanwhile) {
+  {
+    TemporaryFile file(path("a.png"));
+    write(path("a.png"), "theirs");
+    EXPECT_THROW(file.publish(false), MediaError);
+  }
+  EXPECT_THAT(names(), ElementsAre("a.png"));
+  EXPECT_EQ(read(path("a.png")), "theirs");
+}
+
+TEST_F(TemporaryFileIn, ReplacesWhenToldTo) {
+  using std::filesystem::perms;
+  write(path("a.png"), "old");
+  std::filesystem::permissions(path("a.png"), perms::owner_read | perms::owner_write);
+  TemporaryFile file(path("a.png"));
+  write(file.path(), "new");
+  file.publish(true);
+  EXPECT_EQ(read(path("a.png")), "new");
+  EXPECT_EQ(std::filesystem::status(path("a.png")).permissions(),
+            perms::owner_read | perms::owner_write);
+  EXPECT_THAT(names(), ElementsAre("a.png"));
+}
+
+TEST_F(TemporaryFileIn, WritesThroughALink) {
+  write(path("real.png"), "old");
+  std::filesystem::create_symlink("real.png", path("link.png"));
+  TemporaryFile file(path("link.png"));
+  write(file.path(), "new");
+  file.publish(true);
+  EXPECT_TRUE(std::filesystem::is_symlink(path("link.png")));
+  EXPECT_EQ(read(path("real.png")), "new");
+}
+
+TEST_F(TemporaryFileIn, AnInterruptRemovesEveryOne) {
+  // In a process of its own, which ends as the handler of a signal ends it.
+  const auto interrupted = [this] {
+    TemporaryFile first(path("a.png"));
+    TemporaryFile second(path("b.exr"));
+    const std::size_t count = names().size();
+    TemporaryFile::removeAllBeforeExit();
+    std::_Exit(static_cast<int>(count));
+  };
+  EXPECT_EXIT(interrupted(), testing::ExitedWithCode(2), "");
+  EXPECT_THAT(names(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace lomix::media
