@@ -36,8 +36,8 @@ void verify(const Path& path, Pictures& pictures, int step, const std::string& c
     const int x = firstDifference(pictures.output, pictures.reference, y);
     if (x < 0) continue;
     throw std::runtime_error(cell + ": the pixels of '" + path.name +
-                             "' differ from the formulas', first in column " + std::to_string(x) +
-                             " of row " + std::to_string(y));
+                             "' differ from the reference path's, first in column " +
+                             std::to_string(x) + " of row " + std::to_string(y));
   }
 }
 
@@ -61,8 +61,8 @@ Plan fullPlan() {
           .threads = threadCounts(),
           .engineEffort = {.sampleSeconds = 0.01, .totalSeconds = 2.5, .leastTurns = 9},
           .plainEffort = {.sampleSeconds = 0.05, .totalSeconds = 2.0, .leastTurns = 5},
-          .formulaPixels = 1'000'000,
-          .kernelPixels = 200'000};
+          .uncopiedPixels = 1'000'000,
+          .referencePixels = 200'000};
 }
 
 Plan quickPlan() {
@@ -70,8 +70,8 @@ Plan quickPlan() {
           .threads = threadCounts(),
           .engineEffort = {.sampleSeconds = 0.0, .totalSeconds = 0.0, .leastTurns = 2},
           .plainEffort = {.sampleSeconds = 0.0, .totalSeconds = 0.0, .leastTurns = 1},
-          .formulaPixels = 20'000,
-          .kernelPixels = 3'000};
+          .uncopiedPixels = 20'000,
+          .referencePixels = 3'000};
 }
 
 std::string cellName(const Look& look, int depth, const Size& size) {
@@ -89,16 +89,17 @@ Pictures::Pictures(int depth, const Size& size)
 }
 
 Json measureCell(const Look& look, Pictures& pictures, const std::string& name, const Plan& plan) {
-  Scene opaque(look, pictures.opaque, pictures.output, *plan.kernels, plan.clock);
-  Scene mixed(look, pictures.mixed, pictures.output, *plan.kernels, plan.clock);
+  Scene opaque(look, pictures.opaque, pictures.output, *plan.target, plan.clock);
+  Scene mixed(look, pictures.mixed, pictures.output, *plan.target, plan.clock);
   const PF_LayerDef& world = pictures.output.world;
-  const int formulaStep = rowStep(world, plan.formulaPixels);
-  const int kernelStep = rowStep(world, plan.kernelPixels);
+  const int uncopiedStep = rowStep(world, plan.uncopiedPixels);
+  const int referenceStep = rowStep(world, plan.referencePixels);
 
   const Path copy{"memory copy", [&] { return opaque.copy(); }};
   const Path mixedEngine{"row engine, mixed alpha", [&] { return mixed.engine(1); }};
-  const Path formulas{"formulas", [&] { return opaque.formulas(formulaStep); }};
-  const Path kernel{"kernel path", [&] { return opaque.kernel(kernelStep); }};
+  const Path uncopied{"reference path without copies",
+                      [&] { return opaque.uncopied(uncopiedStep); }};
+  const Path reference{"reference path", [&] { return opaque.reference(referenceStep); }};
   std::vector<Path> engines;
   for (const int threads : plan.threads) {
     engines.push_back({"row engine, " + threadText(threads),
@@ -106,19 +107,19 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
   }
 
   const auto makeReference = [&](const Picture& source) {
-    Scene(look, source, pictures.reference, *plan.kernels, plan.clock).formulas(1);
+    Scene(look, source, pictures.reference, *plan.target, plan.clock).uncopied(1);
   };
   makeReference(pictures.mixed);
   verify(mixedEngine, pictures, 1, name);
   makeReference(pictures.opaque);
   for (const Path& engine : engines) verify(engine, pictures, 1, name);
-  verify(formulas, pictures, formulaStep, name);
-  verify(kernel, pictures, kernelStep, name);
+  verify(uncopied, pictures, uncopiedStep, name);
+  verify(reference, pictures, referenceStep, name);
 
   std::vector<Path> fastPaths = engines;
   fastPaths.insert(fastPaths.end(), {mixedEngine, copy});
   const Samples fast = measureInTurns(fastPaths, plan.engineEffort);
-  const Samples plain = measureInTurns({engines[0], formulas, kernel}, plan.plainEffort);
+  const Samples plain = measureInTurns({engines[0], uncopied, reference}, plan.plainEffort);
   const std::vector<double>& copySamples = fast[engines.size() + 1];
   const std::vector<double>& mixedSamples = fast[engines.size()];
 
@@ -135,18 +136,18 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
           {"width", world.width},
           {"height", world.height},
           {"turns", {{"engine", copySamples.size()}, {"plain", plain[0].size()}}},
-          {"rowStep", {{"formulas", formulaStep}, {"kernel", kernelStep}}},
+          {"rowStep", {{"uncopied", uncopiedStep}, {"reference", referenceStep}}},
           {"milliseconds",
            {{"copy", medianMilliseconds(copySamples)},
             {"engine", engineTimes},
             {"mixedEngine", medianMilliseconds(mixedSamples)},
-            {"formulas", medianMilliseconds(plain[1])},
-            {"kernel", medianMilliseconds(plain[2])}}},
+            {"uncopied", medianMilliseconds(plain[1])},
+            {"reference", medianMilliseconds(plain[2])}}},
           {"ratios",
            {{"engineToCopy", engineToCopy},
             {"mixedToOpaque", ratioJson(mixedSamples, fast[0])},
-            {"formulasToEngine", ratioJson(plain[1], plain[0])},
-            {"kernelToEngine", ratioJson(plain[2], plain[0])}}}};
+            {"uncopiedToEngine", ratioJson(plain[1], plain[0])},
+            {"referenceToEngine", ratioJson(plain[2], plain[0])}}}};
 }
 
 }  // namespace lomix::bench

@@ -8,7 +8,7 @@
 #include "bench/Pairing.h"
 #include "bench/Picture.h"
 #include "bench/Scene.h"
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 namespace lomix::bench {
 
@@ -20,13 +20,13 @@ struct Size {
 
 struct Plan {
   Clock clock = wallClock;
-  const engine::RowKernels* kernels = &engine::bestKernels();  ///< The row engine's.
+  const engine::SimdTarget* target = &engine::bestTarget();  ///< The row engine's.
   std::vector<Size> sizes;
   std::vector<int> threads;  ///< Counts that the row engine is run with, 1 first.
   Effort engineEffort;       ///< For the row engine against the memory copy,
   Effort plainEffort;        ///< and for the pixel-by-pixel paths against the row engine.
-  int formulaPixels;         ///< How many pixels these draw of a frame,
-  int kernelPixels;          ///< about.
+  int uncopiedPixels;        ///< How many pixels these draw of a frame,
+  int referencePixels;       ///< about.
 };
 
 /// The whole measurement, or that of a smoke test that takes a few seconds.
@@ -46,7 +46,7 @@ struct Pictures {
   Pictures(int depth, const Size& size);
 };
 
-/// Checks every path's pixels against the formulas', then times it. Times in the result are
+/// Checks every path's pixels against the reference path's, then times it. Times in the result are
 /// medians, in milliseconds a frame, and ratios quartiles. Throws std::runtime_error where a pixel
 /// differs.
 nlohmann::ordered_json measureCell(const Look& look, Pictures& pictures, const std::string& name,

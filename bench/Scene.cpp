@@ -58,10 +58,10 @@ std::vector<std::vector<char>> occupyHeap(unsigned frame) {
 }  // namespace
 
 Scene::Scene(const Look& look, const Picture& source, Picture& output,
-             const engine::RowKernels& kernels, Clock clock)
+             const engine::SimdTarget& target, Clock clock)
     : in_(premiereCall(source.world.width, source.world.height)),
       smartInput_(smartInputOf(source.depth())),
-      kernels_(kernels),
+      target_(target),
       clock_(clock),
       scalars_(scalarsOf(look)),
       source_(source),
@@ -78,10 +78,10 @@ double Scene::engine(int threads) {
   const Stopwatch watch(clock_);
   const int height = output_.world.height;
   LomixStruct record = scalars_;
-  engine::fillProfiles(record, height, effect_.invYDown, -record.time, kernels_);
+  engine::fillProfiles(record, height, effect_.invYDown, -record.time, target_);
   const engine::RowEngine rows({std::move(record), source_.world, output_.world, source_.depth(),
                                 effect_.invXDown, effect_.invYDown},
-                               kernels_);
+                               target_);
   std::vector<std::thread> helpers;
   for (int i = 1; i < threads; ++i) {
     helpers.emplace_back([&rows, height, i, threads] {
@@ -93,7 +93,7 @@ double Scene::engine(int threads) {
   return watch.seconds();
 }
 
-double Scene::formulas(int step) {
+double Scene::uncopied(int step) {
   const Stopwatch watch(clock_);
   LomixStruct record = profiledRecord();
   const double profileSeconds = watch.seconds();
@@ -103,11 +103,11 @@ double Scene::formulas(int step) {
          });
 }
 
-double Scene::kernel(int step) {
+double Scene::reference(int step) {
   const Stopwatch watch(clock_);
   LomixStruct record = profiledRecord();
   const double profileSeconds = watch.seconds();
-  const std::vector<std::vector<char>> occupied = occupyHeap(kernelFrames_++);
+  const std::vector<std::vector<char>> occupied = occupyHeap(referenceFrames_++);
   PF_LayerDef source = source_.world;
   return profileSeconds + drawPixels(step, [&](int x, int y) {
            effect_.Kernel(&source, &output_.world, x, y, &record);

@@ -7,7 +7,7 @@
 #include "bench/Picture.h"
 #include "effect/kernel/Lomix.h"
 #include "effect/signal/LomixStruct.h"
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 namespace lomix::bench {
 
@@ -32,7 +32,7 @@ inline constexpr std::array<Look, 4> kLooks{{
 class Scene {
  public:
   /// The pictures must outlive the scene and be of the same size and depth.
-  Scene(const Look& look, const Picture& source, Picture& output, const engine::RowKernels& kernels,
+  Scene(const Look& look, const Picture& source, Picture& output, const engine::SimdTarget& target,
         Clock clock);
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
@@ -44,9 +44,9 @@ class Scene {
   // Pixel by pixel on every step-th row from row 0 on; the time of these is scaled to all rows.
 
   /// Lomix::DistortPixel, which reads the record in place.
-  double formulas(int step);
+  double uncopied(int step);
   /// Lomix::Kernel, which copies the record for every pixel; with another heap layout each time.
-  double kernel(int step);
+  double reference(int step);
 
  private:
   LomixStruct profiledRecord();
@@ -57,13 +57,13 @@ class Scene {
   PF_OutData out_{};
   PF_SmartRenderInput smartInput_{};
   PF_SmartRenderExtra extra_{&smartInput_, nullptr};
-  const engine::RowKernels& kernels_;
+  const engine::SimdTarget& target_;
   Clock clock_;
   LomixStruct scalars_{};
   const Picture& source_;
   Picture& output_;
   Lomix effect_;
-  unsigned kernelFrames_ = 0;
+  unsigned referenceFrames_ = 0;
 };
 
 }  // namespace lomix::bench

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "bench/Measurement.h"
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 namespace lomix::bench {
 namespace {
@@ -34,16 +34,16 @@ std::string processorName() {
 Json machineJson(const Plan& plan) {
   return {{"processor", processorName()},
           {"hardwareThreads", std::thread::hardware_concurrency()},
-          {"rowKernels", plan.kernels->name},
+          {"target", plan.target->name},
           {"clock", plan.clock == wallClock ? "wall" : "processor"}};
 }
 
 double ratioMedian(const Json& ratio) { return ratio.at("median").get<double>(); }
 
 void printRatioHeading(const Plan& plan) {
-  std::printf("%-29s %8s %9s %9s %9s", "", "copy", "engine", "formulas", "kernel");
+  std::printf("%-29s %8s %9s %9s %9s", "", "copy", "engine", "uncopied", "reference");
   for (const int threads : plan.threads) std::printf("  engine%d", threads);
-  std::printf(" %9s %9s %7s\n%-29s %8s %9s %9s %9s", "formulas", "kernel", "mixed",
+  std::printf(" %9s %9s %7s\n%-29s %8s %9s %9s %9s", "uncopied", "reference", "mixed",
               "look/depth/size", "ms", "ms", "ms", "ms");
   for (std::size_t i = 0; i < plan.threads.size(); ++i) std::printf("    /copy");
   std::printf(" %9s %9s %7s\n", "/engine", "/engine", "/opaque");
@@ -54,10 +54,10 @@ void printRatios(const Json& cell) {
   const Json& ratios = cell.at("ratios");
   std::printf("%-29s %8.3f %9.3f %9.1f %9.1f", cell.at("name").get<std::string>().c_str(),
               times.at("copy").get<double>(), times.at("engine").at("1").get<double>(),
-              times.at("formulas").get<double>(), times.at("kernel").get<double>());
+              times.at("uncopied").get<double>(), times.at("reference").get<double>());
   for (const Json& ratio : ratios.at("engineToCopy")) std::printf(" %8.2f", ratioMedian(ratio));
-  std::printf(" %9.1f %9.1f %7.2f\n", ratioMedian(ratios.at("formulasToEngine")),
-              ratioMedian(ratios.at("kernelToEngine")), ratioMedian(ratios.at("mixedToOpaque")));
+  std::printf(" %9.1f %9.1f %7.2f\n", ratioMedian(ratios.at("uncopiedToEngine")),
+              ratioMedian(ratios.at("referenceToEngine")), ratioMedian(ratios.at("mixedToOpaque")));
   std::fflush(stdout);
 }
 
@@ -65,7 +65,7 @@ void printGrowth(const Json& cells, const Plan& plan) {
   std::printf("\nNanoseconds a pixel with everything on, as the frame grows\n%-29s %11s %8s", "",
               "megapixels", "copy");
   for (const int threads : plan.threads) std::printf("  engine%d", threads);
-  std::printf(" %9s %9s\n", "formulas", "kernel");
+  std::printf(" %9s %9s\n", "uncopied", "reference");
   for (const Json& cell : cells) {
     if (cell.at("look") != kLooks.back().name) continue;
     const double megapixels =
@@ -77,7 +77,7 @@ void printGrowth(const Json& cells, const Plan& plan) {
     std::printf("%-29s %11.2f %8.3f", cell.at("name").get<std::string>().c_str(), megapixels,
                 perPixel(times.at("copy")));
     for (const Json& time : times.at("engine")) std::printf(" %8.3f", perPixel(time));
-    std::printf(" %9.1f %9.1f\n", perPixel(times.at("formulas")), perPixel(times.at("kernel")));
+    std::printf(" %9.1f %9.1f\n", perPixel(times.at("uncopied")), perPixel(times.at("reference")));
   }
 }
 
@@ -106,18 +106,18 @@ class ResultFile {
   std::ofstream stream_;
 };
 
-std::vector<std::string> kernelNames() {
+std::vector<std::string> targetNames() {
   std::vector<std::string> names;
-  for (const engine::RowKernels* kernels : engine::availableKernels()) {
-    names.emplace_back(kernels->name);
+  for (const engine::SimdTarget* target : engine::availableTargets()) {
+    names.emplace_back(target->name);
   }
   return names;
 }
 
-const engine::RowKernels* kernelsOf(const std::string& name) {
-  const auto all = engine::availableKernels();
+const engine::SimdTarget* targetOf(const std::string& name) {
+  const auto all = engine::availableTargets();
   return *std::find_if(all.begin(), all.end(),
-                       [&name](const auto* kernels) { return kernels->name == name; });
+                       [&name](const auto* target) { return target->name == name; });
 }
 
 bool contains(const std::string& text, const std::string& part) {
@@ -154,14 +154,16 @@ void run(const Plan& plan, const std::string& filter, const std::string& jsonFil
   const Json machine = machineJson(plan);
   std::printf(
       "%s, %u hardware threads, row engine: %s, clock: %s\n"
-      "Milliseconds a frame, ratios of paired medians. engineN: the row engine on N threads. The\n"
-      "formulas and the kernel path draw evenly spread rows, about %d and %d thousand pixels a\n"
-      "frame, and are scaled to the whole. Every cell's pixels are checked before it is timed.\n\n",
+      "Milliseconds a frame, ratios of paired medians. engineN: the row engine on N threads;\n"
+      "uncopied: the reference path without its copy of the record for every pixel. It and the\n"
+      "reference path draw evenly spread rows, about %d and %d thousand pixels a frame; their "
+      "time\n"
+      "is scaled to the whole frame. Every cell's pixels are checked before it is timed.\n\n",
       machine.at("processor").get<std::string>().c_str(),
       machine.at("hardwareThreads").get<unsigned>(),
-      machine.at("rowKernels").get<std::string>().c_str(),
-      machine.at("clock").get<std::string>().c_str(), plan.formulaPixels / 1000,
-      plan.kernelPixels / 1000);
+      machine.at("target").get<std::string>().c_str(),
+      machine.at("clock").get<std::string>().c_str(), plan.uncopiedPixels / 1000,
+      plan.referencePixels / 1000);
   printRatioHeading(plan);
   const Json cells = measureAll(plan, filter);
   printGrowth(cells, plan);
@@ -177,19 +179,19 @@ int main(int argc, char** argv) {
   bool processorTime = false;
   std::string filter;
   std::string jsonFile;
-  std::string kernels = lomix::engine::bestKernels().name;
+  std::string target = lomix::engine::bestTarget().name;
   app.add_flag("--quick", quick, "Small frames, few turns: whether all works, not how fast");
   app.add_flag("--processor-time", processorTime,
                "Count only the time in which the process runs, on one thread: for a busy machine");
   app.add_option("--filter", filter, "Only cells whose name (LOOK/DEPTH/SIZE) contains this");
-  app.add_option("--kernels", kernels, "The row engine's code")
-      ->check(CLI::IsMember(lomix::bench::kernelNames()))
+  app.add_option("--target", target, "The row engine's instruction set")
+      ->check(CLI::IsMember(lomix::bench::targetNames()))
       ->capture_default_str();
   app.add_option("--json", jsonFile, "Write the results to this file");
   try {
     app.parse(argc, argv);
     lomix::bench::Plan plan = quick ? lomix::bench::quickPlan() : lomix::bench::fullPlan();
-    plan.kernels = lomix::bench::kernelsOf(kernels);
+    plan.target = lomix::bench::targetOf(target);
     if (processorTime) {
       plan.clock = lomix::bench::processorClock;
       plan.threads = {1};

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Usage: tools/bench.sh [--json FILE] [--filter TEXT] [--kernels NAME] [--quick]
+# Usage: tools/bench.sh [--json FILE] [--filter TEXT] [--target NAME] [--quick]
 #                       [--processor-time]
 # Installs what is missing, builds and runs the benchmark. Tells the load of the machine before and
 # after, because a busy one makes the figures uncertain.

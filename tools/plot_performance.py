@@ -3,8 +3,8 @@
 
 From what runs of `tools/bench.sh --json FILE` wrote, draws docs/images/performance.svg and
 docs/images/performance-growth.svg, and writes the tables between the markers in
-docs/performance.md. Of several runs with the same row kernels each cell is the middle one; kernels
-other than the first file's get a column in the table. Needs runs without --quick and --filter.
+docs/performance.md. Of several runs with the same SIMD target each cell is the median;
+other targets than the first file's get a column in the table. Needs runs without --quick and --filter.
 """
 import json
 import math
@@ -23,7 +23,7 @@ LOOKS = {
 WORLDS = [(8, 1920, "8-bit 1080p"), (8, 3840, "8-bit 4K"),
           (32, 1920, "float 1080p"), (32, 3840, "float 4K")]
 COLOURS = ["#4477aa", "#66ccee", "#228833", "#ccbb44"]
-PATH_COLOURS = {"memory copy": "#777777", "formulas": "#ee6677", "kernel path": "#aa3377"}
+PATH_COLOURS = {"memory copy": "#777777", "without copies": "#ee6677", "reference path": "#aa3377"}
 
 
 class Svg:
@@ -90,8 +90,8 @@ def growth_paths(cell):
     paths = {"memory copy": times["copy"]}
     for threads, time in times["engine"].items():
         paths[f"row engine, {threads_text(threads)}"] = time
-    paths["formulas"] = times["formulas"]
-    paths["kernel path"] = times["kernel"]
+    paths["without copies"] = times["uncopied"]
+    paths["reference path"] = times["reference"]
     return {name: time * 1e6 / (cell["width"] * cell["height"]) for name, time in paths.items()}
 
 
@@ -164,11 +164,11 @@ def markdown_table(heading, rows):
 
 
 def tables(result, others):
-    """others: results with other row kernels."""
+    """others: results of other SIMD targets."""
     machine, cells = result["machine"], result["cells"]
     thread_counts = list(cells[0]["ratios"]["engineToCopy"])
     lines = [f"Measured on: {machine['processor']}, {machine['hardwareThreads']} hardware threads; "
-             f"vector code: {machine['rowKernels']}; clock: {machine['clock']}.", ""]
+             f"vector code: {machine['target']}; clock: {machine['clock']}.", ""]
     rows = []
     for depth, width, world in WORLDS:
         for look, label in LOOKS.items():
@@ -177,13 +177,13 @@ def tables(result, others):
                         [f"{to_copy(cell, threads):.2f}" for threads in thread_counts] +
                         [f"{to_copy(cell_of(other['cells'], look, depth, width), '1'):.2f}"
                          for other in others] +
-                        [f"{median(cell, 'formulasToEngine'):.0f}",
-                         f"{median(cell, 'kernelToEngine'):.0f}",
+                        [f"{median(cell, 'uncopiedToEngine'):.0f}",
+                         f"{median(cell, 'referenceToEngine'):.0f}",
                          f"{median(cell, 'mixedToOpaque'):.2f}"])
     heading = (["frame and look"] +
                [f"engine / copy, {threads_text(threads)}" for threads in thread_counts] +
-               [f"the same with {other['machine']['rowKernels']} on 1 thread" for other in others] +
-               ["formulas / engine", "kernel path / engine", "mixed / opaque alpha"])
+               [f"the same with {other['machine']['target']} on 1 thread" for other in others] +
+               ["without copies / engine", "reference path / engine", "mixed / opaque alpha"])
     lines += markdown_table(heading, rows) + ["", "Nanoseconds a pixel with everything on:", ""]
     rows = []
     for depth, world in ((8, "8-bit"), (32, "float")):
@@ -205,7 +205,7 @@ def read(name):
 def middle_of(runs):
     """The run whose every cell is the middle one of those of all runs."""
     if len({tuple(cell["name"] for cell in run["cells"]) for run in runs}) > 1:
-        sys.exit("error: runs with the same row kernels have different cells (run them alike)")
+        sys.exit("error: runs with the same target have different cells (run them alike)")
     cells = [sorted(group, key=lambda cell: to_copy(cell, "1"))[len(group) // 2]
              for group in zip(*(run["cells"] for run in runs))]
     return {"machine": runs[0]["machine"], "cells": cells}
@@ -214,10 +214,10 @@ def middle_of(runs):
 def main():
     if len(sys.argv) < 2 or sys.argv[1] in ("-h", "--help"):
         sys.exit(__doc__.strip())
-    by_kernels = {}
+    by_target = {}
     for run in map(read, sys.argv[1:]):
-        by_kernels.setdefault(run["machine"]["rowKernels"], []).append(run)
-    result, *others = map(middle_of, by_kernels.values())
+        by_target.setdefault(run["machine"]["target"], []).append(run)
+    result, *others = map(middle_of, by_target.values())
     page = DOCS / "performance.md"
     text = page.read_text(encoding="utf-8")
     if text.count(BEGIN) != 1 or text.count(END) != 1:

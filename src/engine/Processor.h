@@ -1,4 +1,4 @@
-// What the processor at hand can do, as far as the row kernels ask.
+// Which instruction sets the processor has, of those that a SIMD target needs.
 #pragma once
 
 namespace lomix::engine {

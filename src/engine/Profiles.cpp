@@ -28,14 +28,14 @@ float signalJitter(float row, float p) {
 }  // namespace
 
 void fillProfiles(LomixStruct& record, int height, double invYDown, float p,
-                  const RowKernels& kernels) {
+                  const SimdTarget& target) {
   if (height <= 0) return;
   const auto rows = static_cast<std::size_t>(height);
   record.scanProfile.resize(rows);
   record.barsProfile.resize(rows);
   record.signalProfile.resize(rows);
   const ProfileFrame frame{invYDown, static_cast<float>(height * invYDown), p};
-  kernels.rowSums(frame, 0, height, record.scanProfile.data(), record.barsProfile.data());
+  target.rowSums(frame, 0, height, record.scanProfile.data(), record.barsProfile.data());
   for (std::size_t y = 0; y < rows; ++y) {
     record.scanProfile[y] = scanWeight(record.scanProfile[y]);
     record.barsProfile[y] = barBrightness(record.barsProfile[y]);

@@ -103,9 +103,9 @@ bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth) {
   return beginA < endB && beginB < endA;
 }
 
-RowEngine::RowEngine(Frame frame, const RowKernels& kernels)
+RowEngine::RowEngine(Frame frame, const SimdTarget& target)
     : frame_(std::move(frame)),
-      kernels_(vectorSafe(frame_) ? kernels : portableKernels()),
+      target_(vectorSafe(frame_) ? target : portableTarget()),
       columns_(frame_.record, frame_.source, frame_.output.width),
       streaming_(std::abs(static_cast<std::int64_t>(frame_.output.rowbytes)) *
                      frame_.output.height >
@@ -113,7 +113,7 @@ RowEngine::RowEngine(Frame frame, const RowKernels& kernels)
   if (frame_.depth != 8) return;
   prepareOpaqueEnds();
   prepareColourMaps();
-  if (!kernels_.byTable || !(frame_.record.effectAmount < 1.0f)) return;
+  if (!target_.byTable || !(frame_.record.effectAmount < 1.0f)) return;
   blendMap_.emplace(frame_.record.effectAmount);
   if (!blendMap_->exact()) blendMap_.reset();
 }
@@ -124,7 +124,7 @@ void RowEngine::drawRows(int first, int last) const {
     if (frame_.depth == 8) drawRow<PF_Pixel>(y);
     if (frame_.depth == 32) drawRow<PF_PixelFloat>(y);
   }
-  if (streaming_) kernels_.finishStreaming();
+  if (streaming_) target_.finishStreaming();
 }
 
 template <typename Pixel>
@@ -169,7 +169,7 @@ void RowEngine::finishRow(Row8& row) const {
   row.finish = &end.finish;
   row.blendMap = blendMap_ ? &*blendMap_ : nullptr;
   const bool lines = end.unmultFactor >= 0 && (row.colourMap == nullptr || row.colourMap->exact());
-  row.vectorSafe = kernels_.byTable || lines;
+  row.vectorSafe = target_.byTable || lines;
 }
 
 void RowEngine::prepareOpaqueEnds() {
@@ -229,7 +229,7 @@ void RowEngine::prepareColourMaps() {
       for (double& slope : slopes) slope *= (255 - weightAlpha) / 256.0;
     }
     map = static_cast<int>(maps_.size());
-    maps_.push_back(kernels_.byTable ? ByteMap(table) : ByteMap(table, slopes));
+    maps_.push_back(target_.byTable ? ByteMap(table) : ByteMap(table, slopes));
   }
 }
 
@@ -304,9 +304,9 @@ template <typename Row, typename Pixel>
 void RowEngine::drawRun(const Row& row, const Run<Pixel>& run) const {
   const auto draw = [this, &row](const Run<Pixel>& part) {
     if constexpr (std::is_same_v<Row, Row8>) {
-      kernels_.run8(row, part);
+      target_.run8(row, part);
     } else {
-      kernels_.run32(row, part);
+      target_.run32(row, part);
     }
   };
   const int common = std::clamp(frame_.source.width, run.first, run.end);

@@ -1,4 +1,4 @@
-// The row engine: the kernel's pixels, rows at a time.
+// The row engine: the reference path's pixels, a row at a time.
 #pragma once
 
 #include <optional>
@@ -7,7 +7,7 @@
 #include "effect/signal/LomixStruct.h"
 #include "engine/ByteMap.h"
 #include "engine/ColumnMap.h"
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 #include "hostapi/Records.h"
 
 namespace lomix::engine {
@@ -30,7 +30,7 @@ bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
 /// number of threads that draw different rows.
 class RowEngine {
  public:
-  explicit RowEngine(Frame frame, const RowKernels& kernels = bestKernels());
+  explicit RowEngine(Frame frame, const SimdTarget& target = bestTarget());
   RowEngine(const RowEngine&) = delete;
   RowEngine& operator=(const RowEngine&) = delete;
 
@@ -55,7 +55,7 @@ class RowEngine {
   std::size_t mapSlot(bool bars, int barsLevel, bool dark) const;
 
   Frame frame_;
-  const RowKernels& kernels_;
+  const SimdTarget& target_;
   ColumnMap columns_;
   bool streaming_;
   // What becomes of an opaque 8-bit pixel: Row8's opaqueAlpha, finish, and unmultFactor or a

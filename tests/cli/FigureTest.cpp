@@ -114,7 +114,7 @@ TEST_F(Figure, APlotShowsTheProfilesWhereItsAxesSay) {
   for (const auto& [x, y] : {std::pair{10, 5}, {100, 60}, {300, 100}, {400, 130}, {600, 250}}) {
     LomixStruct record{};
     engine::fillProfiles(record, 262, 1.0, -static_cast<float>(1 + 4 * (x + 0.5) / 610),
-                         engine::portableKernels());
+                         engine::portableTarget());
     const int shown = plot.row8(122 + 345 + y)[static_cast<std::size_t>(470 + x) * 4 + 1];
     EXPECT_NEAR(shown, 255 * record.barsProfile[static_cast<std::size_t>(y)], 2) << x << "," << y;
   }

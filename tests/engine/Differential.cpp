@@ -22,11 +22,11 @@
 namespace lomix::differential {
 namespace {
 
-using engine::RowKernels;
+using engine::SimdTarget;
 
 constexpr std::size_t kGuardBytes = 64;
 
-// The kernel's side of a frame.
+// The reference path of a frame.
 class Told {
  public:
   explicit Told(RandomFrame& frame) : frame_(frame), call_(static_cast<A_short>(frame.depth)) {
@@ -39,8 +39,8 @@ class Told {
 
   Lomix& effect() { return *effect_; }
 
-  // The real kernel path, profiles included. Copies the record for every pixel.
-  void drawByKernel(TestWorld& output) {
+  // The real reference path, profiles included. Copies the record for every pixel.
+  void drawByReference(TestWorld& output) {
     LomixStruct record = frame_.record;
     drawFrameByKernel(*effect_, &frame_.source.def, &output.def, record);
   }
@@ -154,15 +154,16 @@ class FrameComparison {
   }
 
   /// Empty where all is equal.
-  std::string differenceOf(const std::vector<const RowKernels*>& kernels) {
-    for (const RowKernels* used : kernels) {
+  std::string differenceOf(const std::vector<const SimdTarget*>& targets) {
+    for (const SimdTarget* target : targets) {
       LomixStruct made = frame_.record;
       if (frame_.toldProfiles) {
-        engine::fillProfiles(made, frame_.outputHeight, told_.effect().invYDown, -made.time, *used);
+        engine::fillProfiles(made, frame_.outputHeight, told_.effect().invYDown, -made.time,
+                             *target);
       }
       std::string difference = profileDifferences(record_, made);
-      if (difference.empty()) difference = drawn(std::move(made), *used);
-      if (!difference.empty()) return std::string(used->name) + " kernels, " + difference;
+      if (difference.empty()) difference = drawn(std::move(made), *target);
+      if (!difference.empty()) return std::string(target->name) + " target, " + difference;
     }
     return {};
   }
@@ -175,11 +176,11 @@ class FrameComparison {
                      kGuardBytes);
   }
 
-  std::string drawn(LomixStruct record, const RowKernels& kernels) {
+  std::string drawn(LomixStruct record, const SimdTarget& target) {
     TestWorld output = blankOutput();
     const engine::RowEngine rows({std::move(record), frame_.source.def, output.def, frame_.depth,
                                   told_.effect().invXDown, told_.effect().invYDown},
-                                 kernels);
+                                 target);
     return frame_.rowByRow ? rowByRowDifference(rows, output) : wholeDifference(rows, output);
   }
 
@@ -189,7 +190,7 @@ class FrameComparison {
       whole_ = blankOutput();
       const int area = frame_.outputWidth * frame_.outputHeight;
       if (frame_.toldProfiles && area < kSmall && random_.oneIn(2)) {
-        told_.drawByKernel(*whole_);
+        told_.drawByReference(*whole_);
       } else {
         told_.drawRows(record_, *whole_, 0, frame_.outputHeight);
       }
@@ -235,13 +236,13 @@ Outcome compareFrames(const Options& options) {
     if (outcome.pixels >= options.pixels || seconds() >= options.seconds) break;
     RandomFrame frame = makeFrame(options.seed, number);
     Random random(options.seed ^ kPieces, number);
-    std::vector<const RowKernels*> kernels = options.kernels;
+    std::vector<const SimdTarget*> targets = options.targets;
     // The portable ones are slow: all in every fourth frame, else one of the others in turns.
-    if (number % 4 != 0 && kernels.size() > 1) {
-      kernels = {kernels[number % (kernels.size() - 1)]};
+    if (number % 4 != 0 && targets.size() > 1) {
+      targets = {targets[number % (targets.size() - 1)]};
     }
     FrameComparison comparison(frame, random);
-    outcome.difference = comparison.differenceOf(kernels);
+    outcome.difference = comparison.differenceOf(targets);
     ++outcome.frames;
     outcome.pixels += comparison.pixels();
     if (!outcome.difference.empty()) {

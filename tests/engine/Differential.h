@@ -1,4 +1,4 @@
-// The row engine against the kernel, on random frames.
+// The row engine against the reference path, on random frames.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 namespace lomix::differential {
 
@@ -18,12 +18,12 @@ struct Options {
   std::uint64_t pixels = std::numeric_limits<std::uint64_t>::max();
   double seconds = std::numeric_limits<double>::infinity();
   /// The first draws every frame, the others one in four.
-  std::vector<const engine::RowKernels*> kernels;
+  std::vector<const engine::SimdTarget*> targets;
 };
 
 struct Outcome {
   std::uint64_t frames = 0;
-  std::uint64_t pixels = 0;  ///< Compared, each as often as kernels drew it.
+  std::uint64_t pixels = 0;  ///< Compared, each once per target that drew it.
   std::string difference;    ///< The first one and how to repeat it; empty where there is none.
 };
 

@@ -1,4 +1,4 @@
-// lomix_differential: compares the row engine with the kernel for as long as one likes.
+// lomix_differential: compares the row engine with the reference path for as long as one likes.
 
 #include <algorithm>
 #include <charconv>
@@ -16,11 +16,12 @@ using lomix::differential::Options;
 
 constexpr const char* kUsage =
     "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
-    "                          [--kernels all|portable|avx2|avx512] [--expect-difference]\n"
-    "Compares the row engine with the kernel on random frames until a limit is met (200M pixels\n"
+    "                          [--target all|portable|avx2|avx512] [--expect-difference]\n"
+    "Compares the row engine with the reference path on random frames until a limit is met (200M "
+    "pixels\n"
     "unless told). --frame draws that one frame of the seed. Exits with 0 where all bytes are\n"
     "equal, 1 at a difference (the other way round with --expect-difference), 2 for wrong usage,\n"
-    "77 where the processor lacks the kernels asked for.\n";
+    "77 where the processor lacks the target asked for.\n";
 constexpr int kExitUsage = 2;
 constexpr int kExitSkipped = 77;
 
@@ -39,21 +40,21 @@ Number numberOf(std::string_view option, std::string_view text, std::string_view
   return value;
 }
 
-void setKernels(Options& options, std::string_view name) {
+void setTargets(Options& options, std::string_view name) {
   constexpr std::string_view kNames[] = {"all", "portable", "avx2", "avx512"};
   if (std::ranges::find(kNames, name) == std::end(kNames)) {
-    throw std::invalid_argument("--kernels: '" + std::string(name) + "' is none (see --help)");
+    throw std::invalid_argument("--target: '" + std::string(name) + "' is none (see --help)");
   }
-  options.kernels.clear();
-  for (const auto* kernels : lomix::engine::availableKernels()) {
-    if (name == "all" || name == kernels->name) options.kernels.push_back(kernels);
+  options.targets.clear();
+  for (const auto* target : lomix::engine::availableTargets()) {
+    if (name == "all" || name == target->name) options.targets.push_back(target);
   }
 }
 
 int run(int argc, char** argv) {
   Options options;
   options.pixels = 200'000'000;
-  options.kernels = lomix::engine::availableKernels();
+  options.targets = lomix::engine::availableTargets();
   bool expectDifference = false;
   for (int i = 1; i < argc; ++i) {
     const std::string_view option = argv[i];
@@ -73,13 +74,13 @@ int run(int argc, char** argv) {
     } else if (option == "--frame") {
       options.firstFrame = numberOf<std::uint64_t>(option, value);
       options.endFrame = options.firstFrame + 1;
-    } else if (option == "--kernels") {
-      setKernels(options, value);
+    } else if (option == "--target") {
+      setTargets(options, value);
     } else {
       throw std::invalid_argument(std::string(option) + ": unknown option (see --help)");
     }
   }
-  if (options.kernels.empty()) return std::puts("skipped: not on this processor"), kExitSkipped;
+  if (options.targets.empty()) return std::puts("skipped: not on this processor"), kExitSkipped;
 
   const auto outcome = lomix::differential::compareFrames(options);
   std::printf("seed %llu: %llu frames, %llu pixels compared, %s\n%s",

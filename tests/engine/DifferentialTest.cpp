@@ -1,4 +1,4 @@
-// The row engine gives the kernel's bytes, and the comparison would see it if it did not.
+// Compares the row engine with the reference path, and shows that the comparison can fail.
 
 #include <gtest/gtest.h>
 
@@ -14,58 +14,58 @@
 namespace lomix::differential {
 namespace {
 
-using engine::portableKernels;
+using engine::portableTarget;
 using engine::ProfileFrame;
 using engine::Row32;
 using engine::Row8;
-using engine::RowKernels;
 using engine::Run;
+using engine::SimdTarget;
 
-TEST(Differential, RowsAreTheKernelsBytes) {
+TEST(Differential, RowsAreTheReferencesBytes) {
   Options options;
   options.seconds = LOMIX_DIFFERENTIAL_SECONDS;
-  options.kernels = engine::availableKernels();
+  options.targets = engine::availableTargets();
   const Outcome outcome = compareFrames(options);
   EXPECT_EQ(outcome.difference, "");
   EXPECT_GT(outcome.frames, 50u);
   RecordProperty("pixels", std::to_string(outcome.pixels));
 }
 
-// Row kernels with one small fault each.
+// SIMD targets with one small fault each.
 
 float oneUlpMore(float value) {
   return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) + 1);
 }
 
 void oneLevel(const Row8& row, const Run<PF_Pixel>& run) {
-  portableKernels().run8(row, run);
+  portableTarget().run8(row, run);
   run.output[run.end - 1].green ^= 1;
 }
 void oneUlp(const Row32& row, const Run<PF_PixelFloat>& run) {
-  portableKernels().run32(row, run);
+  portableTarget().run32(row, run);
   run.output[run.end - 1].alpha = oneUlpMore(run.output[run.end - 1].alpha);
 }
 void onePixelMore8(const Row8& row, const Run<PF_Pixel>& run) {
-  portableKernels().run8(row, run);
+  portableTarget().run8(row, run);
   run.output[run.end].red = 0;
 }
 void onePixelMore32(const Row32& row, const Run<PF_PixelFloat>& run) {
-  portableKernels().run32(row, run);
+  portableTarget().run32(row, run);
   run.output[run.end].red = 0.0f;
 }
 void onePixelLess(const Row8& row, const Run<PF_Pixel>& run) {
   Run<PF_Pixel> shorter = run;
   --shorter.end;
-  portableKernels().run8(row, shorter);
+  portableTarget().run8(row, shorter);
 }
 void barSumOneUlpMore(const ProfileFrame& frame, int first, int count, float* scan, float* bars) {
-  portableKernels().rowSums(frame, first, count, scan, bars);
+  portableTarget().rowSums(frame, first, count, scan, bars);
   bars[count - 1] = oneUlpMore(bars[count - 1]);
 }
 
 TEST(Differential, SeesTheSmallestFaults) {
-  const RowKernels& good = portableKernels();
-  const RowKernels faulty[] = {
+  const SimdTarget& good = portableTarget();
+  const SimdTarget faulty[] = {
       {"one level", oneLevel, good.run32, good.rowSums, good.finishStreaming},
       {"one ulp", good.run8, oneUlp, good.rowSums, good.finishStreaming},
       {"a byte past the row", onePixelMore8, good.run32, good.rowSums, good.finishStreaming},
@@ -73,13 +73,13 @@ TEST(Differential, SeesTheSmallestFaults) {
       {"a pixel left out", onePixelLess, good.run32, good.rowSums, good.finishStreaming},
       {"an ulp in a profile", good.run8, good.run32, barSumOneUlpMore, good.finishStreaming},
   };
-  for (const RowKernels& kernels : faulty) {
+  for (const SimdTarget& target : faulty) {
     Options options;
     options.endFrame = 200;
-    options.kernels = {&kernels};
+    options.targets = {&target};
     const std::string difference = compareFrames(options).difference;
-    EXPECT_NE(difference.find(kernels.name), std::string::npos)
-        << kernels.name << " went unseen: " << difference;
+    EXPECT_NE(difference.find(target.name), std::string::npos)
+        << target.name << " went unseen: " << difference;
   }
 }
 

@@ -32,7 +32,7 @@ TestWorld outputOf(const RandomFrame& frame) {
 engine::Frame engineFrame(const RandomFrame& frame, const TestWorld& output) {
   LomixStruct record = frame.record;
   if (frame.toldProfiles) {
-    engine::fillProfiles(record, frame.outputHeight, 1.0, -record.time, engine::bestKernels());
+    engine::fillProfiles(record, frame.outputHeight, 1.0, -record.time, engine::bestTarget());
   }
   return {std::move(record), frame.source.def, output.def, frame.depth, 1.0, 1.0};
 }

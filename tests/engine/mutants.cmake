@@ -1,7 +1,7 @@
-# lomix_engine_mutant(NAME KERNELS SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): a
+# lomix_engine_mutant(NAME TARGET SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): a
 # lomix_differential with one source of the engine changed, or one header of its vector code, and a
 # test that it finds a difference. A crash is no difference found.
-function(lomix_engine_mutant name kernels source)
+function(lomix_engine_mutant name target source)
   set(original ${PROJECT_SOURCE_DIR}/src/engine/${source})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
   file(READ ${original} mutated)
@@ -27,8 +27,8 @@ function(lomix_engine_mutant name kernels source)
 
   set(sources ${copy})
   if(source MATCHES "\\.h$")
-    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/RowKernelsAvx2.cpp
-                ${PROJECT_SOURCE_DIR}/src/engine/simd/RowKernelsAvx512.cpp)
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx2Target.cpp
+                ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx512Target.cpp)
   endif()
   # The mutated objects come before the library, which then leaves its own out.
   add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}
@@ -39,6 +39,6 @@ function(lomix_engine_mutant name kernels source)
   target_include_directories(lomix_mutant_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(lomix_mutant_${name} PRIVATE lomix_engine Threads::Threads)
   add_test(NAME "mutant is found: ${name}"
-           COMMAND lomix_mutant_${name} --expect-difference --kernels ${kernels} --pixels 100M)
+           COMMAND lomix_mutant_${name} --expect-difference --target ${target} --pixels 100M)
   set_tests_properties("mutant is found: ${name}" PROPERTIES SKIP_RETURN_CODE 77)
 endfunction()

@@ -88,7 +88,7 @@ Colour colourOf(const Shown& shown, double value) {
 
 LomixStruct profilesAt(int rows, double seconds) {
   LomixStruct record{};
-  engine::fillProfiles(record, rows, 1.0, -static_cast<float>(seconds), engine::bestKernels());
+  engine::fillProfiles(record, rows, 1.0, -static_cast<float>(seconds), engine::bestTarget());
   return record;
 }
 

@@ -8,7 +8,7 @@
 
 #include "effect/kernel/Grain.h"
 #include "effect/numeric/Truncate.h"
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 #include "engine/simd/Inline.h"
 #include "engine/simd/Sine.h"
 

@@ -1,7 +1,7 @@
 // What 8-bit pixels go through, whatever their alpha, in vectors.
 #pragma once
 
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 #include "engine/simd/Inline.h"
 
 namespace lomix::engine {

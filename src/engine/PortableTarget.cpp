@@ -1,11 +1,10 @@
-#include "engine/RowKernels.h"
-
 #include <cmath>
 
 #include "effect/framework/AERender.h"
 #include "effect/kernel/Grain.h"
 #include "effect/kernel/PixelFunctions.h"
 #include "effect/signal/RowProfile.h"
+#include "engine/SimdTarget.h"
 
 namespace lomix::engine {
 namespace {
@@ -31,7 +30,8 @@ struct Depth32 {
   static constexpr auto kPixelOf = GetPixel32;
 };
 
-// The kernel's own functions, with everything that is constant along a row taken out of the loop.
+// The reference path's own functions, with everything that is constant along a row taken out of the
+// loop.
 template <typename Depth>
 void runPortable(const Overlays<typename Depth::Pixel>& row,
                  const Run<typename Depth::Pixel>& run) {
@@ -80,22 +80,22 @@ float GrainRow::levelAt(int x) const {
   return grainLevel(*source, invXDown, invYDown, time, x, y) * amount;
 }
 
-const RowKernels& portableKernels() {
-  static constexpr RowKernels kKernels{"portable", run8, run32, rowSums, finishStreaming};
-  return kKernels;
+const SimdTarget& portableTarget() {
+  static constexpr SimdTarget kTarget{"portable", run8, run32, rowSums, finishStreaming};
+  return kTarget;
 }
 
-std::vector<const RowKernels*> availableKernels() {
-  std::vector<const RowKernels*> kernels;
-  for (const RowKernels* vectors : {avx512Kernels(), avx2Kernels()}) {
-    if (vectors != nullptr) kernels.push_back(vectors);
+std::vector<const SimdTarget*> availableTargets() {
+  std::vector<const SimdTarget*> targets;
+  for (const SimdTarget* vectors : {avx512Target(), avx2Target()}) {
+    if (vectors != nullptr) targets.push_back(vectors);
   }
-  kernels.push_back(&portableKernels());
-  return kernels;
+  targets.push_back(&portableTarget());
+  return targets;
 }
 
-const RowKernels& bestKernels() {
-  static const RowKernels& best = *availableKernels().front();
+const SimdTarget& bestTarget() {
+  static const SimdTarget& best = *availableTargets().front();
   return best;
 }
 

@@ -1,7 +1,7 @@
 // The hot loops for x86-64 processors with AVX2 and FMA. Compiled in every x86-64 build, for those
 // processors only by the target pragma below, and chosen at run time.
 
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 #if defined(__x86_64__) || defined(_M_X64)
 
@@ -179,7 +179,7 @@ void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (!row.vectorSafe || (row.grain && !row.grainRow.reducible)) {
-    return portableKernels().run8(row, run);
+    return portableTarget().run8(row, run);
   }
   // Grain always comes with a map, of the weight that it leaves to the picture.
   if (row.colourMap == nullptr) return run8WithMap<NoMap, false>(row, run, NoMap{});
@@ -297,10 +297,10 @@ void finishStreaming() { _mm_sfence(); }
 
 namespace lomix::engine {
 
-const RowKernels* avx2Kernels() {
-  static constexpr RowKernels kKernels{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
-                                       finishStreaming};
-  return processorHasAvx2() ? &kKernels : nullptr;
+const SimdTarget* avx2Target() {
+  static constexpr SimdTarget kTarget{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
+                                      finishStreaming};
+  return processorHasAvx2() ? &kTarget : nullptr;
 }
 
 }  // namespace lomix::engine
@@ -309,7 +309,7 @@ const RowKernels* avx2Kernels() {
 
 namespace lomix::engine {
 
-const RowKernels* avx2Kernels() { return nullptr; }
+const SimdTarget* avx2Target() { return nullptr; }
 
 }  // namespace lomix::engine
 

@@ -1,7 +1,7 @@
 // The hot loops for x86-64 processors with AVX-512 and its byte permutations. Compiled in every
 // x86-64 build, for those processors only by the target pragma below, and chosen at run time.
 
-#include "engine/RowKernels.h"
+#include "engine/SimdTarget.h"
 
 #if defined(__x86_64__) || defined(_M_X64)
 
@@ -199,7 +199,7 @@ class Pipeline8 {
 };
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
-  if (row.grain && !row.grainRow.reducible) return portableKernels().run8(row, run);
+  if (row.grain && !row.grainRow.reducible) return portableTarget().run8(row, run);
   // Grain always comes with a map, of the weight that it leaves to the picture.
   if (row.colourMap == nullptr) return run8By<Avx512, false>(row, run, Pipeline8<Untouched>(row));
   if (row.grain) return run8By<Avx512, true>(row, run, Pipeline8<Grained>(row));
@@ -309,10 +309,10 @@ void finishStreaming() { _mm_sfence(); }
 
 namespace lomix::engine {
 
-const RowKernels* avx512Kernels() {
-  static constexpr RowKernels kKernels{
+const SimdTarget* avx512Target() {
+  static constexpr SimdTarget kTarget{
       "avx512", run8, run32<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
-  return processorHasAvx512() ? &kKernels : nullptr;
+  return processorHasAvx512() ? &kTarget : nullptr;
 }
 
 }  // namespace lomix::engine
@@ -321,7 +321,7 @@ const RowKernels* avx512Kernels() {
 
 namespace lomix::engine {
 
-const RowKernels* avx512Kernels() { return nullptr; }
+const SimdTarget* avx512Target() { return nullptr; }
 
 }  // namespace lomix::engine
 

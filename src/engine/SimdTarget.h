@@ -98,7 +98,7 @@ struct ProfileFrame {
   float p;       ///< Phase in seconds.
 };
 
-struct RowKernels {
+struct SimdTarget {
   const char* name;  ///< For reports: "portable", "avx2", "avx512".
   void (*run8)(const Row8& row, const Run<PF_Pixel>& run);
   void (*run32)(const Row32& row, const Run<PF_PixelFloat>& run);
@@ -111,19 +111,19 @@ struct RowKernels {
 };
 
 /// What every processor runs.
-const RowKernels& portableKernels();
+const SimdTarget& portableTarget();
 
 /// Null where the build or the processor has no AVX2 and FMA.
-const RowKernels* avx2Kernels();
+const SimdTarget* avx2Target();
 
 /// Null where the build or the processor has no AVX-512 with byte permutations (F, BW, DQ, VL,
 /// VBMI).
-const RowKernels* avx512Kernels();
+const SimdTarget* avx512Target();
 
 /// All that run on this processor, the fastest first.
-std::vector<const RowKernels*> availableKernels();
+std::vector<const SimdTarget*> availableTargets();
 
 /// The first of them, chosen once.
-const RowKernels& bestKernels();
+const SimdTarget& bestTarget();
 
 }  // namespace lomix::engine
