@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "effect/signal/SyncFunctions.h"
-#include "engine/Profiles.h"
 #include "engine/RowEngine.h"
 
 namespace lomix::bench {
@@ -77,11 +76,9 @@ double Scene::copy() {
 double Scene::engine(int threads) {
   const Stopwatch watch(clock_);
   const int height = output_.world.height;
-  LomixStruct record = scalars_;
-  engine::fillProfiles(record, height, effect_.invYDown, -record.time, target_);
-  const engine::RowEngine rows({std::move(record), source_.world, output_.world, source_.depth(),
-                                effect_.invXDown, effect_.invYDown},
-                               target_);
+  const engine::RowEngine rows(
+      {scalars_, source_.world, output_.world, source_.depth(), effect_.invXDown, effect_.invYDown},
+      target_);
   std::vector<std::thread> helpers;
   for (int i = 1; i < threads; ++i) {
     helpers.emplace_back([&rows, height, i, threads] {

@@ -37,7 +37,6 @@ STILL_UPWARD = {
     ("batch/FrameRenderer.h", "cli/LookOptions.h"),
     ("batch/Plugin.cpp", "effect/shell/EntryPoint.h"),
     ("batch/RowsRenderer.cpp", "effect/signal/FrameRecord.h"),
-    ("batch/RowsRenderer.cpp", "engine/Profiles.h"),
     ("batch/RowsRenderer.cpp", "engine/RowEngine.h"),
     ("cli/figures/ProfilePlot.cpp", "engine/Profiles.h"),
     ("looks/Curve.h", "host/Host.h"),

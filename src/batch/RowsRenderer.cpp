@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "effect/signal/FrameRecord.h"
-#include "engine/Profiles.h"
 #include "engine/RowEngine.h"
 
 namespace lomix::cli {
@@ -58,7 +57,6 @@ void renderRows(const std::vector<host::Parameter>& parameters, const host::Fram
   const double invYDown = 1.0 / quotientOf(frame.downsampleY);
   LomixStruct record;
   fillFrameRecord(record, params.data(), frame.currentTime, frame.timeScale, xDown);
-  engine::fillProfiles(record, output.height(), invYDown, -record.time, engine::bestTarget());
   const engine::RowEngine rows(
       {record, layerOf(input), layerOf(output), input.depth(), invXDown, invYDown});
   drawOnThreads(rows, output.height(), threads);

@@ -1,5 +1,4 @@
 #include "effect/signal/DrawFrame.h"
-#include "engine/Profiles.h"
 #include "engine/RowEngine.h"
 
 namespace lomix {
@@ -11,7 +10,6 @@ void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStru
     drawFrameByKernel(effect, input, output, record);
     return;
   }
-  engine::fillProfiles(record, output->height, effect.invYDown, -record.time, engine::bestTarget());
   const engine::RowEngine rows({record, *input, *output, depth, effect.invXDown, effect.invYDown});
   rows.drawRows(0, output->height);
 }

@@ -12,6 +12,7 @@
 #include "effect/kernel/Lomix.h"
 #include "effect/kernel/PixelFunctions.h"
 #include "effect/kernel/SourcePosition.h"
+#include "engine/Profiles.h"
 
 namespace lomix::engine {
 namespace {
@@ -90,6 +91,14 @@ std::uint64_t turnsOf(double phase) {
          static_cast<std::uint64_t>((scaled - high) * 0x1p32);
 }
 
+Frame withProfiles(Frame frame, const SimdTarget& target) {
+  LomixStruct& record = frame.record;
+  if (record.scanProfile.empty()) {
+    fillProfiles(record, frame.output.height, frame.invYDown, -record.time, target);
+  }
+  return frame;
+}
+
 bool isSmallWhole(double factor) {
   return factor >= 1.0 && factor <= 64.0 && factor == std::floor(factor);
 }
@@ -104,7 +113,7 @@ bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth) {
 }
 
 RowEngine::RowEngine(Frame frame, const SimdTarget& target)
-    : frame_(std::move(frame)),
+    : frame_(withProfiles(std::move(frame), target)),
       target_(vectorSafe(frame_) ? target : portableTarget()),
       columns_(frame_.record, frame_.source, frame_.output.width),
       streaming_(std::abs(static_cast<std::int64_t>(frame_.output.rowbytes)) *

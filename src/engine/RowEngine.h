@@ -14,7 +14,9 @@ namespace lomix::engine {
 
 /// Everything that a frame's pixels depend on.
 struct Frame {
-  LomixStruct record;  ///< Scalars filled, profiles of at least the output's height.
+  /// Scalars filled; profiles empty, to be made from the time and the output's height. Profiles
+  /// that are there already, of the output's height or more, are used as they are.
+  LomixStruct record;
   PF_LayerDef source;  ///< Not empty, with pixels.
   PF_LayerDef output;  ///< Its memory must not overlap the source's.
   int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
@@ -36,6 +38,9 @@ class RowEngine {
 
   /// Draws rows first ... last - 1 of the output, blend with the original included.
   void drawRows(int first, int last) const;
+
+  /// The frame's record, profiles included.
+  const LomixStruct& record() const { return frame_.record; }
 
  private:
   template <typename Pixel>

@@ -6,7 +6,6 @@
 #include <thread>
 #include <vector>
 
-#include "engine/Profiles.h"
 #include "engine/RandomFrame.h"
 #include "engine/RowEngine.h"
 #include "engine/TestWorld.h"
@@ -30,11 +29,7 @@ TestWorld outputOf(const RandomFrame& frame) {
 }
 
 engine::Frame engineFrame(const RandomFrame& frame, const TestWorld& output) {
-  LomixStruct record = frame.record;
-  if (frame.toldProfiles) {
-    engine::fillProfiles(record, frame.outputHeight, 1.0, -record.time, engine::bestTarget());
-  }
-  return {std::move(record), frame.source.def, output.def, frame.depth, 1.0, 1.0};
+  return {frame.record, frame.source.def, output.def, frame.depth, 1.0, 1.0};
 }
 
 TestWorld drawnAlone(const RandomFrame& frame) {
