@@ -32,16 +32,20 @@ struct Depth32 {
 
 // The reference path's own functions, with everything that is constant along a row taken out of the
 // loop.
-template <typename Depth>
-void runPortable(const Overlays<typename Depth::Pixel>& row,
-                 const Run<typename Depth::Pixel>& run) {
+template <typename Depth, AlphaPlace kAlphaPlace>
+void runInPlace(const Overlays<typename Depth::Pixel>& row, const Run<typename Depth::Pixel>& run) {
   using Pixel = typename Depth::Pixel;
+  // The pixel at an address of a world, with its alpha first.
+  const auto load = [](const Pixel& p) -> Pixel {
+    if constexpr (kAlphaPlace == AlphaPlace::Last) return {p.blue, p.alpha, p.red, p.green};
+    return p;
+  };
   Pixel bars = row.barsPixel;
   Pixel dark = row.darkPixel;
   const Span* span = run.spans;
   for (int x = run.first; x < run.end; ++x) {
     while (span->end() <= x) ++span;
-    Pixel pixel = run.source[span->source + (span->repeat ? 0 : x - span->first)];
+    Pixel pixel = load(run.source[span->source + (span->repeat ? 0 : x - span->first)]);
     Depth::kPremultiply(&pixel);
     if (row.bars) Depth::kBars(&pixel, &bars);
     if (row.grain) {
@@ -52,11 +56,21 @@ void runPortable(const Overlays<typename Depth::Pixel>& row,
     if (row.dark) Depth::kOver(&pixel, &dark);
     Depth::kUnmultiply(&pixel);
     if (row.blend && run.original != nullptr) {
-      Pixel original = run.original[x];
+      Pixel original = load(run.original[x]);
       Depth::kLerp(&original, &pixel, row.effectAmount);
+    }
+    if constexpr (kAlphaPlace == AlphaPlace::Last) {
+      pixel = {pixel.red, pixel.green, pixel.blue, pixel.alpha};
     }
     run.output[x] = pixel;
   }
+}
+
+template <typename Depth>
+void runPortable(const Overlays<typename Depth::Pixel>& row,
+                 const Run<typename Depth::Pixel>& run) {
+  if (row.alphaPlace == AlphaPlace::Last) return runInPlace<Depth, AlphaPlace::Last>(row, run);
+  runInPlace<Depth, AlphaPlace::First>(row, run);
 }
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) { runPortable<Depth8>(row, run); }

@@ -139,6 +139,7 @@ void RowEngine::drawRows(int first, int last) const {
 template <typename Pixel>
 void RowEngine::drawRow(int y) const {
   std::conditional_t<std::is_same_v<Pixel, PF_Pixel>, Row8, Row32> row;
+  row.alphaPlace = frame_.alphaPlace;
   setBarsAndDark(row, y);
   row.grain = frame_.record.noise > 0.0f;
   if (row.grain) row.grainRow = grainRow(y);

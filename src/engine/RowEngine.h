@@ -22,6 +22,9 @@ struct Frame {
   int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
   double invXDown;     ///< 2 at half resolution.
   double invYDown;
+  /// Of both worlds. Where it is last, PF_Pixel and PF_PixelFloat are only four channels in memory:
+  /// their members' names do not apply.
+  AlphaPlace alphaPlace = AlphaPlace::First;
 };
 
 /// Whether the memory of two worlds of that depth has bytes in common.
@@ -36,11 +39,11 @@ class RowEngine {
   RowEngine(const RowEngine&) = delete;
   RowEngine& operator=(const RowEngine&) = delete;
 
-  /// Draws rows first ... last - 1 of the output, blend with the original included.
-  void drawRows(int first, int last) const;
-
   /// The frame's record, profiles included.
   const LomixStruct& record() const { return frame_.record; }
+
+  /// Draws rows first ... last - 1 of the output, blend with the original included.
+  void drawRows(int first, int last) const;
 
  private:
   template <typename Pixel>

@@ -44,6 +44,10 @@ struct GrainRow {
   float levelAt(int x) const;
 };
 
+/// Where the alpha of a pixel is in memory: before its three colours or behind them. The effect
+/// treats the colours alike, so that their order does not matter.
+enum class AlphaPlace { First, Last };
+
 /// The overlays of one row, as pixels of the render's depth. Those whose flag is unset change
 /// nothing.
 template <typename Pixel>
@@ -52,6 +56,7 @@ struct Overlays {
   bool grain = false;
   bool dark = false;
   bool blend = false;
+  AlphaPlace alphaPlace = AlphaPlace::First;  ///< In the worlds, not in the pixels below.
   Pixel barsPixel{};
   Pixel darkPixel{};
   GrainRow grainRow;

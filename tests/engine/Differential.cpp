@@ -7,13 +7,13 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <thread>
 #include <utility>
 
 #include "effect/UnitSupport.h"
 #include "effect/kernel/Lomix.h"
 #include "effect/signal/DrawFrame.h"
-#include "engine/Profiles.h"
 #include "engine/Random.h"
 #include "engine/RandomFrame.h"
 #include "engine/RowEngine.h"
@@ -22,6 +22,7 @@
 namespace lomix::differential {
 namespace {
 
+using engine::AlphaPlace;
 using engine::SimdTarget;
 
 constexpr std::size_t kGuardBytes = 64;
@@ -70,6 +71,43 @@ class Told {
   RandomFrame& frame_;
   unit::HostCall call_;
   std::optional<Lomix> effect_;
+};
+
+template <typename Channel>
+void rotateRow(std::span<Channel> channels, AlphaPlace place) {
+  for (std::size_t i = 0; i < channels.size(); i += 4) {
+    const auto pixel = channels.subspan(i, 4);
+    std::ranges::rotate(pixel, place == AlphaPlace::Last ? pixel.begin() + 1 : pixel.end() - 1);
+  }
+}
+
+// Moves the alphas of a world to that place from the other one.
+void rotateChannels(const TestWorld& world, int depth, AlphaPlace place) {
+  const int rows = world.def.rowbytes == 0 ? std::min(world.def.height, 1) : world.def.height;
+  const auto channels = static_cast<std::size_t>(world.def.width) * 4;
+  for (int y = 0; y < rows; ++y) {
+    if (depth == 8) rotateRow(std::span(world.row<std::uint8_t>(y).data(), channels), place);
+    if (depth == 32) rotateRow(std::span(world.row<std::uint32_t>(y).data(), channels), place);
+  }
+}
+
+// A world whose alphas are in that place as long as this object lives, and first otherwise.
+class PlacedAlpha {
+ public:
+  PlacedAlpha(const TestWorld& world, int depth, AlphaPlace place)
+      : world_(world), depth_(depth), place_(place) {
+    if (place_ == AlphaPlace::Last) rotateChannels(world_, depth_, AlphaPlace::Last);
+  }
+  ~PlacedAlpha() {
+    if (place_ == AlphaPlace::Last) rotateChannels(world_, depth_, AlphaPlace::First);
+  }
+  PlacedAlpha(const PlacedAlpha&) = delete;
+  PlacedAlpha& operator=(const PlacedAlpha&) = delete;
+
+ private:
+  const TestWorld& world_;
+  int depth_;
+  AlphaPlace place_;
 };
 
 // Rows in pieces of any length in any order, by one thread or several.
@@ -156,14 +194,12 @@ class FrameComparison {
   /// Empty where all is equal.
   std::string differenceOf(const std::vector<const SimdTarget*>& targets) {
     for (const SimdTarget* target : targets) {
-      LomixStruct made = frame_.record;
-      if (frame_.toldProfiles) {
-        engine::fillProfiles(made, frame_.outputHeight, told_.effect().invYDown, -made.time,
-                             *target);
+      for (const AlphaPlace place : {AlphaPlace::First, AlphaPlace::Last}) {
+        const std::string difference = drawn(*target, place);
+        if (difference.empty()) continue;
+        return std::string(target->name) + " target, " +
+               (place == AlphaPlace::Last ? "alpha last, " : "") + difference;
       }
-      std::string difference = profileDifferences(record_, made);
-      if (difference.empty()) difference = drawn(std::move(made), *target);
-      if (!difference.empty()) return std::string(target->name) + " target, " + difference;
     }
     return {};
   }
@@ -176,15 +212,25 @@ class FrameComparison {
                      kGuardBytes);
   }
 
-  std::string drawn(LomixStruct record, const SimdTarget& target) {
+  std::string drawn(const SimdTarget& target, AlphaPlace place) {
     TestWorld output = blankOutput();
-    const engine::RowEngine rows({std::move(record), frame_.source.def, output.def, frame_.depth,
-                                  told_.effect().invXDown, told_.effect().invYDown},
+    const engine::RowEngine rows({frame_.record, frame_.source.def, output.def, frame_.depth,
+                                  told_.effect().invXDown, told_.effect().invYDown, place},
                                  target);
-    return frame_.rowByRow ? rowByRowDifference(rows, output) : wholeDifference(rows, output);
+    std::string difference = profileDifferences(record_, rows.record());
+    if (!difference.empty()) return difference;
+    return frame_.rowByRow ? rowByRowDifference(rows, output, place)
+                           : wholeDifference(rows, output, place);
   }
 
-  std::string wholeDifference(const engine::RowEngine& rows, TestWorld& output) {
+  // Compares after it has put the alphas of the output first.
+  std::string outputDifference(const TestWorld& expected, TestWorld& output, AlphaPlace place,
+                               int firstRow, int rows) {
+    if (place == AlphaPlace::Last) rotateChannels(output, frame_.depth, AlphaPlace::First);
+    return worldDifference(expected, output, frame_.depth, firstRow, rows);
+  }
+
+  std::string wholeDifference(const engine::RowEngine& rows, TestWorld& output, AlphaPlace place) {
     if (!whole_) {
       constexpr int kSmall = 3000;
       whole_ = blankOutput();
@@ -195,21 +241,28 @@ class FrameComparison {
         told_.drawRows(record_, *whole_, 0, frame_.outputHeight);
       }
     }
-    drawInPieces(rows, frame_.outputHeight, random_);
+    {
+      const PlacedAlpha source(frame_.source, frame_.depth, place);
+      drawInPieces(rows, frame_.outputHeight, random_);
+    }
     pixels_ += static_cast<std::uint64_t>(frame_.outputWidth) *
                static_cast<std::uint64_t>(frame_.outputHeight);
-    return worldDifference(*whole_, output, frame_.depth, 0, frame_.outputHeight);
+    return outputDifference(*whole_, output, place, 0, frame_.outputHeight);
   }
 
-  std::string rowByRowDifference(const engine::RowEngine& rows, TestWorld& output) {
+  std::string rowByRowDifference(const engine::RowEngine& rows, TestWorld& output,
+                                 AlphaPlace place) {
     constexpr int kRows = 5;
     TestWorld expected = blankOutput();
     for (int i = 0; i < kRows; ++i) {
       const int y = random_.below(frame_.outputHeight);
       told_.drawRows(record_, expected, y, y + 1);
-      rows.drawRows(y, y + 1);
+      {
+        const PlacedAlpha source(frame_.source, frame_.depth, place);
+        rows.drawRows(y, y + 1);
+      }
       pixels_ += static_cast<std::uint64_t>(frame_.outputWidth);
-      const std::string difference = worldDifference(expected, output, frame_.depth, y, 1);
+      const std::string difference = outputDifference(expected, output, place, y, 1);
       if (!difference.empty()) return difference;
     }
     return {};

@@ -45,6 +45,17 @@ void oneUlp(const Row32& row, const Run<PF_PixelFloat>& run) {
   portableTarget().run32(row, run);
   run.output[run.end - 1].alpha = oneUlpMore(run.output[run.end - 1].alpha);
 }
+// These two ignore the place of alpha.
+void alwaysFirst8(const Row8& row, const Run<PF_Pixel>& run) {
+  Row8 first = row;
+  first.alphaPlace = engine::AlphaPlace::First;
+  portableTarget().run8(first, run);
+}
+void alwaysFirst32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  Row32 first = row;
+  first.alphaPlace = engine::AlphaPlace::First;
+  portableTarget().run32(first, run);
+}
 void onePixelMore8(const Row8& row, const Run<PF_Pixel>& run) {
   portableTarget().run8(row, run);
   run.output[run.end].red = 0;
@@ -71,14 +82,19 @@ TEST(Differential, SeesTheSmallestFaults) {
       {"a byte past the row", onePixelMore8, good.run32, good.rowSums, good.finishStreaming},
       {"a float past the row", good.run8, onePixelMore32, good.rowSums, good.finishStreaming},
       {"a pixel left out", onePixelLess, good.run32, good.rowSums, good.finishStreaming},
+      {"first in bytes", alwaysFirst8, good.run32, good.rowSums, good.finishStreaming},
+      {"first in floats", good.run8, alwaysFirst32, good.rowSums, good.finishStreaming},
       {"an ulp in a profile", good.run8, good.run32, barSumOneUlpMore, good.finishStreaming},
   };
   for (const SimdTarget& target : faulty) {
     Options options;
     options.endFrame = 200;
     options.targets = {&target};
+    const bool alphaLast = target.run8 == alwaysFirst8 || target.run32 == alwaysFirst32;
+    const std::string said =
+        std::string(target.name) + " target, " + (alphaLast ? "alpha last, " : "");
     const std::string difference = compareFrames(options).difference;
-    EXPECT_NE(difference.find(target.name), std::string::npos)
+    EXPECT_NE(difference.find(said), std::string::npos)
         << target.name << " went unseen: " << difference;
   }
 }

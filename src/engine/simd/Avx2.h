@@ -112,13 +112,14 @@ struct Avx2 {
     const __m256 same = _mm256_castsi256_ps(_mm256_cmpeq_epi32(a, b));
     return static_cast<unsigned>(_mm256_movemask_ps(same)) ^ 0xFFu;
   }
-  /// Each lane's low byte as the three colours of a pixel, over an alpha of 0.
-  static LOMIX_INLINE Ints greys(Ints v) {
-    constexpr char kNone = -128;
-    const __m256i toColours =
-        _mm256_setr_epi8(kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12,  //
-                         kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12);
-    return _mm256_shuffle_epi8(v, toColours);
+  /// The same 16 bytes in each 128 bits.
+  static LOMIX_INLINE Ints repeated(const std::uint8_t* from) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  }
+  /// Within each 128 bits, byte i is the byte of v that byte i of control numbers, or 0 where its
+  /// high bit is set.
+  static LOMIX_INLINE Ints shuffled(Ints v, Ints control) {
+    return _mm256_shuffle_epi8(v, control);
   }
   static LOMIX_INLINE void store(std::uint32_t* to, Ints v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
@@ -136,16 +137,9 @@ struct Avx2 {
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
   static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm256_packus_epi32(low, high); }
-  /// Each pixel's alpha as the words of its four channels, for the halves of the pixels.
-  static LOMIX_INLINE Ints lowAlphas(Ints v) {
-    return _mm256_shuffle_epi8(
-        v, _mm256_setr_epi8(0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1,  //
-                            0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1));
-  }
-  static LOMIX_INLINE Ints highAlphas(Ints v) {
-    return _mm256_shuffle_epi8(
-        v, _mm256_setr_epi8(8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1,  //
-                            8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1));
+  /// Integers as words, saturated to -2^15 ... 2^15 - 1, those of each 128 bits.
+  static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
+    return _mm256_packs_epi32(low, high);
   }
   static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm256_mullo_epi16(a, b); }
   static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm256_sub_epi16(a, b); }
@@ -153,13 +147,7 @@ struct Avx2 {
   static LOMIX_INLINE Ints wordsShiftedRight(Ints v) {
     return _mm256_srli_epi16(v, kBits);
   }
-  static LOMIX_INLINE Ints both(Ints a, Ints b) { return _mm256_and_si256(a, b); }
   static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm256_or_si256(a, b); }
-  static LOMIX_INLINE Ints lesser(Ints a, Ints b) { return _mm256_min_epi32(a, b); }
-  /// Lanes of v where those of the condition are not zero, else zero.
-  static LOMIX_INLINE Ints whereNotZero(Ints condition, Ints v) {
-    return _mm256_andnot_si256(_mm256_cmpeq_epi32(condition, _mm256_setzero_si256()), v);
-  }
 
   // Pixels: as many as a vector holds, or fewer.
 

@@ -42,13 +42,6 @@ namespace {
 
 // 8-bit pixels.
 
-constexpr int kAlphaBytes = 0x11111111;
-
-__m256i repeated(const std::array<std::uint8_t, 16>& entries) {
-  return _mm256_broadcastsi128_si256(
-      _mm_loadu_si128(reinterpret_cast<const __m128i*>(entries.data())));
-}
-
 // A ByteMap in registers; kBitSets as ByteMap::bitSets().
 template <int kBitSets>
 class MapVector {
@@ -58,8 +51,8 @@ class MapVector {
         factorChange_(_mm256_set1_epi16(static_cast<short>(map.factor(0) ^ map.factor(1)))),
         offset_(_mm256_set1_epi16(map.offset(0))),
         offsetChange_(_mm256_set1_epi16(static_cast<short>(map.offset(0) ^ map.offset(1)))),
-        ones_{repeated(map.ones()[0]), repeated(map.ones()[1])},
-        twos_{repeated(map.twos()[0]), repeated(map.twos()[1])} {}
+        ones_{Avx2::repeated(map.ones()[0].data()), Avx2::repeated(map.ones()[1].data())},
+        twos_{Avx2::repeated(map.twos()[0].data()), Avx2::repeated(map.twos()[1].data())} {}
 
   LOMIX_INLINE __m256i operator()(__m256i bytes) const {
     const __m256i zero = _mm256_setzero_si256();
@@ -111,24 +104,18 @@ template <typename Map, bool kGrain>
 class Pipeline8 {
  public:
   Pipeline8(const Row8& row, const Map& map)
-      : map_(map),
-        darkAfterGrain_(kGrain && row.dark),
-        darkLeft_(_mm256_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
-        opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha)),
-        unmult_(row.unmultFactor != 0),
-        unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
-        unmultiply_(row, kGrain),
-        blend_(row.effectAmount) {}
+      : Pipeline8(row, map, pixelShuffles(row.alphaPlace),
+                  row.alphaPlace == AlphaPlace::First ? 0 : 3) {}
 
-  // grain: overlay pixels, where kGrain.
+  // grain: the overlay's levels, where kGrain.
   LOMIX_INLINE __m256i operator()(__m256i source, const auto& grain) const {
     const __m256i full = _mm256_cmpeq_epi8(source, _mm256_set1_epi8(-1));
-    if ((_mm256_movemask_epi8(full) & kAlphaBytes) == kAlphaBytes) {
-      // 255 * v >> 8 is v - 1, but 0 for 0.
-      const __m256i one = _mm256_set1_epi32(0x01010100);
+    if ((_mm256_movemask_epi8(full) & alphaBits_) == alphaBits_) {
+      // 255 * v >> 8 is v - 1, but 0 for 0. What becomes of the alphas does not matter.
+      const __m256i one = _mm256_set1_epi8(1);
       return unmultiplyOpaque(overlaid(_mm256_subs_epu8(source, one), grain));
     }
-    return unmultiply_(overlaid(premultiplied<Avx2>(source), grain), source);
+    return unmultiply_(overlaid(premultiply_(source), grain), source);
   }
 
   LOMIX_INLINE __m256i blended(__m256i original, __m256i effect) const {
@@ -136,10 +123,25 @@ class Pipeline8 {
   }
 
  private:
+  // alphaByte: of the four bytes of a pixel.
+  Pipeline8(const Row8& row, const Map& map, const PixelShuffles& shuffles, int alphaByte)
+      : map_(map),
+        greys_(Avx2::repeated(shuffles.greys)),
+        darkAfterGrain_(kGrain && row.dark),
+        darkLeft_(_mm256_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
+        alphaBits_(0x11111111 << alphaByte),
+        alphaBytes_(_mm256_set1_epi32(255 << 8 * alphaByte)),
+        opaqueAlpha_(_mm256_set1_epi32(row.opaqueAlpha << 8 * alphaByte)),
+        unmult_(row.unmultFactor != 0),
+        unmultFactor_(_mm256_set1_epi16(static_cast<short>(row.unmultFactor))),
+        premultiply_(shuffles),
+        unmultiply_(row, kGrain, shuffles),
+        blend_(row.effectAmount) {}
+
   LOMIX_INLINE __m256i overlaid(__m256i colours, const auto& grain) const {
     colours = map_(colours);
     if constexpr (kGrain) {
-      colours = _mm256_add_epi8(colours, grain);
+      colours = _mm256_add_epi8(colours, _mm256_shuffle_epi8(grain, greys_));
       if (darkAfterGrain_) colours = productsBy256<Avx2>(colours, darkLeft_, darkLeft_);
     }
     return colours;
@@ -152,16 +154,19 @@ class Pipeline8 {
       const __m256i high = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(colours, zero), unmultFactor_);
       colours = _mm256_adds_epu8(colours, _mm256_packus_epi16(low, high));
     }
-    const __m256i alphaByte = _mm256_set1_epi32(255);
-    return _mm256_or_si256(_mm256_andnot_si256(alphaByte, colours), opaqueAlpha_);
+    return _mm256_or_si256(_mm256_andnot_si256(alphaBytes_, colours), opaqueAlpha_);
   }
 
   Map map_;
+  __m256i greys_;
   bool darkAfterGrain_;
   __m256i darkLeft_;
+  int alphaBits_;  // of a byte mask
+  __m256i alphaBytes_;
   __m256i opaqueAlpha_;
   bool unmult_;
   __m256i unmultFactor_;
+  Premultiply<Avx2> premultiply_;
   Unmultiply<Avx2> unmultiply_;
   FormulaBlend<Avx2> blend_;
 };
@@ -195,11 +200,13 @@ void run8(const Row8& row, const Run<PF_Pixel>& run) {
 
 // Float pixels.
 
-constexpr int kAlphaLanes = 0x11;  // of the eight
-
-// One row's way from two source pixels to two output pixels.
-template <bool kBars, bool kGrain, bool kDark>
+// One row's way from two source pixels to two output pixels. Two copies of the code, for either
+// place of alpha: a blend by a mask that is known only at run time takes two or three operations.
+template <AlphaPlace kAlphaPlace, bool kBars, bool kGrain, bool kDark>
 class Pipeline32 {
+  static constexpr bool kAlphaFirst = kAlphaPlace == AlphaPlace::First;
+  static constexpr int kAlphaLanes = kAlphaFirst ? 0x11 : 0x88;  // of the eight
+
  public:
   explicit Pipeline32(const Row32& row)
       : barsAlpha_(_mm256_set1_ps(row.barsPixel.alpha)),
@@ -243,10 +250,12 @@ class Pipeline32 {
 
  private:
   static LOMIX_INLINE __m256 alphaAndColour(float alpha, float colour) {
-    return _mm256_setr_ps(alpha, colour, colour, colour, alpha, colour, colour, colour);
+    return colourLanes(_mm256_set1_ps(alpha), _mm256_set1_ps(colour));
   }
   // Each pixel's alpha in its four lanes.
-  static LOMIX_INLINE __m256 alphaOf(__m256 pixels) { return _mm256_permute_ps(pixels, 0); }
+  static LOMIX_INLINE __m256 alphaOf(__m256 pixels) {
+    return _mm256_permute_ps(pixels, kAlphaFirst ? 0 : 0xFF);
+  }
   // Alpha lanes of the first, colour lanes of the second.
   static LOMIX_INLINE __m256 colourLanes(__m256 alphaLanes, __m256 colours) {
     return _mm256_blend_ps(colours, alphaLanes, kAlphaLanes);
@@ -284,6 +293,16 @@ class Pipeline32 {
   __m256 effectAmount_;
 };
 
+template <bool kBars, bool kGrain, bool kDark>
+using AlphaFirst32 = Pipeline32<AlphaPlace::First, kBars, kGrain, kDark>;
+template <bool kBars, bool kGrain, bool kDark>
+using AlphaLast32 = Pipeline32<AlphaPlace::Last, kBars, kGrain, kDark>;
+
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  if (row.alphaPlace == AlphaPlace::Last) return run32By<Avx2, AlphaLast32>(row, run);
+  run32By<Avx2, AlphaFirst32>(row, run);
+}
+
 void finishStreaming() { _mm_sfence(); }
 
 }  // namespace
@@ -298,8 +317,7 @@ void finishStreaming() { _mm_sfence(); }
 namespace lomix::engine {
 
 const SimdTarget* avx2Target() {
-  static constexpr SimdTarget kTarget{"avx2", run8, run32<Avx2, Pipeline32>, rowSums<Avx2>,
-                                      finishStreaming};
+  static constexpr SimdTarget kTarget{"avx2", run8, run32, rowSums<Avx2>, finishStreaming};
   return processorHasAvx2() ? &kTarget : nullptr;
 }
 

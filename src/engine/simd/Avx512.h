@@ -100,11 +100,11 @@ struct Avx512 {
   }
   static LOMIX_INLINE Ints rounded(Floats v) { return _mm512_cvtps_epi32(v); }
   static LOMIX_INLINE unsigned differing(Ints a, Ints b) { return _mm512_cmpneq_epi32_mask(a, b); }
-  static LOMIX_INLINE Ints greys(Ints v) {
-    constexpr char kNone = -128;
-    const __m512i toColours = _mm512_broadcast_i32x4(
-        _mm_setr_epi8(kNone, 0, 0, 0, kNone, 4, 4, 4, kNone, 8, 8, 8, kNone, 12, 12, 12));
-    return _mm512_shuffle_epi8(v, toColours);
+  static LOMIX_INLINE Ints repeated(const std::uint8_t* from) {
+    return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  }
+  static LOMIX_INLINE Ints shuffled(Ints v, Ints control) {
+    return _mm512_shuffle_epi8(v, control);
   }
   static LOMIX_INLINE void store(std::uint32_t* to, Ints v) { _mm512_storeu_si512(to, v); }
 
@@ -118,13 +118,8 @@ struct Avx512 {
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm512_unpacklo_epi16(a, b); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm512_unpackhi_epi16(a, b); }
   static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm512_packus_epi32(low, high); }
-  static LOMIX_INLINE Ints lowAlphas(Ints v) {
-    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
-                                      0, -1, 0, -1, 0, -1, 0, -1, 4, -1, 4, -1, 4, -1, 4, -1)));
-  }
-  static LOMIX_INLINE Ints highAlphas(Ints v) {
-    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
-                                      8, -1, 8, -1, 8, -1, 8, -1, 12, -1, 12, -1, 12, -1, 12, -1)));
+  static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
+    return _mm512_packs_epi32(low, high);
   }
   static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm512_mullo_epi16(a, b); }
   static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm512_sub_epi16(a, b); }
@@ -132,12 +127,7 @@ struct Avx512 {
   static LOMIX_INLINE Ints wordsShiftedRight(Ints v) {
     return _mm512_srli_epi16(v, kBits);
   }
-  static LOMIX_INLINE Ints both(Ints a, Ints b) { return _mm512_and_si512(a, b); }
   static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm512_or_si512(a, b); }
-  static LOMIX_INLINE Ints lesser(Ints a, Ints b) { return _mm512_min_epi32(a, b); }
-  static LOMIX_INLINE Ints whereNotZero(Ints condition, Ints v) {
-    return _mm512_maskz_mov_epi32(_mm512_test_epi32_mask(condition, condition), v);
-  }
 
   static constexpr int kPixels8 = 16;
   static constexpr int kPixels32 = 4;

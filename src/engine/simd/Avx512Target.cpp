@@ -54,8 +54,6 @@ namespace {
 
 // 8-bit pixels.
 
-constexpr __mmask64 kAlphaBytes = 0x1111111111111111;
-
 // A table of 256 bytes in registers.
 class TableVector {
  public:
@@ -158,25 +156,18 @@ class Blend {
 template <typename Opaque>
 class Pipeline8 {
  public:
-  explicit Pipeline8(const Row8& row)
-      : opaque_(row),
-        opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
-        colours_(kOverlaid ? row.colourMap->table() : kIdentityTable),
-        darkAfterGrain_(kGrain && row.dark),
-        darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
-        unmultiply_(row, kGrain),
-        blend_(row) {}
+  explicit Pipeline8(const Row8& row) : Pipeline8(row, pixelShuffles(row.alphaPlace)) {}
 
-  // grain: overlay pixels, where kGrain.
+  // grain: the overlay's levels, where kGrain.
   LOMIX_INLINE __m512i operator()(__m512i source, const auto& grain) const {
     const __mmask64 translucent =
-        _mm512_mask_cmpneq_epi8_mask(kAlphaBytes, source, _mm512_set1_epi8(-1));
+        _mm512_mask_cmpneq_epi8_mask(alphaBytes_, source, _mm512_set1_epi8(-1));
     if (translucent == 0) {
-      return _mm512_mask_mov_epi8(opaque_(source, grain), kAlphaBytes, opaqueAlpha_);
+      return _mm512_mask_mov_epi8(opaque_(source, overlay(grain)), alphaBytes_, opaqueAlpha_);
     }
-    __m512i colours = premultiplied<Avx512>(source);
+    __m512i colours = premultiply_(source);
     if constexpr (kOverlaid) colours = colours_(colours);
-    if constexpr (kGrain) colours = _mm512_add_epi8(colours, grain);
+    if constexpr (kGrain) colours = _mm512_add_epi8(colours, overlay(grain));
     if (darkAfterGrain_) colours = productsBy256<Avx512>(colours, darkLeft_, darkLeft_);
     return unmultiply_(colours, source);
   }
@@ -189,11 +180,35 @@ class Pipeline8 {
   static constexpr bool kGrain = std::is_same_v<Opaque, Grained>;
   static constexpr bool kOverlaid = !std::is_same_v<Opaque, Untouched>;
 
+  Pipeline8(const Row8& row, const PixelShuffles& shuffles)
+      : opaque_(row),
+        alphaBytes_(row.alphaPlace == AlphaPlace::First ? 0x1111111111111111u
+                                                        : 0x8888888888888888u),
+        opaqueAlpha_(_mm512_set1_epi8(static_cast<char>(row.opaqueAlpha))),
+        colours_(kOverlaid ? row.colourMap->table() : kIdentityTable),
+        darkAfterGrain_(kGrain && row.dark),
+        darkLeft_(_mm512_set1_epi16(static_cast<short>(255 - row.darkPixel.alpha))),
+        greys_(Avx512::repeated(shuffles.greys)),
+        premultiply_(shuffles),
+        unmultiply_(row, kGrain, shuffles),
+        blend_(row) {}
+
+  LOMIX_INLINE auto overlay(const auto& grain) const {
+    if constexpr (kGrain) {
+      return _mm512_shuffle_epi8(grain, greys_);
+    } else {
+      return grain;
+    }
+  }
+
   Opaque opaque_;
+  __mmask64 alphaBytes_;
   __m512i opaqueAlpha_;
   TableVector colours_;  // of premultiplied bytes
   bool darkAfterGrain_;
   __m512i darkLeft_;
+  __m512i greys_;
+  Premultiply<Avx512> premultiply_;
   Unmultiply<Avx512> unmultiply_;
   Blend blend_;
 };
@@ -208,21 +223,22 @@ void run8(const Row8& row, const Run<PF_Pixel>& run) {
 
 // Float pixels.
 
-constexpr __mmask16 kAlphaLanes = 0x1111;
-
 // One row's way from four source pixels to four output pixels.
 template <bool kBars, bool kGrain, bool kDark>
 class Pipeline32 {
  public:
   explicit Pipeline32(const Row32& row)
-      : barsAlpha_(_mm512_set1_ps(row.barsPixel.alpha)),
+      : alphaLanes_(row.alphaPlace == AlphaPlace::First ? 0x1111 : 0x8888),
+        colourLanes_(row.alphaPlace == AlphaPlace::First ? 0xEEEE : 0x7777),
+        alphaChannel_(_mm512_set1_epi32(row.alphaPlace == AlphaPlace::First ? 0 : 3)),
+        barsAlpha_(_mm512_set1_ps(row.barsPixel.alpha)),
         barsLeft_(_mm512_set1_ps(1.0f - row.barsPixel.alpha)),
         wideBarsAlpha_(_mm512_set1_pd(row.barsPixel.alpha)),
         twiceBars_(_mm512_set1_pd(static_cast<double>(row.barsPixel.red) + row.barsPixel.red)),
         twiceRest_(_mm512_set1_pd(2.0 * (1.0 - static_cast<double>(row.barsPixel.red)))),
         grainAmount_(_mm512_set1_ps(row.grainRow.amount)),
         grainLeft_(_mm512_set1_ps(1.0f - row.grainRow.amount)),
-        darkPixel_(_mm512_mask_mov_ps(_mm512_set1_ps(row.darkPixel.red), kAlphaLanes,
+        darkPixel_(_mm512_mask_mov_ps(_mm512_set1_ps(row.darkPixel.red), alphaLanes_,
                                       _mm512_set1_ps(row.darkPixel.alpha))),
         darkLeft_(_mm512_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm512_set1_ps(row.effectAmount)) {}
@@ -234,19 +250,19 @@ class Pipeline32 {
     // no unmultiplying.
     if (translucent(source)) {
       const __m512 alpha = alphaOf(source);
-      pixels = visible(alpha, _mm512_mask_mul_ps(source, kColourLanes, alpha, source));
+      pixels = visible(alpha, _mm512_mask_mul_ps(source, colourLanes_, alpha, source));
     } else if constexpr (!kBars && !kGrain && !kDark) {
       return source;
     }
     if constexpr (kBars) pixels = hardLight(pixels);
     if constexpr (kGrain) {
-      const __m512 overlay = _mm512_mask_mov_ps(grain, kAlphaLanes, grainAmount_);
+      const __m512 overlay = _mm512_mask_mov_ps(grain, alphaLanes_, grainAmount_);
       pixels = _mm512_add_ps(_mm512_mul_ps(grainLeft_, pixels), overlay);
     }
     if constexpr (kDark) pixels = _mm512_add_ps(_mm512_mul_ps(darkLeft_, pixels), darkPixel_);
     if (!translucent(pixels)) return pixels;
     const __m512 alpha = alphaOf(pixels);
-    return visible(alpha, _mm512_mask_div_ps(pixels, kColourLanes, pixels, alpha));
+    return visible(alpha, _mm512_mask_div_ps(pixels, colourLanes_, pixels, alpha));
   }
 
   LOMIX_INLINE __m512 blended(__m512 original, __m512 effect) const {
@@ -254,17 +270,17 @@ class Pipeline32 {
   }
 
  private:
-  static constexpr __mmask16 kColourLanes = 0xEEEE;
-
-  static LOMIX_INLINE bool translucent(__m512 pixels) {
-    return _mm512_mask_cmp_ps_mask(kAlphaLanes, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) != 0;
+  LOMIX_INLINE bool translucent(__m512 pixels) const {
+    return _mm512_mask_cmp_ps_mask(alphaLanes_, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) != 0;
   }
   // Each pixel's alpha in its four lanes.
-  static LOMIX_INLINE __m512 alphaOf(__m512 pixels) { return _mm512_permute_ps(pixels, 0); }
+  LOMIX_INLINE __m512 alphaOf(__m512 pixels) const {
+    return _mm512_permutevar_ps(pixels, alphaChannel_);
+  }
   // Colours set to 0 where alpha is 0.
-  static LOMIX_INLINE __m512 visible(__m512 alpha, __m512 pixels) {
+  LOMIX_INLINE __m512 visible(__m512 alpha, __m512 pixels) const {
     const __mmask16 transparent =
-        _mm512_mask_cmp_ps_mask(kColourLanes, alpha, _mm512_setzero_ps(), _CMP_EQ_OQ);
+        _mm512_mask_cmp_ps_mask(colourLanes_, alpha, _mm512_setzero_ps(), _CMP_EQ_OQ);
     return _mm512_mask_mov_ps(pixels, transparent, _mm512_setzero_ps());
   }
 
@@ -277,7 +293,7 @@ class Pipeline32 {
     const __m512 colours = _mm512_insertf32x8(_mm512_castps256_ps512(lower), upper, 1);
     // The second operand stands where neither is larger: it keeps -0.0 and NaN.
     const __m512 notNegative = _mm512_max_ps(_mm512_setzero_ps(), colours);
-    return _mm512_mask_add_ps(notNegative, kAlphaLanes, left, barsAlpha_);
+    return _mm512_mask_add_ps(notNegative, alphaLanes_, left, barsAlpha_);
   }
 
   LOMIX_INLINE __m256 hardLightColours(__m256 pixel, __m256 left) const {
@@ -289,6 +305,8 @@ class Pipeline32 {
     return _mm512_cvtpd_ps(_mm512_add_pd(_mm512_mul_pd(h, wideBarsAlpha_), _mm512_cvtps_pd(left)));
   }
 
+  __mmask16 alphaLanes_, colourLanes_;
+  __m512i alphaChannel_;
   __m512 barsAlpha_, barsLeft_;
   __m512d wideBarsAlpha_, twiceBars_, twiceRest_;
   __m512 grainAmount_, grainLeft_;
@@ -311,7 +329,7 @@ namespace lomix::engine {
 
 const SimdTarget* avx512Target() {
   static constexpr SimdTarget kTarget{
-      "avx512", run8, run32<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
+      "avx512", run8, run32By<Avx512, Pipeline32>, rowSums<Avx512>, finishStreaming, true};
   return processorHasAvx512() ? &kTarget : nullptr;
 }
 

@@ -152,8 +152,7 @@ class LevelGrain {
   typename V::Singles amount_;
 };
 
-// The same levels as overlay pixels of 8-bit worlds: a level in the three colours over an alpha of
-// zero.
+// The same levels for 8-bit worlds: integers whose low byte is the level of an overlay pixel.
 template <typename V>
 class LevelGrain8 {
  public:
@@ -166,11 +165,11 @@ class LevelGrain8 {
     const auto byte = V::doubles(255.0);
     const auto first = V::mul(V::widen(levels_.next()), byte);
     const auto second = V::mul(V::widen(levels_.next()), byte);
-    return V::greys(V::truncated(first, second));
+    return V::truncated(first, second);
   }
   template <int kPart>
-  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
-    return pixels;
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints levels) {
+    return levels;
   }
 
  private:
@@ -240,15 +239,15 @@ struct LaneTurns {
 };
 
 // Does the doubtful lanes again by the formula.
-LOMIX_APART void redoPixels(const GrainRow& row, int x, unsigned doubtful, std::uint32_t* pixels) {
+LOMIX_APART void redoBytes(const GrainRow& row, int x, unsigned doubtful, std::uint32_t* levels) {
   for (; doubtful != 0; doubtful &= doubtful - 1) {
     const int lane = std::countr_zero(doubtful);
     const double level = row.levelAt(x + lane);
-    pixels[lane] = truncateToByte(level * 255.0) * 0x01010100u;
+    levels[lane] = truncateToByte(level * 255.0);
   }
 }
 
-// Overlay pixels of 8-bit worlds whose coordinates are whole numbers.
+// The levels of 8-bit worlds whose coordinates are whole numbers, as LevelGrain8 gives them.
 //
 // The sine's argument is then u * x + phase with u = 5 x + y, but for roundings far below a level's
 // margin: quadratic in x, so that two additions a step carry its fraction of a turn on. Each of
@@ -281,24 +280,24 @@ class WholeGrain {
         V::max(V::mul(foldedSine<V>(sineTurns_), foldedSine<V>(cosineTurns)), V::floats(0.0f));
     const auto least = V::truncated(V::fms(grain, scale_, margin_));
     const auto most = V::truncated(V::fma(grain, scale_, margin_));
-    auto pixels = V::greys(least);
+    auto levels = least;
     if (const unsigned doubtful = V::differing(least, most); doubtful != 0) [[unlikely]] {
       std::uint32_t lanes[V::kFloats];
-      V::store(lanes, pixels);
-      redoPixels(row_, x_, doubtful, lanes);
-      pixels = V::load(lanes);
+      V::store(lanes, least);
+      redoBytes(row_, x_, doubtful, lanes);
+      levels = V::load(lanes);
     }
     sineTurns_ = V::add(sineTurns_, sineStep_);
     sineStep_ = V::add(sineStep_, sineCurve_);
     productTurns_ = V::add(productTurns_, productStep_);
     u_ = V::add(u_, uStep_);
     x_ += V::kFloats;
-    return pixels;
+    return levels;
   }
 
   template <int kPart>
-  static LOMIX_INLINE typename V::Ints part(typename V::Ints pixels) {
-    return pixels;
+  static LOMIX_INLINE typename V::Ints part(typename V::Ints levels) {
+    return levels;
   }
 
  private:

@@ -1,6 +1,8 @@
 // What 8-bit pixels go through, whatever their alpha, in vectors.
 #pragma once
 
+#include <cstdint>
+
 #include "engine/SimdTarget.h"
 #include "engine/simd/Inline.h"
 
@@ -17,11 +19,65 @@ LOMIX_INLINE typename V::Ints productsBy256(typename V::Ints bytes, typename V::
   return V::bytesOf(V::template wordsShiftedRight<8>(low), V::template wordsShiftedRight<8>(high));
 }
 
+// Controls of byte shuffles for pixels whose alpha is in one place, for 16 bytes of a vector.
+struct PixelShuffles {
+  static constexpr std::uint8_t kZero = 0x80;
+
+  std::uint8_t greys[16];        // each integer's low byte as a pixel's colours, alpha 0
+  std::uint8_t lowAlphas[16];    // each pixel's alpha as four words: the first two pixels,
+  std::uint8_t highAlphas[16];   // and the other two
+  std::uint8_t channels[4][16];  // each pixel's channel as an integer: three colours, then alpha
+  std::uint8_t pixels[16];       // four bytes of each channel, in that order, as pixels
+
+  constexpr explicit PixelShuffles(AlphaPlace place)
+      : greys(), lowAlphas(), highAlphas(), channels(), pixels() {
+    const int alphaByte = place == AlphaPlace::First ? 0 : 3;
+    const int firstColourByte = place == AlphaPlace::First ? 1 : 0;
+    for (int i = 0; i < 16; ++i) {
+      const int byte = i % 4;
+      const int pixel = i / 4;
+      greys[i] = byteOrZero(byte != alphaByte, 4 * pixel);
+      lowAlphas[i] = byteOrZero(i % 2 == 0, i / 8 * 4 + alphaByte);
+      highAlphas[i] = byteOrZero(i % 2 == 0, 8 + i / 8 * 4 + alphaByte);
+      for (int channel = 0; channel < 4; ++channel) {
+        const int from = channel == 3 ? alphaByte : firstColourByte + channel;
+        channels[channel][i] = byteOrZero(byte == 0, i + from);
+      }
+      const int channel = byte == alphaByte ? 3 : byte - firstColourByte;
+      pixels[i] = static_cast<std::uint8_t>(4 * channel + pixel);
+    }
+  }
+
+ private:
+  static constexpr std::uint8_t byteOrZero(bool isByte, int at) {
+    return isByte ? static_cast<std::uint8_t>(at) : kZero;
+  }
+};
+
+inline const PixelShuffles& pixelShuffles(AlphaPlace place) {
+  static constexpr PixelShuffles kFirst(AlphaPlace::First);
+  static constexpr PixelShuffles kLast(AlphaPlace::Last);
+  return place == AlphaPlace::First ? kFirst : kLast;
+}
+
 // Each colour times its pixel's alpha.
 template <typename V>
-LOMIX_INLINE typename V::Ints premultiplied(typename V::Ints pixels) {
-  return productsBy256<V>(pixels, V::lowAlphas(pixels), V::highAlphas(pixels));
-}
+class Premultiply {
+  using Ints = typename V::Ints;
+
+ public:
+  explicit Premultiply(const PixelShuffles& shuffles)
+      : lowAlphas_(V::repeated(shuffles.lowAlphas)),
+        highAlphas_(V::repeated(shuffles.highAlphas)) {}
+
+  LOMIX_INLINE Ints operator()(Ints pixels) const {
+    return productsBy256<V>(pixels, V::shuffled(pixels, lowAlphas_),
+                            V::shuffled(pixels, highAlphas_));
+  }
+
+ private:
+  Ints lowAlphas_, highAlphas_;
+};
 
 // An overlay's effect on an alpha: what it leaves of it, and its own alpha.
 template <typename V>
@@ -49,22 +105,25 @@ class Unmultiply {
   using Floats = typename V::Floats;
 
  public:
-  Unmultiply(const Row8& row, bool grain)
-      : bars_(row.bars, row.barsPixel.alpha),
+  Unmultiply(const Row8& row, bool grain, const PixelShuffles& shuffles)
+      : channels_{V::repeated(shuffles.channels[0]), V::repeated(shuffles.channels[1]),
+                  V::repeated(shuffles.channels[2]), V::repeated(shuffles.channels[3])},
+        pixels_(V::repeated(shuffles.pixels)),
+        bars_(row.bars, row.barsPixel.alpha),
         grain_(grain, row.grainAlpha),
         dark_(row.dark, row.darkPixel.alpha) {}
 
   LOMIX_INLINE Ints operator()(Ints colours, Ints source) const {
-    const Ints byte = V::ints(255);
-    const Ints alphas = dark_(grain_(bars_(V::both(source, byte))));
+    const Ints alphas = dark_(grain_(bars_(V::shuffled(source, channels_[3]))));
     const Floats reciprocals = reciprocalsOf(V::converted(alphas));
-    const Ints red = quotient(V::both(V::template shiftedRight<8>(colours), byte), reciprocals);
-    const Ints green = quotient(V::both(V::template shiftedRight<16>(colours), byte), reciprocals);
-    const Ints blue = quotient(V::template shiftedRight<24>(colours), reciprocals);
-    const Ints unmultiplied =
-        V::either(V::template shiftedLeft<8>(red),
-                  V::either(V::template shiftedLeft<16>(green), V::template shiftedLeft<24>(blue)));
-    return V::either(alphas, V::whereNotZero(alphas, unmultiplied));
+    const auto quotients = [&](Ints channel) LOMIX_INLINE_LAMBDA {
+      return V::truncated(V::mul(V::converted(V::shuffled(colours, channel)), reciprocals));
+    };
+    // Packing with saturation clamps quotients to 255. Where alpha is 0 the reciprocal is NaN: its
+    // products convert to the least integer, which saturates to 0, as they have to.
+    const Ints low = V::saturatedWordsOf(quotients(channels_[0]), quotients(channels_[1]));
+    const Ints high = V::saturatedWordsOf(quotients(channels_[2]), alphas);
+    return V::shuffled(V::bytesOf(low, high), pixels_);
   }
 
  private:
@@ -77,10 +136,9 @@ class Unmultiply {
     const Floats error = V::fnma(alphas, estimate, V::floats(1.0f + 0x1p-20f));
     return V::mul(V::fma(estimate, error, estimate), V::floats(256.0f));
   }
-  static LOMIX_INLINE Ints quotient(Ints colour, Floats reciprocals) {
-    return V::lesser(V::truncated(V::mul(V::converted(colour), reciprocals)), V::ints(255));
-  }
 
+  Ints channels_[4];
+  Ints pixels_;
   AlphaOver<V> bars_, grain_, dark_;
 };
 

@@ -159,7 +159,7 @@ void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* fl
 
 // A float run by a pipeline for what the row has switched on: Pipeline<bars, grain, dark>(row).
 template <typename V, template <bool, bool, bool> class Pipeline>
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
+void run32By(const Row32& row, const Run<PF_PixelFloat>& run) {
   if (row.grain && !row.grainRow.reducible) return portableTarget().run32(row, run);
   const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
   run32Chosen<V, Pipeline>(row, run, flags);
