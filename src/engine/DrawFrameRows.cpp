@@ -7,7 +7,7 @@ namespace lomix {
 void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record) {
   const int depth = effect.GetBitDepth();
   if (input->data == nullptr || engine::worldsOverlap(*input, *output, depth)) {
-    drawFrameByKernel(effect, input, output, record);
+    drawFrameByReference(effect, input, output, record);
     return;
   }
   const engine::RowEngine rows({record, *input, *output, depth, effect.invXDown, effect.invYDown});

@@ -43,7 +43,7 @@ class Told {
   // The real reference path, profiles included. Copies the record for every pixel.
   void drawByReference(TestWorld& output) {
     LomixStruct record = frame_.record;
-    drawFrameByKernel(*effect_, &frame_.source.def, &output.def, record);
+    drawFrameByReference(*effect_, &frame_.source.def, &output.def, record);
   }
 
   // The same without the copies, from a record with profiles.

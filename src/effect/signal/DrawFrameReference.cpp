@@ -3,7 +3,7 @@
 namespace lomix {
 
 void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record) {
-  drawFrameByKernel(effect, input, output, record);
+  drawFrameByReference(effect, input, output, record);
 }
 
 }  // namespace lomix
