@@ -9,6 +9,7 @@
 #include "effect/shell/AEFX_Suites.h"
 #include "effect/shell/AEGP_SuiteHandler.h"
 
+namespace lomix {
 namespace {
 
 constexpr std::uint32_t kContextTag = 0x4C6F6D78;  // 'Lomx'
@@ -17,6 +18,7 @@ constexpr std::size_t kInfoBytes = 1024;
 constexpr std::size_t kLayerNameBytes = 256;
 
 }  // namespace
+}  // namespace lomix
 
 AEBase::AEBase(PF_InData* inData, PF_OutData* outData) { InitBase(inData, outData); }
 
@@ -70,7 +72,7 @@ void AEBase::CaptureComposition() {
   suites->ItemSuite3()->AEGP_GetItemDimensions(compItem, &itemWidth, &itemHeight);
   compWidth = static_cast<float>(itemWidth);
   compHeight = static_cast<float>(itemHeight);
-  tag = kContextTag;
+  tag = lomix::kContextTag;
   reserved1 = 0;
   void* worldSuite = nullptr;
   AEFX_AcquireSuite(in_data, out_data, kWorldSuite2Id.name, kWorldSuite2Id.version,
@@ -102,7 +104,7 @@ Vec3<double> AEBase::GetLayerCenter() const { return {width * 0.5, height * 0.5,
 
 PF_Err AEBase::ReportInfo(const char* format, ...) {
   if (!InAfterEffects()) return PF_Err_NONE;
-  std::array<char, kReportBytes> text{};
+  std::array<char, lomix::kReportBytes> text{};
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -113,7 +115,7 @@ PF_Err AEBase::ReportInfo(const char* format, ...) {
 
 PF_Err AEBase::InfoText(const char* format, ...) {
   if (!InAfterEffects()) return PF_Err_NONE;
-  std::array<char, kInfoBytes> text{};
+  std::array<char, lomix::kInfoBytes> text{};
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -246,7 +248,7 @@ bool AEBase::IsLayerRenderActiveAtTime(AEGP_LayerH* layer, A_Time time) {
 }
 
 std::string AEBase::GetLayerName(AEGP_LayerH* layer) {
-  std::array<char, kLayerNameBytes> name{};
+  std::array<char, lomix::kLayerNameBytes> name{};
   suites->LayerSuite5()->AEGP_GetLayerName(*layer, name.data(), nullptr);
   return name.data();
 }

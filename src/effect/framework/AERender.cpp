@@ -2,6 +2,7 @@
 
 #include "effect/kernel/PixelSampling.h"
 
+namespace lomix {
 namespace {
 
 constexpr AERender::PixelFunctions kPixelFunctions8{
@@ -13,6 +14,7 @@ constexpr AERender::PixelFunctions kPixelFunctions32{
     CopyRed32Void,    CopyGreen32Void,       CopyBlue32Void};
 
 }  // namespace
+}  // namespace lomix
 
 AERender::AERender(PF_InData* inData, PF_OutData* outData, void* extra) : AEBase(inData, outData) {
   Initialize(extra);
@@ -23,8 +25,8 @@ AERender::AERender(const AEBase& base, void* extra) : AEBase(base) { Initialize(
 void AERender::Initialize(void* extra) {
   smartExtra = extra;
   bitDepth = extra == nullptr ? 8 : static_cast<PF_SmartRenderExtra*>(extra)->input->bitdepth;
-  if (bitDepth == 8) pixelFuncs = kPixelFunctions8;
-  if (bitDepth == 32) pixelFuncs = kPixelFunctions32;
+  if (bitDepth == 8) pixelFuncs = lomix::kPixelFunctions8;
+  if (bitDepth == 32) pixelFuncs = lomix::kPixelFunctions32;
   worldSuite = nullptr;
 }
 

@@ -15,13 +15,13 @@ class AERender : public AEBase {
   /// Set for 8 and 32 bits per channel. Any other depth leaves the table as it was, null at first,
   /// and nobody may call through it.
   struct PixelFunctions {
-    OpacityBlendFunction blendFunc = nullptr;
+    lomix::OpacityBlendFunction blendFunc = nullptr;
     SampleRectFunction sampleRectFunc = nullptr;
     SampleIntegralFunction sampleIntegralFunc = nullptr;
-    ChannelCopyFunction copyAlphaFunc = nullptr;
-    ChannelCopyFunction copyRedFunc = nullptr;
-    ChannelCopyFunction copyGreenFunc = nullptr;
-    ChannelCopyFunction copyBlueFunc = nullptr;
+    lomix::ChannelCopyFunction copyAlphaFunc = nullptr;
+    lomix::ChannelCopyFunction copyRedFunc = nullptr;
+    lomix::ChannelCopyFunction copyGreenFunc = nullptr;
+    lomix::ChannelCopyFunction copyBlueFunc = nullptr;
   };
 
   PixelFunctions pixelFuncs;

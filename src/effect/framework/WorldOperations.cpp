@@ -9,6 +9,7 @@
 #include "effect/numeric/Truncate.h"
 #include "hostapi/Commands.h"
 
+namespace lomix {
 namespace {
 
 constexpr int kChannelMax = 255;
@@ -52,11 +53,12 @@ PF_Err forEachCommonPixel(const PF_LayerDef& a, const PF_LayerDef& b, Operation 
 }
 
 }  // namespace
+}  // namespace lomix
 
 void AERender::PixelPremult8(PF_Pixel* p) {
-  p->red = premultiplied(p->red, p->alpha);
-  p->green = premultiplied(p->green, p->alpha);
-  p->blue = premultiplied(p->blue, p->alpha);
+  p->red = lomix::premultiplied(p->red, p->alpha);
+  p->green = lomix::premultiplied(p->green, p->alpha);
+  p->blue = lomix::premultiplied(p->blue, p->alpha);
 }
 
 void AERender::PixelPremult32(PF_PixelFloat* p) {
@@ -69,9 +71,9 @@ void AERender::PixelPremult32(PF_PixelFloat* p) {
 
 void AERender::PixelUnmult8(PF_Pixel* p) {
   const bool transparent = p->alpha == 0;
-  p->red = transparent ? std::uint8_t{0} : unmultiplied(p->red, p->alpha);
-  p->green = transparent ? std::uint8_t{0} : unmultiplied(p->green, p->alpha);
-  p->blue = transparent ? std::uint8_t{0} : unmultiplied(p->blue, p->alpha);
+  p->red = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->red, p->alpha);
+  p->green = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->green, p->alpha);
+  p->blue = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->blue, p->alpha);
 }
 
 void AERender::PixelUnmult32(PF_PixelFloat* p) {
@@ -82,29 +84,30 @@ void AERender::PixelUnmult32(PF_PixelFloat* p) {
 }
 
 void AERender::PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t) {
-  *b = {lerp8(a->alpha, b->alpha, t), lerp8(a->red, b->red, t), lerp8(a->green, b->green, t),
-        lerp8(a->blue, b->blue, t)};
+  *b = {lomix::lerp8(a->alpha, b->alpha, t), lomix::lerp8(a->red, b->red, t),
+        lomix::lerp8(a->green, b->green, t), lomix::lerp8(a->blue, b->blue, t)};
 }
 
 void AERender::PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t) {
-  *b = {lerp32(a->alpha, b->alpha, t), lerp32(a->red, b->red, t), lerp32(a->green, b->green, t),
-        lerp32(a->blue, b->blue, t)};
+  *b = {lomix::lerp32(a->alpha, b->alpha, t), lomix::lerp32(a->red, b->red, t),
+        lomix::lerp32(a->green, b->green, t), lomix::lerp32(a->blue, b->blue, t)};
 }
 
 PF_Err AERender::Premult8(PF_LayerDef* w) {
-  return forEachPixel(*w, [&](int x, int y) { PixelPremult8(rowPixel8(*w, x, y)); });
+  return lomix::forEachPixel(*w, [&](int x, int y) { PixelPremult8(lomix::rowPixel8(*w, x, y)); });
 }
 
 PF_Err AERender::Premult32(PF_LayerDef* w) {
-  return forEachPixel(*w, [&](int x, int y) { PixelPremult32(sampleIntegral128(*w, x, y)); });
+  return lomix::forEachPixel(*w,
+                             [&](int x, int y) { PixelPremult32(sampleIntegral128(*w, x, y)); });
 }
 
 PF_Err AERender::Unmult8(PF_LayerDef* w) {
-  return forEachPixel(*w, [&](int x, int y) { PixelUnmult8(rowPixel8(*w, x, y)); });
+  return lomix::forEachPixel(*w, [&](int x, int y) { PixelUnmult8(lomix::rowPixel8(*w, x, y)); });
 }
 
 PF_Err AERender::Unmult32(PF_LayerDef* w) {
-  return forEachPixel(*w, [&](int x, int y) { PixelUnmult32(sampleIntegral128(*w, x, y)); });
+  return lomix::forEachPixel(*w, [&](int x, int y) { PixelUnmult32(sampleIntegral128(*w, x, y)); });
 }
 
 PF_Err AERender::Premult(PF_LayerDef* w) {
@@ -130,13 +133,13 @@ PF_Err AERender::Unmult(PF_LayerDef* w) {
 }
 
 PF_Err AERender::Lerp8(PF_LayerDef* a, PF_LayerDef* b, float t) {
-  return forEachCommonPixel(*a, *b, [&](int x, int y) {
+  return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
     PixelLerp8(sampleIntegral32(*a, x, y), sampleIntegral32(*b, x, y), t);
   });
 }
 
 PF_Err AERender::Lerp32(PF_LayerDef* a, PF_LayerDef* b, float t) {
-  return forEachCommonPixel(*a, *b, [&](int x, int y) {
+  return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
     PixelLerp32(sampleIntegral128(*a, x, y), sampleIntegral128(*b, x, y), t);
   });
 }

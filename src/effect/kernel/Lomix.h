@@ -19,9 +19,9 @@ bool onDarkLine(const LomixStruct& record, int y);
 /// operations do nothing.
 class Lomix : public AERender {
  public:
-  std::int32_t pixelDepth;               ///< Bits per channel.
-  BlendFunction barsBlend = nullptr;     ///< Hard light.
-  BlendFunction overlayBlend = nullptr;  ///< Premultiplied "over", for grain and scanlines.
+  std::int32_t pixelDepth;                      ///< Bits per channel.
+  lomix::BlendFunction barsBlend = nullptr;     ///< Hard light.
+  lomix::BlendFunction overlayBlend = nullptr;  ///< Premultiplied "over", for grain and scanlines.
 
   Lomix(PF_InData* in_data, PF_OutData* out_data, void* data);
   Lomix(const AEBase& base, void* data);
@@ -45,7 +45,7 @@ class Lomix : public AERender {
 
   // On one pixel of the render's depth. Colours are red, green, blue (and alpha), 0-1.
 
-  void blendpixelColor(void* pixel, Vec4<float> colour, BlendFunction blend);
+  void blendpixelColor(void* pixel, Vec4<float> colour, lomix::BlendFunction blend);
   void PremultPixel(void* pixel);
   void UnmultPixel(void* pixel);
   /// At 8 bits blue takes the colour's red.

@@ -5,6 +5,7 @@
 #include "effect/kernel/Lomix.h"
 #include "effect/numeric/Truncate.h"
 
+namespace lomix {
 namespace {
 
 std::uint8_t interpolated8(std::uint8_t from, float towards, float t) {
@@ -15,8 +16,9 @@ std::uint8_t interpolated8(std::uint8_t from, float towards, float t) {
 float interpolated32(float from, float towards, float t) { return t * (towards - from) + from; }
 
 }  // namespace
+}  // namespace lomix
 
-void Lomix::blendpixelColor(void* pixel, Vec4<float> colour, BlendFunction blend) {
+void Lomix::blendpixelColor(void* pixel, Vec4<float> colour, lomix::BlendFunction blend) {
   const Vec4<double> wide{colour.x, colour.y, colour.z, colour.w};
   if (pixelDepth == 8) {
     PF_Pixel overlay = GetPixel8(wide);
@@ -41,8 +43,8 @@ void Lomix::SetPixelColor(void* pixel, Vec4<float> colour) {
   if (pixelDepth == 8) {
     // Blue from red: pictures made so far depend on it.
     *static_cast<PF_Pixel*>(pixel) = {
-        truncateToByte(colour.w * 255.0f), truncateToByte(colour.x * 255.0f),
-        truncateToByte(colour.y * 255.0f), truncateToByte(colour.x * 255.0f)};
+        lomix::truncateToByte(colour.w * 255.0f), lomix::truncateToByte(colour.x * 255.0f),
+        lomix::truncateToByte(colour.y * 255.0f), lomix::truncateToByte(colour.x * 255.0f)};
   } else if (pixelDepth == 32) {
     *static_cast<PF_PixelFloat*>(pixel) = {colour.w, colour.x, colour.y, colour.z};
   }
@@ -51,23 +53,23 @@ void Lomix::SetPixelColor(void* pixel, Vec4<float> colour) {
 void Lomix::InterpolateColor(void* pixel, Vec3<float> colour, float t) {
   if (pixelDepth == 8) {
     PF_Pixel& p = *static_cast<PF_Pixel*>(pixel);
-    p.red = interpolated8(p.red, colour.x, t);
-    p.green = interpolated8(p.green, colour.y, t);
-    p.blue = interpolated8(p.blue, colour.z, t);
+    p.red = lomix::interpolated8(p.red, colour.x, t);
+    p.green = lomix::interpolated8(p.green, colour.y, t);
+    p.blue = lomix::interpolated8(p.blue, colour.z, t);
   } else if (pixelDepth == 32) {
     PF_PixelFloat& p = *static_cast<PF_PixelFloat*>(pixel);
-    p.red = interpolated32(p.red, colour.x, t);
-    p.green = interpolated32(p.green, colour.y, t);
-    p.blue = interpolated32(p.blue, colour.z, t);
+    p.red = lomix::interpolated32(p.red, colour.x, t);
+    p.green = lomix::interpolated32(p.green, colour.y, t);
+    p.blue = lomix::interpolated32(p.blue, colour.z, t);
   }
 }
 
 void Lomix::InterpolateAlpha(void* pixel, float a, float t) {
   if (pixelDepth == 8) {
     PF_Pixel& p = *static_cast<PF_Pixel*>(pixel);
-    p.alpha = interpolated8(p.alpha, a, t);
+    p.alpha = lomix::interpolated8(p.alpha, a, t);
   } else if (pixelDepth == 32) {
     PF_PixelFloat& p = *static_cast<PF_PixelFloat*>(pixel);
-    p.alpha = interpolated32(p.alpha, a, t);
+    p.alpha = lomix::interpolated32(p.alpha, a, t);
   }
 }

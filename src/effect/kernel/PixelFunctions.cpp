@@ -5,6 +5,7 @@
 
 #include "effect/numeric/Truncate.h"
 
+namespace lomix {
 namespace {
 
 // The three colour channels, for operations that treat them alike.
@@ -29,10 +30,11 @@ void copyChannel(void* src, void* dst) {
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Pixel GetPixel8(Vec4<double> colour) {
-  return {truncateToByte(colour.w * 255.0), truncateToByte(colour.x * 255.0),
-          truncateToByte(colour.y * 255.0), truncateToByte(colour.z * 255.0)};
+  return {lomix::truncateToByte(colour.w * 255.0), lomix::truncateToByte(colour.x * 255.0),
+          lomix::truncateToByte(colour.y * 255.0), lomix::truncateToByte(colour.z * 255.0)};
 }
 
 PF_PixelFloat GetPixel32(Vec4<double> colour) {
@@ -44,18 +46,18 @@ void hardLightBlend8Void(void* dst, void* src) {
   PF_Pixel& d = *static_cast<PF_Pixel*>(dst);
   const PF_Pixel& s = *static_cast<const PF_Pixel*>(src);
   const float alpha = static_cast<float>(s.alpha / 255.0);
-  for (const auto channel : kColourChannels<PF_Pixel>) {
-    d.*channel = lowByte(hardLight8(d.*channel, s.*channel, alpha));
+  for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
+    d.*channel = lomix::lowByte(lomix::hardLight8(d.*channel, s.*channel, alpha));
   }
   // 256, not 255: the scale that the premultiply and the "over" blends share.
-  d.alpha = lowByte(((d.alpha * (255 - s.alpha)) >> 8) + s.alpha);
+  d.alpha = lomix::lowByte(((d.alpha * (255 - s.alpha)) >> 8) + s.alpha);
 }
 
 void hardLightBlend32Void(void* dst, void* src) {
   PF_PixelFloat& d = *static_cast<PF_PixelFloat*>(dst);
   const PF_PixelFloat& s = *static_cast<const PF_PixelFloat*>(src);
-  for (const auto channel : kColourChannels<PF_PixelFloat>) {
-    d.*channel = hardLight32(d.*channel, s.*channel, s.alpha);
+  for (const auto channel : lomix::kColourChannels<PF_PixelFloat>) {
+    d.*channel = lomix::hardLight32(d.*channel, s.*channel, s.alpha);
   }
   d.alpha = (1.0f - s.alpha) * d.alpha + s.alpha;
 }
@@ -69,9 +71,9 @@ void alphaBlendPixel8(void* dst, void* src) {
   }
   if (s.alpha == 0) return;
   const int n = 255 - s.alpha;
-  d.alpha = lowByte(s.alpha + ((d.alpha * n) >> 8));
-  for (const auto channel : kColourChannels<PF_Pixel>) {
-    d.*channel = lowByte(((n * d.*channel) >> 8) + s.*channel);
+  d.alpha = lomix::lowByte(s.alpha + ((d.alpha * n) >> 8));
+  for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
+    d.*channel = lomix::lowByte(((n * d.*channel) >> 8) + s.*channel);
   }
 }
 
@@ -80,7 +82,7 @@ void alphaBlendPixel32(void* dst, void* src) {
   const PF_PixelFloat& s = *static_cast<const PF_PixelFloat*>(src);
   const float n = 1.0f - s.alpha;
   d.alpha = n * d.alpha + s.alpha;
-  for (const auto channel : kColourChannels<PF_PixelFloat>) {
+  for (const auto channel : lomix::kColourChannels<PF_PixelFloat>) {
     d.*channel = n * d.*channel + s.*channel;
   }
 }
@@ -88,17 +90,17 @@ void alphaBlendPixel32(void* dst, void* src) {
 void alphaBlend8Void(void* dst, void* src, float opacity) {
   PF_Pixel& d = *static_cast<PF_Pixel*>(dst);
   const PF_Pixel& s = *static_cast<const PF_Pixel*>(src);
-  const int alpha = truncateToByte(static_cast<float>(s.alpha) * opacity);
+  const int alpha = lomix::truncateToByte(static_cast<float>(s.alpha) * opacity);
   if (alpha == 255) {
     d = s;
     return;
   }
   if (alpha == 0) return;
   const int n = 255 - alpha;
-  d.alpha = lowByte(alpha + ((d.alpha * n) >> 8));
-  for (const auto channel : kColourChannels<PF_Pixel>) {
-    d.*channel = truncateToByte(opacity * static_cast<float>(s.*channel) +
-                                static_cast<float>((n * d.*channel) >> 8));
+  d.alpha = lomix::lowByte(alpha + ((d.alpha * n) >> 8));
+  for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
+    d.*channel = lomix::truncateToByte(opacity * static_cast<float>(s.*channel) +
+                                       static_cast<float>((n * d.*channel) >> 8));
   }
 }
 
@@ -108,25 +110,31 @@ void alphaBlend32Void(void* dst, void* src, float opacity) {
   const float alpha = opacity * s.alpha;
   const float n = 1.0f - alpha;
   d.alpha = n * d.alpha + alpha;
-  for (const auto channel : kColourChannels<PF_PixelFloat>) {
+  for (const auto channel : lomix::kColourChannels<PF_PixelFloat>) {
     d.*channel = n * d.*channel + opacity * s.*channel;
   }
 }
 
-void CopyAlpha8Void(void* src, void* dst) { copyChannel<&PF_Pixel::alpha, PF_Pixel>(src, dst); }
-void CopyRed8Void(void* src, void* dst) { copyChannel<&PF_Pixel::red, PF_Pixel>(src, dst); }
-void CopyGreen8Void(void* src, void* dst) { copyChannel<&PF_Pixel::green, PF_Pixel>(src, dst); }
-void CopyBlue8Void(void* src, void* dst) { copyChannel<&PF_Pixel::blue, PF_Pixel>(src, dst); }
+void CopyAlpha8Void(void* src, void* dst) {
+  lomix::copyChannel<&PF_Pixel::alpha, PF_Pixel>(src, dst);
+}
+void CopyRed8Void(void* src, void* dst) { lomix::copyChannel<&PF_Pixel::red, PF_Pixel>(src, dst); }
+void CopyGreen8Void(void* src, void* dst) {
+  lomix::copyChannel<&PF_Pixel::green, PF_Pixel>(src, dst);
+}
+void CopyBlue8Void(void* src, void* dst) {
+  lomix::copyChannel<&PF_Pixel::blue, PF_Pixel>(src, dst);
+}
 
 void CopyAlpha32Void(void* src, void* dst) {
-  copyChannel<&PF_PixelFloat::alpha, PF_PixelFloat>(src, dst);
+  lomix::copyChannel<&PF_PixelFloat::alpha, PF_PixelFloat>(src, dst);
 }
 void CopyRed32Void(void* src, void* dst) {
-  copyChannel<&PF_PixelFloat::red, PF_PixelFloat>(src, dst);
+  lomix::copyChannel<&PF_PixelFloat::red, PF_PixelFloat>(src, dst);
 }
 void CopyGreen32Void(void* src, void* dst) {
-  copyChannel<&PF_PixelFloat::green, PF_PixelFloat>(src, dst);
+  lomix::copyChannel<&PF_PixelFloat::green, PF_PixelFloat>(src, dst);
 }
 void CopyBlue32Void(void* src, void* dst) {
-  copyChannel<&PF_PixelFloat::blue, PF_PixelFloat>(src, dst);
+  lomix::copyChannel<&PF_PixelFloat::blue, PF_PixelFloat>(src, dst);
 }

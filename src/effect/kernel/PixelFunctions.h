@@ -6,15 +6,12 @@
 #include "effect/geometry/Vec.h"
 #include "hostapi/Records.h"
 
+namespace lomix {
+
 /// Changes dst only, by what src says.
 using BlendFunction = void (*)(void* dst, void* src);
 using OpacityBlendFunction = void (*)(void* dst, void* src, float opacity);
 using ChannelCopyFunction = void (*)(void* src, void* dst);
-
-/// A colour of red, green, blue, alpha in 0-1 as a pixel. The 8-bit form truncates and keeps the
-/// low 8 bits, so it wraps from 256/255 on; the float form does not clamp.
-PF_Pixel GetPixel8(Vec4<double> colour);
-PF_PixelFloat GetPixel32(Vec4<double> colour);
 
 /// Hard light of one 8-bit channel: d of the picture under s of the overlay, weighted by alpha in
 /// [0, 1].
@@ -22,6 +19,13 @@ inline int hardLight8(int d, int s, float alpha) {
   const int h = d >= 128 ? 255 - (2 * (255 - s) * (255 - d)) / 255 : (2 * s * d) / 255;
   return static_cast<int>(static_cast<float>(h) * alpha + (1.0f - alpha) * static_cast<float>(d));
 }
+
+}  // namespace lomix
+
+/// A colour of red, green, blue, alpha in 0-1 as a pixel. The 8-bit form truncates and keeps the
+/// low 8 bits, so it wraps from 256/255 on; the float form does not clamp.
+PF_Pixel GetPixel8(Vec4<double> colour);
+PF_PixelFloat GetPixel32(Vec4<double> colour);
 
 /// Hard light, weighted by the source's alpha; dst decides between multiply and screen. The float
 /// form leaves no negative colour, but may leave one above 1.

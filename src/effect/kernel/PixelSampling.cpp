@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace lomix {
 namespace {
 
 template <std::size_t kPixelBytes>
@@ -23,23 +24,26 @@ char* addressInRect(const PF_LayerDef& world, int x, int y, const RectT<int>& re
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Pixel* sampleIntegral32(PF_LayerDef& world, int x, int y) {
   return static_cast<PF_Pixel*>(sampleIntegral32Void(world, x, y));
 }
 
-void* sampleIntegral64(PF_LayerDef& world, int x, int y) { return addressOf<8>(world, x, y); }
+void* sampleIntegral64(PF_LayerDef& world, int x, int y) {
+  return lomix::addressOf<8>(world, x, y);
+}
 
 PF_PixelFloat* sampleIntegral128(PF_LayerDef& world, int x, int y) {
   return static_cast<PF_PixelFloat*>(sampleIntegral128Void(world, x, y));
 }
 
 void* sampleIntegral32Void(PF_LayerDef& world, int x, int y) {
-  return addressOf<sizeof(PF_Pixel)>(world, x, y);
+  return lomix::addressOf<sizeof(PF_Pixel)>(world, x, y);
 }
 
 void* sampleIntegral128Void(PF_LayerDef& world, int x, int y) {
-  return addressOf<sizeof(PF_PixelFloat)>(world, x, y);
+  return lomix::addressOf<sizeof(PF_PixelFloat)>(world, x, y);
 }
 
 PF_Pixel* sampleRectPixel8(PF_LayerDef* world, int x, int y, RectT<int>& rect) {
@@ -51,9 +55,9 @@ PF_PixelFloat* sampleRectPixel32(PF_LayerDef* world, int x, int y, RectT<int>& r
 }
 
 void* sampleRectPixel8Void(PF_LayerDef* world, int x, int y, RectT<int>& rect) {
-  return addressInRect<sizeof(PF_Pixel)>(*world, x, y, rect);
+  return lomix::addressInRect<sizeof(PF_Pixel)>(*world, x, y, rect);
 }
 
 void* sampleRectPixel32Void(PF_LayerDef* world, int x, int y, RectT<int>& rect) {
-  return addressInRect<sizeof(PF_PixelFloat)>(*world, x, y, rect);
+  return lomix::addressInRect<sizeof(PF_PixelFloat)>(*world, x, y, rect);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+namespace lomix {
 namespace {
 
 constexpr int kMiddle = 397;
@@ -15,6 +16,7 @@ std::uint32_t twist(std::uint32_t u, std::uint32_t v) {
 }
 
 }  // namespace
+}  // namespace lomix
 
 std::uint32_t MTRand_int32::state[MTRand_int32::kStateSize] = {};
 int MTRand_int32::p = MTRand_int32::kStateSize;
@@ -57,7 +59,8 @@ void MTRand_int32::seed(const unsigned long* array, int size) {
 
 void MTRand_int32::gen_state() {
   for (int i = 0; i < kStateSize; ++i) {
-    state[i] = state[(i + kMiddle) % kStateSize] ^ twist(state[i], state[(i + 1) % kStateSize]);
+    state[i] = state[(i + lomix::kMiddle) % kStateSize] ^
+               lomix::twist(state[i], state[(i + 1) % kStateSize]);
   }
   p = 0;
 }

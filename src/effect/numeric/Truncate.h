@@ -5,6 +5,8 @@
 #include <limits>
 #include <type_traits>
 
+namespace lomix {
+
 /// value truncated toward zero, held at the limits of 32 bits where it lies beyond them; 0 for NaN.
 /// A bare cast would be undefined there, and processors disagree on what it gives.
 template <typename Float>
@@ -22,3 +24,5 @@ template <typename Float>
 constexpr std::uint8_t truncateToByte(Float value) {
   return static_cast<std::uint8_t>(truncateToInt32(value) & 0xFF);
 }
+
+}  // namespace lomix

@@ -2,6 +2,7 @@
 
 #include "hostapi/Commands.h"
 
+namespace lomix {
 namespace {
 
 PF_Err displayError(PF_InData* in_data, PF_OutData* out_data, const char* text) {
@@ -11,6 +12,7 @@ PF_Err displayError(PF_InData* in_data, PF_OutData* out_data, const char* text) 
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Err AEFX_AcquireSuite(PF_InData* in_data, PF_OutData* out_data, const char* name, int version,
                          const char* error_string, void** suite) {
@@ -21,8 +23,9 @@ PF_Err AEFX_AcquireSuite(PF_InData* in_data, PF_OutData* out_data, const char* n
     *suite = const_cast<void*>(acquired);
     if (*suite != nullptr) return PF_Err_NONE;
   }
-  return displayError(in_data, out_data,
-                      error_string != nullptr ? error_string : "Not able to acquire AEFX Suite.");
+  return lomix::displayError(
+      in_data, out_data,
+      error_string != nullptr ? error_string : "Not able to acquire AEFX Suite.");
 }
 
 PF_Err AEFX_ReleaseSuite(PF_InData* in_data, PF_OutData* out_data, const char* name, int version,
@@ -31,6 +34,7 @@ PF_Err AEFX_ReleaseSuite(PF_InData* in_data, PF_OutData* out_data, const char* n
     in_data->pica_basicP->ReleaseSuite(name, version);
     return PF_Err_NONE;
   }
-  return displayError(in_data, out_data,
-                      error_string != nullptr ? error_string : "Not able to release AEFX Suite.");
+  return lomix::displayError(
+      in_data, out_data,
+      error_string != nullptr ? error_string : "Not able to release AEFX Suite.");
 }

@@ -7,6 +7,7 @@
 #include "effect/signal/WaveRender.h"
 #include "hostapi/Commands.h"
 
+namespace lomix {
 namespace {
 
 PF_Err globalSetup(PF_OutData* out_data) {
@@ -64,11 +65,12 @@ PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDe
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                       PF_LayerDef* output, void* extra) {
   try {
-    return dispatch(cmd, in_data, out_data, params, output, extra);
+    return lomix::dispatch(cmd, in_data, out_data, params, output, extra);
   } catch (int err) {
     return err;
   }

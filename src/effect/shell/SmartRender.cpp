@@ -8,6 +8,7 @@
 #include "effect/shell/ParameterIndex.h"
 #include "effect/signal/WaveRender.h"
 
+namespace lomix {
 namespace {
 
 constexpr A_long kInputCheckoutId = 0;
@@ -18,6 +19,7 @@ PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRenderExtra* extra) {
   // Refuses a host without suites before anything is asked of it.
@@ -26,7 +28,7 @@ PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRen
   PF_RenderRequest request = extra->input->output_request;
   request.preserve_rgb_of_zero_alpha = 1;
   PF_CheckoutResult input{};
-  PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, kInputLayer, kInputCheckoutId,
+  PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, kInputLayer, lomix::kInputCheckoutId,
                                          &request, in_data->current_time, in_data->time_step,
                                          in_data->time_scale, &input);
   if (err != PF_Err_NONE) return err;
@@ -36,7 +38,7 @@ PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRen
   // Checked out to tell the host what the frame depends on, and never checked in.
   std::array<PF_ParamDef, kParameterCount> params{};
   for (int i = kTimeControl; i < kParameterCount && err == PF_Err_NONE; ++i) {
-    err = checkoutParameter(in_data, i, &params[static_cast<std::size_t>(i)]);
+    err = lomix::checkoutParameter(in_data, i, &params[static_cast<std::size_t>(i)]);
   }
   return err;
 }
@@ -47,11 +49,11 @@ PF_Err SkeletonSmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRen
   const PF_ProgPtr effect = in_data->effect_ref;
   PF_EffectWorld* input = nullptr;
   PF_EffectWorld* output = nullptr;
-  PF_Err err = extra->cb->checkout_layer_pixels(effect, kInputCheckoutId, &input);
+  PF_Err err = extra->cb->checkout_layer_pixels(effect, lomix::kInputCheckoutId, &input);
   if (input == nullptr) return err;
   if (input->width == 0 || input->height == 0) {
     if (err != PF_Err_NONE) return err;
-    return extra->cb->checkin_layer_pixels(effect, kInputCheckoutId);
+    return extra->cb->checkin_layer_pixels(effect, lomix::kInputCheckoutId);
   }
   if (err == PF_Err_NONE) err = extra->cb->checkout_output(effect, &output);
 
@@ -62,7 +64,7 @@ PF_Err SkeletonSmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRen
     params[i] = blocks[i].get();
   }
   for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
-    err = checkoutParameter(in_data, static_cast<int>(i), params[i]);
+    err = lomix::checkoutParameter(in_data, static_cast<int>(i), params[i]);
   }
   params[kInputLayer]->u.ld = *input;
 
@@ -73,7 +75,7 @@ PF_Err SkeletonSmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRen
     err = in_data->inter.checkin_param(effect, params[i]);
   }
   if (err != PF_Err_NONE) return err;
-  return extra->cb->checkin_layer_pixels(effect, kInputCheckoutId);
+  return extra->cb->checkin_layer_pixels(effect, lomix::kInputCheckoutId);
 }
 
 void UnionLRect(const PF_LRect* src, PF_LRect* dst) {

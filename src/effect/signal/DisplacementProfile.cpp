@@ -4,6 +4,7 @@
 #include "effect/noise/Perlin.h"
 #include "effect/signal/RowProfile.h"
 
+namespace lomix {
 namespace {
 
 float signalJitter(float row, float p) {
@@ -16,12 +17,13 @@ float signalJitter(float row, float p) {
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Err Lomix::CreateDisplacementImage(PF_LayerDef* world, float p, LomixStruct* record) {
   const float height = static_cast<float>(world->height * invYDown);
   for (int y = 0; y < world->height; ++y) {
     const float row = static_cast<float>(y * invYDown);
-    const float jitter = signalJitter(row, p);
+    const float jitter = lomix::signalJitter(row, p);
     record->scanProfile.push_back(lomix::scanWeight(lomix::scanSum(row, height, p)));
     record->barsProfile.push_back(lomix::barBrightness(lomix::barSum(row, height, p)));
     record->signalProfile.push_back(jitter);

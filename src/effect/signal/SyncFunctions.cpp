@@ -26,6 +26,6 @@ float legacyRandom(float x, float y, float /*width*/, float height, float phase,
 }
 
 float legacymod(float a, float b) {
-  const float quotient = static_cast<float>(truncateToInt32(a / b));
+  const float quotient = static_cast<float>(lomix::truncateToInt32(a / b));
   return std::fma(-b, quotient, a);
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+namespace lomix {
 namespace {
 
 double now() {
@@ -9,20 +10,21 @@ double now() {
 }
 
 }  // namespace
+}  // namespace lomix
 
 Timer::Timer(bool startNow) : stopped(1), startTime(-1.0), stopTime(-1.0) {
   if (startNow) start();
 }
 
 void Timer::start() {
-  startTime = now();
+  startTime = lomix::now();
   stopped = 0;
 }
 
 void Timer::stop() {
   if (stopped != 0) return;
-  stopTime = now();
+  stopTime = lomix::now();
   stopped = 1;
 }
 
-double Timer::getSeconds() const { return (stopped != 0 ? stopTime : now()) - startTime; }
+double Timer::getSeconds() const { return (stopped != 0 ? stopTime : lomix::now()) - startTime; }

@@ -12,6 +12,7 @@
 #include "effect/signal/LomixStruct.h"
 #include "effect/signal/Timer.h"
 
+namespace lomix {
 namespace {
 
 // Half a sine wave in 32 steps. Nothing reads it: it belongs to the frame's fixed work.
@@ -25,12 +26,13 @@ std::vector<float> halfWaveTable() {
 }
 
 }  // namespace
+}  // namespace lomix
 
 PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                   PF_LayerDef* output, PF_SmartRenderExtra* extra) {
   Timer timer;
   timer.start();
-  const std::vector<float> halfWave = halfWaveTable();
+  const std::vector<float> halfWave = lomix::halfWaveTable();
 
   PF_LayerDef* const input = &params[kInputLayer]->u.ld;
   if (input->width == 0 || input->height == 0) return PF_Err_NONE;
