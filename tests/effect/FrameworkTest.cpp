@@ -325,10 +325,10 @@ struct Tracer : AERender {
 };
 
 TEST(RenderBase, VisitsEveryPixelOfTheDestinationInRowOrder) {
-  for (const A_long host : {kHostIdPremiere, 0x41424344}) {
+  for (const A_long host : {kHostIdAfterEffects, kHostIdPremiere, 0x41424344}) {
     HostCall call;
-    call.in.appl_id = host;
     Tracer tracer(&call.in, &call.out, nullptr);
+    call.in.appl_id = host;  // Read at the call; as After Effects, the constructor needs suites.
     World<PF_Pixel> src(1, 1);
     World<PF_Pixel> dst(3, 2);
     int data = 0;

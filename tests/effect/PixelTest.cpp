@@ -398,15 +398,21 @@ TEST(WorldOperations, ChooseByThePixelFormat) {
 TEST(WorldOperations, LerpBlendsTheCommonAreaOnly) {
   const struct {
     int aWidth, aHeight, bWidth, bHeight;
-  } sizes[] = {{3, 2, 3, 2}, {5, 4, 3, 2}, {2, 1, 3, 2}, {3, 1, 2, 4}};
-  for (const auto& s : sizes) {
+    A_long host;
+  } cases[] = {{3, 2, 3, 2, kHostIdPremiere},
+               {5, 4, 3, 2, kHostIdPremiere},
+               {2, 1, 3, 2, kHostIdAfterEffects},
+               {3, 1, 2, 4, kHostIdAfterEffects}};
+  for (const auto& s : cases) {
     Effect effect8(8);
+    effect8.call.in.appl_id = s.host;
     World<PF_Pixel> a8(s.aWidth, s.aHeight, 4);
     World<PF_Pixel> b8(s.bWidth, s.bHeight, 12);
     a8.fill({200, 100, 0, 4});
     b8.fill({100, 200, 50, 8});
     EXPECT_EQ(effect8.lomix.Lerp(&a8.def, &b8.def, 0.5f), 0);
     Effect effect32(32);
+    effect32.call.in.appl_id = s.host;
     World<PF_PixelFloat> a32(s.aWidth, s.aHeight, 16);
     World<PF_PixelFloat> b32(s.bWidth, s.bHeight, 48);
     a32.fill({1, 0, -2, 4});

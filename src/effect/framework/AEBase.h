@@ -109,8 +109,11 @@ class AEBase {
   std::string GetLayerName(AEGP_LayerH* layer);
   bool DoesLayerNameBeginWith(AEGP_LayerH* layer, const std::string& prefix);
 
- private:
+ protected:
+  /// Returns whether the host is After Effects, by its application id.
   bool InAfterEffects() const;
+
+ private:
   void CaptureComposition();
   AEGP_LightType GetLightType(AEGP_LayerH* layer);
   AEGP_StreamVal GetLayerStreamValue(AEGP_LayerH* layer, AEGP_LayerStream stream,

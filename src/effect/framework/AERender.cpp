@@ -49,11 +49,18 @@ PF_PixelFormat AERender::GetEffectWorldPixelFormat(PF_LayerDef* world) {
   return format;
 }
 
-// After Effects and other hosts take the very same loops here and in the world operations.
 PF_Err AERender::ExecuteKernel(PF_LayerDef* src, PF_LayerDef* dst, void* data) {
   if (src->data == nullptr || dst->data == nullptr) return PF_Err_NONE;
-  for (int y = 0; y < dst->height; ++y) {
-    for (int x = 0; x < dst->width; ++x) Kernel(src, dst, x, y, data);
+  const auto visitPixels = [&] {
+    for (int y = 0; y < dst->height; ++y) {
+      for (int x = 0; x < dst->width; ++x) Kernel(src, dst, x, y, data);
+    }
+  };
+  // Where an effect may treat After Effects and other hosts differently; this one does not.
+  if (InAfterEffects()) {
+    visitPixels();
+  } else {
+    visitPixels();
   }
   return PF_Err_NONE;
 }

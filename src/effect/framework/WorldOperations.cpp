@@ -132,16 +132,25 @@ PF_Err AERender::Unmult(PF_LayerDef* w) {
   }
 }
 
+// Lerp8 and Lerp32 may treat After Effects and other hosts differently, like ExecuteKernel, and do
+// not.
+
 PF_Err AERender::Lerp8(PF_LayerDef* a, PF_LayerDef* b, float t) {
-  return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
-    PixelLerp8(sampleIntegral32(*a, x, y), sampleIntegral32(*b, x, y), t);
-  });
+  const auto blendPixels = [&] {
+    return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
+      PixelLerp8(sampleIntegral32(*a, x, y), sampleIntegral32(*b, x, y), t);
+    });
+  };
+  return InAfterEffects() ? blendPixels() : blendPixels();
 }
 
 PF_Err AERender::Lerp32(PF_LayerDef* a, PF_LayerDef* b, float t) {
-  return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
-    PixelLerp32(sampleIntegral128(*a, x, y), sampleIntegral128(*b, x, y), t);
-  });
+  const auto blendPixels = [&] {
+    return lomix::forEachCommonPixel(*a, *b, [&](int x, int y) {
+      PixelLerp32(sampleIntegral128(*a, x, y), sampleIntegral128(*b, x, y), t);
+    });
+  };
+  return InAfterEffects() ? blendPixels() : blendPixels();
 }
 
 PF_Err AERender::Lerp(PF_LayerDef* a, PF_LayerDef* b, float t) {
