@@ -191,15 +191,18 @@ TEST(Render, EmptyInputLeavesTheOutputAlone) {
   }
 }
 
-TEST(Render, WorldsThatAreNotThereAreTolerated) {
+TEST(Render, WorldsThatAreMissingAreTolerated) {
   struct Case {
     const char* name;
     bool output, inputData, outputData;
+    int fills;          ///< Calls of the host's fill.
+    PF_Err plainError;  ///< The fill's, which only the plain paths return.
     int expectedBytes;  ///< Every byte of the output afterwards; it starts as 0x77.
   };
-  for (const Case& c : {Case{"no output", false, true, true, 0x77},
-                        Case{"no output pixels", true, true, false, 0x77},
-                        Case{"no input pixels", true, false, true, 0}}) {
+  for (const Case& c :
+       {Case{"no output", false, true, true, 0, 0, 0x77},
+        Case{"no output pixels", true, true, false, 1, PF_Err_BAD_CALLBACK_PARAM, 0x77},
+        Case{"no input pixels", true, false, true, 1, 0, 0}}) {
     for (const Path path : kPaths) {
       SCOPED_TRACE(c.name);
       Host host = hostFor(path);
@@ -209,7 +212,9 @@ TEST(Render, WorldsThatAreNotThereAreTolerated) {
       fillBytes(output, 0x77);
       if (!c.inputData) input.layer().data = nullptr;
       if (!c.outputData) output.layer().data = nullptr;
-      EXPECT_EQ(renderWith(host, path, frame, &input, c.output ? &output : nullptr), 0);
+      EXPECT_EQ(renderWith(host, path, frame, &input, c.output ? &output : nullptr),
+                path == Path::Smart ? 0 : c.plainError);
+      EXPECT_EQ(host.callCount("utils.fill"), c.fills);
       EXPECT_TRUE(everyByteIs(output, c.expectedBytes));
       EXPECT_THAT(host.audit(), IsEmpty());
     }
@@ -218,6 +223,21 @@ TEST(Render, WorldsThatAreNotThereAreTolerated) {
   World output(6, 6, 8);
   EXPECT_EQ(host.smartRender({}, nullptr, &output), 0);
   EXPECT_THAT(workingCalls(host), ElementsAre("smart.checkout_layer_pixels"));
+}
+
+// The fill may fail in its own way, or succeed, for a world that has no pixel data.
+TEST(Render, OutputWithoutPixelsReturnsTheErrorOfTheFill) {
+  for (const Path path : {Path::Plain, Path::Premiere}) {
+    for (const PF_Err error : {PF_Err_OUT_OF_MEMORY, PF_Err{321}}) {
+      Host host = hostFor(path);
+      host.failAt("utils.fill", 1, error);
+      World input = patternWorld(6, 6, 8), output(6, 6, 8);
+      output.layer().data = nullptr;
+      EXPECT_EQ(host.plainRender({}, &input, &output), error);
+      EXPECT_THAT(workingCalls(host), ElementsAre("utils.fill"));
+      EXPECT_THAT(host.audit(), IsEmpty());
+    }
+  }
 }
 
 TEST(Render, SixteenBitsAreOnlyCleared) {

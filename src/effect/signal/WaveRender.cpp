@@ -36,9 +36,10 @@ PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[
 
   PF_LayerDef* const input = &params[kInputLayer]->u.ld;
   if (input->width == 0 || input->height == 0) return PF_Err_NONE;
-  if (output == nullptr || output->data == nullptr) return PF_Err_NONE;
+  if (output == nullptr) return PF_Err_NONE;
 
   const PF_Err err = in_data->utils->fill(in_data->effect_ref, nullptr, nullptr, output);
+  if (output->data == nullptr) return err;
 
   Lomix effect(in_data, out_data, extra);
   // The context does not release the suites it acquired, since copies may share them.
