@@ -18,6 +18,30 @@ PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
                                        in_data->time_step, in_data->time_scale, def);
 }
 
+// Renders from the parameters that the host gives out, whatever went wrong before, and checks them
+// in again. err: the first error so far. Returns it, or else the first of the host's here. The
+// parameter blocks are freed before it returns.
+PF_Err renderWithParameters(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra,
+                            const PF_EffectWorld& input, PF_EffectWorld* output, PF_Err err) {
+  std::array<std::unique_ptr<PF_ParamDef>, kParameterCount> blocks;
+  std::array<PF_ParamDef*, kParameterCount> params;
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    blocks[i] = std::make_unique<PF_ParamDef>();
+    params[i] = blocks[i].get();
+  }
+  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+    err = checkoutParameter(in_data, static_cast<int>(i), params[i]);
+  }
+  params[kInputLayer]->u.ld = input;
+
+  WaveRender(in_data, out_data, params.data(), output, extra);
+
+  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+    err = in_data->inter.checkin_param(in_data->effect_ref, params[i]);
+  }
+  return err;
+}
+
 }  // namespace
 }  // namespace lomix
 
@@ -56,24 +80,7 @@ PF_Err SkeletonSmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRen
     return extra->cb->checkin_layer_pixels(effect, lomix::kInputCheckoutId);
   }
   if (err == PF_Err_NONE) err = extra->cb->checkout_output(effect, &output);
-
-  std::array<std::unique_ptr<PF_ParamDef>, kParameterCount> blocks;
-  std::array<PF_ParamDef*, kParameterCount> params;
-  for (std::size_t i = 0; i < blocks.size(); ++i) {
-    blocks[i] = std::make_unique<PF_ParamDef>();
-    params[i] = blocks[i].get();
-  }
-  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
-    err = lomix::checkoutParameter(in_data, static_cast<int>(i), params[i]);
-  }
-  params[kInputLayer]->u.ld = *input;
-
-  // Rendered whatever went wrong before, from what was obtained.
-  WaveRender(in_data, out_data, params.data(), output, extra);
-
-  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
-    err = in_data->inter.checkin_param(effect, params[i]);
-  }
+  err = lomix::renderWithParameters(in_data, out_data, extra, *input, output, err);
   if (err != PF_Err_NONE) return err;
   return extra->cb->checkin_layer_pixels(effect, lomix::kInputCheckoutId);
 }
