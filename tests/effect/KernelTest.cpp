@@ -151,7 +151,7 @@ TEST(Kernel, DrawsNothingAtOtherDepths) {
     EXPECT_EQ(effect.ExecuteKernel(&src.def, &dst.def, &record), 0);
     EXPECT_EQ(channels(dst.at(1, 1)), channels(PF_PixelFloat{0, 2, 3, 4}));
     call.smartInput.bitdepth = 32;
-    static_cast<AERender&>(effect).Initialize(&call.extra);
+    effect.Initialize(&call.extra);
     EXPECT_EQ(effect.Initialize(), 32);
     EXPECT_EQ(effect.overlayBlend, alphaBlendPixel32);
   }

@@ -26,7 +26,9 @@ class Lomix : public AERender {
   Lomix(PF_InData* in_data, PF_OutData* out_data, void* data);
   Lomix(const AEBase& base, void* data);
 
-  /// Takes depth and blends from the render base again; returns the depth.
+  using AERender::Initialize;
+  /// Chooses the blends for the render base's bit depth; returns that depth. To change the depth,
+  /// call Initialize(extra) before.
   int Initialize();
 
   /// Pixel (x, y) of dst from src and the LomixStruct at data; returns 0. Throws std::out_of_range
