@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <string>
 #include <utility>
@@ -266,9 +267,11 @@ TEST_F(InAfterEffects, FrameBuffersHoldTheDownsampledFrame) {
     unsigned long bytesPerPixel;
     std::uint64_t size;
   } cases[] = {
-      {1920, 1080, 4, 8294400},
-      {500.9, 270.5, 16, 2160000},
+      {1920, 1080, 4, 8294400},      {500.9, 270.5, 16, 2160000},
       {70000, 70000, 4, 2420130816},  // 19600000000 less four times 2^32.
+      {3e9, 1, 1, 3000000000},        // Beyond int32, not beyond uint32.
+      {1e300, 3, 1, 4294967293},      // 2^32 - 1 columns.
+      {-1920, 1080, 4, 0},           {std::nan(""), 1080, 4, 0},
   };
   for (const auto& c : cases) {
     base->width = c.width;

@@ -1,5 +1,9 @@
+// Rectangles, vectors, the mapping between rectangles and the host's own rectangles.
+
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <vector>
 
 #include "effect/geometry/HostRect.h"
@@ -128,6 +132,72 @@ TYPED_TEST(RectOf, FitsCentredIntoATarget) {
   for (const auto& c : cases) {
     EXPECT_EQ(edges(c.from.getCenteredFit(target, c.always)), edges(c.to)) << c.name;
   }
+}
+
+// Points and factors of another type are converted to the rectangle's first: an int rectangle
+// truncates points.
+TYPED_TEST(RectOf, TakesPointsAndFactorsOfEveryType) {
+  using T = TypeParam;
+  RectT<T> r(0, 0, 1, 1);
+  r.include(std::vector<Vec2<int>>{{-3, 2}});
+  EXPECT_EQ(edges(r), (list<T>(-3, 0, 1, 2)));
+  r.include(std::vector<Vec2<float>>{{4.75f, -1.25f}, {0, 0}});
+  r.include(std::vector<Vec2<double>>{{0.5, 9.5}});
+  EXPECT_EQ(edges(r),
+            (list<T>(-3, static_cast<T>(-1.25), static_cast<T>(4.75), static_cast<T>(9.5))));
+
+  const RectT<T> scaled(2, 4, 6, 12);
+  EXPECT_EQ(edges(scaled.scaledCentered(Vec2<int>{2, 1})), (list<T>(0, 4, 8, 12)));
+  EXPECT_EQ(edges(scaled.scaledCentered(Vec2<float>{0.5f, 2})), (list<T>(3, 0, 5, 16)));
+  EXPECT_EQ(edges(scaled.scaledCentered(Vec2<double>{0.5, 2})), (list<T>(3, 0, 5, 16)));
+}
+
+constexpr int kMax = std::numeric_limits<int>::max();
+constexpr int kMin = std::numeric_limits<int>::min();
+
+// Where 32-bit arithmetic would overflow, which is undefined behaviour.
+TEST(IntRect, SaturatesInsteadOfOverflowing) {
+  using Rect = RectT<int>;
+  const double nan = std::nan("");
+  Rect moved(-2000000010, -10, -1999999990, 10);
+  moved.offsetCenterTo({2000000000, 0});
+  Rect grown(0, 0, 1, 1);
+  grown.include(std::vector<Vec2<float>>{{1e20f, std::nanf("")}, {5, -3e9f}});
+  grown.include(std::vector<Vec2<double>>{{-1e300, 7.9}});
+  const struct {
+    const char* name;
+    Rect made, expected;
+  } cases[] = {
+      {"times 10", Rect(2000000000, 0, 2000000000, 10) * 10, {kMax, 0, kMax, 100}},
+      {"times -10", Rect(2000000000, 0, -2000000000, 10) * -10, {kMin, 0, kMax, -100}},
+      {"times NaN", Rect(1, 2, 3, 4) * nan, {0, 0, 0, 0}},
+      {"by zero", Rect(5, -5, 0, 1) / 0, {kMax, kMin, 0, kMax}},
+      {"by a tiny factor", Rect(1, -1, 0, 2).scaled(1e300), {kMax, kMin, 0, kMax}},
+      {"plus", Rect(kMax, kMin, 1, 2) + Vec2<int>{1, -1}, {kMax, kMin, 2, 1}},
+      {"minus", Rect(kMin, 0, 0, kMax) - Vec2<int>{1, kMin}, {kMin, kMax, -1, kMax}},
+      {"about the centre", Rect(kMin, 0, kMax, 2).scaledCentered(3), {kMin, -2, kMax, 4}},
+      {"about the centre, NaN", Rect(1, 2, 3, 4).scaledCentered({1, nan}), {1, 0, 3, 0}},
+      {"centre moved by 4e9", moved, {1999999990, -10, 2000000010, 10}},
+      // 2^31 wide: the factor is 512 / 2^31, which leaves 1000 / 2^22 of the height.
+      {"fitted",
+       Rect(-(1 << 30), 0, 1 << 30, 1000).getCenteredFit({0, 0, 512, 512}, false),
+       {0, 255, 512, 256}},
+      {"points beyond int", grown, {kMin, kMin, kMax, 7}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(edges(c.made), edges(c.expected)) << c.name;
+
+  EXPECT_EQ(Rect(0, 0, 70000, 70000).calcArea(), kMax);
+  EXPECT_EQ(Rect(70000, 0, 0, 70000).calcArea(), kMin);
+  EXPECT_EQ(Rect(0, 0, 46340, 46340).calcArea(), 2147395600) << "the largest exact square";
+  const Rect whole(kMin, kMax, kMax, kMin);
+  EXPECT_EQ(whole.getWidth(), kMax);
+  EXPECT_EQ(whole.getHeight(), kMin);
+  EXPECT_EQ(whole.getAspectRatio(), -1.0);
+  EXPECT_EQ(Rect(kMin, 0, kMax, 1).getAspectRatio(), 4294967295.0);
+  EXPECT_EQ(Rect(kMax, kMin, kMax, kMin).getCenter(), (Vec2<int>{kMax, kMin}));
+  EXPECT_EQ(whole.relativeUpperLeft({kMax, kMin}), (Vec2<int>{kMax, kMin}));
+  EXPECT_EQ((Vec2<int>{kMax, kMin} + Vec2<int>{1, -1}), (Vec2<int>{kMax, kMin}));
+  EXPECT_EQ((Vec2<int>{kMax, -3} * 3), (Vec2<int>{kMax, -9}));
 }
 
 TEST(RectMapping, StretchesOrKeepsTheAspect) {

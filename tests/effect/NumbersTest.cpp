@@ -51,6 +51,30 @@ TEST(Truncate, GoesTowardZeroAndSaturates) {
   EXPECT_EQ(truncateToInt32(-2147483647.5), kMin + 1);
 }
 
+TEST(Truncate, UnsignedSaturatesAtItsOwnLimits) {
+  constexpr std::uint32_t kUnsignedMax = std::numeric_limits<std::uint32_t>::max();
+  const struct {
+    double value;
+    std::uint32_t integer;
+  } cases[] = {{0.999, 0},
+               {1080.5, 1080},
+               {3e9, 3000000000u},
+               {4294967040.0, 4294967040u},
+               {4294967296.0, kUnsignedMax},
+               {1e30, kUnsignedMax},
+               {kInfinity, kUnsignedMax},
+               {-0.5, 0},
+               {-1, 0},
+               {-1e30, 0},
+               {kNaN, 0}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(truncateToUint32(c.value), c.integer) << c.value;
+    EXPECT_EQ(truncateToUint32(static_cast<float>(c.value)), c.integer) << c.value << " as float";
+  }
+  EXPECT_EQ(truncateToUint32(4294967295.5), kUnsignedMax);
+  EXPECT_EQ(truncateToUint32(4294967294.5), kUnsignedMax - 1);
+}
+
 // A compiler that contracts a product and a sum on its own changes the picture. The functions are
 // compiled for a processor that can fuse, which is where it would happen.
 #if defined(__x86_64__)

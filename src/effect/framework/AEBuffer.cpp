@@ -19,8 +19,8 @@ void* AEBuffer::CreateBuffer(unsigned long size) {
 }
 
 void* AEBuffer::CreateFrameBuffer(unsigned long bytesPerPixel) {
-  const auto columns = static_cast<std::uint32_t>(lomix::truncateToInt32(width));
-  const auto rows = static_cast<std::uint32_t>(lomix::truncateToInt32(height));
+  const std::uint32_t columns = lomix::truncateToUint32(width);
+  const std::uint32_t rows = lomix::truncateToUint32(height);
   return CreateBuffer(columns * rows * static_cast<std::uint32_t>(bytesPerPixel));
 }
 

@@ -1,36 +1,51 @@
-// Plain vectors of two, three and four components.
+// Plain vectors of two, three and four components of type int, float or double.
 #pragma once
 
+#include "effect/numeric/Truncate.h"
+
+/// Two components. Arithmetic on ints saturates at their limits.
 template <typename T>
 struct Vec2 {
   T x, y;
 
   friend constexpr Vec2 operator+(Vec2 a, Vec2 b) {
-    return {static_cast<T>(a.x + b.x), static_cast<T>(a.y + b.y)};
+    return {lomix::coordinate<T>(Wide(a.x) + Wide(b.x)),
+            lomix::coordinate<T>(Wide(a.y) + Wide(b.y))};
   }
   friend constexpr Vec2 operator-(Vec2 a, Vec2 b) {
-    return {static_cast<T>(a.x - b.x), static_cast<T>(a.y - b.y)};
+    return {lomix::coordinate<T>(Wide(a.x) - Wide(b.x)),
+            lomix::coordinate<T>(Wide(a.y) - Wide(b.y))};
   }
   friend constexpr Vec2 operator*(Vec2 a, T s) {
-    return {static_cast<T>(a.x * s), static_cast<T>(a.y * s)};
+    return {lomix::coordinate<T>(Wide(a.x) * Wide(s)), lomix::coordinate<T>(Wide(a.y) * Wide(s))};
   }
   friend constexpr bool operator==(const Vec2&, const Vec2&) = default;
+
+ private:
+  using Wide = lomix::WideCoordinate<T>;
 };
 
+/// Three components; as a colour red, green, blue. Arithmetic on ints saturates at their limits.
 template <typename T>
 struct Vec3 {
   T x, y, z;
 
   friend constexpr Vec3 operator+(Vec3 a, Vec3 b) {
-    return {static_cast<T>(a.x + b.x), static_cast<T>(a.y + b.y), static_cast<T>(a.z + b.z)};
+    return {lomix::coordinate<T>(Wide(a.x) + Wide(b.x)),
+            lomix::coordinate<T>(Wide(a.y) + Wide(b.y)),
+            lomix::coordinate<T>(Wide(a.z) + Wide(b.z))};
   }
   friend constexpr Vec3 operator*(Vec3 a, T s) {
-    return {static_cast<T>(a.x * s), static_cast<T>(a.y * s), static_cast<T>(a.z * s)};
+    return {lomix::coordinate<T>(Wide(a.x) * Wide(s)), lomix::coordinate<T>(Wide(a.y) * Wide(s)),
+            lomix::coordinate<T>(Wide(a.z) * Wide(s))};
   }
   friend constexpr bool operator==(const Vec3&, const Vec3&) = default;
+
+ private:
+  using Wide = lomix::WideCoordinate<T>;
 };
 
-/// As a colour the components are red, green, blue, alpha.
+/// Four components; as a colour red, green, blue, alpha.
 template <typename T>
 struct Vec4 {
   T x, y, z, w;
