@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "effect/kernel/DistortPixel.h"
 #include "effect/signal/SyncFunctions.h"
 #include "engine/RowEngine.h"
 
@@ -96,7 +97,7 @@ double Scene::uncopied(int step) {
   const double profileSeconds = watch.seconds();
   PF_LayerDef source = source_.world;
   return profileSeconds + drawPixels(step, [&](int x, int y) {
-           effect_.DistortPixel(record, &source, &output_.world, x, y);
+           distortPixel(effect_, record, source, output_.world, x, y);
          });
 }
 

@@ -43,7 +43,7 @@ class Scene {
   double engine(int threads);
   // Pixel by pixel on every step-th row from row 0 on; the time of these is scaled to all rows.
 
-  /// Lomix::DistortPixel, which reads the record in place.
+  /// lomix::distortPixel, which reads the record in place.
   double uncopied(int step);
   /// Lomix::Kernel, which copies the record for every pixel; with another heap layout each time.
   double reference(int step);

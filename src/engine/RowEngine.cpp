@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "effect/kernel/Grain.h"
-#include "effect/kernel/Lomix.h"
 #include "effect/kernel/PixelFunctions.h"
+#include "effect/kernel/Scanlines.h"
 #include "effect/kernel/SourcePosition.h"
 #include "engine/Profiles.h"
 

@@ -157,6 +157,25 @@ TEST(Kernel, DrawsNothingAtOtherDepths) {
   }
 }
 
+// Somebody changes the frame's record while a pixel is drawn, here out of the bars' blend: the
+// pixel is finished from the copy that was made at its start.
+TEST(Kernel, DrawsFromAPrivateCopyOfTheRecord) {
+  static LomixStruct record;
+  record = neutral(1);
+  record.barsOverlay = 1;
+  record.scanlineThickness = -1;  // Dark in row 0.
+  const auto blend = [](void*, void*) { record.scanlineOverlay = 1; };
+  World<PF_PixelFloat> src(2, 1);
+  World<PF_PixelFloat> dst(2, 1);
+  src.fill({1, 0.5f, 0.5f, 0.5f});
+  HostCall call(32);
+  Lomix effect(&call.in, &call.out, &call.extra);
+  effect.barsBlend = blend;
+  for (int x = 0; x < 2; ++x) EXPECT_EQ(effect.Kernel(&src.def, &dst.def, x, 0, &record), 0);
+  EXPECT_EQ(dst.at(0, 0).red, 0.5f) << "drawn before the change";
+  EXPECT_EQ(dst.at(1, 0).red, 0.0f) << "drawn after it";
+}
+
 TEST(Kernel, EightBitsGoThroughPremultiplicationAndBack) {
   const struct {
     PF_Pixel from, to;

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "effect/UnitSupport.h"
+#include "effect/kernel/DistortPixel.h"
 #include "effect/kernel/Lomix.h"
 #include "effect/signal/DrawFrame.h"
 #include "engine/Random.h"
@@ -50,7 +51,7 @@ class Told {
   void drawRows(const LomixStruct& record, TestWorld& output, int first, int last) {
     for (int y = first; y < last; ++y) {
       for (int x = 0; x < output.def.width; ++x) {
-        effect_->DistortPixel(record, &frame_.source.def, &output.def, x, y);
+        distortPixel(*effect_, record, frame_.source.def, output.def, x, y);
       }
       if (!(record.effectAmount < 1.0f) || y >= frame_.source.def.height) continue;
       if (frame_.depth == 8) lerpRow<PF_Pixel, AERender::PixelLerp8>(record, output, y);

@@ -8,13 +8,6 @@
 #include "effect/kernel/PixelFunctions.h"
 #include "effect/signal/LomixStruct.h"
 
-namespace lomix {
-
-/// Whether row y of the render lies on a dark scanline.
-bool onDarkLine(const LomixStruct& record, int y);
-
-}  // namespace lomix
-
 /// The effect object of one render call. At a depth other than 8 and 32 bits per channel its pixel
 /// operations do nothing.
 class Lomix : public AERender {
@@ -34,9 +27,6 @@ class Lomix : public AERender {
   /// Pixel (x, y) of dst from src and the LomixStruct at data; returns 0. Throws std::out_of_range
   /// where a profile of the record has no row y.
   PF_Err Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* data) override;
-
-  /// The kernel's work on one pixel, straight from the caller's record.
-  void DistortPixel(const LomixStruct& record, PF_LayerDef* src, PF_LayerDef* dst, int x, int y);
 
   /// Appends to the record's three profiles one entry per row of world, whose height alone counts.
   /// p: phase in seconds; the pattern moves with -p. Returns 0.

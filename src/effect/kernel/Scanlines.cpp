@@ -1,0 +1,18 @@
+#include "effect/kernel/Scanlines.h"
+
+#include "effect/numeric/Truncate.h"
+
+namespace lomix {
+
+bool onDarkLine(const LomixStruct& record, int y) {
+  const float thickness = record.scanlineThickness;
+  const float period = thickness + thickness;
+  const float phase = static_cast<float>(y) - (record.time + 1.0f) * record.scanlineSpeed;
+  const float periods = static_cast<float>(truncateToInt32(phase / period));
+  const float offset = phase - period * periods;
+  // The offset has the phase's sign. The dark band [thickness, period) is [-thickness, 0) one
+  // period earlier.
+  return (offset < 0.0f ? -thickness : thickness) <= offset;
+}
+
+}  // namespace lomix
