@@ -1,27 +1,29 @@
-// The 32-bit Mersenne twister MT19937 of Matsumoto and Nishimura.
+// The process-wide Mersenne twister MT19937.
 #pragma once
 
 #include <cstdint>
 
-/// One generator for the whole process: the state is shared by all instances and not locked, so
-/// whoever seeds and draws from several threads at once gets interleaved sequences.
+#include "effect/noise/MersenneTwister.h"
+
+/// The 32-bit generator of Matsumoto and Nishimura. All instances share one state without a lock:
+/// threads that seed and draw at the same time get interleaved sequences.
 class MTRand_int32 {
  public:
-  static constexpr int kStateSize = 624;
+  static constexpr int kStateSize = lomix::twister::kStateSize;
 
   static std::uint32_t state[kStateSize];
-  static int p;      ///< Next word to temper; kStateSize: regenerate first.
-  static bool init;  ///< Whether the state was ever seeded.
+  static int p;      ///< Index of the next word to temper; kStateSize: regenerate first.
+  static bool init;  ///< Whether the state was seeded at least once.
 
   MTRand_int32() = default;
   virtual ~MTRand_int32() = default;
 
-  /// Only the low 32 bits of the seed count.
+  /// Seeds the state from the low 32 bits of s.
   void seed(unsigned long s);
-  /// Seeding by an array of size >= 1 words.
+  /// Seeds the state from the low 32 bits of each of size >= 1 numbers.
   void seed(const unsigned long* array, int size);
   /// Regenerates all words of the state.
   void gen_state();
-  /// The next output, in [0, 2^32).
+  /// Returns the next output, in [0, 2^32).
   unsigned long rand_int32();
 };
