@@ -1,9 +1,8 @@
 #include "engine/Profiles.h"
 
-#include <cmath>
+#include <cstddef>
 
-#include "effect/noise/Perlin.h"
-#include "effect/numeric/Truncate.h"
+#include "effect/noise/LineNoise.h"
 #include "effect/signal/RowProfile.h"
 #include "engine/NoiseTables.h"
 
@@ -13,16 +12,13 @@ namespace {
 constexpr LatticeHashes kFirstHashes = latticeHashes(kFirstJitterSeed);
 constexpr LatticeHashes kSecondHashes = latticeHashes(kSecondJitterSeed);
 
-float noiseAt(const LatticeHashes& hashes, float x) {
-  const float floor = std::floor(x);
-  const auto cell = static_cast<std::size_t>(truncateToInt32(floor) & 255);
-  return Perlin::noiseBetween(hashes[cell], hashes[cell + 1], x - floor);
-}
-
-float signalJitter(float row, float p) {
-  const float at = row + p;
-  return noiseAt(kFirstHashes, static_cast<float>(at + kFirstJitterOffset)) *
-         noiseAt(kSecondHashes, static_cast<float>(at + kSecondJitterOffset));
+float jitterOfRow(float row, float p) {
+  const auto noise = [](const LatticeHashes& hashes) {
+    return [&hashes](float x) {
+      return lineNoise(x, [&](int point) { return hashes[static_cast<std::size_t>(point)]; });
+    };
+  };
+  return signalJitter(row, p, noise(kFirstHashes), noise(kSecondHashes));
 }
 
 }  // namespace
@@ -39,8 +35,7 @@ void fillProfiles(LomixStruct& record, int height, double invYDown, float p,
   for (std::size_t y = 0; y < rows; ++y) {
     record.scanProfile[y] = scanWeight(record.scanProfile[y]);
     record.barsProfile[y] = barBrightness(record.barsProfile[y]);
-    record.signalProfile[y] =
-        signalJitter(static_cast<float>(static_cast<double>(y) * invYDown), p);
+    record.signalProfile[y] = jitterOfRow(static_cast<float>(static_cast<double>(y) * invYDown), p);
   }
 }
 

@@ -2,28 +2,15 @@
 
 #include <cmath>
 
+#include "effect/noise/LineNoise.h"
 #include "effect/noise/MTRand_int32.h"
-#include "effect/numeric/Truncate.h"
 
 namespace lomix {
 namespace {
 
 constexpr int kDefaultSeed = 532;
 
-float fade(float t) { return t * t * t * (t * (t * 6.0f - 15.0f) + 10.0f); }
-
 float fadeDerivative(float t) { return 30.0f * t * t * (t - 1.0f) * (t - 1.0f); }
-
-float lerp(float t, float a, float b) { return a + t * (b - a); }
-
-// Where a coordinate lies on the lattice.
-struct Cell {
-  int index;       // 0-255
-  float fraction;  // [0, 1)
-
-  explicit Cell(float x)
-      : index(truncateToInt32(std::floor(x)) & 255), fraction(x - std::floor(x)) {}
-};
 
 template <typename Position, typename Sum, typename Term>
 Sum sumOctaves(int octaves, Position position, Sum sum, Term term) {
@@ -38,6 +25,12 @@ Sum sumOctaves(int octaves, Position position, Sum sum, Term term) {
 
 }  // namespace
 }  // namespace lomix
+
+using lomix::fade;
+using lomix::fadeDerivative;
+using lomix::interpolated;
+using lomix::LatticeCell;
+using lomix::sumOctaves;
 
 Perlin::Perlin(unsigned char octaveCount) : Perlin(octaveCount, lomix::kDefaultSeed) {}
 
@@ -69,75 +62,66 @@ float Perlin::grad(int hash, float x, float y, float z) {
   return ((h & 1) != 0 ? -u : u) + ((h & 2) != 0 ? -v : v);
 }
 
-float Perlin::noiseBetween(int hash0, int hash1, float fraction) {
-  return lomix::lerp(lomix::fade(fraction), grad(hash0, fraction), grad(hash1, fraction - 1.0f));
-}
-
 float Perlin::noise(float x) const {
-  const lomix::Cell cx(x);
-  const int h0 = perm[perm[perm[cx.index]]];
-  const int h1 = perm[perm[perm[cx.index + 1]]];
-  return noiseBetween(h0, h1, cx.fraction);
+  return lomix::lineNoise(x, [this](int point) { return int{perm[perm[perm[point]]]}; });
 }
 
 float Perlin::noise(float x, float y) const {
-  const lomix::Cell cx(x);
-  const lomix::Cell cy(y);
+  const LatticeCell cx(x);
+  const LatticeCell cy(y);
   const auto corner = [&](int i, int j) {
     const int hash = perm[perm[perm[cx.index + i] + cy.index + j]];
     return grad(hash, cx.fraction - static_cast<float>(i), cy.fraction - static_cast<float>(j));
   };
-  const float u = lomix::fade(cx.fraction);
-  const float v = lomix::fade(cy.fraction);
-  return lomix::lerp(v, lomix::lerp(u, corner(0, 0), corner(1, 0)),
-                     lomix::lerp(u, corner(0, 1), corner(1, 1)));
+  const float u = fade(cx.fraction);
+  const float v = fade(cy.fraction);
+  return interpolated(v, interpolated(u, corner(0, 0), corner(1, 0)),
+                      interpolated(u, corner(0, 1), corner(1, 1)));
 }
 
 float Perlin::noise(float x, float y, float z) const {
-  const lomix::Cell cx(x);
-  const lomix::Cell cy(y);
-  const lomix::Cell cz(z);
+  const LatticeCell cx(x);
+  const LatticeCell cy(y);
+  const LatticeCell cz(z);
   const auto corner = [&](int i, int j, int k) {
     const int hash = perm[perm[perm[cx.index + i] + cy.index + j] + cz.index + k];
     return grad(hash, cx.fraction - static_cast<float>(i), cy.fraction - static_cast<float>(j),
                 cz.fraction - static_cast<float>(k));
   };
-  const float u = lomix::fade(cx.fraction);
-  const float v = lomix::fade(cy.fraction);
-  const float w = lomix::fade(cz.fraction);
+  const float u = fade(cx.fraction);
+  const float v = fade(cy.fraction);
+  const float w = fade(cz.fraction);
   const auto layer = [&](int k) {
-    return lomix::lerp(v, lomix::lerp(u, corner(0, 0, k), corner(1, 0, k)),
-                       lomix::lerp(u, corner(0, 1, k), corner(1, 1, k)));
+    return interpolated(v, interpolated(u, corner(0, 0, k), corner(1, 0, k)),
+                        interpolated(u, corner(0, 1, k), corner(1, 1, k)));
   };
-  return lomix::lerp(w, layer(0), layer(1));
+  return interpolated(w, layer(0), layer(1));
 }
 
 float Perlin::fBm(float x) const {
-  return lomix::sumOctaves(octaves, x, 0.0f, [this](float amplitude, float at, float sum) {
+  return sumOctaves(octaves, x, 0.0f, [this](float amplitude, float at, float sum) {
     return std::fma(amplitude, noise(at), sum);
   });
 }
 
 float Perlin::fBm(const Vec2<float>& v) const {
-  return lomix::sumOctaves(octaves, v, 0.0f,
-                           [this](float amplitude, const Vec2<float>& at, float sum) {
-                             return std::fma(amplitude, noise(at.x, at.y), sum);
-                           });
+  return sumOctaves(octaves, v, 0.0f, [this](float amplitude, const Vec2<float>& at, float sum) {
+    return std::fma(amplitude, noise(at.x, at.y), sum);
+  });
 }
 
 float Perlin::fBm(const Vec3<float>& v) const {
-  return lomix::sumOctaves(octaves, v, 0.0f,
-                           [this](float amplitude, const Vec3<float>& at, float sum) {
-                             return std::fma(amplitude, noise(at.x, at.y, at.z), sum);
-                           });
+  return sumOctaves(octaves, v, 0.0f, [this](float amplitude, const Vec3<float>& at, float sum) {
+    return std::fma(amplitude, noise(at.x, at.y, at.z), sum);
+  });
 }
 
-// The noise blends the corners' ramps g with weights made of fades. By the product rule its slope
-// along an axis is the blend of the ramps' own slopes plus the fade's slope times the
-// difference between the far and the near side.
+// The derivative of the noise along an axis, by the product rule, is the sum of
+// 1. the interpolation of the corner gradients' components along the axis;
+// 2. the fade's derivative times the difference between the far and the near side of the cell.
 Vec2<float> Perlin::dnoise(float x, float y) const {
-  const lomix::Cell cx(x);
-  const lomix::Cell cy(y);
+  const LatticeCell cx(x);
+  const LatticeCell cy(y);
   float ramp[2][2];
   Vec2<float> slope[2][2];
   for (int i = 0; i < 2; ++i) {
@@ -148,23 +132,23 @@ Vec2<float> Perlin::dnoise(float x, float y) const {
       slope[i][j] = {grad(hash, 1.0f, 0.0f), grad(hash, 0.0f, 1.0f)};
     }
   }
-  const float u = lomix::fade(cx.fraction);
-  const float v = lomix::fade(cy.fraction);
+  const float u = fade(cx.fraction);
+  const float v = fade(cy.fraction);
   const auto blend = [&](auto&& at) {
-    return lomix::lerp(v, lomix::lerp(u, at(0, 0), at(1, 0)), lomix::lerp(u, at(0, 1), at(1, 1)));
+    return interpolated(v, interpolated(u, at(0, 0), at(1, 0)),
+                        interpolated(u, at(0, 1), at(1, 1)));
   };
-  const float acrossX = lomix::lerp(v, ramp[1][0] - ramp[0][0], ramp[1][1] - ramp[0][1]);
-  const float acrossY = lomix::lerp(u, ramp[0][1] - ramp[0][0], ramp[1][1] - ramp[1][0]);
-  return {blend([&](int i, int j) { return slope[i][j].x; }) +
-              lomix::fadeDerivative(cx.fraction) * acrossX,
-          blend([&](int i, int j) { return slope[i][j].y; }) +
-              lomix::fadeDerivative(cy.fraction) * acrossY};
+  const float acrossX = interpolated(v, ramp[1][0] - ramp[0][0], ramp[1][1] - ramp[0][1]);
+  const float acrossY = interpolated(u, ramp[0][1] - ramp[0][0], ramp[1][1] - ramp[1][0]);
+  return {
+      blend([&](int i, int j) { return slope[i][j].x; }) + fadeDerivative(cx.fraction) * acrossX,
+      blend([&](int i, int j) { return slope[i][j].y; }) + fadeDerivative(cy.fraction) * acrossY};
 }
 
 Vec3<float> Perlin::dnoise(float x, float y, float z) const {
-  const lomix::Cell cx(x);
-  const lomix::Cell cy(y);
-  const lomix::Cell cz(z);
+  const LatticeCell cx(x);
+  const LatticeCell cy(y);
+  const LatticeCell cz(z);
   float ramp[2][2][2];
   Vec3<float> slope[2][2][2];
   for (int i = 0; i < 2; ++i) {
@@ -179,37 +163,38 @@ Vec3<float> Perlin::dnoise(float x, float y, float z) const {
       }
     }
   }
-  const float u = lomix::fade(cx.fraction);
-  const float v = lomix::fade(cy.fraction);
-  const float w = lomix::fade(cz.fraction);
+  const float u = fade(cx.fraction);
+  const float v = fade(cy.fraction);
+  const float w = fade(cz.fraction);
   const auto bilinear = [](float s, float t, auto&& at) {
-    return lomix::lerp(t, lomix::lerp(s, at(0, 0), at(1, 0)), lomix::lerp(s, at(0, 1), at(1, 1)));
+    return interpolated(t, interpolated(s, at(0, 0), at(1, 0)),
+                        interpolated(s, at(0, 1), at(1, 1)));
   };
   const auto blend = [&](auto&& at) {
-    return lomix::lerp(w, bilinear(u, v, [&](int i, int j) { return at(i, j, 0); }),
-                       bilinear(u, v, [&](int i, int j) { return at(i, j, 1); }));
+    return interpolated(w, bilinear(u, v, [&](int i, int j) { return at(i, j, 0); }),
+                        bilinear(u, v, [&](int i, int j) { return at(i, j, 1); }));
   };
   const float acrossX = bilinear(v, w, [&](int j, int k) { return ramp[1][j][k] - ramp[0][j][k]; });
   const float acrossY = bilinear(u, w, [&](int i, int k) { return ramp[i][1][k] - ramp[i][0][k]; });
   const float acrossZ = bilinear(u, v, [&](int i, int j) { return ramp[i][j][1] - ramp[i][j][0]; });
   return {blend([&](int i, int j, int k) { return slope[i][j][k].x; }) +
-              lomix::fadeDerivative(cx.fraction) * acrossX,
+              fadeDerivative(cx.fraction) * acrossX,
           blend([&](int i, int j, int k) { return slope[i][j][k].y; }) +
-              lomix::fadeDerivative(cy.fraction) * acrossY,
+              fadeDerivative(cy.fraction) * acrossY,
           blend([&](int i, int j, int k) { return slope[i][j][k].z; }) +
-              lomix::fadeDerivative(cz.fraction) * acrossZ};
+              fadeDerivative(cz.fraction) * acrossZ};
 }
 
 Vec2<float> Perlin::dfBm(const Vec2<float>& v) const {
-  return lomix::sumOctaves(octaves, v, Vec2<float>{0.0f, 0.0f},
-                           [this](float amplitude, const Vec2<float>& at, const Vec2<float>& sum) {
-                             return sum + dnoise(at.x, at.y) * amplitude;
-                           });
+  return sumOctaves(octaves, v, Vec2<float>{0.0f, 0.0f},
+                    [this](float amplitude, const Vec2<float>& at, const Vec2<float>& sum) {
+                      return sum + dnoise(at.x, at.y) * amplitude;
+                    });
 }
 
 Vec3<float> Perlin::dfBm(const Vec3<float>& v) const {
-  return lomix::sumOctaves(octaves, v, Vec3<float>{0.0f, 0.0f, 0.0f},
-                           [this](float amplitude, const Vec3<float>& at, const Vec3<float>& sum) {
-                             return sum + dnoise(at.x, at.y, at.z) * amplitude;
-                           });
+  return sumOctaves(octaves, v, Vec3<float>{0.0f, 0.0f, 0.0f},
+                    [this](float amplitude, const Vec3<float>& at, const Vec3<float>& sum) {
+                      return sum + dnoise(at.x, at.y, at.z) * amplitude;
+                    });
 }

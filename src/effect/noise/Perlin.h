@@ -27,10 +27,6 @@ class Perlin {
   static float grad(int hash, float x, float y);
   static float grad(int hash, float x, float y, float z);
 
-  /// One-dimensional noise between two neighbouring lattice points of the given hashes; fraction:
-  /// how far along, in [0, 1).
-  static float noiseBetween(int hash0, int hash1, float fraction);
-
   /// Noise at a point: 0 at every lattice point, in [-1, 1] in one dimension, of period 256.
   float noise(float x) const;
   float noise(float x, float y) const;

@@ -1,4 +1,4 @@
-// The three values per row that shape a frame: scan distortion, bar brightness, signal jitter.
+// The row profiles of a frame, with the noise of the process-wide generator.
 
 #include "effect/kernel/Lomix.h"
 #include "effect/noise/Perlin.h"
@@ -7,13 +7,15 @@
 namespace lomix {
 namespace {
 
-float signalJitter(float row, float p) {
-  Perlin noise(1, lomix::kFirstJitterSeed);
-  const float at = row + p;
-  const float first = noise.noise(static_cast<float>(at + lomix::kFirstJitterOffset));
-  noise.setSeed(lomix::kSecondJitterSeed);
-  const float second = noise.noise(static_cast<float>(at + lomix::kSecondJitterOffset));
-  return first * second;
+// One noise object per row, re-seeded between its two samples.
+float jitterOfRow(float row, float p) {
+  Perlin noise(1, kFirstJitterSeed);
+  return signalJitter(
+      row, p, [&noise](float x) { return noise.noise(x); },
+      [&noise](float x) {
+        noise.setSeed(kSecondJitterSeed);
+        return noise.noise(x);
+      });
 }
 
 }  // namespace
@@ -23,7 +25,7 @@ PF_Err Lomix::CreateDisplacementImage(PF_LayerDef* world, float p, LomixStruct* 
   const float height = static_cast<float>(world->height * invYDown);
   for (int y = 0; y < world->height; ++y) {
     const float row = static_cast<float>(y * invYDown);
-    const float jitter = lomix::signalJitter(row, p);
+    const float jitter = lomix::jitterOfRow(row, p);
     record->scanProfile.push_back(lomix::scanWeight(lomix::scanSum(row, height, p)));
     record->barsProfile.push_back(lomix::barBrightness(lomix::barSum(row, height, p)));
     record->signalProfile.push_back(jitter);
