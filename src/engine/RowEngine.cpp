@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "effect/kernel/ByteArithmetic.h"
 #include "effect/kernel/Grain.h"
 #include "effect/kernel/PixelFunctions.h"
 #include "effect/kernel/Scanlines.h"
@@ -41,16 +42,6 @@ std::pair<std::uintptr_t, std::uintptr_t> extent(const PF_LayerDef& world, int d
 }
 
 bool isFraction(float amount) { return amount >= 0.0f && amount <= 1.0f; }
-
-// Bytes of a premultiplied "over" by an overlay of that alpha: what is left of the picture.
-std::uint8_t weightedByte(int value, int alpha) {
-  return static_cast<std::uint8_t>((value * (255 - alpha)) >> 8);
-}
-
-// A colour byte of that alpha without it.
-std::uint8_t unmultiplied(int colour, int alpha) {
-  return static_cast<std::uint8_t>(alpha > 0 ? std::min(colour * 256 / alpha, 255) : 0);
-}
 
 // The vector code counts on overlays that neither wrap nor go negative.
 bool vectorSafe(const Frame& frame) {

@@ -5,22 +5,13 @@
 #include <cstdint>
 
 #include "effect/framework/AERender.h"
+#include "effect/kernel/ByteArithmetic.h"
 #include "effect/kernel/PixelSampling.h"
 #include "effect/numeric/Truncate.h"
 #include "hostapi/Commands.h"
 
 namespace lomix {
 namespace {
-
-constexpr int kChannelMax = 255;
-
-std::uint8_t premultiplied(int value, int alpha) {
-  return static_cast<std::uint8_t>(std::min((alpha * value) >> 8, kChannelMax));
-}
-
-std::uint8_t unmultiplied(int value, int alpha) {
-  return static_cast<std::uint8_t>(std::min((value * 256) / alpha, kChannelMax));
-}
 
 std::uint8_t lerp8(std::uint8_t a, std::uint8_t b, float t) {
   return truncateToByte(std::fma(t, static_cast<float>(b - a), static_cast<float>(a)));
@@ -70,10 +61,9 @@ void AERender::PixelPremult32(PF_PixelFloat* p) {
 }
 
 void AERender::PixelUnmult8(PF_Pixel* p) {
-  const bool transparent = p->alpha == 0;
-  p->red = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->red, p->alpha);
-  p->green = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->green, p->alpha);
-  p->blue = transparent ? std::uint8_t{0} : lomix::unmultiplied(p->blue, p->alpha);
+  p->red = lomix::unmultiplied(p->red, p->alpha);
+  p->green = lomix::unmultiplied(p->green, p->alpha);
+  p->blue = lomix::unmultiplied(p->blue, p->alpha);
 }
 
 void AERender::PixelUnmult32(PF_PixelFloat* p) {

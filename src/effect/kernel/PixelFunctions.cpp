@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "effect/kernel/ByteArithmetic.h"
 #include "effect/numeric/Truncate.h"
 
 namespace lomix {
@@ -49,8 +50,7 @@ void hardLightBlend8Void(void* dst, void* src) {
   for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
     d.*channel = lomix::lowByte(lomix::hardLight8(d.*channel, s.*channel, alpha));
   }
-  // 256, not 255: the scale that the premultiply and the "over" blends share.
-  d.alpha = lomix::lowByte(((d.alpha * (255 - s.alpha)) >> 8) + s.alpha);
+  d.alpha = lomix::lowByte(lomix::weightedByte(d.alpha, s.alpha) + s.alpha);
 }
 
 void hardLightBlend32Void(void* dst, void* src) {
@@ -70,10 +70,9 @@ void alphaBlendPixel8(void* dst, void* src) {
     return;
   }
   if (s.alpha == 0) return;
-  const int n = 255 - s.alpha;
-  d.alpha = lomix::lowByte(s.alpha + ((d.alpha * n) >> 8));
+  d.alpha = lomix::lowByte(lomix::weightedByte(d.alpha, s.alpha) + s.alpha);
   for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
-    d.*channel = lomix::lowByte(((n * d.*channel) >> 8) + s.*channel);
+    d.*channel = lomix::lowByte(lomix::weightedByte(d.*channel, s.alpha) + s.*channel);
   }
 }
 
@@ -96,11 +95,10 @@ void alphaBlend8Void(void* dst, void* src, float opacity) {
     return;
   }
   if (alpha == 0) return;
-  const int n = 255 - alpha;
-  d.alpha = lomix::lowByte(alpha + ((d.alpha * n) >> 8));
+  d.alpha = lomix::lowByte(lomix::weightedByte(d.alpha, alpha) + alpha);
   for (const auto channel : lomix::kColourChannels<PF_Pixel>) {
     d.*channel = lomix::truncateToByte(opacity * static_cast<float>(s.*channel) +
-                                       static_cast<float>((n * d.*channel) >> 8));
+                                       static_cast<float>(lomix::weightedByte(d.*channel, alpha)));
   }
 }
 

@@ -13,13 +13,6 @@ using BlendFunction = void (*)(void* dst, void* src);
 using OpacityBlendFunction = void (*)(void* dst, void* src, float opacity);
 using ChannelCopyFunction = void (*)(void* src, void* dst);
 
-/// Hard light of one 8-bit channel: d of the picture under s of the overlay, weighted by alpha in
-/// [0, 1].
-inline int hardLight8(int d, int s, float alpha) {
-  const int h = d >= 128 ? 255 - (2 * (255 - s) * (255 - d)) / 255 : (2 * s * d) / 255;
-  return static_cast<int>(static_cast<float>(h) * alpha + (1.0f - alpha) * static_cast<float>(d));
-}
-
 }  // namespace lomix
 
 /// A colour of red, green, blue, alpha in 0-1 as a pixel. The 8-bit form truncates and keeps the
