@@ -40,7 +40,7 @@ inline constexpr PF_WorldFlags PF_WorldFlag_WRITEABLE = 2;
 inline constexpr PF_PixelFormat PF_PixelFormat_ARGB32 = 0x62677261;
 inline constexpr PF_PixelFormat PF_PixelFormat_ARGB128 = 0x32336561;
 
-/// Release stage in a packed version word.
+/// The stage of a released version in a version word.
 inline constexpr std::uint32_t PF_Stage_RELEASE = 3;
 
 inline constexpr AEGP_DynStreamFlags AEGP_DynStreamFlag_HIDDEN = 2;
@@ -56,8 +56,8 @@ inline constexpr AEGP_LightType AEGP_LightType_PARALLEL = 0;
 inline constexpr AEGP_LightType AEGP_LightType_SPOT = 1;
 inline constexpr AEGP_LightType AEGP_LightType_POINT = 2;
 
-/// The version word that hosts compare: version, sub-version, bug-fix, stage and build packed.
-/// version: 0-7, subversion and bugfix: 0-15, stage: 0-3, build: 0-511.
+/// Returns the version word that hosts compare, packed from its parts. version: 0-7, subversion and
+/// bugfix: 0-15, stage: 0-3, build: 0-511; larger values overwrite other parts.
 constexpr A_u_long PF_VERSION(std::uint32_t version, std::uint32_t subversion, std::uint32_t bugfix,
                               std::uint32_t stage, std::uint32_t build) {
   return (version << 19) | (subversion << 15) | (bugfix << 11) | (stage << 9) | build;

@@ -1,5 +1,6 @@
-// The layout of every record that crosses the boundary to the host, pinned: a compiler or an edit
-// that moves a field fails here instead of in a user's project. The lists read field, offset, size.
+// Checks of the layout of every record that host and plug-in share. A compiler or an edit that
+// moves a field fails here and not in a user's project. Each line names field, offset and size in
+// bytes.
 
 #include <cstddef>
 
@@ -398,8 +399,8 @@ LOMIX_FIELD(AEGP_PFInterfaceSuite1, AEGP_ConvertEffectToCompTime, 16, 8);
 LOMIX_FIELD(AEGP_PFInterfaceSuite1, AEGP_GetEffectCamera, 24, 8);
 LOMIX_FIELD(AEGP_PFInterfaceSuite1, AEGP_GetEffectCameraMatrix, 32, 8);
 
-// Suite tables that hold opaque slots: the number of slots, and the called ones by their number
-// counted from 1.
+// Suites with functions that are not called: the number of functions, and the position of each
+// called function, counted from 1.
 #define LOMIX_SLOTS(suite, count) LOMIX_RECORD(suite, (count) * sizeof(void*))
 #define LOMIX_SLOT(suite, call, number) \
   LOMIX_FIELD(suite, call, ((number)-1) * sizeof(void*), sizeof(void*))

@@ -1,5 +1,5 @@
-// The records that cross the boundary between host and plug-in. Their layout is the host's: every
-// size and offset is pinned in LayoutChecks.cpp. Fields keep the host's own names.
+// The records that host and plug-in pass to each other. Their layout is defined by the host; every
+// size and offset is checked in LayoutChecks.cpp. Fields keep the host's names.
 #pragma once
 
 #include "hostapi/Types.h"
@@ -19,7 +19,7 @@ struct PF_LRect {
 };
 using PF_UnionableRect = PF_LRect;
 
-/// The host's older rectangle of 16-bit coordinates.
+/// The host's older rectangle, with coordinates of 16 bits.
 struct PF_LegacyRect {
   A_short top, left, bottom, right;
 };
@@ -28,6 +28,7 @@ struct PF_RationalScale {
   A_long num;
   A_u_long den;
 };
+/// Returns num / den; infinite or NaN where den is 0.
 inline double quotientOf(const PF_RationalScale& scale) {
   return static_cast<double>(scale.num) / static_cast<double>(scale.den);
 }
@@ -46,8 +47,8 @@ struct A_Matrix4 {
   A_FpLong mat[4][4];
 };
 
-/// A world: a picture in memory. Row y starts rowbytes * y after data; rows may be padded and the
-/// stride may be negative.
+/// A world: a picture in memory. Row y starts rowbytes * y bytes after data. Rows may be padded,
+/// and rowbytes may be negative.
 struct PF_LayerDef {
   void* reserved0;
   void* reserved1;
@@ -70,11 +71,11 @@ struct PF_LayerDef {
 using PF_EffectWorld = PF_LayerDef;
 
 struct PF_PopupDef {
-  PF_ParamValue value;  ///< Counted from 1.
+  PF_ParamValue value;  ///< 1 is the first choice.
   A_short num_choices;
   A_short dephault;
   union {
-    const A_char* namesptr;  ///< Choices joined by '|'.
+    const A_char* namesptr;  ///< Choices, separated by '|'.
   } u;
 };
 

@@ -1,5 +1,5 @@
-// The host's suites: tables of functions fetched by name and version. Slots that nobody here calls
-// are kept as opaque pointers so that the called ones stand in their place.
+// The host's suites: tables of functions that plug-ins acquire by name and version. Functions that
+// this project does not call are opaque pointers, which keep the others at their offsets.
 #pragma once
 
 #include "hostapi/Records.h"
@@ -30,7 +30,7 @@ union AEGP_StreamVal {
   void* text_documentH;
 };
 
-/// A suite's name and version, as they are asked of the host.
+/// The name and version by which the host knows a suite.
 struct SuiteId {
   const char* name;
   std::int32_t version;
@@ -132,8 +132,8 @@ struct AEGP_StreamSuite7 {
   void* slots18to22[5];
 };
 
-/// The places of the two called slots were inferred from a later version of this suite; should a
-/// host disagree, this is the one place to change.
+/// The positions of the two functions were inferred from a later version of this suite. If a host
+/// differs, change them here.
 struct AEGP_DynamicStreamSuite2 {
   void* slots1to6[6];
   A_Err (*AEGP_SetDynamicStreamFlag)(AEGP_StreamRefH stream, AEGP_DynStreamFlags flag,
@@ -154,7 +154,7 @@ struct AEGP_LayerSuite5 {
   A_Err (*AEGP_GetCompLayerByIndex)(AEGP_CompH comp, A_long index, AEGP_LayerH* layer);
   void* slots3to5[3];
   A_Err (*AEGP_GetLayerParentComp)(AEGP_LayerH layer, AEGP_CompH* comp);
-  /// Each buffer, where given, holds at least 32 bytes.
+  /// Writes up to 32 bytes to each buffer that is not null.
   A_Err (*AEGP_GetLayerName)(AEGP_LayerH layer, A_char* layer_name, A_char* source_name);
   void* slots8to9[2];
   A_Err (*AEGP_GetLayerFlags)(AEGP_LayerH layer, AEGP_LayerFlags* flags);

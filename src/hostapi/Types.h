@@ -39,7 +39,7 @@ using PF_FpLong = double;
 using PF_FpShort = float;
 
 using AEGP_PluginID = std::int32_t;
-/// An effect has no plug-in id of its own.
+/// The id that an effect passes: only plug-ins of other kinds get one from the host.
 inline constexpr AEGP_PluginID kNoPluginId = 0;
 using AEGP_LayerFlags = std::int32_t;
 using AEGP_ObjectType = std::int32_t;
@@ -49,7 +49,7 @@ using AEGP_LightType = std::uint32_t;
 using AEGP_DynStreamFlags = std::uint32_t;
 using AEGP_LTimeMode = std::int16_t;
 
-// Host objects that are only ever passed around by address.
+// Objects of the host. Plug-ins hold their addresses only.
 struct PF_ProgInfo;
 struct AEGP_LayerRecord;
 struct AEGP_CompRecord;
@@ -74,6 +74,6 @@ inline constexpr PF_Err PF_Err_UNRECOGNIZED_PARAM_TYPE = 514;
 inline constexpr PF_Err PF_Err_INVALID_CALLBACK = 515;
 inline constexpr PF_Err PF_Err_BAD_CALLBACK_PARAM = 516;
 
-/// Host ids as they stand in PF_InData::appl_id: four characters, first one in the high byte.
+/// Values of PF_InData::appl_id: four characters, the first in the high byte.
 inline constexpr A_long kHostIdAfterEffects = 0x46585443;  // 'FXTC'
 inline constexpr A_long kHostIdPremiere = 0x50724D72;      // 'PrMr'

@@ -40,7 +40,7 @@ PF_Err AEBase::InitBase(PF_InData* inData, PF_OutData* outData) {
 
   suites = new AEGP_SuiteHandler(in_data->pica_basicP);
   pfWorldSuite = nullptr;
-  // A suite that is missing half-way leaves by exception; what was acquired until then is released.
+  // A missing suite throws: what was acquired until then is released here.
   const auto release = [](AEBase* base) { base->ReleaseHostSuites(); };
   std::unique_ptr<AEBase, decltype(release)> guard(this, release);
   CaptureComposition();
@@ -121,7 +121,7 @@ PF_Err AEBase::InfoText(const char* format, ...) {
   std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
 
-  // Tokens as strtok makes them (runs of line ends count as one), without its hidden state.
+  // Split like strtok, where several line ends in a row count as one, but without its static state.
   std::array<const char*, 3> lines{};
   char* rest = text.data();
   for (const char*& line : lines) {

@@ -39,6 +39,6 @@ void AEBuffer::Dispose(PF_Handle& handle) {
   const PF_HandleSuite1* memory = suites->HandleSuite1();
   memory->host_unlock_handle(handle);
   memory->host_dispose_handle(handle);
-  // Nulled, so that no later Flush disposes of it a second time.
+  // A later Flush must not dispose of it a second time.
   handle = nullptr;
 }

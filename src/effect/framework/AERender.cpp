@@ -56,7 +56,7 @@ PF_Err AERender::ExecuteKernel(PF_LayerDef* src, PF_LayerDef* dst, void* data) {
       for (int x = 0; x < dst->width; ++x) Kernel(src, dst, x, y, data);
     }
   };
-  // Where an effect may treat After Effects and other hosts differently; this one does not.
+  // Here an effect may treat After Effects and other hosts differently; both branches are the same.
   if (InAfterEffects()) {
     visitPixels();
   } else {

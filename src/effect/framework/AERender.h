@@ -1,19 +1,19 @@
-// Base of an effect that is written as an operation on one pixel.
+// Base of an effect that is written as an operation on one pixel, and the operations on worlds.
 #pragma once
 
 #include "effect/framework/AEBase.h"
 #include "effect/geometry/RectT.h"
 #include "effect/kernel/PixelFunctions.h"
 
-/// Adds to the host context the render's bit depth, the pixel functions of that depth and the drive
-/// over all pixels of a world.
+/// Adds to the host context the bit depth of the render, the pixel functions of that depth and the
+/// loop over all pixels of a world. An object serves one render call on one thread.
 class AERender : public AEBase {
  public:
   using SampleRectFunction = void* (*)(PF_LayerDef* world, int x, int y, RectT<int>& rect);
   using SampleIntegralFunction = void* (*)(PF_LayerDef& world, int x, int y);
 
-  /// Set for 8 and 32 bits per channel. Any other depth leaves the table as it was, null at first,
-  /// and nobody may call through it.
+  /// Functions of one bit depth: 8 or 32 bits per channel. Any other depth leaves the table as it
+  /// was, null at first; it must not be called through then.
   struct PixelFunctions {
     lomix::OpacityBlendFunction blendFunc = nullptr;
     SampleRectFunction sampleRectFunc = nullptr;
@@ -27,55 +27,63 @@ class AERender : public AEBase {
   PixelFunctions pixelFuncs;
   void* smartExtra;       ///< PF_SmartRenderExtra*, or null on the plain path.
   std::int32_t bitDepth;  ///< Bits per channel: 8, 16 or 32.
-  /// Never set here: a subclass that wants the world-level Premult and Unmult stores it first.
+  /// Null: a subclass that calls Premult, Unmult or GetEffectWorldPixelFormat stores the suite
+  /// first.
   const PF_WorldSuite2* worldSuite;
 
-  /// extra: PF_SmartRenderExtra*, or null on the plain path, which is always 8 bits per channel.
+  /// Captures a host context, throws as AEBase::InitBase does, and chooses depth and pixel
+  /// functions. extra: PF_SmartRenderExtra*, or null on the plain path, which has 8 bits per
+  /// channel.
   AERender(PF_InData* in_data, PF_OutData* out_data, void* extra);
-  /// Shares a host context that was captured before.
+  /// Shares a host context that was captured before; extra as above.
   AERender(const AEBase& base, void* extra);
 
-  /// Chooses depth and pixel functions anew; the host context is untouched.
+  /// Chooses depth and pixel functions again for another extra; the host context stays.
   void Initialize(void* extra);
 
   std::int32_t GetBitDepth() const { return bitDepth; }
-  /// The host's number of the world type: 1, 2, 3 for 8, 16, 32 bits; 0 for any other depth.
+  /// Returns the host's number of the world type: 1, 2, 3 for 8, 16, 32 bits; 0 for other depths.
   int GetWorldType() const;
-  /// Needs worldSuite; the suite's own error is not reported.
+  /// Returns the world's pixel format, 0 where the host gives none. Needs worldSuite.
   PF_PixelFormat GetEffectWorldPixelFormat(PF_LayerDef* world);
 
-  /// Calls Kernel for every pixel of dst, rows top to bottom, columns left to right, whatever the
-  /// kernel returns. Nothing where either world has no pixels. Returns 0.
+  /// Calls Kernel for every pixel of dst, rows top to bottom, columns left to right, and ignores
+  /// what it returns. Does nothing where either world has no pixel data. Returns 0.
   PF_Err ExecuteKernel(PF_LayerDef* src, PF_LayerDef* dst, void* data);
 
-  /// Computes pixel (x, y) of dst; data is ExecuteKernel's. Returns an error code that nobody
-  /// reads.
+  /// Computes pixel (x, y) of dst from src, both with pixel data; (x, y) is inside dst. data: what
+  /// ExecuteKernel was given. Returns an error code, which ExecuteKernel ignores. This one does
+  /// nothing and returns 0.
   virtual PF_Err Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* data);
 
-  // Straight to premultiplied alpha and back. The 8-bit scale is 256: opaque 255 becomes 254, and
-  // the pair is not an exact inverse. Alpha itself never changes.
+  // Convert one pixel from straight to premultiplied alpha and back. The 8-bit scale is 256: opaque
+  // 255 becomes 254, and the two are no exact inverses. Alpha never changes. Where it is 0, the
+  // colours become 0.
 
   static void PixelPremult8(PF_Pixel* p);
   static void PixelPremult32(PF_PixelFloat* p);
   static void PixelUnmult8(PF_Pixel* p);
   static void PixelUnmult32(PF_PixelFloat* p);
-  /// b becomes a + t * (b - a) in all four channels; 8 bits wrap where t lies outside 0-1.
+  // Set all four channels of b to a + t * (b - a). Results of 8 bits wrap where t is outside [0,
+  // 1].
+
   static void PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t);
   static void PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t);
 
-  // The same over whole worlds; nothing for a world without pixels. All return 0.
+  // The same for every pixel of a world. All do nothing for a world without pixel data and return
+  // 0.
 
   PF_Err Premult8(PF_LayerDef* w);
   PF_Err Premult32(PF_LayerDef* w);
   PF_Err Unmult8(PF_LayerDef* w);
   PF_Err Unmult32(PF_LayerDef* w);
-  /// By the world's pixel format; nothing for formats other than 8-bit and float ARGB. Need
-  /// worldSuite.
+  // Choose by the world's pixel format and do nothing for formats other than 8-bit and float ARGB.
+  // Both need worldSuite.
   PF_Err Premult(PF_LayerDef* w);
   PF_Err Unmult(PF_LayerDef* w);
-  /// Blend the top left area that both worlds have; the result stands in b.
+  // Blend the top left area that both worlds have and write the result to b.
   PF_Err Lerp8(PF_LayerDef* a, PF_LayerDef* b, float t);
   PF_Err Lerp32(PF_LayerDef* a, PF_LayerDef* b, float t);
-  /// By the bit depth; nothing for depths other than 8 and 32.
+  /// Calls Lerp8 or Lerp32 by the bit depth; does nothing at depths other than 8 and 32.
   PF_Err Lerp(PF_LayerDef* a, PF_LayerDef* b, float t);
 };

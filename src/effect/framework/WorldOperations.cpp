@@ -1,4 +1,4 @@
-// AERender's conversions between straight and premultiplied alpha and its linear blend.
+// AERender's operations on pixels and worlds: premultiply, unmultiply and linear blend.
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +19,7 @@ std::uint8_t lerp8(std::uint8_t a, std::uint8_t b, float t) {
 
 float lerp32(float a, float b, float t) { return std::fma(t, b - a, a); }
 
-// The row is addressed in whole 8-bit pixels, counted without a sign.
+// Rows are addressed in whole 8-bit pixels, counted without a sign, as sampleRectPixel8 does.
 PF_Pixel* rowPixel8(PF_LayerDef& w, int x, int y) {
   RectT<int> origin(0, 0, 0, 0);
   return sampleRectPixel8(&w, x, y, origin);
@@ -53,7 +53,7 @@ void AERender::PixelPremult8(PF_Pixel* p) {
 }
 
 void AERender::PixelPremult32(PF_PixelFloat* p) {
-  // Zero alpha does not multiply: 0 times an infinite colour would be no number.
+  // Set, not multiplied, where alpha is 0: 0 times an infinite colour would be NaN.
   const bool transparent = p->alpha == 0.0f;
   p->red = transparent ? 0.0f : p->alpha * p->red;
   p->green = transparent ? 0.0f : p->alpha * p->green;
@@ -122,8 +122,8 @@ PF_Err AERender::Unmult(PF_LayerDef* w) {
   }
 }
 
-// Lerp8 and Lerp32 may treat After Effects and other hosts differently, like ExecuteKernel, and do
-// not.
+// Like ExecuteKernel, Lerp8 and Lerp32 have a branch for After Effects; both branches blend the
+// same way.
 
 PF_Err AERender::Lerp8(PF_LayerDef* a, PF_LayerDef* b, float t) {
   const auto blendPixels = [&] {

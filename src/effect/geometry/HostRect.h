@@ -1,10 +1,10 @@
-// Operations on the host's rectangles of 16-bit coordinates.
+// Operations on the host's rectangles, whose coordinates have 16 bits.
 #pragma once
 
 #include "hostapi/Records.h"
 
-/// Touching edges count.
+/// Returns whether two rectangles have a point in common, edges included.
 bool Rect_Intersect(const PF_LegacyRect& a, const PF_LegacyRect& b);
 
-/// a with every edge pulled into b.
+/// Returns a with every edge moved into b.
 PF_LegacyRect ConstrainRectangle(PF_LegacyRect a, PF_LegacyRect b);

@@ -21,10 +21,10 @@ int Lomix::Initialize() {
 }
 
 PF_Err Lomix::Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* data) {
-  // The table of pixel functions is empty at every other depth.
+  // At other depths the table of pixel functions is not filled.
   if (pixelDepth != 8 && pixelDepth != 32) return PF_Err_NONE;
 
-  // A private copy for every pixel: no kernel ever reads the caller's record while it works.
+  // A private copy for every pixel: a kernel never depends on what others do to the record.
   const LomixStruct record(*static_cast<const LomixStruct*>(data));
   lomix::distortPixel(*this, record, *src, *dst, x, y);
   return PF_Err_NONE;

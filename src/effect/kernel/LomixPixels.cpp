@@ -41,7 +41,7 @@ void Lomix::UnmultPixel(void* pixel) {
 
 void Lomix::SetPixelColor(void* pixel, Vec4<float> colour) {
   if (pixelDepth == 8) {
-    // Blue from red: pictures made so far depend on it.
+    // Blue is the colour's red: existing pictures depend on it.
     *static_cast<PF_Pixel*>(pixel) = {
         lomix::truncateToByte(colour.w * 255.0f), lomix::truncateToByte(colour.x * 255.0f),
         lomix::truncateToByte(colour.y * 255.0f), lomix::truncateToByte(colour.x * 255.0f)};

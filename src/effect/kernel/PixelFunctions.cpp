@@ -9,7 +9,7 @@
 namespace lomix {
 namespace {
 
-// The three colour channels, for operations that treat them alike.
+// The colour channels, in the order of the pixel.
 template <typename Pixel>
 constexpr std::array kColourChannels{&Pixel::red, &Pixel::green, &Pixel::blue};
 

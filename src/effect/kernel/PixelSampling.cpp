@@ -13,11 +13,11 @@ char* addressOf(PF_LayerDef& world, int x, int y) {
          static_cast<std::ptrdiff_t>(x) * static_cast<std::ptrdiff_t>(kPixelBytes);
 }
 
-// The row offset goes through an unsigned 32-bit count of whole pixels.
+// The row's offset is an unsigned 32-bit number of bytes, rounded down to whole pixels.
 template <std::size_t kPixelBytes>
 char* addressInRect(const PF_LayerDef& world, int x, int y, const RectT<int>& rect) {
-  const std::uint32_t rowBytes =
-      static_cast<std::uint32_t>(y + rect.top()) * static_cast<std::uint32_t>(world.rowbytes);
+  const std::uint32_t row = static_cast<std::uint32_t>(y) + static_cast<std::uint32_t>(rect.top());
+  const std::uint32_t rowBytes = row * static_cast<std::uint32_t>(world.rowbytes);
   const std::ptrdiff_t pixels =
       static_cast<std::ptrdiff_t>(rowBytes / kPixelBytes) + x + rect.left();
   return reinterpret_cast<char*>(world.data) + pixels * static_cast<std::ptrdiff_t>(kPixelBytes);

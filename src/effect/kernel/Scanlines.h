@@ -5,7 +5,7 @@
 
 namespace lomix {
 
-/// Returns whether row y of the render lies on a dark scanline. Clear and dark bands alternate,
+/// Returns whether row y of the render is part of a dark scanline. Clear and dark bands alternate,
 /// each record.scanlineThickness rows high: with thickness 2 at speed 0, rows 2 and 3 of every 4
 /// are dark.
 bool onDarkLine(const LomixStruct& record, int y);

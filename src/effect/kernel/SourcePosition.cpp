@@ -40,7 +40,7 @@ bool isDisplaced(const LomixStruct& record, int y) {
 float rowShift(const LomixStruct& record, int y, int width) {
   const auto row = static_cast<std::size_t>(y);
   const float w = static_cast<float>(width);
-  // The jitter alone is centred; the scan weights push one way.
+  // Only the jitter is centred. Scan weights are never negative: they move rows one way.
   return record.scanProfile.at(row) * w * record.scanDistortion +
          w * record.signalProfile.at(row) * -0.5f * record.signalDistortion;
 }

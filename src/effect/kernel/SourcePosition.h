@@ -1,5 +1,5 @@
-// Where in the source a pixel of the output comes from. The steps stand alone so that whole rows
-// can be planned from them.
+// The source position of an output pixel. Each step is a function, so that the row engine can map
+// whole rows with the same arithmetic.
 #pragma once
 
 #include "effect/signal/LomixStruct.h"
@@ -7,32 +7,38 @@
 
 namespace lomix {
 
-/// position less offset times size, truncated: the picture slid (columns) or rolled (rows).
+/// Values of LomixStruct::distortionMode; in any other mode rows are not displaced.
+inline constexpr int kTileMode = 1;
+inline constexpr int kStretchMode = 2;
+
+/// Returns position - size * offset, rounded once to single precision and truncated toward zero:
+/// the sync's slide of a column or roll of a row. offset: a fraction of size.
 int slidPosition(int position, int size, float offset);
 
-/// One correction each way: what lies further out is left to the clamp.
+/// Adds size to a negative position, then subtracts it from one of size or more. Positions more
+/// than one size outside stay outside; the clamp catches them.
 int wrapOnce(int position, int size);
 
-/// Whether row y is pushed sideways at all.
+/// Returns whether row y is displaced sideways.
 bool isDisplaced(const LomixStruct& record, int y);
 
-/// By how many pixels row y is pushed; for rows that isDisplaced() affirms. width: the source's.
+/// Returns by how many pixels row y is displaced, for rows where isDisplaced() is true: a column
+/// reads this much further left. width: the source's. Throws std::out_of_range where the jitter
+/// profile has no row y.
 float rowShift(const LomixStruct& record, int y, int width);
 
-/// Where a slid column comes to lie before the clamp, by the caller's displace(column). Displaced
-/// after the wrap, a stretched row meets the clamp and repeats its edge pixel; a tiled one is
-/// displaced before it.
+/// Returns the source column of a slid column before the clamp. displace(column): the displacement
+/// of the row. Tiled rows are displaced first, then wrapped. Stretched rows are wrapped first, then
+/// displaced, so that the clamp repeats their edge pixel.
 template <typename Displace>
 int displacedAndWrapped(bool tile, int slid, int width, const Displace& displace) {
   const int wrapped = wrapOnce(tile ? displace(slid) : slid, width);
   return tile ? wrapped : displace(wrapped);
 }
 
-/// Source column and row of output pixel (x, y), inside the source whatever the record says.
+/// Return the source column and the source row of output pixel (x, y), for any record inside the
+/// source. src: not empty; only its size is read. sourceColumn throws as rowShift does.
 int sourceColumn(const LomixStruct& record, const PF_LayerDef& src, int x, int y);
 int sourceRow(const LomixStruct& record, const PF_LayerDef& src, int y);
-
-inline constexpr int kTileMode = 1;
-inline constexpr int kStretchMode = 2;
 
 }  // namespace lomix

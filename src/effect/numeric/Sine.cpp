@@ -27,7 +27,7 @@ Functions findFunctions() {
     const Functions found{find("sin"), find("cos")};
     if (found.sine != nullptr && found.cosine != nullptr) return found;
   }
-  // Less exact, but a host must not be ended for want of a system library.
+  // Less exact, but the absence of a library must not end the host.
   return {[](double angle) { return std::sin(angle); },
           [](double angle) { return std::cos(angle); }};
 }

@@ -17,7 +17,7 @@ PF_Err displayError(PF_InData* in_data, PF_OutData* out_data, const char* text) 
 PF_Err AEFX_AcquireSuite(PF_InData* in_data, PF_OutData* out_data, const char* name, int version,
                          const char* error_string, void** suite) {
   if (in_data->pica_basicP != nullptr) {
-    // The pointer alone tells: a host may report an error and still hand out the suite.
+    // Only the pointer counts: a host may report an error and still give the suite.
     const void* acquired = *suite;
     in_data->pica_basicP->AcquireSuite(name, version, &acquired);
     *suite = const_cast<void*>(acquired);

@@ -17,7 +17,7 @@ PF_Err globalSetup(PF_OutData* out_data) {
   return PF_Err_NONE;
 }
 
-// In automatic time the picture changes though no parameter does, which the host must know.
+// The flag is set where the picture changes while no parameter does: with automatic time.
 PF_Err queryDynamicFlags(PF_InData* in_data, PF_OutData* out_data) {
   PF_ParamDef def{};
   const PF_Err checkout =

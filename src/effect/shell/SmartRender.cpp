@@ -18,9 +18,9 @@ PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
                                        in_data->time_step, in_data->time_scale, def);
 }
 
-// Renders from the parameters that the host gives out, whatever went wrong before, and checks them
-// in again. err: the first error so far. Returns it, or else the first of the host's here. The
-// parameter blocks are freed before it returns.
+// Checks out the parameters, renders and checks them in again. err: the host's first error so far;
+// after an error nothing is checked out or in, but the frame is still rendered from what there is.
+// Returns err, or else the first error of the host here. The blocks are freed before it returns.
 PF_Err renderWithParameters(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra,
                             const PF_EffectWorld& input, PF_EffectWorld* output, PF_Err err) {
   std::array<std::unique_ptr<PF_ParamDef>, kParameterCount> blocks;
@@ -46,7 +46,7 @@ PF_Err renderWithParameters(PF_InData* in_data, PF_OutData* out_data, PF_SmartRe
 }  // namespace lomix
 
 PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRenderExtra* extra) {
-  // Refuses a host without suites before anything is asked of it.
+  // Throws for a host without suites, before anything is checked out.
   const AEGP_SuiteHandler suites(in_data->pica_basicP);
 
   PF_RenderRequest request = extra->input->output_request;
@@ -59,7 +59,8 @@ PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRen
   UnionLRect(&input.result_rect, &extra->output->result_rect);
   UnionLRect(&input.max_result_rect, &extra->output->max_result_rect);
 
-  // Checked out to tell the host what the frame depends on, and never checked in.
+  // The checkouts only declare what the frame depends on: the values are not read, and they are not
+  // checked in, on purpose.
   std::array<PF_ParamDef, kParameterCount> params{};
   for (int i = kTimeControl; i < kParameterCount && err == PF_Err_NONE; ++i) {
     err = lomix::checkoutParameter(in_data, i, &params[static_cast<std::size_t>(i)]);

@@ -1,7 +1,8 @@
-// Smooth threshold.
+// A smooth threshold.
 #pragma once
 
-/// 0 up to edge0, 1 from edge1 on, a cubic without corners between; NaN passes through.
+/// Returns 0 for x up to edge0, 1 from edge1 on and between them t^2 (3 - 2t), where t is the
+/// fraction of the way. NaN stays NaN. edge0 < edge1; equal edges divide by zero.
 template <typename T>
 constexpr T smoothStep(T x, T edge0, T edge1) {
   T t = (x - edge0) / (edge1 - edge0);

@@ -16,8 +16,8 @@ float legacyRandom(float x, float y, float /*width*/, float height, float phase,
   const float u = std::fma(x, rate, y);
   const float r = y / height;
   const float v = u * (y * r);
-  // Dividing and multiplying by pi and by y cancels but for the rounding, and the grain is made of
-  // that rounding: the order stands as it is.
+  // Dividing and multiplying by pi and by y would cancel but for the rounding, and the grain
+  // depends on the rounding: the operations and their order must stay.
   const double wideX = x;
   const double wideY = y;
   const double slope = static_cast<double>(u) / std::numbers::pi * wideX * std::numbers::pi / wideY;

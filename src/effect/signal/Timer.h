@@ -1,21 +1,25 @@
-// Wall-clock time of a frame.
+// A stopwatch for one frame.
 #pragma once
 
 #include <cstdint>
 
+/// Measures seconds on a monotonic clock. One thread at a time may use an object.
 class Timer {
  public:
-  std::int32_t stopped;  ///< 1 while the timer does not run.
+  std::int32_t stopped;  ///< 1 while the timer is stopped, 0 while it runs.
   double startTime;      ///< Seconds of a monotonic clock; -1 until started.
   double stopTime;       ///< Seconds of the same clock; -1 until stopped.
 
+  /// Makes a stopped timer.
   Timer() : Timer(false) {}
+  /// Makes a timer and starts it where startNow is true.
   explicit Timer(bool startNow);
 
-  /// Restarts a running timer.
+  /// Starts the timer, or restarts a running one.
   void start();
-  /// Leaves a stopped timer as it is.
+  /// Stops a running timer; a stopped one keeps its time.
   void stop();
-  /// Seconds since the start, up to the stop if there was one; 0 for a timer never started.
+  /// Returns the seconds from the start to the stop, or to now while the timer runs; 0 for a timer
+  /// that was never started.
   double getSeconds() const;
 };

@@ -15,7 +15,7 @@
 namespace lomix {
 namespace {
 
-// Half a sine wave in 32 steps. Nothing reads it: it belongs to the frame's fixed work.
+// Half a sine wave in 32 steps. It is part of every frame's fixed work, though nothing reads it.
 std::vector<float> halfWaveTable() {
   std::vector<float> table(32);
   for (std::size_t i = 0; i < table.size(); ++i) {
@@ -42,7 +42,7 @@ PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[
   if (output->data == nullptr) return err;
 
   Lomix effect(in_data, out_data, extra);
-  // The context does not release the suites it acquired, since copies may share them.
+  // The effect object does not release the suites that it acquired, since copies may share them.
   const auto release = [](AEBase* base) { base->ReleaseHostSuites(); };
   const std::unique_ptr<AEBase, decltype(release)> suitesOfFrame(&effect, release);
 

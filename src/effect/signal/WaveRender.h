@@ -1,4 +1,4 @@
-// The renderer of one frame.
+// The renderer of one frame, from the host's records to pixels.
 #pragma once
 
 #include "hostapi/Records.h"
