@@ -8,13 +8,16 @@ function(lomix_embed_presets out_source folder)
   foreach(preset IN LISTS presets)
     get_filename_component(id ${preset} NAME_WE)
     file(READ ${preset} text)
-    string(APPEND entries "    {\"${id}\", R\"preset(${text})preset\"},\n")
+    string(JSON name GET "${text}" name)
+    string(JSON description GET "${text}" description)
+    string(APPEND entries "    {\"${id}\", R\"preset(${name})preset\", R\"preset(${description})preset\",\n"
+                          "     R\"preset(${text})preset\"},\n")
   endforeach()
   set(source ${CMAKE_CURRENT_BINARY_DIR}/BuiltInPresets.cpp)
   file(CONFIGURE OUTPUT ${source} @ONLY CONTENT [=[
 #include "looks/PresetStore.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
 std::span<const BuiltInPreset> builtInPresets() {
   static constexpr BuiltInPreset kPresets[] = {
@@ -22,7 +25,7 @@ std::span<const BuiltInPreset> builtInPresets() {
   return kPresets;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks
 ]=])
   set(${out_source} ${source} PARENT_SCOPE)
 endfunction()

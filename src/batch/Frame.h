@@ -6,11 +6,12 @@
 #include <optional>
 #include <vector>
 
-#include "looks/Numbers.h"
+#include "batch/FrameTime.h"
 #include "media/picture/Picture.h"
 #include "media/video/Video.h"
+#include "support/Text.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 struct Frame {
   std::int64_t number = 0;
@@ -29,14 +30,14 @@ class FrameSource {
   /// How many frames next() gives, where that is known.
   virtual std::optional<std::int64_t> count() const = 0;
   /// The next frame in order; nothing after the last. One thread at a time. Throws
-  /// media::MediaError, after which there is no next frame.
+  /// MediaError, after which there is no next frame.
   virtual std::optional<Frame> next() = 0;
   /// Frames that were wanted and do not exist, as far as next() has found out.
   virtual std::vector<std::int64_t> missing() const { return {}; }
   /// Parts of the input that next() had to leave out because they are damaged.
   virtual std::int64_t damagedCount() const { return 0; }
   /// Reads a frame's picture; picture's memory is used again where it fits. Any thread. Throws
-  /// media::MediaError, after which the other frames can still be read.
+  /// MediaError, after which the other frames can still be read.
   virtual void load(const Frame& frame, media::Picture& picture) = 0;
 };
 
@@ -62,14 +63,14 @@ class FrameSink {
   /// Whether the sink makes sense with a frame missing.
   virtual bool allowsGaps() const { return false; }
   /// Takes a frame; it may keep the picture until it is appended. Any thread, any order. Null where
-  /// the frame is written with that; else append() has to follow. Throws media::MediaError.
+  /// the frame is written with that; else append() has to follow. Throws MediaError.
   virtual std::unique_ptr<ReadyFrame> take(const Frame& frame,
                                            std::shared_ptr<media::Picture> picture) = 0;
   /// Appends a frame that take() gave. One thread at a time, in the order of the source. Throws
-  /// media::MediaError.
+  /// MediaError.
   virtual void append(ReadyFrame&) {}
-  /// Called after the last frame, when all went well. Throws media::MediaError.
+  /// Called after the last frame, when all went well. Throws MediaError.
   virtual void finish() {}
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

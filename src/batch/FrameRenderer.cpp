@@ -1,14 +1,14 @@
 #include "batch/FrameRenderer.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <numeric>
 #include <utility>
 
-#include "batch/RowsRenderer.h"
 #include "support/VersionWord.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 using host::Personality;
@@ -45,16 +45,25 @@ void copyOut(const host::World& world, Picture& picture) {
 }  // namespace
 
 FrameRenderer::FrameRenderer(const RenderOptions& options) : options_(options) {
-  plugin_ = options.engine == Engine::Plugin
-                ? std::make_unique<Plugin>(findPlugin(options.module), options.personality)
-                : std::make_unique<Plugin>(options.personality);
-  look_ = options.look.read(plugin_->parameters());
+  if (options.engine == Engine::Plugin) {
+    plugin_ = std::make_unique<Plugin>(findPlugin(options.module), options.personality);
+  }
+}
+
+const looks::ParameterTable& FrameRenderer::parameters() const {
+  return plugin_ ? plugin_->parameters() : looks::effectTable();
 }
 
 std::string FrameRenderer::versionText() const {
+  const auto text = [](auto major, auto minor, auto patch) {
+    return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
+  };
+  if (!plugin_) {
+    const lomix_version version = lomix_get_version();
+    return text(version.major, version.minor, version.patch);
+  }
   const VersionWord version = decodeVersion(plugin_->info().version);
-  return std::to_string(version.version) + "." + std::to_string(version.subversion) + "." +
-         std::to_string(version.bugfix);
+  return text(version.version, version.subversion, version.bugfix);
 }
 
 int FrameRenderer::depthFor(const Picture& picture) const {
@@ -62,43 +71,67 @@ int FrameRenderer::depthFor(const Picture& picture) const {
   return options_.personality == Personality::Premiere ? 8 : picture.depth();
 }
 
-void FrameRenderer::render(Picture& input, const FrameTime& time, int threads, Picture& output) {
+void FrameRenderer::render(const looks::Look& look, Picture& input, const FrameTime& time,
+                           int threads, Picture& output) {
+  const int depth = depthFor(input);
+  const auto [factorX, factorY] = options_.downsample;
+  // Hosts give the layer's size and pixel aspect at full resolution.
   host::FrameSettings frame;
   frame.currentTime = time.value;
   frame.timeScale = time.scale;
   frame.layerWidth = input.width();
   frame.layerHeight = input.height();
   frame.pixelAspect = toRational(input.info.pixelAspect);
-  const auto [factorX, factorY] = options_.downsample;
   frame.downsampleX = {1, static_cast<A_u_long>(factorX)};
   frame.downsampleY = {1, static_cast<A_u_long>(factorY)};
 
-  const int depth = depthFor(input);
   // The average is taken at the deeper of the two depths.
   if (depth == 32) input = toDepth(std::move(input), 32);
   input = toDepth(reduced(std::move(input), factorX, factorY), depth);
 
   output.reset(input.width(), input.height(), depth);
   output.info = input.info;
-  const std::vector<Assignment> values = look_.at(inSeconds(time));
-  if (options_.engine == Engine::Plugin) {
+  const std::vector<double> values = look.valuesAt(parameters(), inSeconds(time));
+  if (plugin_) {
     renderByPlugin(values, frame, input, output);
+  } else {
+    renderByLibrary(values, time, input, output, threads);
+  }
+}
+
+void FrameRenderer::renderByLibrary(const std::vector<double>& values, const FrameTime& time,
+                                    const Picture& input, Picture& output, int threads) {
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.values = values.data();
+  settings.value_count = static_cast<std::int32_t>(values.size());
+  settings.time_numerator = time.value;
+  settings.time_denominator = time.scale;
+  settings.scale_x = 1.0 / options_.downsample.first;
+  settings.scale_y = 1.0 / options_.downsample.second;
+  const lomix_image source = imageOf(input);
+  const lomix_image target = imageOf(output);
+  if (threads > 1) {
+    const std::lock_guard lock(contextMutex_);
+    if (!context_) context_ = createContext(threads);
+    check([&](lomix_error* error) {
+      return lomix_context_render(context_.get(), &settings, &source, &target, nullptr, nullptr,
+                                  error);
+    });
     return;
   }
-  std::vector<host::Parameter> parameters = plugin_->host().parameters();
-  for (const Assignment& value : values) {
-    parameters.at(static_cast<std::size_t>(value.index)).setValue(value.value);
-  }
-  renderRows(parameters, frame, input, output, threads);
+  const FramePtr frame = createFrame(settings, source, target);
+  check([&](lomix_error* error) {
+    return lomix_frame_draw_rows(frame.get(), 0, target.height, error);
+  });
 }
 
 // One frame at a time: hosts call a module from one thread, and its noise generator is one for the
 // whole process.
-void FrameRenderer::renderByPlugin(const std::vector<Assignment>& values,
+void FrameRenderer::renderByPlugin(const std::vector<double>& values,
                                    const host::FrameSettings& frame, const Picture& input,
                                    Picture& output) {
   const std::lock_guard lock(pluginMutex_);
-  for (const Assignment& value : values) plugin_->host().setValue(value.index, value.value);
+  plugin_->setValues(values);
   host::World source(input.width(), input.height(), input.depth());
   host::World target(input.width(), input.height(), input.depth());
   copyIn(input, source);
@@ -109,4 +142,8 @@ void FrameRenderer::renderByPlugin(const std::vector<Assignment>& values,
   copyOut(target, output);
 }
 
-}  // namespace lomix::cli
+void FrameRenderer::finish() {
+  if (plugin_) plugin_->finish();
+}
+
+}  // namespace lomix::batch

@@ -6,7 +6,7 @@
 
 #include "support/TemporaryFile.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 std::atomic<bool> patient = false;
@@ -17,7 +17,7 @@ extern "C" void handleSignal(int number) {
   // Some systems forget a handler once it was called.
   std::signal(number, handleSignal);
   if (patient && noted.exchange(number) == 0) return;
-  media::TemporaryFile::removeAllBeforeExit();
+  TemporaryFile::removeAllBeforeExit();
   // What shells report for a process that a signal ended: 130 for Ctrl-C.
   std::_Exit(128 + number);
 }
@@ -46,4 +46,4 @@ PatientWork::~PatientWork() { patient = false; }
 
 int PatientWork::interruptedBy() { return noted; }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// Has SIGINT, SIGTERM and SIGHUP end the program with 128 and the signal's number, without
 /// leaving a temporary file behind.
@@ -19,4 +19,4 @@ class PatientWork {
   static int interruptedBy();
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

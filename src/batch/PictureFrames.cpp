@@ -9,7 +9,7 @@
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 namespace fs = std::filesystem;
@@ -71,8 +71,8 @@ SequenceSource::SequenceSource(media::SequenceName name, const std::vector<std::
   if (numbers_.empty()) {
     const std::string which =
         wanted.empty() ? "no frame" : "none of the frames " + media::listed(wanted);
-    throw media::MediaError(media::cannotRead(name_.pattern()) + which + " exists (looked for '" +
-                            name_.file(wanted.empty() ? 1 : wanted.front()).string() + "')");
+    throw MediaError(cannotRead(name_.pattern()) + which + " exists (looked for '" +
+                     name_.file(wanted.empty() ? 1 : wanted.front()).string() + "')");
   }
 }
 
@@ -116,9 +116,8 @@ void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
     if (isThere(name_.file(number))) taken.push_back(number);
   }
   if (taken.empty()) return;
-  throw media::MediaError(media::cannotWrite(name_.pattern()) +
-                          "frames exist: " + media::listed(taken) +
-                          " (add --overwrite to replace them, --skip-existing to keep them)");
+  throw MediaError(cannotWrite(name_.pattern()) + "frames exist: " + media::listed(taken) +
+                   " (add --overwrite to replace them, --skip-existing to keep them)");
 }
 
 bool SequenceSink::has(const Frame& frame) const {
@@ -131,4 +130,4 @@ std::unique_ptr<ReadyFrame> SequenceSink::take(const Frame& frame,
   return nullptr;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "batch/Frame.h"
+#include "batch/FrameTime.h"
 #include "media/picture/SequenceName.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// What becomes of an output that exists.
 enum class Existing { Refuse, Overwrite, Skip };
@@ -34,7 +35,7 @@ class StillSource : public FrameSource {
 /// A numbered sequence.
 class SequenceSource : public FrameSource {
  public:
-  /// wanted: the frames to take, empty for all that exist. Throws media::MediaError when there is
+  /// wanted: the frames to take, empty for all that exist. Throws MediaError when there is
   /// none at all.
   SequenceSource(media::SequenceName name, const std::vector<std::int64_t>& wanted,
                  const FrameRate& rate);
@@ -60,7 +61,7 @@ class SequenceSource : public FrameSource {
 /// One file for the only frame.
 class PictureSink : public FrameSink {
  public:
-  /// Throws media::MediaError when the file cannot be written.
+  /// Throws MediaError when the file cannot be written.
   PictureSink(std::filesystem::path file, Existing existing);
 
   bool has(const Frame& frame) const override;
@@ -75,10 +76,10 @@ class PictureSink : public FrameSink {
 /// A numbered sequence.
 class SequenceSink : public FrameSink {
  public:
-  /// Throws media::MediaError when no file of the kind can be written.
+  /// Throws MediaError when no file of the kind can be written.
   SequenceSink(media::SequenceName name, Existing existing);
 
-  /// Throws media::MediaError when a frame's file is in the way.
+  /// Throws MediaError when a frame's file is in the way.
   void checkFree(const std::vector<std::int64_t>& numbers) const;
 
   bool has(const Frame& frame) const override;
@@ -94,4 +95,4 @@ class SequenceSink : public FrameSink {
 /// The time of frame number at the rate: number / rate seconds.
 FrameTime frameTime(std::int64_t number, const FrameRate& rate);
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

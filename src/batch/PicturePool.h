@@ -8,7 +8,7 @@
 
 #include "media/picture/Picture.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// The memory of the frames in flight: so many pictures at a time, used again and again.
 class PicturePool {
@@ -53,4 +53,4 @@ class PicturePool {
   std::shared_ptr<State> state_;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -8,7 +8,7 @@
 #include "batch/Interrupt.h"
 #include "support/MediaError.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 /// Adds the time of a scope to a sum.
@@ -33,9 +33,11 @@ constexpr int kSparePictures = 4;
 
 }  // namespace
 
-Pipeline::Pipeline(FrameSource& source, FrameRenderer& renderer, FrameSink& sink, int threads)
+Pipeline::Pipeline(FrameSource& source, FrameRenderer& renderer, const looks::Look& look,
+                   FrameSink& sink, int threads)
     : source_(source),
       renderer_(renderer),
+      look_(look),
       sink_(sink),
       threads_(threads),
       pictures_(threads + kSparePictures) {}
@@ -111,7 +113,7 @@ void Pipeline::process(const Job& job) {
   std::shared_ptr<media::Picture> output = pictures_.take();
   {
     const Stopwatch watch(tally_.effectTime);
-    renderer_.render(*input, job.frame.time, bandThreads_, *output);
+    renderer_.render(look_, *input, job.frame.time, bandThreads_, *output);
   }
   input.reset();
   std::unique_ptr<ReadyFrame> ready;
@@ -128,7 +130,7 @@ bool Pipeline::load(const Frame& frame, media::Picture& picture) {
   try {
     source_.load(frame, picture);
     return true;
-  } catch (const media::MediaError& error) {
+  } catch (const MediaError& error) {
     if (!sink_.allowsGaps()) throw;
     addFailure({frame.number, error.what()});
     if (onFailure) onFailure(error.what());
@@ -148,4 +150,4 @@ void Pipeline::append(std::int64_t place, ReadyFrame& ready) {
   orderChanged_.notify_all();
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -15,7 +15,7 @@
 #include "batch/FrameRenderer.h"
 #include "batch/PicturePool.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// What a run has done so far; may be read while it works.
 struct Tally {
@@ -37,7 +37,8 @@ struct FrameFailure {
 class Pipeline {
  public:
   /// Keeps at most threads + 4 pictures in memory. The parts must outlive it.
-  Pipeline(FrameSource& source, FrameRenderer& renderer, FrameSink& sink, int threads);
+  Pipeline(FrameSource& source, FrameRenderer& renderer, const looks::Look& look, FrameSink& sink,
+           int threads);
 
   /// Called from any thread with the message of a frame that could not be read.
   std::function<void(const std::string&)> onFailure;
@@ -69,6 +70,7 @@ class Pipeline {
 
   FrameSource& source_;
   FrameRenderer& renderer_;
+  const looks::Look& look_;
   FrameSink& sink_;
   const int threads_;
   int bandThreads_ = 1;  ///< Threads of one frame.
@@ -90,4 +92,4 @@ class Pipeline {
   std::atomic<int> interruptedBy_ = 0;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

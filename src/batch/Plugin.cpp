@@ -1,13 +1,11 @@
 #include "batch/Plugin.h"
 
-#include <algorithm>
 #include <system_error>
 
-#include "effect/shell/EntryPoint.h"
 #include "support/Errors.h"
 #include "support/ExecutablePath.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 namespace fs = std::filesystem;
@@ -19,6 +17,29 @@ constexpr const char* kModuleName = "Lomix.plugin";
 #else
 constexpr const char* kModuleName = "Lomix.so";
 #endif
+
+looks::Parameter declaredParameter(const host::Parameter& declared, int index) {
+  const PF_ParamDef& definition = declared.definition;
+  looks::Parameter parameter;
+  parameter.index = index;
+  parameter.name = declared.name();
+  parameter.id = definition.uu.id;
+  parameter.flags = definition.flags;
+  parameter.isChoice = declared.isPopup();
+  parameter.canChangeOverTime = (definition.flags & PF_ParamFlag_CANNOT_TIME_VARY) == 0;
+  parameter.minimum = declared.minimum();
+  parameter.maximum = declared.maximum();
+  parameter.defaultValue = declared.defaultValue();
+  parameter.choices = declared.choices;
+  if (!parameter.isChoice) {
+    const PF_FloatSliderDef& slider = definition.u.fs_d;
+    if (slider.display_flags == PF_ValueDisplayFlag_PERCENT) parameter.unit = "%";
+    parameter.sliderMinimum = slider.slider_min;
+    parameter.sliderMaximum = slider.slider_max;
+    parameter.decimals = slider.precision;
+  }
+  return parameter;
+}
 
 }  // namespace
 
@@ -39,20 +60,21 @@ fs::path findPlugin(const fs::path& given) {
 
 Plugin::Plugin(const fs::path& file, host::Personality personality)
     : module_(file),
-      host_(*module_, host::HostOptions{.personality = personality}),
+      host_(module_, host::HostOptions{.personality = personality}),
       parameters_({}) {
-  setUp();
-}
-
-Plugin::Plugin(host::Personality personality)
-    : host_(EntryPointFunc, host::HostOptions{.personality = personality}), parameters_({}) {
-  setUp();
-}
-
-void Plugin::setUp() {
   requireSuccess(host_.globalSetup(info_), "set itself up", host_);
   requireSuccess(host_.paramsSetup(), "declare its parameters", host_);
-  parameters_ = ParameterTable(host_.parameters());
+  std::vector<looks::Parameter> declared;
+  for (const host::Parameter& parameter : host_.parameters()) {
+    if (!parameter.isPopup() && !parameter.isSlider()) continue;
+    hostIndices_.push_back(parameter.index);
+    declared.push_back(declaredParameter(parameter, static_cast<int>(declared.size())));
+  }
+  parameters_ = looks::ParameterTable(std::move(declared));
+}
+
+void Plugin::setValues(const std::vector<double>& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) host_.setValue(hostIndices_.at(i), values[i]);
 }
 
 std::string Plugin::about() {
@@ -81,4 +103,4 @@ void requireSuccess(PF_Err error, const std::string& step, const host::Host& hos
                      message + " (check the module and the picture)");
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

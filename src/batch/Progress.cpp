@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 constexpr std::chrono::milliseconds kBarInterval{200};
@@ -91,4 +91,4 @@ void Progress::tell() {
   }
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -12,7 +12,7 @@
 #include "batch/Pipeline.h"
 #include "support/Streams.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// Tells how a run gets on while it lives: a bar on a terminal, elsewhere a line a second.
 class Progress {
@@ -47,4 +47,4 @@ class Progress {
 std::string progressText(std::int64_t done, std::int64_t rendered,
                          std::optional<std::int64_t> total, double seconds);
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

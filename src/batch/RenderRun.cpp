@@ -15,22 +15,15 @@
 #include "support/NewFile.h"
 #include "support/TextFile.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 /// A hint where the user set a time that the effect is not going to look at.
-void noteIdleTime(const FrameRenderer& renderer, std::ostream& err) {
-  const ParameterTable& table = renderer.parameters();
-  const host::Parameter* time = table.find("Time");
-  const host::Parameter* control = table.find("Time Control");
-  if (time == nullptr || control == nullptr) return;
-  bool timeIsSet = false;
-  double controlValue = control->value();
-  for (const Assignment& assignment : renderer.look().at(0.0)) {
-    if (assignment.index == time->index) timeIsSet = true;
-    if (assignment.index == control->index) controlValue = assignment.value;
-  }
-  if (timeIsSet && valueText(*control, controlValue) == "Automatic") {
+void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, std::ostream& err) {
+  const looks::Parameter* time = table.find("Time");
+  const looks::Parameter* control = table.find("Time Control");
+  if (time == nullptr || control == nullptr || !look.curves().contains(time->index)) return;
+  if (looks::valueText(*control, look.valueAt(*control, 0.0)) == "Automatic") {
     err << "note: Time: it has no effect while Time Control is Automatic (add --set "
            "\"Time Control=Manual\", or use --time)\n";
   }
@@ -75,41 +68,42 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
 /// A report's file, looked at before the work.
 class Report {
  public:
-  Report(const RunOptions& options, const FrameRenderer& renderer, const Pipeline& pipeline)
-      : options_(options), renderer_(renderer), pipeline_(pipeline) {
-    if (!options.reportFile.empty()) media::checkNewFile(options.reportFile, true);
+  Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
+         const Pipeline& pipeline)
+      : options_(options), renderer_(renderer), look_(look), pipeline_(pipeline) {
+    if (!options.reportFile.empty()) checkNewFile(options.reportFile, true);
   }
 
   void write(double seconds, const std::string& error) const {
     if (options_.reportFile.empty()) return;
-    nlohmann::ordered_json report = {
-        {"lomix", LOMIX_VERSION},
-        {"effect", renderer_.versionText()},
-        {"input", options_.route.input},
-        {"output", options_.route.output},
-        {"engine", options_.rendering.engine == Engine::Rows ? "rows" : "plugin"},
-        {"threads", options_.threads},
-        {"settings", settingsOf(renderer_)}};
+    nlohmann::ordered_json report = {{"lomix", LOMIX_VERSION},
+                                     {"effect", renderer_.versionText()},
+                                     {"input", options_.route.input},
+                                     {"output", options_.route.output},
+                                     {"engine", options_.byPlugin ? "plugin" : "rows"},
+                                     {"threads", options_.threads},
+                                     {"settings", settingsOf(renderer_.parameters(), look_)}};
     report.update(reportOf(pipeline_, seconds));
     if (!error.empty()) report["error"] = error;
-    media::writeText(report.dump(2) + "\n", options_.reportFile, true);
+    writeText(report.dump(2) + "\n", options_.reportFile, true);
   }
 
  private:
   const RunOptions& options_;
   const FrameRenderer& renderer_;
+  const looks::Look& look_;
   const Pipeline& pipeline_;
 };
 
 }  // namespace
 
-void runRender(const RunOptions& options, const Streams& streams) {
-  FrameRenderer renderer(options.rendering);
-  if (!options.quiet) noteIdleTime(renderer, streams.err);
+void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
+               const Streams& streams) {
+  if (!options.quiet) noteIdleTime(renderer.parameters(), look, streams.err);
   const Route route = makeRoute(options.route);
   if (!options.savedPreset.empty()) {
-    savePreset(renderer.look(), renderer.parameters(), options.savedPreset,
-               options.route.existing == Existing::Overwrite);
+    looks::savePreset(look, renderer.parameters(), options.savedPreset,
+                      options.route.existing == Existing::Overwrite);
   }
   if (!options.quiet && !route.note.empty()) streams.err << "note: " + route.note + "\n";
   if (route.done) {
@@ -117,11 +111,11 @@ void runRender(const RunOptions& options, const Streams& streams) {
     return;
   }
 
-  Pipeline pipeline(*route.source, renderer, *route.sink, options.threads);
-  const Report report(options, renderer, pipeline);
+  Pipeline pipeline(*route.source, renderer, look, *route.sink, options.threads);
+  const Report report(options, renderer, look, pipeline);
   const std::vector<std::int64_t> missing = route.source->missing();
   if (!missing.empty()) {
-    streams.err << "error: " + media::cannotRead(options.route.input) + "frames " +
+    streams.err << "error: " + cannotRead(options.route.input) + "frames " +
                        media::listed(missing) + " do not exist (the others are rendered)\n";
   }
   const auto start = std::chrono::steady_clock::now();
@@ -147,4 +141,4 @@ void runRender(const RunOptions& options, const Streams& streams) {
   if (!options.quiet) out << summary(options, pipeline.tally(), seconds());
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

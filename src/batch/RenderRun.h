@@ -6,19 +6,21 @@
 #include "batch/Route.h"
 #include "support/Streams.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
-/// What "lomix render" was told.
+/// The options of a whole render, of `lomix render` for one.
 struct RunOptions {
-  RenderOptions rendering;
   RouteOptions route;
   int threads = 1;
   std::string reportFile;   ///< Empty for none.
   std::string savedPreset;  ///< File for the look as a preset; empty for none.
+  bool byPlugin = false;    ///< For the report.
   bool quiet = false;
 };
 
-/// Renders everything, tells how it gets on and writes the report. Throws as Command::run does.
-void runRender(const RunOptions& options, const Streams& streams);
+/// Renders everything, prints its progress and writes the report. look: made for the renderer's
+/// parameters. Throws CommandError, FramesFailed, Interrupted, MediaError or host::HostError.
+void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
+               const Streams& streams);
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

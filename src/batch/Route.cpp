@@ -6,7 +6,7 @@
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 using media::SequenceName;
@@ -142,4 +142,4 @@ class Planner {
 
 Route makeRoute(const RouteOptions& options) { return Planner(options).plan(); }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "batch/Frame.h"
+#include "batch/FrameTime.h"
 #include "batch/PictureFrames.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 struct RouteOptions {
   std::string input;
@@ -35,7 +36,7 @@ struct Route {
 };
 
 /// Finds out from the names what is a picture, a sequence or a video. Throws UsageError for what
-/// does not fit together, media::MediaError for what cannot be read or written.
+/// does not fit together, MediaError for what cannot be read or written.
 Route makeRoute(const RouteOptions& options);
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -2,7 +2,7 @@
 
 #include "looks/Preset.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 using Json = nlohmann::ordered_json;
 
@@ -29,24 +29,19 @@ Json reportOf(const Pipeline& pipeline, double wallSeconds) {
           {"framesPerSecond", wallSeconds > 0 ? static_cast<double>(rendered) / wallSeconds : 0.0}};
 }
 
-Json settingsOf(const FrameRenderer& renderer) {
-  std::vector<host::Parameter> parameters = renderer.parameters().all();
-  for (const Assignment& value : renderer.look().at(0.0)) {
-    for (host::Parameter& parameter : parameters) {
-      if (parameter.index == value.index) parameter.setValue(value.value);
-    }
-  }
+Json settingsOf(const looks::ParameterTable& table, const looks::Look& look) {
   Json settings;
-  for (const host::Parameter& parameter : parameters) {
-    if (parameter.isPopup()) {
-      settings[parameter.name()] = valueText(parameter, parameter.value());
+  for (const looks::Parameter& parameter : table.all()) {
+    const double value = look.valueAt(parameter, 0.0);
+    if (parameter.isChoice) {
+      settings[parameter.name] = looks::valueText(parameter, value);
     } else {
-      settings[parameter.name()] = parameter.value();
+      settings[parameter.name] = value;
     }
   }
-  const Json preset = toJson({{}, {}, renderer.look()}, renderer.parameters());
+  const Json preset = looks::toJson({{}, {}, look}, table);
   if (const auto keys = preset.find("keys"); keys != preset.end()) settings.update(*keys);
   return settings;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace lomix::cli {
+namespace lomix::batch {
 namespace {
 
 class ReadyVideoFrame : public ReadyFrame {
@@ -62,4 +62,4 @@ void VideoSink::append(ReadyFrame& frame) {
   writer_->append(*static_cast<ReadyVideoFrame&>(frame).frame);
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -7,12 +7,12 @@
 #include "batch/Frame.h"
 #include "media/video/Video.h"
 
-namespace lomix::cli {
+namespace lomix::batch {
 
 /// The frames of a video, numbered from 0; their times count from the first.
 class VideoSource : public FrameSource {
  public:
-  /// wanted: the frames to take, ascending; empty for all. Throws media::MediaError.
+  /// wanted: the frames to take, ascending; empty for all. Throws MediaError.
   VideoSource(const media::VideoInput& input, std::vector<std::int64_t> wanted);
 
   media::VideoReader& reader() { return *reader_; }
@@ -34,7 +34,7 @@ class VideoSource : public FrameSource {
 class VideoSink : public FrameSink {
  public:
   /// source: the video whose other streams go along; null for none. firstNumber: of pictures, the
-  /// frame that stands at time 0. Throws media::MediaError.
+  /// frame that stands at time 0. Throws MediaError.
   VideoSink(const media::VideoOutput& output, media::VideoReader* source, std::int64_t firstNumber);
 
   std::unique_ptr<ReadyFrame> take(const Frame& frame,
@@ -47,4 +47,4 @@ class VideoSink : public FrameSink {
   std::int64_t firstNumber_;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::batch

@@ -1,8 +1,47 @@
 #include "cli/LookOptions.h"
 
+#include "looks/LookErrors.h"
 #include "looks/PresetStore.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
+namespace {
+
+/// Adds another way out to a message that ends in one.
+std::string withHint(std::string message, const char* hint) {
+  if (message.ends_with(')')) message.pop_back();
+  return message + " " + hint + ")";
+}
+
+const looks::Parameter& parameterNamed(const looks::ParameterTable& table, std::string_view name,
+                                       const std::string& option) {
+  try {
+    return table.get(name, option);
+  } catch (const looks::UnknownName& error) {
+    throw UsageError(withHint(error.what(), "'lomix params' lists all"));
+  }
+}
+
+}  // namespace
+
+looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& option) {
+  try {
+    return looks::findPreset(nameOrFile);
+  } catch (const looks::UnknownName& error) {
+    throw UsageError(
+        withHint(option + ": " + error.what(), "'lomix presets' lists all; a file ends in .json"));
+  }
+}
+
+Setting splitSetting(const looks::ParameterTable& table, std::string_view text,
+                     const std::string& option, const std::string& form) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos) {
+    throw UsageError(option + ": '" + std::string(text) + "' gives no value (write " + form + ")");
+  }
+  return {parameterNamed(table, trimmed(text.substr(0, equals)), option),
+          trimmed(text.substr(equals + 1))};
+}
 
 void LookOptions::addTo(CLI::App& app) {
   const char* group = "Effect";
@@ -29,17 +68,21 @@ void LookOptions::addTo(CLI::App& app) {
       ->group(group);
 }
 
-Look LookOptions::read(const ParameterTable& table) const {
-  Look look;
+looks::Look LookOptions::read(const looks::ParameterTable& table) const {
+  looks::Look look;
   if (!preset_.empty()) {
-    const PresetText found = findPreset(preset_);
-    look = parsePreset(found.text, found.source, table).look;
+    const looks::PresetText found = presetNamed(preset_, "--preset");
+    look = looks::parsePreset(found.text, found.source, table).look;
   }
-  for (const std::string& setting : settings_) look.set(table.parse(setting));
+  for (const std::string& text : settings_) {
+    const auto [parameter, value] =
+        splitSetting(table, text, "--set", "NAME=VALUE, such as Noise=30");
+    look.set(parameter.index, looks::parseValue(parameter, value));
+  }
   for (const std::string& text : keys_) {
     const auto [parameter, keys] =
-        table.split(text, "--key", "NAME=KEYS, such as Noise=0:0,2.5:60");
-    look.set(parameter.index, parseCurve(parameter, keys));
+        splitSetting(table, text, "--key", "NAME=KEYS, such as Noise=0:0,2.5:60");
+    look.set(parameter.index, looks::parseCurve(parameter, keys));
   }
   return look;
 }

@@ -5,8 +5,8 @@
 #include "support/StandardErrorCopy.h"
 
 int main(int count, char** arguments) {
-  lomix::cli::endOnSignals();
-  lomix::cli::StandardErrorCopy errors;
+  lomix::batch::endOnSignals();
+  lomix::StandardErrorCopy errors;
   return lomix::cli::runCommandLine({arguments + (count > 0 ? 1 : 0), arguments + count},
                                     {std::cout, errors, errors.isTerminal()});
 }

@@ -41,6 +41,8 @@ class RowEngine {
 
   /// The frame's record, profiles included.
   const LomixStruct& record() const { return frame_.record; }
+  /// Rows of the output.
+  int height() const { return frame_.output.height; }
 
   /// Draws rows first ... last - 1 of the output, blend with the original included.
   void drawRows(int first, int last) const;

@@ -6,11 +6,11 @@
 #include <string>
 #include <utility>
 
-#include "looks/Numbers.h"
 #include "looks/ParameterTable.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 constexpr std::array<std::pair<Interpolation, std::string_view>, 3> kNames{
@@ -21,11 +21,11 @@ constexpr std::array<std::pair<Interpolation, std::string_view>, 3> kNames{
 std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
 /// One "SECONDS:VALUE[@INTERPOLATION]".
-void addKey(Curve::Builder& builder, const host::Parameter& parameter, std::string_view text) {
+void addKey(Curve::Builder& builder, const Parameter& parameter, std::string_view text) {
   const std::size_t colon = text.find(':');
   const auto seconds = parseNumber(trimmed(text.substr(0, colon)));
   if (colon == std::string_view::npos || !seconds) {
-    throw UsageError(parameter.name() + ": " + quoted(trimmed(text)) +
+    throw UsageError(parameter.name + ": " + quoted(trimmed(text)) +
                      " is not a key (write SECONDS:VALUE, such as 2.5:60 or 2.5:60@ease)");
   }
   std::string_view value = text.substr(colon + 1);
@@ -34,7 +34,7 @@ void addKey(Curve::Builder& builder, const host::Parameter& parameter, std::stri
     const std::string_view name = trimmed(value.substr(at + 1));
     interpolation = parseInterpolation(name);
     if (!interpolation) {
-      throw UsageError(parameter.name() + ": a key cannot " + quoted(name) +
+      throw UsageError(parameter.name + ": a key cannot " + quoted(name) +
                        " (use hold, linear or ease)");
     }
     value = value.substr(0, at);
@@ -54,6 +54,10 @@ std::optional<Interpolation> parseInterpolation(std::string_view name) {
   return found->first;
 }
 
+Interpolation usualInterpolation(const Parameter& parameter) {
+  return parameter.isChoice ? Interpolation::Hold : Interpolation::Linear;
+}
+
 Curve::Curve(double value) : keys_{{0.0, value, Interpolation::Hold}} {}
 
 double Curve::at(double seconds) const {
@@ -66,33 +70,34 @@ double Curve::at(double seconds) const {
   return last.value + (next->value - last.value) * part;
 }
 
-Curve::Builder::Builder(const host::Parameter& parameter) : parameter_(parameter) {
-  if (!canChangeOverTime(parameter)) {
-    throw UsageError(parameter.name() + ": it cannot change over time (set one value for all)");
+Curve::Builder::Builder(const Parameter& parameter) : parameter_(parameter) {
+  if (!parameter.canChangeOverTime) {
+    throw UsageError(parameter.name + ": it cannot change over time (set one value for all)");
   }
 }
 
 void Curve::Builder::add(double seconds, double value, std::optional<Interpolation> interpolation) {
   if (!curve_.keys_.empty() && seconds <= curve_.keys_.back().seconds) {
-    throw UsageError(parameter_.name() + ": the key at " + shortest(seconds) +
+    throw UsageError(parameter_.name + ": the key at " + shortest(seconds) +
                      " s does not come after the one at " + shortest(curve_.keys_.back().seconds) +
                      " s (put the keys in order of time)");
   }
-  const Interpolation usual = parameter_.isPopup() ? Interpolation::Hold : Interpolation::Linear;
-  if (parameter_.isPopup() && interpolation.value_or(usual) != Interpolation::Hold) {
-    throw UsageError(parameter_.name() + ": there is nothing between two choices (use hold)");
+  const Interpolation usual = usualInterpolation(parameter_);
+  if (parameter_.isChoice && interpolation.value_or(usual) != Interpolation::Hold) {
+    throw UsageError(parameter_.name + ": there is nothing between two choices (use hold)");
   }
   curve_.keys_.push_back({seconds, value, interpolation.value_or(usual)});
 }
 
 Curve Curve::Builder::finish() && {
   if (curve_.keys_.empty()) {
-    throw UsageError(parameter_.name() + ": it has no key (write SECONDS:VALUE, such as 2.5:60)");
+    throw UsageError(parameter_.name + ": it has no key (write SECONDS:VALUE, such as 2.5:60)");
   }
+  curve_.hasKeys_ = true;
   return std::move(curve_);
 }
 
-Curve parseCurve(const host::Parameter& parameter, std::string_view text) {
+Curve parseCurve(const Parameter& parameter, std::string_view text) {
   Curve::Builder builder(parameter);
   for (std::size_t comma = 0; comma != std::string_view::npos;) {
     comma = text.find(',');
@@ -102,4 +107,4 @@ Curve parseCurve(const host::Parameter& parameter, std::string_view text) {
   return std::move(builder).finish();
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

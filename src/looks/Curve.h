@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "host/Host.h"
+#include "looks/Parameter.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
 /// How a value goes from one key to the next.
 enum class Interpolation {
@@ -18,8 +18,11 @@ enum class Interpolation {
 
 /// "hold", "linear" or "ease".
 std::string_view nameOf(Interpolation interpolation);
-/// Nothing for any other text.
+/// Returns nothing for any other text.
 std::optional<Interpolation> parseInterpolation(std::string_view name);
+
+/// Returns what keys do that say nothing: choices hold, numbers change evenly.
+Interpolation usualInterpolation(const Parameter& parameter);
 
 struct Key {
   double seconds;
@@ -36,7 +39,10 @@ class Curve {
   explicit Curve(double value);
 
   const std::vector<Key>& keys() const { return keys_; }
+  /// Whether it has one value for all times.
   bool isConstant() const { return keys_.size() == 1; }
+  /// Whether it was built from keys, be it a single one.
+  bool hasKeys() const { return hasKeys_; }
   double at(double seconds) const;
 
   /// Builds the curve of one parameter, whose kind decides what its keys may do.
@@ -45,13 +51,14 @@ class Curve {
  private:
   Curve() = default;
   std::vector<Key> keys_;
+  bool hasKeys_ = false;
 };
 
 class Curve::Builder {
  public:
   /// The parameter must outlive the builder. Throws UsageError for one that cannot change over
   /// time.
-  explicit Builder(const host::Parameter& parameter);
+  explicit Builder(const Parameter& parameter);
 
   /// Adds a key. value: one that the parameter takes. interpolation: nothing for the parameter's
   /// own, hold for popups and linear for sliders. Throws UsageError for a time that is not after
@@ -62,11 +69,11 @@ class Curve::Builder {
   Curve finish() &&;
 
  private:
-  const host::Parameter& parameter_;
+  const Parameter& parameter_;
   Curve curve_;
 };
 
 /// Reads "SECONDS:VALUE[@hold|linear|ease],...", the values as in the panel. Throws UsageError.
-Curve parseCurve(const host::Parameter& parameter, std::string_view text);
+Curve parseCurve(const Parameter& parameter, std::string_view text);
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "support/Errors.h"
+#include "looks/LookErrors.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 // Far deeper than anything that is meant; the places of what is deeper would fill the memory.
@@ -16,7 +16,7 @@ constexpr std::size_t kMaxDepth = 32;
 using nlohmann::ordered_json;
 
 [[noreturn]] void failAt(const std::string& source, int line, const std::string& message) {
-  throw CommandError(source + " line " + std::to_string(line) + ": " + message);
+  throw BadPreset(source + " line " + std::to_string(line) + ": " + message);
 }
 
 /// Follows the parser and notes the line at which each value begins. The library's own values do
@@ -126,4 +126,4 @@ void LocatedJson::fail(const Pointer& place, const std::string& message) const {
   failAt(source_, lines_.at(place.to_string()), message);
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

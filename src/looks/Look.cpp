@@ -1,11 +1,16 @@
 #include "looks/Look.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
-std::vector<Assignment> Look::at(double seconds) const {
-  std::vector<Assignment> values;
-  for (const auto& [index, curve] : curves_) values.push_back({index, curve.at(seconds)});
+double Look::valueAt(const Parameter& parameter, double seconds) const {
+  const auto found = curves_.find(parameter.index);
+  return found == curves_.end() ? parameter.defaultValue : found->second.at(seconds);
+}
+
+std::vector<double> Look::valuesAt(const ParameterTable& table, double seconds) const {
+  std::vector<double> values;
+  for (const Parameter& parameter : table.all()) values.push_back(valueAt(parameter, seconds));
   return values;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

@@ -7,23 +7,27 @@
 #include "looks/Curve.h"
 #include "looks/ParameterTable.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
 /// Values of some of the parameters as functions of time; the others keep their defaults.
 class Look {
  public:
   /// Gives a parameter a value or a curve, in place of an earlier one. index: of the parameter.
   void set(int index, Curve curve) { curves_.insert_or_assign(index, std::move(curve)); }
-  void set(const Assignment& assignment) { set(assignment.index, Curve(assignment.value)); }
+  void set(int index, double value) { set(index, Curve(value)); }
+  /// Gives a parameter its default again.
+  void reset(int index) { curves_.erase(index); }
 
   /// By index of the parameter.
   const std::map<int, Curve>& curves() const { return curves_; }
 
-  /// The values at a time, in the order of the panel.
-  std::vector<Assignment> at(double seconds) const;
+  /// Returns the value of a parameter at a time.
+  double valueAt(const Parameter& parameter, double seconds) const;
+  /// Returns the values of all parameters of a table at a time, by their index.
+  std::vector<double> valuesAt(const ParameterTable& table, double seconds) const;
 
  private:
   std::map<int, Curve> curves_;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

@@ -3,28 +3,31 @@
 #include <iomanip>
 #include <ostream>
 
-namespace lomix::cli {
+namespace lomix::looks {
 
 nlohmann::ordered_json toJson(const ParameterTable& table) {
   auto list = nlohmann::ordered_json::array();
-  for (const host::Parameter& parameter : table.all()) {
-    nlohmann::ordered_json entry{{"index", parameter.index},
-                                 {"name", parameter.name()},
-                                 {"id", parameter.definition.uu.id},
-                                 {"kind", parameter.isPopup() ? "popup" : "slider"},
-                                 {"minimum", parameter.minimum()},
-                                 {"maximum", parameter.maximum()},
-                                 {"default", parameter.defaultValue()},
-                                 {"flags", parameter.definition.flags}};
-    if (parameter.isPopup()) {
+  for (const Parameter& parameter : table.all()) {
+    // Hosts count the input layer as parameter 0.
+    nlohmann::ordered_json entry{{"index", parameter.index + 1}};
+    if (!parameter.key.empty()) entry["key"] = parameter.key;
+    entry.update({{"name", parameter.name},
+                  {"id", parameter.id},
+                  {"kind", parameter.isChoice ? "popup" : "slider"},
+                  {"minimum", parameter.minimum},
+                  {"maximum", parameter.maximum},
+                  {"default", parameter.defaultValue},
+                  {"flags", parameter.flags}});
+    if (parameter.isChoice) {
       entry["choices"] = parameter.choices;
     } else {
-      const PF_FloatSliderDef& slider = parameter.definition.u.fs_d;
-      entry["sliderMinimum"] = slider.slider_min;
-      entry["sliderMaximum"] = slider.slider_max;
-      entry["precision"] = slider.precision;
-      entry["percent"] = isPercent(parameter);
+      entry["sliderMinimum"] = parameter.sliderMinimum;
+      entry["sliderMaximum"] = parameter.sliderMaximum;
+      entry["precision"] = parameter.decimals;
+      entry["percent"] = parameter.isPercent();
     }
+    if (!parameter.key.empty()) entry["unit"] = parameter.unit;
+    if (!parameter.help.empty()) entry["help"] = parameter.help;
     list.push_back(std::move(entry));
   }
   return list;
@@ -37,19 +40,19 @@ void print(const ParameterTable& table, std::ostream& out) {
   column("NAME", 22);
   column("DEFAULT", 12);
   out << "VALUES\n";
-  for (const host::Parameter& parameter : table.all()) {
-    column(parameter.name(), 22);
-    column(valueText(parameter, parameter.defaultValue()), 12);
-    if (parameter.isPopup()) {
+  for (const Parameter& parameter : table.all()) {
+    column(parameter.name, 22);
+    column(valueText(parameter, parameter.defaultValue), 12);
+    if (parameter.isChoice) {
       for (std::size_t i = 0; i < parameter.choices.size(); ++i) {
         out << (i == 0 ? "" : " or ") << parameter.choices[i];
       }
       out << "\n";
     } else {
-      out << valueText(parameter, parameter.minimum()) << " to "
-          << valueText(parameter, parameter.maximum()) << "\n";
+      out << valueText(parameter, parameter.minimum) << " to "
+          << valueText(parameter, parameter.maximum) << "\n";
     }
   }
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

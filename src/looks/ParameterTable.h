@@ -1,71 +1,48 @@
+// Parameters by name, and their values as people type them.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/Host.h"
+#include "looks/Parameter.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
-/// A parameter's name for comparing: lower case, spaces, dashes, underscores and slashes as single
-/// dashes. "Blend w/Original" gives "blend-w-original".
+/// Returns a parameter's name for comparing: lower case, with spaces, dashes, underscores and
+/// slashes as single dashes. "Blend w/Original" gives "blend-w-original".
 std::string normalisedName(std::string_view name);
 
-/// The text without blanks at its ends.
-std::string_view trimmed(std::string_view text);
-
-/// How many letters must be put in, taken out or changed to make one text the other.
-std::size_t editDistance(std::string_view a, std::string_view b);
-
-/// One "Name=Value" of the command line, understood.
-struct Assignment {
-  int index;  ///< Of the parameter.
-  double value;
-};
-
-/// The parameters that a module declared, without the input layer.
+/// A list of parameters, in panel order: entry i has index i.
 class ParameterTable {
  public:
-  explicit ParameterTable(const std::vector<host::Parameter>& declared);
+  explicit ParameterTable(std::vector<Parameter> parameters) : parameters_(std::move(parameters)) {}
 
-  const std::vector<host::Parameter>& all() const { return parameters_; }
+  const std::vector<Parameter>& all() const { return parameters_; }
 
-  /// Null when there is none of that name.
-  const host::Parameter* find(std::string_view name) const;
+  /// Finds a parameter by its key or panel name. Returns null when there is none of that name.
+  const Parameter* find(std::string_view name) const;
 
-  /// The parameter of that name. Throws UsageError about the subject when there is none, and names
-  /// the nearest one.
-  const host::Parameter& get(std::string_view name, std::string_view subject) const;
-
-  struct Setting {
-    const host::Parameter& parameter;
-    std::string_view value;  ///< What stands behind the equals sign, a view into the text.
-  };
-  /// Takes "Name=..." apart. option: the option that text was given to; form: what the user should
-  /// have written. Throws UsageError.
-  Setting split(std::string_view text, const std::string& option, const std::string& form) const;
-
-  /// Reads "Name=Value". Throws UsageError for an unknown name and for a value that the parameter
-  /// does not take.
-  Assignment parse(std::string_view text) const;
+  /// Returns the parameter of that name. Throws UnknownName, which names the nearest one. subject:
+  /// who asks, the beginning of the message; empty for none.
+  const Parameter& get(std::string_view name, std::string_view subject) const;
 
  private:
-  std::vector<host::Parameter> parameters_;
+  std::vector<Parameter> parameters_;
 };
 
-/// Reads a value as in the panel. Throws UsageError, whose subject is the parameter, for one that
-/// the parameter does not take.
-double parseValue(const host::Parameter& parameter, std::string_view text);
+/// Returns the table of the effect's own parameters, which lives as long as the program.
+const ParameterTable& effectTable();
 
-/// Whether a slider's values are percents.
-bool isPercent(const host::Parameter& parameter);
+/// Reads a value as in the panel: a number, with or without "%" where the unit is percent; a choice
+/// by its text or its number. Throws UsageError for what is no value, ValueOutOfRange for one
+/// outside the valid range; both name the parameter.
+double parseValue(const Parameter& parameter, std::string_view text);
 
-/// Whether the module allows keys on it.
-bool canChangeOverTime(const host::Parameter& parameter);
+/// Throws ValueOutOfRange unless the parameter takes the value; NaN is out of every range.
+void requireInRange(const Parameter& parameter, double value);
 
-/// A value as the panel shows it: a number, a percentage or a choice.
-std::string valueText(const host::Parameter& parameter, double value);
+/// Returns a value as the panel shows it: a number, a percentage or a choice.
+std::string valueText(const Parameter& parameter, double value);
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

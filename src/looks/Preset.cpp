@@ -10,7 +10,7 @@
 #include "looks/LocatedJson.h"
 #include "support/Errors.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 using nlohmann::ordered_json;
@@ -24,6 +24,18 @@ std::string shown(const ordered_json& value) {
 }
 
 std::string inQuotes(std::string_view name) { return "\"" + std::string(name) + "\""; }
+
+bool isPresetLine(const std::string& text) {
+  const bool oneLine = std::ranges::none_of(
+      text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
+  return !text.empty() && text.size() <= kMaxPresetLine && oneLine;
+}
+
+void requirePresetLine(const char* what, const std::string& text) {
+  if (isPresetLine(text)) return;
+  throw UsageError(std::string(what) + ": it must be one line (use 1 to " +
+                   std::to_string(kMaxPresetLine) + " letters)");
+}
 
 /// Reads one preset; every error names its line.
 class Reader {
@@ -85,9 +97,7 @@ class Reader {
     const Pointer place = Pointer() / name;
     if (!value.is_string()) json_.fail(place, inQuotes(name) + " must be text (write \"...\")");
     const auto text = value.get<std::string>();
-    const bool oneLine = std::ranges::none_of(
-        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
-    if (text.empty() || text.size() > kMaxPresetLine || !oneLine) {
+    if (!isPresetLine(text)) {
       json_.fail(place, inQuotes(name) + " must be one line (use 1 to " +
                             std::to_string(kMaxPresetLine) + " letters)");
     }
@@ -104,15 +114,15 @@ class Reader {
     }
   }
 
-  const host::Parameter& parameterNamed(const std::string& name, const Pointer& place) {
-    return locate(place, [&]() -> const host::Parameter& { return table_.get(name, "preset"); });
+  const Parameter& parameterNamed(const std::string& name, const Pointer& place) {
+    return locate(place, [&]() -> const Parameter& { return table_.get(name, "preset"); });
   }
 
-  double readValue(const host::Parameter& parameter, const Pointer& place) {
+  double readValue(const Parameter& parameter, const Pointer& place) {
     const ordered_json& value = at(place);
-    if (parameter.isPopup() ? !value.is_string() : !value.is_number()) {
-      json_.fail(place, parameter.name() + ": " + shown(value) + " is not its kind of value (" +
-                            (parameter.isPopup() ? "write a choice in quotes" : "write a number") +
+    if (parameter.isChoice ? !value.is_string() : !value.is_number()) {
+      json_.fail(place, parameter.name + ": " + shown(value) + " is not its kind of value (" +
+                            (parameter.isChoice ? "write a choice in quotes" : "write a number") +
                             ")");
     }
     return locate(place, [&] {
@@ -121,9 +131,9 @@ class Reader {
   }
 
   /// Refuses a parameter that the preset has set already, perhaps by another spelling.
-  void set(Look& look, const host::Parameter& parameter, const Pointer& place, Curve curve) {
+  void set(Look& look, const Parameter& parameter, const Pointer& place, Curve curve) {
     if (look.curves().contains(parameter.index)) {
-      json_.fail(place, parameter.name() + ": it is set twice in this preset (take one out)");
+      json_.fail(place, parameter.name + ": it is set twice in this preset (take one out)");
     }
     look.set(parameter.index, std::move(curve));
   }
@@ -133,7 +143,7 @@ class Reader {
     requireObject(object, "\"parameters\"");
     for (const auto& [name, value] : at(object).items()) {
       const Pointer place = object / name;
-      const host::Parameter& parameter = parameterNamed(name, place);
+      const Parameter& parameter = parameterNamed(name, place);
       set(look, parameter, place, Curve(readValue(parameter, place)));
     }
   }
@@ -143,26 +153,26 @@ class Reader {
     requireObject(object, "\"keys\"");
     for (const auto& [name, value] : at(object).items()) {
       const Pointer place = object / name;
-      const host::Parameter& parameter = parameterNamed(name, place);
+      const Parameter& parameter = parameterNamed(name, place);
       set(look, parameter, place, readCurve(parameter, place));
     }
   }
 
-  Curve readCurve(const host::Parameter& parameter, const Pointer& place) {
+  Curve readCurve(const Parameter& parameter, const Pointer& place) {
     if (!at(place).is_array()) {
-      json_.fail(place, parameter.name() + ": its keys must be a list (write [ ... ])");
+      json_.fail(place, parameter.name + ": its keys must be a list (write [ ... ])");
     }
     auto builder = locate(place, [&] { return Curve::Builder(parameter); });
     for (std::size_t i = 0; i < at(place).size(); ++i) addKey(builder, parameter, place / i);
     return locate(place, [&] { return std::move(builder).finish(); });
   }
 
-  void addKey(Curve::Builder& builder, const host::Parameter& parameter, const Pointer& place) {
-    requireObject(place, "a key of " + parameter.name());
+  void addKey(Curve::Builder& builder, const Parameter& parameter, const Pointer& place) {
+    requireObject(place, "a key of " + parameter.name);
     checkNames(place, {"seconds", "value", "interpolation"});
     const ordered_json& seconds = require(place, "seconds");
     if (!seconds.is_number()) {
-      json_.fail(place / "seconds", parameter.name() + ": \"seconds\" must be a number (use 2.5)");
+      json_.fail(place / "seconds", parameter.name + ": \"seconds\" must be a number (use 2.5)");
     }
     require(place, "value");
     const double value = readValue(parameter, place / "value");
@@ -170,15 +180,14 @@ class Reader {
     locate(place, [&] { builder.add(seconds.get<double>(), value, interpolation); });
   }
 
-  std::optional<Interpolation> readInterpolation(const host::Parameter& parameter,
-                                                 const Pointer& key) {
+  std::optional<Interpolation> readInterpolation(const Parameter& parameter, const Pointer& key) {
     if (!at(key).contains("interpolation")) return std::nullopt;
     const Pointer place = key / "interpolation";
     const ordered_json& name = at(place);
     const auto known =
         name.is_string() ? parseInterpolation(name.get<std::string>()) : std::nullopt;
     if (!known) {
-      json_.fail(place, parameter.name() + ": " + shown(name) +
+      json_.fail(place, parameter.name + ": " + shown(name) +
                             " is no \"interpolation\" (use \"hold\", \"linear\" or \"ease\")");
     }
     return known;
@@ -188,14 +197,14 @@ class Reader {
   const ParameterTable& table_;
 };
 
-ordered_json valueToJson(const host::Parameter& parameter, double value) {
-  if (parameter.isPopup()) return valueText(parameter, value);
+ordered_json valueToJson(const Parameter& parameter, double value) {
+  if (parameter.isChoice) return valueText(parameter, value);
   // 30, not 30.0.
   if (value == std::trunc(value) && std::abs(value) < 1e9) return static_cast<std::int64_t>(value);
   return value;
 }
 
-ordered_json keysToJson(const host::Parameter& parameter, const Curve& curve) {
+ordered_json keysToJson(const Parameter& parameter, const Curve& curve) {
   ordered_json list;
   for (const Key& key : curve.keys()) {
     list.push_back({{"seconds", key.seconds},
@@ -215,29 +224,39 @@ Preset parsePreset(const std::string& text, const std::string& source,
 ordered_json toJson(const Preset& preset, const ParameterTable& table) {
   ordered_json json{
       {"format", kPresetFormat}, {"name", preset.name}, {"description", preset.description}};
-  for (const host::Parameter& parameter : table.all()) {
+  for (const Parameter& parameter : table.all()) {
     const auto found = preset.look.curves().find(parameter.index);
     if (found == preset.look.curves().end()) continue;
     if (found->second.isConstant()) {
-      json["parameters"][parameter.name()] = valueToJson(parameter, found->second.at(0.0));
+      json["parameters"][parameter.name] = valueToJson(parameter, found->second.at(0.0));
     } else {
-      json["keys"][parameter.name()] = keysToJson(parameter, found->second);
+      json["keys"][parameter.name] = keysToJson(parameter, found->second);
     }
   }
   return json;
 }
 
+std::string presetText(const Preset& preset, const ParameterTable& table) {
+  requirePresetLine("name", preset.name);
+  requirePresetLine("description", preset.description);
+  return toJson(preset, table).dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
 std::string describe(const Look& look, const ParameterTable& table) {
   std::string text;
-  for (const host::Parameter& parameter : table.all()) {
+  for (const Parameter& parameter : table.all()) {
     const auto found = look.curves().find(parameter.index);
     if (found == look.curves().end()) continue;
     const Curve& curve = found->second;
-    text += (text.empty() ? "" : ", ") + parameter.name() + " " +
+    text += (text.empty() ? "" : ", ") + parameter.name + " " +
             (curve.isConstant() ? valueText(parameter, curve.at(0.0))
                                 : "in " + std::to_string(curve.keys().size()) + " keys");
+  }
+  if (text.size() > kMaxPresetLine) {
+    text.resize(text.rfind(',', kMaxPresetLine - 5));
+    text += ", ...";
   }
   return text.empty() ? "nothing set" : text;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

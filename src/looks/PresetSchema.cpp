@@ -4,7 +4,7 @@
 
 #include "looks/Preset.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 using nlohmann::ordered_json;
@@ -24,18 +24,18 @@ ordered_json line(const char* purpose) {
           {"pattern", "^[^\\n\\r]*$"}};
 }
 
-ordered_json valueOf(const host::Parameter& parameter) {
-  if (parameter.isPopup()) return {{"enum", parameter.choices}};
-  ordered_json value{{"type", "number"}, {"minimum", parameter.minimum()}};
-  if (parameter.maximum() < std::numeric_limits<float>::max()) {
-    value["maximum"] = parameter.maximum();
+ordered_json valueOf(const Parameter& parameter) {
+  if (parameter.isChoice) return {{"enum", parameter.choices}};
+  ordered_json value{{"type", "number"}, {"minimum", parameter.minimum}};
+  if (parameter.maximum < std::numeric_limits<float>::max()) {
+    value["maximum"] = parameter.maximum;
   }
   return value;
 }
 
-ordered_json keysOf(const host::Parameter& parameter) {
+ordered_json keysOf(const Parameter& parameter) {
   ordered_json interpolations{nameOf(Interpolation::Hold)};
-  if (!parameter.isPopup()) {
+  if (!parameter.isChoice) {
     interpolations.push_back(nameOf(Interpolation::Linear));
     interpolations.push_back(nameOf(Interpolation::Ease));
   }
@@ -53,9 +53,9 @@ ordered_json keysOf(const host::Parameter& parameter) {
 ordered_json presetSchema(const ParameterTable& table) {
   ordered_json values = ordered_json::object();
   ordered_json curves = ordered_json::object();
-  for (const host::Parameter& parameter : table.all()) {
-    values[parameter.name()] = valueOf(parameter);
-    if (canChangeOverTime(parameter)) curves[parameter.name()] = keysOf(parameter);
+  for (const Parameter& parameter : table.all()) {
+    values[parameter.name] = valueOf(parameter);
+    if (parameter.canChangeOverTime) curves[parameter.name] = keysOf(parameter);
   }
   ordered_json schema{{"$schema", "http://json-schema.org/draft-07/schema#"},
                       {"title", "Lomix preset"}};
@@ -70,4 +70,4 @@ ordered_json presetSchema(const ParameterTable& table) {
   return schema;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

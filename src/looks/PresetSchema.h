@@ -4,9 +4,9 @@
 
 #include "looks/ParameterTable.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 
 /// The JSON schema of preset files, with the names and ranges of these parameters.
 nlohmann::ordered_json presetSchema(const ParameterTable& table);
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

@@ -4,16 +4,14 @@
 #include <iterator>
 #include <string_view>
 
-#include "support/Errors.h"
+#include "looks/LookErrors.h"
+#include "support/Text.h"
 #include "support/TextFile.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Far more than thirteen parameters need; whatever is longer is no preset.
-constexpr std::size_t kMaxPresetBytes = 1 << 20;
 
 bool isFileName(const std::string& text) {
   return text.find_first_of("/\\") != std::string::npos || text.ends_with(".json");
@@ -32,26 +30,29 @@ std::string readable(std::string name) {
 
 }  // namespace
 
+const BuiltInPreset& builtInPreset(std::string_view id) {
+  const auto presets = builtInPresets();
+  const std::string wanted = normalisedName(id);
+  const auto found = std::ranges::find(presets, wanted, &BuiltInPreset::id);
+  if (found != presets.end()) return *found;
+  const auto nearest = std::ranges::min_element(
+      presets, {}, [&](const BuiltInPreset& p) { return editDistance(wanted, p.id); });
+  throw UnknownName("there is no preset '" + std::string(id) + "' (did you mean '" + nearest->id +
+                    "'?)");
+}
+
 PresetText findPreset(const std::string& nameOrFile) {
   if (isFileName(nameOrFile)) {
-    return {"'" + nameOrFile + "'", media::readText(nameOrFile, kMaxPresetBytes)};
+    return {"'" + nameOrFile + "'", readText(nameOrFile, kMaxPresetBytes)};
   }
-  const auto presets = builtInPresets();
-  const std::string wanted = normalisedName(nameOrFile);
-  const auto found = std::ranges::find(presets, wanted, &BuiltInPreset::id);
-  if (found == presets.end()) {
-    const auto nearest = std::ranges::min_element(
-        presets, {}, [&](const BuiltInPreset& p) { return editDistance(wanted, p.id); });
-    throw UsageError("--preset: there is no preset '" + nameOrFile + "' (did you mean '" +
-                     nearest->id + "'? 'lomix presets' lists all; a file ends in .json)");
-  }
-  return {"preset '" + std::string(found->id) + "'", found->text};
+  const BuiltInPreset& preset = builtInPreset(nameOrFile);
+  return {"preset '" + std::string(preset.id) + "'", preset.text};
 }
 
 void savePreset(const Look& look, const ParameterTable& table, const fs::path& file,
                 bool overwrite) {
   const Preset preset{readable(file.stem().string()), describe(look, table), look};
-  media::writeText(toJson(preset, table).dump(2) + "\n", file, overwrite);
+  writeText(presetText(preset, table), file, overwrite);
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix::looks

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace lomix::cli {
+namespace lomix {
 
 /// The command line asks for something that cannot be; the process ends with 2. what() is one line,
 /// "subject: cause (way out)".
@@ -36,4 +36,4 @@ class Interrupted : public std::runtime_error {
   int signal_;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix

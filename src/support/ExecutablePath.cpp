@@ -12,7 +12,7 @@
 #include <mach-o/dyld.h>
 #endif
 
-namespace lomix::cli {
+namespace lomix {
 
 std::filesystem::path executablePath() {
   std::error_code error;
@@ -37,4 +37,4 @@ std::filesystem::path executablePath() {
   return resolved;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-namespace lomix::cli {
+namespace lomix {
 
 /// The file of the running program, with links resolved. Throws CommandError when the system does
 /// not tell.
 std::filesystem::path executablePath();
 
-}  // namespace lomix::cli
+}  // namespace lomix

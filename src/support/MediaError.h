@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-namespace lomix::media {
+namespace lomix {
 
 /// A picture could not be read, made or written. what() is one line, "subject: cause (way out)".
 class MediaError : public std::runtime_error {
@@ -10,4 +10,4 @@ class MediaError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -4,7 +4,7 @@
 
 #include "support/MediaError.h"
 
-namespace lomix::media {
+namespace lomix {
 
 namespace fs = std::filesystem;
 
@@ -36,4 +36,4 @@ void checkNewFile(const fs::path& file, bool overwrite) {
   }
 }
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-namespace lomix::media {
+namespace lomix {
 
 /// Throws MediaError when no file of that name can be made: missing folder, a file that is in the
 /// way.
@@ -15,4 +15,4 @@ std::string cannotRead(const std::filesystem::path& file);
 /// "cannot write 'file': ", the beginning of messages about it.
 std::string cannotWrite(const std::filesystem::path& file);
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #endif
 
-namespace lomix::media {
+namespace lomix {
 namespace {
 
 #ifdef _WIN32
@@ -58,4 +58,4 @@ QuietStandardError::~QuietStandardError() {
   kept = -1;
 }
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace lomix::media {
+namespace lomix {
 
 /// While one of these lives, whatever the process writes to standard error is dropped. The decoders
 /// under the image library print there by themselves, and their lines would stand between ours; the
@@ -13,4 +13,4 @@ class QuietStandardError {
   QuietStandardError& operator=(const QuietStandardError&) = delete;
 };
 
-}  // namespace lomix::media
+}  // namespace lomix

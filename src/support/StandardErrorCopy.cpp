@@ -7,7 +7,7 @@
 #include <unistd.h>
 #endif
 
-namespace lomix::cli {
+namespace lomix {
 namespace {
 
 constexpr int kStandardError = 2;
@@ -57,4 +57,4 @@ std::streamsize StandardErrorCopy::Buffer::xsputn(const char* text, std::streams
   return done;
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix

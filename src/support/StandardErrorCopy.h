@@ -3,7 +3,7 @@
 #include <ostream>
 #include <streambuf>
 
-namespace lomix::cli {
+namespace lomix {
 
 /// A stream to where standard error went when it was made. Readers of pictures and videos mute
 /// standard error for a while, for all threads; this one still speaks.
@@ -31,4 +31,4 @@ class StandardErrorCopy : public std::ostream {
   Buffer buffer_;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix

@@ -2,7 +2,7 @@
 
 #include <iosfwd>
 
-namespace lomix::cli {
+namespace lomix {
 
 /// Where a command writes: results to out, notes and errors to err.
 struct Streams {
@@ -20,9 +20,9 @@ class Command {
   Command(const Command&) = delete;
   Command& operator=(const Command&) = delete;
 
-  /// Throws UsageError, CommandError, FramesFailed, Interrupted, media::MediaError or
+  /// Throws UsageError, CommandError, FramesFailed, Interrupted, MediaError or
   /// host::HostError.
   virtual void run(const Streams& streams) = 0;
 };
 
-}  // namespace lomix::cli
+}  // namespace lomix

@@ -20,7 +20,7 @@
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
-namespace lomix::media {
+namespace lomix {
 namespace {
 
 /// Names that the handler of a signal finds without taking a lock. One slot for each file that is
@@ -130,4 +130,4 @@ void TemporaryFile::removeAllBeforeExit() noexcept {
   }
 }
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <filesystem>
 
-namespace lomix::media {
+namespace lomix {
 
 /// A file that grows under a hidden temporary name beside its final one and gets the final name
 /// only when it is whole. Whatever was not published is removed with the object.
@@ -35,4 +35,4 @@ class TemporaryFile {
   std::atomic<const char*>* slot_ = nullptr;
 };
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -7,7 +7,7 @@
 #include "support/NewFile.h"
 #include "support/TemporaryFile.h"
 
-namespace lomix::media {
+namespace lomix {
 namespace {
 
 namespace fs = std::filesystem;
@@ -55,4 +55,4 @@ void writeText(const std::string& text, const fs::path& file, bool overwrite) {
   temporary.publish(overwrite);
 }
 
-}  // namespace lomix::media
+}  // namespace lomix

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-namespace lomix::media {
+namespace lomix {
 
 /// The content of a file. Throws MediaError when it cannot be read or has more than maxBytes.
 std::string readText(const std::filesystem::path& file, std::size_t maxBytes);
@@ -14,4 +14,4 @@ std::string readText(const std::filesystem::path& file, std::size_t maxBytes);
 /// kept, and is an error unless it has just this content. Throws MediaError.
 void writeText(const std::string& text, const std::filesystem::path& file, bool overwrite);
 
-}  // namespace lomix::media
+}  // namespace lomix

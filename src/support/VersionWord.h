@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace lomix::cli {
+namespace lomix {
 
 /// A host's packed version word, taken apart.
 struct VersionWord {
@@ -25,4 +25,4 @@ constexpr VersionWord decodeVersion(std::uint32_t word) {
   return {(word >> 19) & 7U, (word >> 15) & 15U, (word >> 11) & 15U, (word >> 9) & 3U, word & 511U};
 }
 
-}  // namespace lomix::cli
+}  // namespace lomix

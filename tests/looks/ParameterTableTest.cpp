@@ -1,48 +1,53 @@
 #include <gmock/gmock.h>
 
-#include <cstring>
+#include <cmath>
+#include <limits>
+#include <set>
+#include <utility>
 
+#include "looks/LookErrors.h"
 #include "looks/ParameterTable.h"
-#include "support/Errors.h"
+#include "support/Text.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
 
-host::Parameter slider(int index, const char* name, float minimum, float maximum, bool percent) {
-  host::Parameter parameter;
+Parameter slider(int index, const char* name, double minimum, double maximum, const char* unit) {
+  Parameter parameter;
   parameter.index = index;
-  parameter.definition.param_type = PF_Param_FLOAT_SLIDER;
-  std::strncpy(parameter.definition.name, name, sizeof parameter.definition.name - 1);
-  PF_FloatSliderDef& definition = parameter.definition.u.fs_d;
-  definition.valid_min = minimum;
-  definition.valid_max = maximum;
-  definition.display_flags = percent ? PF_ValueDisplayFlag_PERCENT : PF_ValueDisplayFlag_NONE;
+  parameter.name = name;
+  parameter.unit = unit;
+  parameter.minimum = minimum;
+  parameter.maximum = maximum;
   return parameter;
 }
 
-host::Parameter popup(int index, const char* name, std::vector<std::string> choices) {
-  host::Parameter parameter;
+Parameter popup(int index, const char* name, std::vector<std::string> choices) {
+  Parameter parameter;
   parameter.index = index;
-  parameter.definition.param_type = PF_Param_POPUP;
-  std::strncpy(parameter.definition.name, name, sizeof parameter.definition.name - 1);
-  parameter.definition.u.pd.num_choices = static_cast<A_short>(choices.size());
+  parameter.name = name;
+  parameter.isChoice = true;
+  parameter.minimum = 1;
+  parameter.maximum = static_cast<double>(choices.size());
   parameter.choices = std::move(choices);
   return parameter;
 }
 
 const ParameterTable& table() {
-  static const ParameterTable instance(
-      {host::Parameter{}, popup(1, "Edge Mode", {"Wrap Round", "Hold"}),
-       slider(2, "Amount", -100, 100, true), slider(3, "Speed w/Limit", -2.5f, 1000, false)});
+  static const ParameterTable instance({popup(0, "Edge Mode", {"Wrap Round", "Hold"}),
+                                        slider(1, "Amount", -100, 100, "%"),
+                                        slider(2, "Speed w/Limit", -2.5, 1000, "")});
   return instance;
 }
 
-TEST(ParameterTable, TheInputLayerIsNoParameter) {
-  EXPECT_EQ(table().all().size(), 3u);
-  EXPECT_EQ(table().find(""), nullptr);
+/// Reads "Name=Value".
+std::pair<int, double> assign(std::string_view text) {
+  const std::size_t equals = text.find('=');
+  const Parameter& parameter = table().get(trimmed(text.substr(0, equals)), "test");
+  return {parameter.index, parseValue(parameter, trimmed(text.substr(equals + 1)))};
 }
 
 TEST(ParameterTable, AssignmentsAreReadAsInThePanel) {
@@ -51,21 +56,19 @@ TEST(ParameterTable, AssignmentsAreReadAsInThePanel) {
     int index;
     double value;
   };
-  for (const Case& c : {Case{"Amount=30", 2, 30},
-                        {"amount = 30 %", 2, 30},
-                        {"AMOUNT=-12.5%", 2, -12.5},
-                        {"Amount=100", 2, 100},
-                        {"Amount=-100", 2, -100},
-                        {"speed-w-limit=1e3", 3, 1000},
-                        {"Speed w/Limit=-2.5", 3, -2.5},
-                        {"speed_w/limit=0", 3, 0},
-                        {"Edge Mode=Hold", 1, 2},
-                        {"edge-mode=wrap round", 1, 1},
-                        {"EDGE_MODE=wrap-round", 1, 1},
-                        {" edge  mode = 2 ", 1, 2}}) {
-    const Assignment assignment = table().parse(c.text);
-    EXPECT_EQ(assignment.index, c.index) << c.text;
-    EXPECT_EQ(assignment.value, c.value) << c.text;
+  for (const Case& c : {Case{"Amount=30", 1, 30},
+                        {"amount = 30 %", 1, 30},
+                        {"AMOUNT=-12.5%", 1, -12.5},
+                        {"Amount=100", 1, 100},
+                        {"Amount=-100", 1, -100},
+                        {"speed-w-limit=1e3", 2, 1000},
+                        {"Speed w/Limit=-2.5", 2, -2.5},
+                        {"speed_w/limit=0", 2, 0},
+                        {"Edge Mode=Hold", 0, 2},
+                        {"edge-mode=wrap round", 0, 1},
+                        {"EDGE_MODE=wrap-round", 0, 1},
+                        {" edge  mode = 2 ", 0, 2}}) {
+    EXPECT_EQ(assign(c.text), std::pair(c.index, c.value)) << c.text;
   }
 }
 
@@ -74,11 +77,10 @@ TEST(ParameterTable, RefusalsNameTheWayOut) {
     const char* text;
     const char* hint;
   };
-  for (const Case& c : {Case{"Amount", "NAME=VALUE"},
-                        {"Amont=3", "'Amount'"},
-                        {"speed=3", "'lomix params'"},
+  for (const Case& c : {Case{"Amont=3", "'Amount'"},
+                        {"speed=3", "did you mean"},
                         {"edge=1", "'Edge Mode'"},
-                        {"=3", "'lomix params'"},
+                        {"=3", "there is no parameter ''"},
                         {"Amount=", "-100 % to 100 %"},
                         {"Amount=100.5", "-100 % to 100 %"},
                         {"Amount=-101", "-100 % to 100 %"},
@@ -93,11 +95,51 @@ TEST(ParameterTable, RefusalsNameTheWayOut) {
                         {"Edge Mode=1.0", "1 to 2"},
                         {"Edge Mode=Ho", "Hold"},
                         {"Edge Mode=", "Hold"}}) {
-    EXPECT_THAT([&] { table().parse(c.text); },
+    EXPECT_THAT([&] { assign(c.text); },
                 testing::ThrowsMessage<UsageError>(AllOf(HasSubstr(c.hint), HasSubstr(": "))))
         << c.text;
   }
 }
 
+// Other programs and files store the keys.
+TEST(EffectTable, KeysAreStableAndFindTheirParameters) {
+  const std::vector<std::string> keys{"time_control",
+                                      "time",
+                                      "distortion_mode",
+                                      "signal_distortion",
+                                      "scan_distortion",
+                                      "horizontal_sync",
+                                      "vertical_sync",
+                                      "bars_overlay",
+                                      "noise",
+                                      "scanline_overlay",
+                                      "scanline_speed",
+                                      "scanline_thickness",
+                                      "blend_with_original"};
+  const std::vector<Parameter>& all = effectTable().all();
+  ASSERT_EQ(all.size(), keys.size());
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    EXPECT_EQ(all[i].key, keys[i]);
+    EXPECT_EQ(effectTable().find(keys[i]), &all[i]);
+    EXPECT_EQ(effectTable().find(all[i].name), &all[i]);
+    EXPECT_FALSE(all[i].help.empty()) << keys[i];
+    EXPECT_EQ(all[i].help.find('\n'), std::string::npos) << keys[i];
+  }
+}
+
+TEST(ParameterTable, NumbersOutsideTheRangeAreRefused) {
+  const Parameter& mode = table().all()[0];
+  const Parameter& amount = table().all()[1];
+  for (const double value : {-100.0, 0.5, 100.0}) EXPECT_NO_THROW(requireInRange(amount, value));
+  EXPECT_NO_THROW(requireInRange(mode, 2));
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const double value : {-100.1, 101.0, infinity, std::nan("")}) {
+    EXPECT_THROW(requireInRange(amount, value), ValueOutOfRange) << value;
+  }
+  for (const double value : {0.0, 1.5, 3.0, std::nan("")}) {
+    EXPECT_THROW(requireInRange(mode, value), ValueOutOfRange) << value;
+  }
+}
+
 }  // namespace
-}  // namespace lomix::cli
+}  // namespace lomix::looks

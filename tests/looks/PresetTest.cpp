@@ -4,13 +4,12 @@
 #include <map>
 #include <set>
 
-#include "batch/Plugin.h"
 #include "looks/PresetStore.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/ScratchFolder.h"
 
-namespace lomix::cli {
+namespace lomix::looks {
 namespace {
 
 using testing::HasSubstr;
@@ -18,18 +17,17 @@ using testing::HasSubstr;
 class Presets : public ScratchFolder {
  protected:
   Preset parse(const std::string& text) { return parsePreset(text, "'p.json'", table()); }
-  const ParameterTable& table() { return plugin_.parameters(); }
+  const ParameterTable& table() { return effectTable(); }
 
   std::map<std::string, double> valuesAt(const Look& look, double seconds) {
     std::map<std::string, double> values;
-    for (const Assignment& assignment : look.at(seconds)) {
-      values[plugin_.host().parameters()[static_cast<std::size_t>(assignment.index)].name()] =
-          assignment.value;
+    for (const Parameter& parameter : table().all()) {
+      if (look.curves().contains(parameter.index)) {
+        values[parameter.name] = look.valueAt(parameter, seconds);
+      }
     }
     return values;
   }
-
-  Plugin plugin_{host::Personality::AfterEffects};
 };
 
 // The file stays as it is for ever: what was saved once has to load in every version.
@@ -55,8 +53,10 @@ TEST_F(Presets, AFileOfTheFirstFormatMeansWhatItMeant) {
 TEST_F(Presets, TheBuiltInOnesAreSoundAndSurviveBeingSaved) {
   EXPECT_GE(builtInPresets().size(), 12u);
   std::set<std::string> names, looks;
-  for (const auto& [id, text] : builtInPresets()) {
+  for (const auto& [id, name, description, text] : builtInPresets()) {
     const Preset preset = parsePreset(text, id, table());
+    EXPECT_EQ(preset.name, name);
+    EXPECT_EQ(preset.description, description);
     EXPECT_EQ(normalisedName(preset.name), id);
     names.insert(preset.name);
     EXPECT_FALSE(preset.look.curves().empty()) << id;
@@ -76,11 +76,11 @@ TEST_F(Presets, TheBuiltInOnesAreSoundAndSurviveBeingSaved) {
 
 TEST_F(Presets, ASavedOneIsReplacedOnlyWhenTold) {
   Look look;
-  look.set(table().parse("Noise=30"));
+  look.set(table().get("Noise", "").index, 30.0);
   savePreset(look, table(), path("a.json"), false);
   EXPECT_NO_THROW(savePreset(look, table(), path("a.json"), false));
-  look.set(table().parse("Noise=31"));
-  EXPECT_THROW(savePreset(look, table(), path("a.json"), false), media::MediaError);
+  look.set(table().get("Noise", "").index, 31.0);
+  EXPECT_THROW(savePreset(look, table(), path("a.json"), false), MediaError);
   EXPECT_THAT(read(path("a.json")), HasSubstr("\"Noise\": 30"));
   savePreset(look, table(), path("a.json"), true);
   EXPECT_THAT(read(path("a.json")), HasSubstr("\"Noise\": 31"));
@@ -142,4 +142,4 @@ TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
 }
 
 }  // namespace
-}  // namespace lomix::cli
+}  // namespace lomix::looks

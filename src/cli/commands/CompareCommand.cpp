@@ -9,9 +9,9 @@
 #include <sstream>
 
 #include "cli/figures/ContactSheet.h"
-#include "looks/Numbers.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {

@@ -71,7 +71,7 @@ InspectCommand::InspectCommand(CLI::App& app) {
 }
 
 void InspectCommand::run(const Streams& streams) {
-  Plugin plugin(findPlugin(module_), host::Personality::AfterEffects);
+  batch::Plugin plugin(batch::findPlugin(module_), host::Personality::AfterEffects);
   const std::string about = plugin.about();
   const host::GlobalInfo& info = plugin.info();
   const VersionWord version = decodeVersion(info.version);

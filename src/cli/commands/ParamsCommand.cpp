@@ -1,5 +1,6 @@
 #include "cli/commands/ParamsCommand.h"
 
+#include <optional>
 #include <ostream>
 
 #include "batch/Plugin.h"
@@ -9,9 +10,7 @@ namespace lomix::cli {
 
 ParamsCommand::ParamsCommand(CLI::App& app) {
   app.add_flag("--json", json_, "Print JSON for programs");
-  app.add_option("--plugin", plugin_,
-                 "The module to ask; by default the one that is\n"
-                 "installed with lomix")
+  app.add_option("--plugin", plugin_, "A module to ask instead of the effect in this program")
       ->type_name("FILE");
   app.footer(
       "Examples:\n"
@@ -20,14 +19,17 @@ ParamsCommand::ParamsCommand(CLI::App& app) {
 }
 
 void ParamsCommand::run(const Streams& streams) {
-  Plugin plugin(findPlugin(plugin_), host::Personality::AfterEffects);
-  if (json_) {
-    streams.out << nlohmann::ordered_json{{"parameters", toJson(plugin.parameters())}}.dump(2)
-                << "\n";
-  } else {
-    print(plugin.parameters(), streams.out);
+  std::optional<batch::Plugin> plugin;
+  if (!plugin_.empty()) {
+    plugin.emplace(batch::findPlugin(plugin_), host::Personality::AfterEffects);
   }
-  plugin.finish();
+  const looks::ParameterTable& table = plugin ? plugin->parameters() : looks::effectTable();
+  if (json_) {
+    streams.out << nlohmann::ordered_json{{"parameters", toJson(table)}}.dump(2) << "\n";
+  } else {
+    print(table, streams.out);
+  }
+  if (plugin) plugin->finish();
 }
 
 }  // namespace lomix::cli

@@ -3,12 +3,13 @@
 #include <filesystem>
 #include <utility>
 
+#include "cli/OptionValues.h"
 #include "cli/figures/ProfilePlot.h"
-#include "looks/Numbers.h"
 #include "looks/ParameterTable.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
 #include "support/NewFile.h"
+#include "support/Text.h"
 #include "support/TextFile.h"
 
 namespace lomix::cli {
@@ -58,10 +59,11 @@ PlotCommand::PlotCommand(CLI::App& app) {
 
 void PlotCommand::run(const Streams&) {
   const auto [from, to] = parseSpan(over_);
-  const ProfileRange range{rows_, inSeconds(parseTime(time_)), from, to};
-  const bool svg = normalisedName(std::filesystem::path(output_).extension().string()) == ".svg";
+  const ProfileRange range{rows_, batch::inSeconds(parseTime(time_)), from, to};
+  const bool svg =
+      looks::normalisedName(std::filesystem::path(output_).extension().string()) == ".svg";
   if (svg) {
-    media::checkNewFile(output_, overwrite_);
+    checkNewFile(output_, overwrite_);
   } else {
     media::checkWritable(output_, overwrite_);
   }
@@ -69,7 +71,7 @@ void PlotCommand::run(const Streams&) {
                          kProfilePlotWidth, kProfilePlotHeight, kWhite);
   drawProfiles(drawing, range);
   if (svg) {
-    media::writeText(std::move(drawing).svg(), output_, overwrite_);
+    writeText(std::move(drawing).svg(), output_, overwrite_);
   } else {
     media::writePicture(drawing.picture(), output_, overwrite_);
   }

@@ -3,7 +3,7 @@
 #include <iomanip>
 #include <ostream>
 
-#include "batch/Plugin.h"
+#include "cli/LookOptions.h"
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
 
@@ -28,28 +28,27 @@ PresetsCommand::PresetsCommand(CLI::App& app) {
 }
 
 void PresetsCommand::run(const Streams& streams) {
-  Plugin plugin(host::Personality::AfterEffects);
+  const looks::ParameterTable& table = looks::effectTable();
   if (!shown_.empty()) {
-    const PresetText found = findPreset(shown_);
-    parsePreset(found.text, found.source, plugin.parameters());
+    const looks::PresetText found = presetNamed(shown_, "--show");
+    looks::parsePreset(found.text, found.source, table);
     streams.out << found.text;
   } else if (schema_) {
-    streams.out << presetSchema(plugin.parameters()).dump(2) << "\n";
+    streams.out << looks::presetSchema(table).dump(2) << "\n";
   } else {
-    printAll(plugin.parameters(), streams.out);
+    printAll(table, streams.out);
   }
 }
 
-void PresetsCommand::printAll(const ParameterTable& table, std::ostream& out) const {
+void PresetsCommand::printAll(const looks::ParameterTable& table, std::ostream& out) const {
   auto list = nlohmann::ordered_json::array();
-  for (const auto& [id, text] : builtInPresets()) {
-    const Preset preset = parsePreset(text, id, table);
+  for (const looks::BuiltInPreset& builtIn : looks::builtInPresets()) {
     if (json_) {
-      nlohmann::ordered_json entry{{"id", id}};
-      entry.update(toJson(preset, table));
+      nlohmann::ordered_json entry{{"id", builtIn.id}};
+      entry.update(toJson(looks::parsePreset(builtIn.text, builtIn.id, table), table));
       list.push_back(std::move(entry));
     } else {
-      out << std::left << std::setw(22) << id << preset.description << "\n";
+      out << std::left << std::setw(22) << builtIn.id << builtIn.description << "\n";
     }
   }
   if (json_) out << nlohmann::ordered_json{{"presets", list}}.dump(2) << "\n";

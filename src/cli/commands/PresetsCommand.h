@@ -16,7 +16,7 @@ class PresetsCommand : public Command {
   void run(const Streams& streams) override;
 
  private:
-  void printAll(const ParameterTable& table, std::ostream& out) const;
+  void printAll(const looks::ParameterTable& table, std::ostream& out) const;
 
   std::string shown_;
   bool json_ = false;

@@ -4,10 +4,11 @@
 #include <optional>
 #include <thread>
 
-#include "batch/FrameList.h"
 #include "batch/RenderRun.h"
-#include "looks/Numbers.h"
+#include "cli/FrameList.h"
+#include "cli/OptionValues.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -21,16 +22,16 @@ Personality parsePersonality(const std::string& text) {
 }
 
 /// text: empty for the default. module: the module that was named, empty for none.
-Engine parseEngine(const std::string& text, const std::string& module) {
-  if (text.empty()) return module.empty() ? Engine::Rows : Engine::Plugin;
-  if (text == "plugin") return Engine::Plugin;
+batch::Engine parseEngine(const std::string& text, const std::string& module) {
+  if (text.empty()) return module.empty() ? batch::Engine::Rows : batch::Engine::Plugin;
+  if (text == "plugin") return batch::Engine::Plugin;
   if (text != "rows") {
     throw UsageError("--engine: there is no engine '" + text + "' (use rows or plugin)");
   }
   if (!module.empty()) {
     throw UsageError("--plugin: the engine rows loads no module (use --engine plugin)");
   }
-  return Engine::Rows;
+  return batch::Engine::Rows;
 }
 
 /// wanted: 0 for all processors.
@@ -172,27 +173,27 @@ RenderCommand::RenderCommand(CLI::App& app) {
 }
 
 void RenderCommand::run(const Streams& streams) {
-  RunOptions run;
+  batch::RunOptions run;
   run.threads = threadCount(threads_);
   run.reportFile = report_;
   run.quiet = quiet_;
-  RenderOptions& rendering = run.rendering;
+  batch::RenderOptions rendering;
   rendering.personality = parsePersonality(host_);
   rendering.downsample = parseDownsample(downsample_);
   rendering.depth = parseDepth(depth_, rendering.personality);
   rendering.engine = parseEngine(engine_, plugin_);
   rendering.module = plugin_;
-  rendering.look = look_;
+  run.byPlugin = rendering.engine == batch::Engine::Plugin;
   run.savedPreset = savedPreset_;
 
-  RouteOptions& route = run.route;
+  batch::RouteOptions& route = run.route;
   route.input = input_;
   route.output = output_;
   if (!time_.empty()) route.time = parseTime(time_);
   if (!frames_.empty()) route.frames = parseFrames(frames_);
   if (!fps_.empty()) route.rate = parseRate(fps_);
-  if (overwrite_) route.existing = Existing::Overwrite;
-  if (skipExisting_) route.existing = Existing::Skip;
+  if (overwrite_) route.existing = batch::Existing::Overwrite;
+  if (skipExisting_) route.existing = batch::Existing::Skip;
   route.threads = run.threads;
   route.codec = codec_;
   route.crf = crf_;
@@ -203,7 +204,8 @@ void RenderCommand::run(const Streams& streams) {
     route.rawFormat = colon == std::string::npos ? "rgba" : raw_.substr(colon + 1);
     if (codec_.empty() && output_ == media::kStandardStream) route.codec = "raw";
   }
-  runRender(run, streams);
+  batch::FrameRenderer renderer(rendering);
+  batch::runRender(run, renderer, look_.read(renderer.parameters()), streams);
 }
 
 }  // namespace lomix::cli

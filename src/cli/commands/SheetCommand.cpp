@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 #include <utility>
 
-#include "batch/StillRenderer.h"
+#include "batch/FrameRenderer.h"
+#include "cli/OptionValues.h"
 #include "cli/figures/ContactSheet.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
@@ -66,7 +68,7 @@ SheetCommand::SheetCommand(CLI::App& app) {
       "      --sweep \"Scan Distortion=0:60:4\" --time 1.3\n");
 }
 
-std::vector<std::vector<Step>> SheetCommand::axes(const ParameterTable& table) const {
+std::vector<std::vector<Step>> SheetCommand::axes(const looks::ParameterTable& table) const {
   std::vector<std::vector<Step>> all;
   if (presets_) all.push_back(presetAxis(table));
   for (const std::string& sweep : sweeps_) all.push_back(parameterAxis(table, sweep));
@@ -78,7 +80,7 @@ std::vector<std::vector<Step>> SheetCommand::axes(const ParameterTable& table) c
 }
 
 std::vector<SheetCommand::Cell> SheetCommand::cells(
-    const ParameterTable& table, const std::vector<std::vector<Step>>& axes) const {
+    const looks::ParameterTable& table, const std::vector<std::vector<Step>>& axes) const {
   std::vector<Cell> all{{{}, {look_.read(table), parseTime(time_)}}};
   for (const std::vector<Step>& axis : axes) {
     if (all.size() * axis.size() > std::size_t{kMaxSheetCells}) {
@@ -106,7 +108,7 @@ int SheetCommand::columnsFor(const std::vector<std::vector<Step>>& axes, int cou
 }
 
 void SheetCommand::run(const Streams&) {
-  StillRenderer renderer;
+  batch::FrameRenderer renderer({});
   const std::vector<std::vector<Step>> shown = axes(renderer.parameters());
   const std::vector<Cell> all = cells(renderer.parameters(), shown);
   media::checkWritable(output_, overwrite_);
@@ -121,9 +123,13 @@ void SheetCommand::run(const Streams&) {
   ContactSheet sheet({count, columnsFor(shown, count), width, static_cast<int>(std::lround(height)),
                       static_cast<int>(shown.size())},
                      title_);
+  const int threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   for (int i = 0; i < count; ++i) {
     const auto& [label, moment] = all[static_cast<std::size_t>(i)];
-    sheet.place(i, toDepth(renderer.render(picture, moment.look, moment.time), 8), label);
+    media::Picture input = picture;
+    media::Picture rendered;
+    renderer.render(moment.look, input, moment.time, threads, rendered);
+    sheet.place(i, toDepth(std::move(rendered), 8), label);
   }
   media::writePicture(sheet.finish(), output_, overwrite_);
 }

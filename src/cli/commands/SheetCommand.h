@@ -22,8 +22,8 @@ class SheetCommand : public Command {
     std::vector<std::string> label;
     Moment moment;
   };
-  std::vector<std::vector<Step>> axes(const ParameterTable& table) const;
-  std::vector<Cell> cells(const ParameterTable& table,
+  std::vector<std::vector<Step>> axes(const looks::ParameterTable& table) const;
+  std::vector<Cell> cells(const looks::ParameterTable& table,
                           const std::vector<std::vector<Step>>& axes) const;
   int columnsFor(const std::vector<std::vector<Step>>& axes, int count) const;
 

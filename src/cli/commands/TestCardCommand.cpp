@@ -1,9 +1,10 @@
 #include "cli/commands/TestCardCommand.h"
 
-#include "looks/Numbers.h"
+#include "cli/OptionValues.h"
 #include "media/drawing/TestCard.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 
@@ -23,7 +24,7 @@ TestCardCommand::TestCardCommand(CLI::App& app) {
 }
 
 void TestCardCommand::run(const Streams&) {
-  const PairOfWholes size = parseSize(size_);
+  const batch::PairOfWholes size = parseSize(size_);
   if (size.first > media::kMaxTestCardSide || size.second > media::kMaxTestCardSide) {
     throw UsageError("--size: " + size_ + " is too large (use at most " +
                      std::to_string(media::kMaxTestCardSide) + " to each side)");

@@ -19,7 +19,7 @@ class ContactSheet {
     int labelLines;
   };
 
-  /// title: a line above the pictures, may be empty. Throws media::MediaError when the sheet is too
+  /// title: a line above the pictures, may be empty. Throws MediaError when the sheet is too
   /// large for a picture.
   ContactSheet(const Size& size, std::string_view title);
 

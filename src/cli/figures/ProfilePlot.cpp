@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/Profiles.h"
-#include "looks/Numbers.h"
+#include "batch/EffectLibrary.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -33,7 +33,7 @@ constexpr TextStyle kLabelStart{13, kInk, Anchor::Start};
 struct Shown {
   const char* heading;
   const char* unit;
-  std::vector<float> LomixStruct::*profile;
+  int profile;       ///< LOMIX_SCAN_PROFILE, ...
   double scale;      ///< From the profile's value to the shown one.
   double low, high;  ///< Ends of the shown values.
   Colour curve;
@@ -45,7 +45,7 @@ struct Shown {
 constexpr std::array<Shown, 3> kShown{{
     {"Scan profile: how far Scan Distortion at 100 % pushes a row",
      "% of the width",
-     &LomixStruct::scanProfile,
+     LOMIX_SCAN_PROFILE,
      100.0,
      0.0,
      30.0,
@@ -55,7 +55,7 @@ constexpr std::array<Shown, 3> kShown{{
      {8, 48, 107}},
     {"Bars profile: the brightness of Bars Overlay",
      "0 black, 1 white",
-     &LomixStruct::barsProfile,
+     LOMIX_BARS_PROFILE,
      1.0,
      0.0,
      1.0,
@@ -65,7 +65,7 @@ constexpr std::array<Shown, 3> kShown{{
      {255, 255, 255}},
     {"Signal profile: how far Signal Distortion at 100 % pushes a row",
      "% of the width",
-     &LomixStruct::signalProfile,
+     LOMIX_SIGNAL_PROFILE,
      -50.0,
      -12.5,
      12.5,
@@ -86,10 +86,20 @@ Colour colourOf(const Shown& shown, double value) {
                     : mix(shown.middleColour, shown.highColour, 2 * part - 1);
 }
 
-LomixStruct profilesAt(int rows, double seconds) {
-  LomixStruct record{};
-  engine::fillProfiles(record, rows, 1.0, -static_cast<float>(seconds), engine::bestTarget());
-  return record;
+/// Computes a profile as a frame of that height has it.
+std::vector<float> profileAt(int profile, int rows, double seconds) {
+  media::Picture source(1, 1, 8);
+  media::Picture output(1, rows, 8);
+  const lomix_image sourceImage = batch::imageOf(source);
+  const lomix_image outputImage = batch::imageOf(output);
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.time_seconds = seconds;
+  const batch::FramePtr frame = batch::createFrame(settings, sourceImage, outputImage);
+  std::vector<float> values(static_cast<std::size_t>(rows));
+  batch::check([&](lomix_error* error) {
+    return lomix_frame_get_profile(frame.get(), profile, 0, rows, values.data(), error);
+  });
+  return values;
 }
 
 /// A step of 1, 2 or 5 times a power of ten that divides the range into about count parts.
@@ -159,10 +169,10 @@ class Panel {
       const double y = rows_.at(row);
       drawing_.line(std::array{Point{curve_.left, y}, Point{curve_.right, y}}, kFaint);
     }
-    const LomixStruct record = profilesAt(range_.rows, range_.seconds);
+    const std::vector<float> profile = profileAt(shown_.profile, range_.rows, range_.seconds);
     std::vector<Point> points;
     for (int row = 0; row < range_.rows; ++row) {
-      const double value = shown_.scale * (record.*shown_.profile)[static_cast<std::size_t>(row)];
+      const double value = shown_.scale * profile[static_cast<std::size_t>(row)];
       points.push_back({values.at(value), rows_.at(row + 0.5)});
     }
     drawing_.line(points, shown_.curve, range_.rows > kHeight ? 1.0 : 1.6);
@@ -179,9 +189,9 @@ class Panel {
     for (int x = 0; x < width; ++x) {
       const double seconds =
           times.low + (times.high - times.low) * (x + 0.5) / static_cast<double>(width);
-      const LomixStruct record = profilesAt(range_.rows, seconds);
+      const std::vector<float> profile = profileAt(shown_.profile, range_.rows, seconds);
       for (int y = 0; y < height; ++y) {
-        const Colour colour = colourOf(shown_, valueAt(record.*shown_.profile, y, height));
+        const Colour colour = colourOf(shown_, valueAt(profile, y, height));
         auto* pixel = picture.row8(y).data() + std::ptrdiff_t{x} * media::Picture::kChannels;
         pixel[0] = 255;
         pixel[1] = static_cast<std::uint8_t>(colour.red + 0.5);

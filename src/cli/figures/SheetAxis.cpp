@@ -3,8 +3,11 @@
 #include <cmath>
 #include <limits>
 
+#include "cli/LookOptions.h"
+#include "cli/OptionValues.h"
 #include "looks/PresetStore.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -45,7 +48,7 @@ std::vector<double> valuesOf(std::string_view text, const std::string& subject, 
   return values;
 }
 
-FrameTime inThousandths(double seconds) {
+batch::FrameTime inThousandths(double seconds) {
   constexpr double kMost = std::numeric_limits<std::int32_t>::max() / 1000;
   if (std::abs(seconds) > kMost) {
     throw UsageError("--times: " + shortest(seconds) + " s is too far away (use up to " +
@@ -56,41 +59,41 @@ FrameTime inThousandths(double seconds) {
 
 }  // namespace
 
-std::vector<Step> parameterAxis(const ParameterTable& table, std::string_view text) {
+std::vector<Step> parameterAxis(const looks::ParameterTable& table, std::string_view text) {
   const auto [parameter, value] =
-      table.split(text, "--sweep", "NAME=FROM:TO:COUNT, such as Noise=0:100:5");
-  if (parameter.isPopup() && value.find(':') != std::string_view::npos) {
-    throw UsageError(parameter.name() +
+      splitSetting(table, text, "--sweep", "NAME=FROM:TO:COUNT, such as Noise=0:100:5");
+  if (parameter.isChoice && value.find(':') != std::string_view::npos) {
+    throw UsageError(parameter.name +
                      ": there is nothing between two choices (list them with commas)");
   }
   std::vector<Step> steps;
-  for (const double v : valuesOf(value, parameter.name(), [&parameter = parameter](auto number) {
-         return parseValue(parameter, number);
+  for (const double v : valuesOf(value, parameter.name, [&parameter = parameter](auto number) {
+         return looks::parseValue(parameter, number);
        })) {
-    steps.push_back(
-        {parameter.name() + " " + valueText(parameter, v),
-         [setting = Assignment{parameter.index, v}](Moment& moment) { moment.look.set(setting); }});
+    steps.push_back({parameter.name + " " + looks::valueText(parameter, v),
+                     [index = parameter.index, v](Moment& moment) { moment.look.set(index, v); }});
   }
   return steps;
 }
 
 std::vector<Step> timeAxis(std::string_view text) {
   std::vector<Step> steps;
-  for (const double seconds : valuesOf(
-           text, "--times", [](std::string_view time) { return inSeconds(parseTime(time)); })) {
-    const FrameTime time = inThousandths(seconds);
+  for (const double seconds : valuesOf(text, "--times", [](std::string_view time) {
+         return batch::inSeconds(parseTime(time));
+       })) {
+    const batch::FrameTime time = inThousandths(seconds);
     steps.push_back(
-        {shortest(inSeconds(time)) + " s", [time](Moment& moment) { moment.time = time; }});
+        {shortest(batch::inSeconds(time)) + " s", [time](Moment& moment) { moment.time = time; }});
   }
   return steps;
 }
 
-std::vector<Step> presetAxis(const ParameterTable& table) {
+std::vector<Step> presetAxis(const looks::ParameterTable& table) {
   std::vector<Step> steps;
-  for (const auto& [id, text] : builtInPresets()) {
-    Preset preset = parsePreset(text, id, table);
+  for (const looks::BuiltInPreset& builtIn : looks::builtInPresets()) {
+    looks::Preset preset = looks::parsePreset(builtIn.text, builtIn.id, table);
     steps.push_back({preset.name, [look = std::move(preset.look)](Moment& moment) {
-                       Look whole = look;
+                       looks::Look whole = look;
                        for (const auto& [index, curve] : moment.look.curves()) {
                          whole.set(index, curve);
                        }

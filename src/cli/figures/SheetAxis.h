@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "batch/FrameTime.h"
 #include "looks/Look.h"
-#include "looks/Numbers.h"
 
 namespace lomix::cli {
 
@@ -16,8 +16,8 @@ inline constexpr int kMaxSheetCells = 1000;
 
 /// What one picture is made with.
 struct Moment {
-  Look look;
-  FrameTime time;
+  looks::Look look;
+  batch::FrameTime time;
 };
 
 /// One place on an axis.
@@ -27,12 +27,12 @@ struct Step {
 };
 
 /// "NAME=FROM:TO:COUNT" or "NAME=VALUE,VALUE,...": a parameter at those values. Throws UsageError.
-std::vector<Step> parameterAxis(const ParameterTable& table, std::string_view text);
+std::vector<Step> parameterAxis(const looks::ParameterTable& table, std::string_view text);
 
 /// "FROM:TO:COUNT" or "SECONDS,SECONDS,...". Throws UsageError.
 std::vector<Step> timeAxis(std::string_view text);
 
 /// Every built-in preset. Settings that stand in the moment already win over the preset's.
-std::vector<Step> presetAxis(const ParameterTable& table);
+std::vector<Step> presetAxis(const looks::ParameterTable& table);
 
 }  // namespace lomix::cli

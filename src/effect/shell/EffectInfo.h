@@ -4,12 +4,15 @@
 
 #include "hostapi/Commands.h"
 
+namespace lomix {
+
 inline constexpr char kEffectName[] = "Lomix";
 inline constexpr char kEffectDescription[] = "A realistic Lomix Image Distortion Plugin";
 inline constexpr char kEffectCategory[] = "Distort";
 inline constexpr char kEffectMatchName[] = "Lomix";
 inline constexpr char kEntryPointName[] = "EntryPointFunc";
 
+// CMake reads these three lines too.
 inline constexpr int kVersionMajor = 2;
 inline constexpr int kVersionMinor = 0;
 inline constexpr int kVersionBugfix = 0;
@@ -24,3 +27,5 @@ inline constexpr PF_OutFlags2 kOutFlags2 =
     PF_OutFlag2_SUPPORTS_QUERY_DYNAMIC_FLAGS | PF_OutFlag2_SUPPORTS_SMART_RENDER |
     PF_OutFlag2_FLOAT_COLOR_AWARE | PF_OutFlag2_PPRO_DO_NOT_CLONE_SEQUENCE_DATA_FOR_RENDER;
 static_assert(kOutFlags2 == 0x9401);
+
+}  // namespace lomix

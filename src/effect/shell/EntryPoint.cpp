@@ -10,10 +10,12 @@
 namespace lomix {
 namespace {
 
+constexpr int kTimeControlIndex = lomix::indexOf("time_control");
+
 PF_Err globalSetup(PF_OutData* out_data) {
-  out_data->my_version = kVersionWord;
-  out_data->out_flags = kOutFlags;
-  out_data->out_flags2 = kOutFlags2;
+  out_data->my_version = lomix::kVersionWord;
+  out_data->out_flags = lomix::kOutFlags;
+  out_data->out_flags2 = lomix::kOutFlags2;
   return PF_Err_NONE;
 }
 
@@ -21,10 +23,10 @@ PF_Err globalSetup(PF_OutData* out_data) {
 PF_Err queryDynamicFlags(PF_InData* in_data, PF_OutData* out_data) {
   PF_ParamDef def{};
   const PF_Err checkout =
-      in_data->inter.checkout_param(in_data->effect_ref, kTimeControl, in_data->current_time,
+      in_data->inter.checkout_param(in_data->effect_ref, kTimeControlIndex, in_data->current_time,
                                     in_data->time_step, in_data->time_scale, &def);
   if (checkout == PF_Err_NONE) {
-    if (def.u.pd.value == kAutomaticTime) {
+    if (def.u.pd.value == lomix::kAutomaticTime) {
       out_data->out_flags |= PF_OutFlag_NON_PARAM_VARY;
     } else {
       out_data->out_flags &= ~PF_OutFlag_NON_PARAM_VARY;
@@ -35,19 +37,20 @@ PF_Err queryDynamicFlags(PF_InData* in_data, PF_OutData* out_data) {
 }
 
 PF_Err updatePanel(PF_InData* in_data, PF_ParamDef* params[]) {
-  return HideStream(in_data, kTime, params[kTimeControl]->u.pd.value == kAutomaticTime);
+  return HideStream(in_data, lomix::indexOf("time"),
+                    params[kTimeControlIndex]->u.pd.value == lomix::kAutomaticTime);
 }
 
 PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                 PF_LayerDef* output, void* extra) {
   switch (cmd) {
     case PF_Cmd_ABOUT:
-      return CommonAbout(in_data, out_data, kEffectName, kEffectDescription, kVersionMajor,
-                         kVersionMinor, kVersionBugfix);
+      return CommonAbout(in_data, out_data, lomix::kEffectName, lomix::kEffectDescription,
+                         lomix::kVersionMajor, lomix::kVersionMinor, lomix::kVersionBugfix);
     case PF_Cmd_GLOBAL_SETUP:
       return globalSetup(out_data);
     case PF_Cmd_PARAMS_SETUP:
-      return AddParameters(in_data, out_data);
+      return lomix::AddParameters(in_data, out_data);
     case PF_Cmd_RENDER:
       return WaveRender(in_data, out_data, params, output, nullptr);
     case PF_Cmd_USER_CHANGED_PARAM:

@@ -7,7 +7,7 @@ namespace {
 // The host's default tolerance of curve simplification.
 constexpr float kCurveTolerance = 0.05f;
 
-PF_ParamDef definitionOf(const ParameterSpec& spec, const PF_InData& in_data) {
+PF_ParamDef definitionOf(const lomix::ParameterSpec& spec, const PF_InData& in_data) {
   PF_ParamDef def{};
   def.param_type = spec.type;
   in_data.utils->ansi.strcpy(def.name, spec.name);
@@ -63,7 +63,7 @@ PF_Err changeStream(PF_InData* in_data, int index, Change change) {
 
 }  // namespace
 
-PF_Err AddParameters(PF_InData* in_data, PF_OutData* out_data) {
+PF_Err lomix::AddParameters(PF_InData* in_data, PF_OutData* out_data) {
   for (const ParameterSpec& spec : kParameters) {
     PF_ParamDef def = definitionOf(spec, *in_data);
     const PF_Err err = in_data->inter.add_param(in_data->effect_ref, -1, &def);

@@ -5,13 +5,15 @@
 #include <memory>
 
 #include "effect/shell/AEGP_SuiteHandler.h"
-#include "effect/shell/ParameterIndex.h"
+#include "effect/shell/Parameters.h"
 #include "effect/signal/WaveRender.h"
 
 namespace lomix {
 namespace {
 
 constexpr A_long kInputCheckoutId = 0;
+// Parameters after the input layer are checked out one by one.
+constexpr int kFirstValue = kInputLayer + 1;
 
 PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
   return in_data->inter.checkout_param(in_data->effect_ref, index, in_data->current_time,
@@ -23,20 +25,20 @@ PF_Err checkoutParameter(PF_InData* in_data, int index, PF_ParamDef* def) {
 // Returns err, or else the first error of the host here. The blocks are freed before it returns.
 PF_Err renderWithParameters(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra,
                             const PF_EffectWorld& input, PF_EffectWorld* output, PF_Err err) {
-  std::array<std::unique_ptr<PF_ParamDef>, kParameterCount> blocks;
-  std::array<PF_ParamDef*, kParameterCount> params;
+  std::array<std::unique_ptr<PF_ParamDef>, lomix::kParameterCount> blocks;
+  std::array<PF_ParamDef*, lomix::kParameterCount> params;
   for (std::size_t i = 0; i < blocks.size(); ++i) {
     blocks[i] = std::make_unique<PF_ParamDef>();
     params[i] = blocks[i].get();
   }
-  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+  for (std::size_t i = lomix::kFirstValue; i < params.size() && err == PF_Err_NONE; ++i) {
     err = checkoutParameter(in_data, static_cast<int>(i), params[i]);
   }
-  params[kInputLayer]->u.ld = input;
+  params[lomix::kInputLayer]->u.ld = input;
 
   WaveRender(in_data, out_data, params.data(), output, extra);
 
-  for (std::size_t i = kTimeControl; i < params.size() && err == PF_Err_NONE; ++i) {
+  for (std::size_t i = lomix::kFirstValue; i < params.size() && err == PF_Err_NONE; ++i) {
     err = in_data->inter.checkin_param(in_data->effect_ref, params[i]);
   }
   return err;
@@ -52,17 +54,17 @@ PF_Err SkeletonPreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRen
   PF_RenderRequest request = extra->input->output_request;
   request.preserve_rgb_of_zero_alpha = 1;
   PF_CheckoutResult input{};
-  PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, kInputLayer, lomix::kInputCheckoutId,
-                                         &request, in_data->current_time, in_data->time_step,
-                                         in_data->time_scale, &input);
+  PF_Err err = extra->cb->checkout_layer(in_data->effect_ref, lomix::kInputLayer,
+                                         lomix::kInputCheckoutId, &request, in_data->current_time,
+                                         in_data->time_step, in_data->time_scale, &input);
   if (err != PF_Err_NONE) return err;
   UnionLRect(&input.result_rect, &extra->output->result_rect);
   UnionLRect(&input.max_result_rect, &extra->output->max_result_rect);
 
   // The checkouts only declare what the frame depends on: the values are not read, and they are not
   // checked in, on purpose.
-  std::array<PF_ParamDef, kParameterCount> params{};
-  for (int i = kTimeControl; i < kParameterCount && err == PF_Err_NONE; ++i) {
+  std::array<PF_ParamDef, lomix::kParameterCount> params{};
+  for (int i = lomix::kFirstValue; i < lomix::kParameterCount && err == PF_Err_NONE; ++i) {
     err = lomix::checkoutParameter(in_data, i, &params[static_cast<std::size_t>(i)]);
   }
   return err;

@@ -6,7 +6,7 @@
 
 #include "effect/kernel/Lomix.h"
 #include "effect/numeric/Sine.h"
-#include "effect/shell/ParameterIndex.h"
+#include "effect/shell/Parameters.h"
 #include "effect/signal/DrawFrame.h"
 #include "effect/signal/FrameRecord.h"
 #include "effect/signal/LomixStruct.h"
@@ -34,7 +34,7 @@ PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[
   timer.start();
   const std::vector<float> halfWave = lomix::halfWaveTable();
 
-  PF_LayerDef* const input = &params[kInputLayer]->u.ld;
+  PF_LayerDef* const input = &params[lomix::kInputLayer]->u.ld;
   if (input->width == 0 || input->height == 0) return PF_Err_NONE;
   if (output == nullptr) return PF_Err_NONE;
 
@@ -46,9 +46,10 @@ PF_Err WaveRender(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[
   const auto release = [](AEBase* base) { base->ReleaseHostSuites(); };
   const std::unique_ptr<AEBase, decltype(release)> suitesOfFrame(&effect, release);
 
-  LomixStruct record;
-  lomix::fillFrameRecord(record, params, in_data->current_time, in_data->time_scale,
-                         effect.GetYDown());
+  const double seconds =
+      static_cast<double>(in_data->current_time) / static_cast<double>(in_data->time_scale);
+  LomixStruct record = lomix::frameRecord(lomix::parameterValues(params), seconds,
+                                          {effect.GetYDown(), effect.GetYDown()});
   lomix::drawFrame(effect, input, output, record);
 
   timer.stop();

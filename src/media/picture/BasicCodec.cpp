@@ -15,6 +15,7 @@
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
+#include "support/Text.h"
 
 #ifdef __GNUC__
 #pragma GCC diagnostic push
@@ -51,10 +52,7 @@ constexpr const char* kExtensions = ".png, .jpg, .bmp or .tga";
 constexpr int kJpegQuality = 95;
 
 Format formatOf(const fs::path& file) {
-  std::string extension = file.extension().string();
-  std::ranges::transform(extension, extension.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
+  const std::string extension = lowerCase(file.extension().string());
   if (extension == ".png") return Format::Png;
   if (extension == ".jpg" || extension == ".jpeg") return Format::Jpeg;
   if (extension == ".bmp") return Format::Bmp;

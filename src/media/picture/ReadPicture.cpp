@@ -9,6 +9,7 @@
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -17,13 +18,6 @@ namespace fs = std::filesystem;
 
 /// Where a file keeps the channels of a picture, in the order alpha, red, green, blue; -1: nowhere.
 using ChannelMap = std::array<int, Picture::kChannels>;
-
-std::string lowerCase(std::string text) {
-  std::ranges::transform(text, text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return text;
-}
 
 int findChannel(const OIIO::ImageSpec& spec, std::initializer_list<std::string_view> names) {
   for (const std::string_view name : names) {

@@ -6,6 +6,7 @@
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -26,11 +27,7 @@ constexpr std::array kCodecs{
 };
 
 std::string extensionOf(const std::string& name) {
-  std::string extension = std::filesystem::path(name).extension().string();
-  std::ranges::transform(extension, extension.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return extension;
+  return lowerCase(std::filesystem::path(name).extension().string());
 }
 
 std::string codecFor(const VideoOutput& output) {

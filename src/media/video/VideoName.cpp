@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "media/video/Video.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -16,10 +17,7 @@ constexpr std::array<std::string_view, 26> kExtensions{
 
 bool isVideoName(const std::string& name) {
   if (name == kStandardStream) return true;
-  std::string extension = std::filesystem::path(name).extension().string();
-  std::ranges::transform(extension, extension.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
+  const std::string extension = lowerCase(std::filesystem::path(name).extension().string());
   return std::ranges::find(kExtensions, extension) != kExtensions.end();
 }
 

@@ -1,7 +1,6 @@
 // Keys over time, on the effect's own parameters.
 #include <gmock/gmock.h>
 
-#include "batch/Plugin.h"
 #include "cli/LookOptions.h"
 #include "support/Errors.h"
 
@@ -10,18 +9,17 @@ namespace {
 
 using testing::HasSubstr;
 
-const ParameterTable& table() {
-  static Plugin plugin(host::Personality::AfterEffects);
-  return plugin.parameters();
+const looks::Parameter& parameterOf(const char* text) {
+  return splitSetting(looks::effectTable(), text, "--key", "").parameter;
 }
 
-Look lookOf(std::vector<std::string> arguments) {
+looks::Look lookOf(std::vector<std::string> arguments) {
   CLI::App app;
   LookOptions options;
   options.addTo(app);
   std::ranges::reverse(arguments);
   app.parse(arguments);
-  return options.read(table());
+  return options.read(looks::effectTable());
 }
 
 TEST(Look, AKeyedValueMovesAsItsKeysSay) {
@@ -44,20 +42,20 @@ TEST(Look, AKeyedValueMovesAsItsKeysSay) {
                         {"Distortion Mode=0:Tile,1:stretch@hold,2:1", 0.99, 1},
                         {"Distortion Mode=0:Tile,1:stretch@hold,2:1", 1.5, 2},
                         {"Noise=7:33", 0, 33}}) {
-    const auto values = lookOf({"--key", c.keys}).at(c.seconds);
-    ASSERT_EQ(values.size(), 1u) << c.keys;
-    EXPECT_DOUBLE_EQ(values[0].value, c.value) << c.keys << " at " << c.seconds;
+    const looks::Look look = lookOf({"--key", c.keys});
+    EXPECT_EQ(look.curves().size(), 1u) << c.keys;
+    EXPECT_DOUBLE_EQ(look.valueAt(parameterOf(c.keys), c.seconds), c.value)
+        << c.keys << " at " << c.seconds;
   }
 }
 
 TEST(Look, KeysWinOverSettingsAndLaterOverEarlier) {
-  const Look look =
+  const looks::Look look =
       lookOf({"--key", "Noise=0:1,1:2", "--set", "Noise=50", "--set", "Bars Overlay=5", "--set",
               "Bars Overlay=6", "--key", "noise=0:10,1:20"});
-  const auto values = look.at(0.5);
-  ASSERT_EQ(values.size(), 2u);
-  EXPECT_EQ(values[0].value, 6);
-  EXPECT_EQ(values[1].value, 15);
+  EXPECT_EQ(look.curves().size(), 2u);
+  EXPECT_EQ(look.valueAt(parameterOf("Bars Overlay="), 0.5), 6);
+  EXPECT_EQ(look.valueAt(parameterOf("Noise="), 0.5), 15);
 }
 
 TEST(Look, BadKeysSayWhatToWrite) {
@@ -66,7 +64,7 @@ TEST(Look, BadKeysSayWhatToWrite) {
     const char* hint;
   };
   for (const Case& c : {Case{"Noise", "NAME=KEYS"},
-                        {"Nose=0:1", "'Noise'"},
+                        {"Nose=0:1", "(did you mean 'Noise'? 'lomix params' lists all)"},
                         {"Noise=", "SECONDS:VALUE"},
                         {"Noise=5", "'5' is not a key"},
                         {"Noise=0:1,", "'' is not a key"},

@@ -1,13 +1,23 @@
 #include <gmock/gmock.h>
 
+#include "cli/OptionValues.h"
 #include "hostapi/Commands.h"
-#include "looks/Numbers.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 #include "support/VersionWord.h"
+
+namespace lomix::batch {
+
+void PrintTo(const FrameTime& time, std::ostream* out) { *out << time.value << "/" << time.scale; }
+
+}  // namespace lomix::batch
 
 namespace lomix::cli {
 
-void PrintTo(const FrameTime& time, std::ostream* out) { *out << time.value << "/" << time.scale; }
+using batch::fittedTime;
+using batch::FrameRate;
+using batch::FrameTime;
+using batch::PairOfWholes;
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "batch/FrameList.h"
+#include "cli/FrameList.h"
 
 #include <algorithm>
 #include <optional>
 #include <string>
 
-#include "looks/Numbers.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {

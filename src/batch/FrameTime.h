@@ -1,0 +1,36 @@
+// Times and rates of frames, as exact fractions.
+#pragma once
+
+#include <cstdint>
+
+namespace lomix::batch {
+
+/// value / scale seconds. scale is above 0.
+struct FrameTime {
+  std::int32_t value = 0;
+  std::uint32_t scale = 1;
+  bool operator==(const FrameTime&) const = default;
+};
+
+constexpr double inSeconds(const FrameTime& time) {
+  return static_cast<double>(time.value) / static_cast<double>(time.scale);
+}
+
+/// value / scale seconds in lowest terms; where 31 bits do not hold that, the nearest time that
+/// they do. scale from 1.
+FrameTime fittedTime(std::int64_t value, std::int64_t scale);
+
+/// Frames a second: frames / seconds, both from 1.
+struct FrameRate {
+  std::int32_t frames = 24;
+  std::int32_t seconds = 1;
+  bool operator==(const FrameRate&) const = default;
+};
+
+struct PairOfWholes {
+  int first;
+  int second;
+  bool operator==(const PairOfWholes&) const = default;
+};
+
+}  // namespace lomix::batch

@@ -1,0 +1,239 @@
+// Frames, row by row or whole.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <thread>
+
+#include "effect/signal/FrameRecord.h"
+#include "engine/RowEngine.h"
+#include "library/Guard.h"
+#include "library/WorkerPool.h"
+#include "looks/ParameterTable.h"
+
+namespace engine = lomix::engine;
+namespace looks = lomix::looks;
+using lomix::library::Failure;
+using lomix::library::guarded;
+using lomix::library::readStruct;
+using lomix::library::report;
+using lomix::library::require;
+using lomix::library::WorkerPool;
+
+struct lomix_frame {
+  explicit lomix_frame(engine::Frame frame) : rows(std::move(frame)) {}
+  engine::RowEngine rows;
+};
+
+struct lomix_context {
+  explicit lomix_context(int threads) : pool(threads) {}
+  WorkerPool pool;
+};
+
+namespace {
+
+struct Format {
+  int depth;  ///< Bits per channel.
+  engine::AlphaPlace alpha;
+};
+
+Format formatOf(const lomix_image& image, const std::string& name) {
+  switch (image.format) {
+    case LOMIX_ARGB8:
+      return {8, engine::AlphaPlace::First};
+    case LOMIX_RGBA8:
+    case LOMIX_BGRA8:
+      return {8, engine::AlphaPlace::Last};
+    case LOMIX_ARGB32F:
+      return {32, engine::AlphaPlace::First};
+    case LOMIX_RGBA32F:
+      return {32, engine::AlphaPlace::Last};
+    default:
+      throw Failure(LOMIX_BAD_ARGUMENT, name + ": format " + std::to_string(image.format) +
+                                            " is unknown (use LOMIX_ARGB8, ...)");
+  }
+}
+
+[[noreturn]] void failImage(const char* name, const std::string& cause) {
+  throw Failure(LOMIX_BAD_ARGUMENT, std::string(name) + ": " + cause);
+}
+
+/// Returns the image as the engine has it. Throws LOMIX_BAD_ARGUMENT for what is no image.
+PF_LayerDef layerOf(const lomix_image& image, const char* name) {
+  const int pixelBytes = formatOf(image, name).depth / 2;
+  if (image.data == nullptr) failImage(name, "data is null (pass the first pixel)");
+  if (image.width < 1 || image.height < 1) {
+    failImage(name, std::to_string(image.width) + " x " + std::to_string(image.height) +
+                        " is no size (use at least 1 x 1)");
+  }
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  const std::int64_t needed = std::int64_t{image.width} * pixelBytes;
+  if (needed > kMost || image.row_bytes > kMost || image.row_bytes < -kMost) {
+    failImage(name, "a row has more than 2^31 - 1 bytes (use a smaller image)");
+  }
+  if (std::abs(image.row_bytes) < needed) {
+    failImage(name, "row_bytes " + std::to_string(image.row_bytes) + " is less than the " +
+                        std::to_string(needed) + " bytes of a row (pass the distance of two rows)");
+  }
+  const bool isFloat = pixelBytes == 16;
+  if (isFloat && (image.row_bytes % 4 != 0 || reinterpret_cast<std::uintptr_t>(image.data) % 4)) {
+    failImage(name, "floats are not aligned (use multiples of 4 for data and row_bytes)");
+  }
+  PF_LayerDef layer{};
+  layer.data = static_cast<PF_Pixel*>(image.data);
+  layer.width = image.width;
+  layer.height = image.height;
+  layer.rowbytes = static_cast<std::int32_t>(image.row_bytes);
+  layer.extent_hint = {0, 0, image.width, image.height};
+  return layer;
+}
+
+lomix::ParameterValues valuesOf(const lomix_frame_settings& settings) {
+  require(settings.value_count >= 0 && (settings.value_count == 0 || settings.values != nullptr),
+          "settings: values does not fit value_count (pass an array of that size)");
+  lomix::ParameterValues values;
+  for (const looks::Parameter& parameter : looks::effectTable().all()) {
+    const bool given = parameter.index < settings.value_count;
+    const double value = given ? settings.values[parameter.index] : parameter.defaultValue;
+    looks::requireInRange(parameter, value);
+    values[static_cast<std::size_t>(parameter.index)] = value;
+  }
+  return values;
+}
+
+double secondsOf(const lomix_frame_settings& settings) {
+  require(settings.time_denominator >= 0,
+          "settings: time_denominator is negative (use 1 and up, or 0 for time_seconds)");
+  const double seconds = settings.time_denominator > 0
+                             ? static_cast<double>(settings.time_numerator) /
+                                   static_cast<double>(settings.time_denominator)
+                             : settings.time_seconds;
+  require(std::isfinite(static_cast<float>(seconds)),
+          "settings: the time is not a finite number (use seconds)");
+  return seconds;
+}
+
+double scaleOf(double scale) {
+  if (scale == 0.0) return 1.0;
+  require(scale > 0.0 && scale <= 1.0 && std::isfinite(1.0 / scale),
+          "settings: a scale is out of range (use more than 0, up to 1)");
+  return scale;
+}
+
+engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_image* givenSource,
+                      const lomix_image* givenOutput) {
+  const auto settings = readStruct(givenSettings, "settings");
+  const auto source = readStruct(givenSource, "source");
+  const auto output = readStruct(givenOutput, "output");
+  const double scaleX = scaleOf(settings.scale_x);
+  const double scaleY = scaleOf(settings.scale_y);
+  const Format format = formatOf(source, "source");
+  engine::Frame frame{lomix::frameRecord(valuesOf(settings), secondsOf(settings), {scaleX, scaleX}),
+                      layerOf(source, "source"),
+                      layerOf(output, "output"),
+                      format.depth,
+                      1.0 / scaleX,
+                      1.0 / scaleY,
+                      format.alpha};
+  if (output.format != source.format) {
+    failImage("output", "its format is not the source's (use one format for both)");
+  }
+  if (engine::worldsOverlap(frame.source, frame.output, frame.depth)) {
+    failImage("output", "its memory overlaps the source's (draw into memory of its own)");
+  }
+  return frame;
+}
+
+/// Draws a frame on the pool and reports to the caller.
+class FrameTask : public lomix::library::RowTask {
+ public:
+  FrameTask(const engine::RowEngine& rows, int height, lomix_progress progress, void* user)
+      : rows_(rows), height_(height), progress_(progress), user_(user) {}
+
+  void drawRows(int first, int last) const noexcept override { rows_.drawRows(first, last); }
+  bool goOn(int rowsDone) override {
+    return progress_ == nullptr || progress_(user_, rowsDone, height_) == 0;
+  }
+
+ private:
+  const engine::RowEngine& rows_;
+  int height_;
+  lomix_progress progress_;
+  void* user_;
+};
+
+}  // namespace
+
+lomix_status lomix_frame_create(const lomix_frame_settings* settings, const lomix_image* source,
+                                const lomix_image* output, lomix_frame** frame,
+                                lomix_error* error) {
+  if (frame != nullptr) *frame = nullptr;
+  return guarded(error, [&] {
+    require(frame != nullptr, "frame: it is null (pass the address of a pointer)");
+    *frame = new lomix_frame(frameOf(settings, source, output));
+  });
+}
+
+lomix_status lomix_frame_draw_rows(const lomix_frame* frame, int32_t first, int32_t last,
+                                   lomix_error* error) {
+  return guarded(error, [&] {
+    require(frame != nullptr, "frame: it is null (create one first)");
+    require(first >= 0 && first <= last && last <= frame->rows.height(),
+            "rows: they are not the output's (use 0 <= first <= last <= its height)");
+    frame->rows.drawRows(first, last);
+  });
+}
+
+lomix_status lomix_frame_get_profile(const lomix_frame* frame, int32_t profile, int32_t first,
+                                     int32_t count, float* values, lomix_error* error) {
+  return guarded(error, [&] {
+    require(frame != nullptr, "frame: it is null (create one first)");
+    const int height = frame->rows.height();
+    require(first >= 0 && count >= 0 && count <= height - first,
+            "rows: they are not the output's (use 0 <= first, first + count <= its height)");
+    require(values != nullptr || count == 0, "values: it is null (pass an array)");
+    const LomixStruct& record = frame->rows.record();
+    const std::vector<float>* rows = profile == LOMIX_SCAN_PROFILE     ? &record.scanProfile
+                                     : profile == LOMIX_BARS_PROFILE   ? &record.barsProfile
+                                     : profile == LOMIX_SIGNAL_PROFILE ? &record.signalProfile
+                                                                       : nullptr;
+    require(rows != nullptr, "profile: there is no such profile (use LOMIX_SCAN_PROFILE, ...)");
+    std::copy_n(rows->begin() + first, count, values);
+  });
+}
+
+void lomix_frame_destroy(lomix_frame* frame) { delete frame; }
+
+lomix_status lomix_context_create(int32_t threads, lomix_context** context, lomix_error* error) {
+  if (context != nullptr) *context = nullptr;
+  return guarded(error, [&] {
+    require(context != nullptr, "context: it is null (pass the address of a pointer)");
+    constexpr int kMostThreads = 256;
+    require(threads >= 0 && threads <= kMostThreads,
+            "threads: there are too few or too many (use 1 to 256, or 0 for all processors)");
+    const int available = static_cast<int>(std::thread::hardware_concurrency());
+    *context = new lomix_context(threads > 0 ? threads : std::clamp(available, 1, kMostThreads));
+  });
+}
+
+int32_t lomix_context_threads(const lomix_context* context) {
+  return context == nullptr ? 0 : context->pool.threads();
+}
+
+lomix_status lomix_context_render(lomix_context* context, const lomix_frame_settings* settings,
+                                  const lomix_image* source, const lomix_image* output,
+                                  lomix_progress progress, void* user, lomix_error* error) {
+  return guarded(error, [&] {
+    require(context != nullptr, "context: it is null (create one first)");
+    const engine::RowEngine rows(frameOf(settings, source, output));
+    const int height = rows.height();
+    FrameTask task(rows, height, progress, user);
+    if (!context->pool.run(task, height)) {
+      throw Failure(LOMIX_ABORTED, "frame: the progress callback ended it (draw it again)");
+    }
+  });
+}
+
+void lomix_context_destroy(lomix_context* context) { delete context; }

@@ -1,0 +1,72 @@
+#include "support/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+namespace lomix {
+namespace {
+
+template <typename T>
+std::optional<T> parseAll(std::string_view text) {
+  // The reader knows no plus sign, but a minus must not hide behind one.
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) return std::nullopt;
+  }
+  T value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = lowerCase(c);
+  return lower;
+}
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+std::optional<double> parseNumber(std::string_view text) {
+  const auto value = parseAll<double>(text);
+  if (!value || !std::isfinite(*value)) return std::nullopt;
+  return value;
+}
+
+std::optional<std::int64_t> parseWhole(std::string_view text) {
+  return parseAll<std::int64_t>(text);
+}
+
+std::string shortest(double value) {
+  std::array<char, 64> text;
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), static_cast<float>(value)).ptr;
+  return {text.data(), end};
+}
+
+}  // namespace lomix
