@@ -1,78 +1,80 @@
 #include "looks/LocatedJson.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
-#include <utility>
-#include <vector>
 
 #include "looks/LookErrors.h"
 
 namespace lomix::looks {
 namespace {
 
-// Far deeper than anything that is meant; the places of what is deeper would fill the memory.
-constexpr std::size_t kMaxDepth = 32;
+using nlohmann::json;
+using Kind = LocatedJson::Kind;
+using Value = LocatedJson::Value;
 
-using nlohmann::ordered_json;
+// Far deeper than any preset.
+constexpr std::size_t kMaxDepth = 32;
+// Names are compared with all before them.
+constexpr std::size_t kMaxMembers = 256;
 
 [[noreturn]] void failAt(const std::string& source, int line, const std::string& message) {
   throw BadPreset(source + " line " + std::to_string(line) + ": " + message);
 }
 
-/// Follows the parser and notes the line at which each value begins. The library's own values do
-/// not keep it.
-class LineFinder : public nlohmann::json_sax<ordered_json> {
+/// Builds the values as the parser meets them. The library's own values do not keep their lines,
+/// and their destructors allocate, which ends a program that has no memory left.
+class Builder : public nlohmann::json_sax<json> {
  public:
-  LineFinder(const std::string& text, const std::string& source)
+  Builder(const std::string& text, const std::string& source)
       : text_(text), source_(source), stream_(text) {}
 
-  std::map<std::string, int> find() {
-    ordered_json::sax_parse(stream_, this);
-    return std::move(lines_);
+  Value build() {
+    json::sax_parse(stream_, this);
+    return std::move(root_);
   }
 
-  bool null() override { return leaf(); }
-  bool boolean(bool) override { return leaf(); }
-  bool number_integer(number_integer_t) override { return leaf(); }
-  bool number_unsigned(number_unsigned_t) override { return leaf(); }
-  bool number_float(number_float_t, const string_t&) override { return leaf(); }
-  bool string(string_t&) override { return leaf(); }
-  bool binary(binary_t&) override { return leaf(); }
-  bool start_object(std::size_t) override { return start(); }
-  bool start_array(std::size_t) override {
-    start();
-    steps_.back().index = 0;
-    return true;
+  bool null() override { return leaf(Kind::Null, "null"); }
+  bool boolean(bool value) override { return leaf(Kind::Boolean, value ? "true" : "false"); }
+  bool number_integer(number_integer_t value) override {
+    return leaf(Kind::Number, std::to_string(value));
   }
-  bool end_object() override { return end(); }
-  bool end_array() override { return end(); }
+  bool number_unsigned(number_unsigned_t value) override {
+    return leaf(Kind::Number, std::to_string(value));
+  }
+  bool number_float(number_float_t, const string_t& text) override {
+    return leaf(Kind::Number, text);
+  }
+  bool string(string_t& text) override { return leaf(Kind::Text, text); }
+  bool binary(binary_t&) override { return leaf(Kind::Null, ""); }
+  bool start_object(std::size_t) override { return open(Kind::Object); }
+  bool start_array(std::size_t) override { return open(Kind::List); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
 
   bool key(string_t& name) override {
-    steps_.back().place = parent() / name;
-    if (!lines_.emplace(steps_.back().place.to_string(), line()).second) {
-      failAt(source_, line(), "\"" + name + "\" stands here for the second time (take one out)");
+    Value& object = *open_.back();
+    if (object.members.size() == kMaxMembers) {
+      failAt(source_, line(),
+             "an object has too many names (the limit is " + std::to_string(kMaxMembers) + ")");
     }
+    if (object.find(name) != nullptr) {
+      failAt(source_, line(), "\"" + name + "\" is here for the second time (take one out)");
+    }
+    object.members.emplace_back(name, Value{});
+    object.members.back().second.line = line();
     return true;
   }
 
-  bool parse_error(std::size_t, const std::string&, const ordered_json::exception& error) override {
+  bool parse_error(std::size_t, const std::string&, const json::exception& error) override {
     std::string cause = error.what();
-    // What the library says before is its own count of lines and columns.
+    // Up to the first ": " the library counts lines and columns in its own way.
     if (const std::size_t at = cause.find(": "); at != std::string::npos) cause.erase(0, at + 2);
-    failAt(source_, line(), "this is no JSON, " + cause + " (check commas, quotes and braces)");
+    failAt(source_, line(), "this is not JSON, " + cause + " (check commas, quotes and braces)");
   }
 
  private:
-  /// An array or object that is open.
-  struct Step {
-    LocatedJson::Pointer self;
-    LocatedJson::Pointer place;  ///< Of the value that comes next, in an object.
-    int index = -1;              ///< Of the value that comes next, in an array.
-  };
-
-  const LocatedJson::Pointer& parent() const { return steps_.back().self; }
-
-  /// The line up to which the parser has read.
+  /// Returns the line up to which the parser has read.
   int line() {
     const auto read = stream_.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
     const auto end = std::min(static_cast<std::size_t>(read), text_.size());
@@ -80,50 +82,70 @@ class LineFinder : public nlohmann::json_sax<ordered_json> {
     return line_;
   }
 
-  /// Where the value that begins now stands.
-  LocatedJson::Pointer place() {
-    if (steps_.empty()) return LocatedJson::Pointer();
-    Step& step = steps_.back();
-    if (step.index < 0) return step.place;
-    return step.self / static_cast<std::size_t>(step.index++);
+  /// Returns the place of the value that begins now.
+  Value& next() {
+    if (open_.empty()) {
+      root_.line = line();
+      return root_;
+    }
+    Value& parent = *open_.back();
+    if (parent.kind == Kind::Object) return parent.members.back().second;
+    parent.items.emplace_back().line = line();
+    return parent.items.back();
   }
 
-  bool leaf() {
-    lines_.emplace(place().to_string(), line());
+  bool leaf(Kind kind, std::string text) {
+    Value& value = next();
+    value.kind = kind;
+    value.text = std::move(text);
     return true;
   }
-  bool start() {
-    if (steps_.size() == kMaxDepth) {
-      failAt(source_, line(), "brackets stand in brackets without end (take some out)");
+  // Pointers to open values stay good: a list or object grows only while its last value is closed.
+  bool open(Kind kind) {
+    if (open_.size() == kMaxDepth) {
+      failAt(source_, line(),
+             "brackets are nested too deeply (the limit is " + std::to_string(kMaxDepth) + ")");
     }
-    const LocatedJson::Pointer self = place();
-    lines_.emplace(self.to_string(), line());
-    steps_.push_back({self, LocatedJson::Pointer(), -1});
+    Value& value = next();
+    value.kind = kind;
+    open_.push_back(&value);
     return true;
   }
-  bool end() {
-    steps_.pop_back();
+  bool close() {
+    open_.pop_back();
     return true;
   }
 
   const std::string& text_;
   const std::string& source_;
   std::istringstream stream_;
-  std::map<std::string, int> lines_;
-  std::vector<Step> steps_;
+  Value root_;
+  std::vector<Value*> open_;
   std::size_t counted_ = 0;
   int line_ = 1;
 };
 
 }  // namespace
 
-LocatedJson::LocatedJson(const std::string& text, std::string source)
-    : source_(std::move(source)), lines_(LineFinder(text, source_).find()) {
-  root_ = ordered_json::parse(text);
+const Value* LocatedJson::Value::find(std::string_view name) const {
+  const auto found = std::ranges::find(members, name, &std::pair<std::string, Value>::first);
+  return found == members.end() ? nullptr : &found->second;
 }
 
-void LocatedJson::fail(const Pointer& place, const std::string& message) const {
-  failAt(source_, lines_.at(place.to_string()), message);
+std::string LocatedJson::Value::shown() const {
+  constexpr std::size_t kLength = 40;
+  std::string shown = text;
+  if (kind == Kind::Text) shown = json(text).dump(-1, ' ', true, json::error_handler_t::replace);
+  if (kind == Kind::List) shown = "[...]";
+  if (kind == Kind::Object) shown = "{...}";
+  return shown.size() <= kLength ? shown : shown.substr(0, kLength) + "...";
+}
+
+LocatedJson::LocatedJson(const std::string& text, std::string source)
+    : source_(std::move(source)), root_(Builder(text, source_).build()) {}
+
+void LocatedJson::fail(const Value& value, const std::string& message) const {
+  failAt(source_, value.line, message);
 }
 
 }  // namespace lomix::looks

@@ -1,30 +1,45 @@
-// JSON whose values know where they stand, so that errors can say so.
+// JSON whose values know their line, so that errors can name it.
 #pragma once
 
-#include <map>
-#include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace lomix::looks {
 
 class LocatedJson {
  public:
-  using Pointer = nlohmann::ordered_json::json_pointer;
+  enum class Kind { Null, Boolean, Number, Text, List, Object };
+
+  /// A value of the text. Of a member of an object, line is its name's; else it is where the value
+  /// begins.
+  struct Value {
+    Kind kind = Kind::Null;
+    int line = 1;
+    std::string text;          ///< Of a text, without quotes; of a number or a boolean, as written.
+    std::vector<Value> items;  ///< Of a list.
+    std::vector<std::pair<std::string, Value>> members;  ///< Of an object, in order.
+
+    /// Finds a member by its name. Returns null when there is none.
+    const Value* find(std::string_view name) const;
+    /// Returns the value as messages show it: at most its first 40 bytes.
+    std::string shown() const;
+  };
 
   /// Parses a text. source: what the text is, for messages: "'my.json'". Throws BadPreset, which
-  /// names the line, for a text that is no JSON and for an object with two values of one name.
+  /// names the line, for a text that is not JSON, for an object with two values of one name, and
+  /// for brackets nested deeper than 32.
   LocatedJson(const std::string& text, std::string source);
 
-  const nlohmann::ordered_json& root() const { return root_; }
+  const Value& root() const { return root_; }
 
-  /// Throws BadPreset about the line of a value: its name's in an object, its beginning's
-  /// elsewhere. message: "cause (way out)".
-  [[noreturn]] void fail(const Pointer& place, const std::string& message) const;
+  /// Throws BadPreset about the line of a value. message: "cause (way out)".
+  [[noreturn]] void fail(const Value& value, const std::string& message) const;
 
  private:
   std::string source_;
-  nlohmann::ordered_json root_;
-  std::map<std::string, int> lines_;  // by JSON pointer
+  Value root_;
 };
 
 }  // namespace lomix::looks

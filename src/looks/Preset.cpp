@@ -9,19 +9,14 @@
 
 #include "looks/LocatedJson.h"
 #include "support/Errors.h"
+#include "support/Text.h"
 
 namespace lomix::looks {
 namespace {
 
 using nlohmann::ordered_json;
-using Pointer = LocatedJson::Pointer;
-
-/// A value as it stands in the file, or its beginning where it is long.
-std::string shown(const ordered_json& value) {
-  constexpr std::size_t kLength = 40;
-  const std::string text = value.dump(-1, ' ', true);
-  return text.size() <= kLength ? text : text.substr(0, kLength) + "...";
-}
+using Kind = LocatedJson::Kind;
+using Value = LocatedJson::Value;
 
 std::string inQuotes(std::string_view name) { return "\"" + std::string(name) + "\""; }
 
@@ -44,150 +39,141 @@ class Reader {
       : json_(text, source), table_(table) {}
 
   Preset read() {
-    const ordered_json& root = json_.root();
-    requireObject(Pointer(), "a preset");
+    const Value& root = json_.root();
+    requireObject(root, "a preset");
     // First, since a file of a later form may have names that mean nothing here.
     checkFormat();
-    checkNames(Pointer(), {"$schema", "format", "name", "description", "parameters", "keys"});
+    checkNames(root, {"$schema", "format", "name", "description", "parameters", "keys"});
     Preset preset{readLine("name"), readLine("description"), {}};
-    if (root.contains("parameters")) readParameters(preset.look);
-    if (root.contains("keys")) readCurves(preset.look);
+    if (const Value* values = root.find("parameters")) readParameters(*values, preset.look);
+    if (const Value* curves = root.find("keys")) readCurves(*curves, preset.look);
     return preset;
   }
 
  private:
-  const ordered_json& at(const Pointer& place) const { return json_.root().at(place); }
-
-  void requireObject(const Pointer& place, const std::string& what) {
-    if (!at(place).is_object()) json_.fail(place, what + " must be an object (write { ... })");
+  void requireObject(const Value& value, const std::string& what) {
+    if (value.kind != Kind::Object) json_.fail(value, what + " must be an object (write { ... })");
   }
 
-  const ordered_json& require(const Pointer& object, const char* name) {
-    const ordered_json& value = at(object);
-    if (!value.contains(name)) json_.fail(object, inQuotes(name) + " is missing here (add it)");
-    return value[name];
+  const Value& require(const Value& object, const char* name) {
+    const Value* value = object.find(name);
+    if (value == nullptr) json_.fail(object, inQuotes(name) + " is missing here (add it)");
+    return *value;
   }
 
-  void checkNames(const Pointer& object, std::initializer_list<std::string_view> known) {
-    for (const auto& [name, value] : at(object).items()) {
+  void checkNames(const Value& object, std::initializer_list<std::string_view> known) {
+    for (const auto& [name, value] : object.members) {
       if (std::ranges::find(known, name) != known.end()) continue;
       std::string list;
-      for (const std::string_view other : known)
+      for (const std::string_view other : known) {
         list += (list.empty() ? "" : ", ") + inQuotes(other);
-      json_.fail(object / name, inQuotes(name) + " has no meaning here (use " + list + ")");
+      }
+      json_.fail(value, inQuotes(name) + " has no meaning here (use " + list + ")");
     }
   }
 
   void checkFormat() {
-    const ordered_json& format = require(Pointer(), "format");
-    const Pointer place("/format");
-    if (!format.is_number_integer() || format < 1) {
-      json_.fail(place,
+    const Value& format = require(json_.root(), "format");
+    const auto number = format.kind == Kind::Number ? parseWhole(format.text) : std::nullopt;
+    if (!number || *number < 1) {
+      json_.fail(format,
                  "\"format\" must be a whole number (use " + std::to_string(kPresetFormat) + ")");
     }
-    if (format > kPresetFormat) {
-      json_.fail(place, "\"format\" " + shown(format) +
-                            " is later than this version can read (use a newer lomix)");
+    if (*number > kPresetFormat) {
+      json_.fail(format, "\"format\" " + format.shown() +
+                             " is later than this version can read (use a newer lomix)");
     }
   }
 
-  /// A text of one line.
+  /// Reads a text of one line.
   std::string readLine(const char* name) {
-    const ordered_json& value = require(Pointer(), name);
-    const Pointer place = Pointer() / name;
-    if (!value.is_string()) json_.fail(place, inQuotes(name) + " must be text (write \"...\")");
-    const auto text = value.get<std::string>();
-    if (!isPresetLine(text)) {
-      json_.fail(place, inQuotes(name) + " must be one line (use 1 to " +
+    const Value& value = require(json_.root(), name);
+    if (value.kind != Kind::Text) {
+      json_.fail(value, inQuotes(name) + " must be text (write \"...\")");
+    }
+    if (!isPresetLine(value.text)) {
+      json_.fail(value, inQuotes(name) + " must be one line (use 1 to " +
                             std::to_string(kMaxPresetLine) + " letters)");
     }
-    return text;
+    return value.text;
   }
 
-  /// Runs a step that blames the parameter, and adds where it went wrong.
+  /// Runs a step that blames the parameter, and adds the line.
   template <typename Step>
-  decltype(auto) locate(const Pointer& place, Step step) {
+  decltype(auto) locate(const Value& value, Step step) {
     try {
       return step();
     } catch (const UsageError& error) {
-      json_.fail(place, error.what());
+      json_.fail(value, error.what());
     }
   }
 
-  const Parameter& parameterNamed(const std::string& name, const Pointer& place) {
-    return locate(place, [&]() -> const Parameter& { return table_.get(name, "preset"); });
+  const Parameter& parameterNamed(const std::string& name, const Value& value) {
+    return locate(value, [&]() -> const Parameter& { return table_.get(name, "preset"); });
   }
 
-  double readValue(const Parameter& parameter, const Pointer& place) {
-    const ordered_json& value = at(place);
-    if (parameter.isChoice ? !value.is_string() : !value.is_number()) {
-      json_.fail(place, parameter.name + ": " + shown(value) + " is not its kind of value (" +
+  double readValue(const Parameter& parameter, const Value& value) {
+    if (value.kind != (parameter.isChoice ? Kind::Text : Kind::Number)) {
+      json_.fail(value, parameter.name + ": " + value.shown() + " is not its kind of value (" +
                             (parameter.isChoice ? "write a choice in quotes" : "write a number") +
                             ")");
     }
-    return locate(place, [&] {
-      return parseValue(parameter, value.is_string() ? value.get<std::string>() : value.dump());
-    });
+    return locate(value, [&] { return parseValue(parameter, value.text); });
   }
 
   /// Refuses a parameter that the preset has set already, perhaps by another spelling.
-  void set(Look& look, const Parameter& parameter, const Pointer& place, Curve curve) {
+  void set(Look& look, const Parameter& parameter, const Value& value, Curve curve) {
     if (look.curves().contains(parameter.index)) {
-      json_.fail(place, parameter.name + ": it is set twice in this preset (take one out)");
+      json_.fail(value, parameter.name + ": it is set twice in this preset (take one out)");
     }
     look.set(parameter.index, std::move(curve));
   }
 
-  void readParameters(Look& look) {
-    const Pointer object("/parameters");
-    requireObject(object, "\"parameters\"");
-    for (const auto& [name, value] : at(object).items()) {
-      const Pointer place = object / name;
-      const Parameter& parameter = parameterNamed(name, place);
-      set(look, parameter, place, Curve(readValue(parameter, place)));
+  void readParameters(const Value& values, Look& look) {
+    requireObject(values, "\"parameters\"");
+    for (const auto& [name, value] : values.members) {
+      const Parameter& parameter = parameterNamed(name, value);
+      set(look, parameter, value, Curve(readValue(parameter, value)));
     }
   }
 
-  void readCurves(Look& look) {
-    const Pointer object("/keys");
-    requireObject(object, "\"keys\"");
-    for (const auto& [name, value] : at(object).items()) {
-      const Pointer place = object / name;
-      const Parameter& parameter = parameterNamed(name, place);
-      set(look, parameter, place, readCurve(parameter, place));
+  void readCurves(const Value& curves, Look& look) {
+    requireObject(curves, "\"keys\"");
+    for (const auto& [name, keys] : curves.members) {
+      const Parameter& parameter = parameterNamed(name, keys);
+      set(look, parameter, keys, readCurve(parameter, keys));
     }
   }
 
-  Curve readCurve(const Parameter& parameter, const Pointer& place) {
-    if (!at(place).is_array()) {
-      json_.fail(place, parameter.name + ": its keys must be a list (write [ ... ])");
+  Curve readCurve(const Parameter& parameter, const Value& keys) {
+    if (keys.kind != Kind::List) {
+      json_.fail(keys, parameter.name + ": its keys must be a list (write [ ... ])");
     }
-    auto builder = locate(place, [&] { return Curve::Builder(parameter); });
-    for (std::size_t i = 0; i < at(place).size(); ++i) addKey(builder, parameter, place / i);
-    return locate(place, [&] { return std::move(builder).finish(); });
+    auto builder = locate(keys, [&] { return Curve::Builder(parameter); });
+    for (const Value& key : keys.items) addKey(builder, parameter, key);
+    return locate(keys, [&] { return std::move(builder).finish(); });
   }
 
-  void addKey(Curve::Builder& builder, const Parameter& parameter, const Pointer& place) {
-    requireObject(place, "a key of " + parameter.name);
-    checkNames(place, {"seconds", "value", "interpolation"});
-    const ordered_json& seconds = require(place, "seconds");
-    if (!seconds.is_number()) {
-      json_.fail(place / "seconds", parameter.name + ": \"seconds\" must be a number (use 2.5)");
+  void addKey(Curve::Builder& builder, const Parameter& parameter, const Value& key) {
+    requireObject(key, "a key of " + parameter.name);
+    checkNames(key, {"seconds", "value", "interpolation"});
+    const Value& seconds = require(key, "seconds");
+    const auto number =
+        seconds.kind == Kind::Number ? parseNumber(seconds.text) : std::optional<double>();
+    if (!number) {
+      json_.fail(seconds, parameter.name + ": \"seconds\" must be a number (use 2.5)");
     }
-    require(place, "value");
-    const double value = readValue(parameter, place / "value");
-    const auto interpolation = readInterpolation(parameter, place);
-    locate(place, [&] { builder.add(seconds.get<double>(), value, interpolation); });
+    const double value = readValue(parameter, require(key, "value"));
+    const auto interpolation = readInterpolation(parameter, key);
+    locate(key, [&] { builder.add(*number, value, interpolation); });
   }
 
-  std::optional<Interpolation> readInterpolation(const Parameter& parameter, const Pointer& key) {
-    if (!at(key).contains("interpolation")) return std::nullopt;
-    const Pointer place = key / "interpolation";
-    const ordered_json& name = at(place);
-    const auto known =
-        name.is_string() ? parseInterpolation(name.get<std::string>()) : std::nullopt;
+  std::optional<Interpolation> readInterpolation(const Parameter& parameter, const Value& key) {
+    const Value* name = key.find("interpolation");
+    if (name == nullptr) return std::nullopt;
+    const auto known = name->kind == Kind::Text ? parseInterpolation(name->text) : std::nullopt;
     if (!known) {
-      json_.fail(place, parameter.name + ": " + shown(name) +
+      json_.fail(*name, parameter.name + ": " + name->shown() +
                             " is no \"interpolation\" (use \"hold\", \"linear\" or \"ease\")");
     }
     return known;
@@ -197,21 +183,52 @@ class Reader {
   const ParameterTable& table_;
 };
 
-ordered_json valueToJson(const Parameter& parameter, double value) {
-  if (parameter.isChoice) return valueText(parameter, value);
-  // 30, not 30.0.
-  if (value == std::trunc(value) && std::abs(value) < 1e9) return static_cast<std::int64_t>(value);
-  return value;
+/// Returns a text or number as JSON.
+template <typename Leaf>
+std::string leafText(const Leaf& leaf) {
+  return ordered_json(leaf).dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-ordered_json keysToJson(const Parameter& parameter, const Curve& curve) {
-  ordered_json list;
-  for (const Key& key : curve.keys()) {
-    list.push_back({{"seconds", key.seconds},
-                    {"value", valueToJson(parameter, key.value)},
-                    {"interpolation", nameOf(key.interpolation)}});
+std::string valueJson(const Parameter& parameter, double value) {
+  if (parameter.isChoice) return leafText(valueText(parameter, value));
+  // 30, not 30.0.
+  if (value == std::trunc(value) && std::abs(value) < 1e9) {
+    return std::to_string(static_cast<std::int64_t>(value));
   }
-  return list;
+  return leafText(value);
+}
+
+std::string keysJson(const Parameter& parameter, const Curve& curve) {
+  std::string list;
+  for (const Key& key : curve.keys()) {
+    list += list.empty() ? "[\n" : ",\n";
+    list += "      {\n        \"seconds\": " + leafText(key.seconds) +
+            ",\n        \"value\": " + valueJson(parameter, key.value) +
+            ",\n        \"interpolation\": " + leafText(nameOf(key.interpolation)) + "\n      }";
+  }
+  return list + "\n    ]";
+}
+
+/// Returns the text of a preset's file, unchecked. Built without the library's values: their
+/// destructors allocate, which ends a program that has no memory left.
+std::string textOf(const Preset& preset, const ParameterTable& table) {
+  std::string values;
+  std::string curves;
+  for (const Parameter& parameter : table.all()) {
+    const auto found = preset.look.curves().find(parameter.index);
+    if (found == preset.look.curves().end()) continue;
+    const Curve& curve = found->second;
+    std::string& group = curve.isConstant() ? values : curves;
+    group +=
+        (group.empty() ? "\n    " : ",\n    ") + leafText(parameter.name) + ": " +
+        (curve.isConstant() ? valueJson(parameter, curve.at(0.0)) : keysJson(parameter, curve));
+  }
+  std::string text = "{\n  \"format\": " + std::to_string(kPresetFormat) +
+                     ",\n  \"name\": " + leafText(preset.name) +
+                     ",\n  \"description\": " + leafText(preset.description);
+  if (!values.empty()) text += ",\n  \"parameters\": {" + values + "\n  }";
+  if (!curves.empty()) text += ",\n  \"keys\": {" + curves + "\n  }";
+  return text + "\n}\n";
 }
 
 }  // namespace
@@ -222,24 +239,13 @@ Preset parsePreset(const std::string& text, const std::string& source,
 }
 
 ordered_json toJson(const Preset& preset, const ParameterTable& table) {
-  ordered_json json{
-      {"format", kPresetFormat}, {"name", preset.name}, {"description", preset.description}};
-  for (const Parameter& parameter : table.all()) {
-    const auto found = preset.look.curves().find(parameter.index);
-    if (found == preset.look.curves().end()) continue;
-    if (found->second.isConstant()) {
-      json["parameters"][parameter.name] = valueToJson(parameter, found->second.at(0.0));
-    } else {
-      json["keys"][parameter.name] = keysToJson(parameter, found->second);
-    }
-  }
-  return json;
+  return ordered_json::parse(textOf(preset, table));
 }
 
 std::string presetText(const Preset& preset, const ParameterTable& table) {
   requirePresetLine("name", preset.name);
   requirePresetLine("description", preset.description);
-  return toJson(preset, table).dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  return textOf(preset, table);
 }
 
 std::string describe(const Look& look, const ParameterTable& table) {

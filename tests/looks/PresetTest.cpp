@@ -30,6 +30,12 @@ class Presets : public ScratchFolder {
   }
 };
 
+std::string manyNames() {
+  std::string text;
+  for (int i = 0; i < 1000; ++i) text += "\"" + std::to_string(i) + "\": 0, ";
+  return text;
+}
+
 // The file stays as it is for ever: what was saved once has to load in every version.
 TEST_F(Presets, AFileOfTheFirstFormatMeansWhatItMeant) {
   const Preset preset = parse(read(PRESET_FORMAT_1));
@@ -100,11 +106,12 @@ TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
     return with("\"keys\": {\"Noise\": " + list + "}");
   };
   for (const Case& c : std::vector<Case>{
-           {"", 1, "no JSON"},
-           {"{\n\"format\": 1,,\n}", 2, "no JSON"},
-           {"{\n\"name\": \"\xff\"}", 2, "no JSON"},
-           {"[\n[[{\"a\": 1e999}]]]", 2, "no JSON"},
-           {"\n" + std::string(100000, '['), 2, "without end"},
+           {"", 1, "not JSON"},
+           {"{\n\"format\": 1,,\n}", 2, "not JSON"},
+           {"{\n\"name\": \"\xff\"}", 2, "not JSON"},
+           {"[\n[[{\"a\": 1e999}]]]", 2, "not JSON"},
+           {"\n" + std::string(100000, '['), 2, "nested too deeply"},
+           {"{\n" + manyNames(), 2, "too many names (the limit is 256)"},
            {"\n[]", 2, "a preset must be an object"},
            {"{\n\n\"name\": \"N\"}", 1, "\"format\" is missing"},
            {"{\n\"format\": \"1\"}", 2, "\"format\" must be a whole number"},

@@ -1,0 +1,418 @@
+// Frames through the C API against the reference path, byte for byte.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "effect/UnitSupport.h"
+#include "effect/kernel/Lomix.h"
+#include "effect/signal/DrawFrame.h"
+#include "effect/signal/FrameRecord.h"
+#include "engine/Random.h"
+#include "library/ImageBuffer.h"
+
+namespace lomix::library_test {
+namespace {
+
+using differential::Random;
+
+constexpr std::array kFormats{LOMIX_ARGB8, LOMIX_RGBA8, LOMIX_BGRA8, LOMIX_ARGB32F, LOMIX_RGBA32F};
+
+struct Settings {
+  ParameterValues values;
+  std::int32_t time;
+  std::uint32_t timeScale;
+  int downX, downY;  ///< Rendered at 1/downX by 1/downY of full resolution.
+
+  lomix_frame_settings toLibrary() const {
+    lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+    settings.values = values.data();
+    settings.value_count = static_cast<std::int32_t>(values.size());
+    settings.time_numerator = time;
+    settings.time_denominator = timeScale;
+    settings.scale_x = 1.0 / downX;
+    settings.scale_y = 1.0 / downY;
+    return settings;
+  }
+};
+
+Settings randomSettings(Random& random) {
+  Settings settings{};
+  for (std::size_t i = 0; i < kParameters.size(); ++i) {
+    const ParameterSpec& spec = kParameters[i];
+    double& value = settings.values[i];
+    if (spec.type == PF_Param_POPUP) {
+      value = random.between(1, spec.choiceCount);
+    } else if (random.oneIn(3)) {
+      value = spec.defaultValue;
+    } else {
+      value = spec.sliderMin + (spec.sliderMax - spec.sliderMin) * random.unit();
+      if (spec.validMin < 0 && random.oneIn(2)) value = -value;
+    }
+  }
+  settings.time = random.between(-500, 5000);
+  settings.timeScale = static_cast<std::uint32_t>(random.between(1, 60));
+  settings.downX = random.oneIn(3) ? random.between(2, 4) : 1;
+  settings.downY = random.oneIn(3) ? random.between(2, 4) : 1;
+  return settings;
+}
+
+/// Fills with colours and alphas of every kind: opaque, transparent and between.
+void fill(ImageBuffer& buffer, Random random) {
+  for (int y = 0; y < buffer.image.height; ++y) {
+    for (int x = 0; x < buffer.image.width; ++x) {
+      const int kind = random.below(4);
+      for (int channel = 0; channel < 4; ++channel) {
+        int level = random.below(256);
+        if (channel == 0 && kind < 3) level = kind == 0 ? 0 : 255;
+        if (isFloat(buffer.image.format)) {
+          buffer.set(x, y, channel, static_cast<float>(level) / 255.0f * 1.25f - 0.125f);
+        } else {
+          buffer.set(x, y, channel, static_cast<std::uint8_t>(level));
+        }
+      }
+    }
+  }
+}
+
+/// Copies the pixels to an image of any format of that depth.
+void convert(const ImageBuffer& from, ImageBuffer& to) {
+  for (int y = 0; y < from.image.height; ++y) {
+    for (int x = 0; x < from.image.width; ++x) {
+      for (int channel = 0; channel < 4; ++channel) {
+        if (isFloat(from.image.format)) {
+          to.set(x, y, channel, from.get<float>(x, y, channel));
+        } else {
+          to.set(x, y, channel, from.get<std::uint8_t>(x, y, channel));
+        }
+      }
+    }
+  }
+}
+
+PF_LayerDef worldOf(const ImageBuffer& buffer) {
+  PF_LayerDef world{};
+  world.data = static_cast<PF_Pixel*>(buffer.image.data);
+  world.width = buffer.image.width;
+  world.height = buffer.image.height;
+  world.rowbytes = static_cast<A_long>(buffer.image.row_bytes);
+  return world;
+}
+
+/// Draws by the reference path; source and output in ARGB order.
+void drawByReference(const Settings& settings, const ImageBuffer& source, ImageBuffer& output) {
+  unit::HostCall call(isFloat(source.image.format) ? 32 : 8);
+  call.in.downsample_x = {1, static_cast<A_u_long>(settings.downX)};
+  call.in.downsample_y = {1, static_cast<A_u_long>(settings.downY)};
+  Lomix effect(&call.in, &call.out, &call.extra);
+  const double seconds = static_cast<double>(settings.time) / settings.timeScale;
+  LomixStruct record =
+      frameRecord(settings.values, seconds, {effect.GetYDown(), effect.GetYDown()});
+  PF_LayerDef input = worldOf(source);
+  PF_LayerDef target = worldOf(output);
+  drawFrameByReference(effect, &input, &target, record);
+}
+
+/// The first difference of two images of one size and depth, in words; empty for none.
+std::string difference(const ImageBuffer& expected, const ImageBuffer& drawn) {
+  for (int y = 0; y < drawn.image.height; ++y) {
+    for (int x = 0; x < drawn.image.width; ++x) {
+      for (int channel = 0; channel < 4; ++channel) {
+        const std::string place = "channel " + std::to_string(channel) + " of (" +
+                                  std::to_string(x) + ", " + std::to_string(y) + "): ";
+        if (isFloat(drawn.image.format)) {
+          const float a = expected.get<float>(x, y, channel);
+          const float b = drawn.get<float>(x, y, channel);
+          const bool same = std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+          if (!same && !(std::isnan(a) && std::isnan(b))) {
+            return place + std::to_string(a) + " expected, " + std::to_string(b) + " drawn";
+          }
+        } else {
+          const int a = expected.get<std::uint8_t>(x, y, channel);
+          const int b = drawn.get<std::uint8_t>(x, y, channel);
+          if (a != b)
+            return place + std::to_string(a) + " expected, " + std::to_string(b) + " drawn";
+        }
+      }
+    }
+  }
+  return {};
+}
+
+struct DestroyFrame {
+  void operator()(lomix_frame* frame) const { lomix_frame_destroy(frame); }
+};
+using FramePtr = std::unique_ptr<lomix_frame, DestroyFrame>;
+
+FramePtr createFrame(const lomix_frame_settings& settings, const lomix_image& source,
+                     const lomix_image& output) {
+  lomix_frame* frame = nullptr;
+  lomix_error error = LOMIX_ERROR_INIT;
+  EXPECT_EQ(lomix_frame_create(&settings, &source, &output, &frame, &error), LOMIX_OK)
+      << error.message;
+  return FramePtr(frame);
+}
+
+/// Draws bands of random heights in random order on several threads.
+void drawInDisorder(const lomix_frame* frame, int height, Random& random, int threadCount) {
+  std::vector<std::pair<int, int>> bands;
+  for (int y = 0; y < height;) {
+    const int end = std::min(height, y + random.between(1, 7));
+    bands.insert(bands.begin() + random.below(static_cast<int>(bands.size()) + 1), {y, end});
+    y = end;
+  }
+  std::atomic<std::size_t> next = 0;
+  std::atomic<int> failures = 0;
+  const auto work = [&] {
+    for (std::size_t i = next++; i < bands.size(); i = next++) {
+      if (lomix_frame_draw_rows(frame, bands[i].first, bands[i].second, nullptr) != LOMIX_OK) {
+        ++failures;
+      }
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 1; i < threadCount; ++i) threads.emplace_back(work);
+  work();
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, 0);
+}
+
+class Frames : public testing::TestWithParam<int> {};
+
+TEST_P(Frames, EqualTheReferencePathInEveryFormat) {
+  lomix_context* context = nullptr;
+  ASSERT_EQ(lomix_context_create(3, &context, nullptr), LOMIX_OK);
+  const std::unique_ptr<lomix_context, void (*)(lomix_context*)> owner(context,
+                                                                       lomix_context_destroy);
+  for (int number = 0; number < 12; ++number) {
+    Random random(static_cast<std::uint64_t>(GetParam()), static_cast<std::uint64_t>(number));
+    const Settings settings = randomSettings(random);
+    const int width = random.between(1, 90);
+    const int height = random.between(1, 60);
+    const bool otherSize = random.oneIn(3);
+    const int outputWidth = otherSize ? random.between(1, 100) : width;
+    const int outputHeight = otherSize ? random.between(1, 70) : height;
+    for (const std::int32_t format : kFormats) {
+      const std::int32_t argb = isFloat(format) ? LOMIX_ARGB32F : LOMIX_ARGB8;
+      ImageBuffer plain(width, height, argb);
+      fill(plain, Random(7, static_cast<std::uint64_t>(number)));
+      ImageBuffer expected(outputWidth, outputHeight, argb);
+      drawByReference(settings, plain, expected);
+
+      const auto layout = [&random, format] {
+        const int unit = isFloat(format) ? 4 : 1;
+        return Layout{random.below(5) * unit, random.oneIn(2), random.below(7) * unit};
+      };
+      ImageBuffer source(width, height, format, layout());
+      convert(plain, source);
+      const std::vector<std::uint8_t> before = source.bytes();
+      ImageBuffer byRows(outputWidth, outputHeight, format, layout());
+      ImageBuffer whole(outputWidth, outputHeight, format, layout());
+      const std::string name = "frame " + std::to_string(number) + ", format " +
+                               std::to_string(format) + ", " + std::to_string(width) + " x " +
+                               std::to_string(height);
+      const lomix_frame_settings given = settings.toLibrary();
+      const FramePtr frame = createFrame(given, source.image, byRows.image);
+      ASSERT_NE(frame, nullptr) << name;
+      drawInDisorder(frame.get(), outputHeight, random, 1 + random.below(4));
+      lomix_error error = LOMIX_ERROR_INIT;
+      ASSERT_EQ(lomix_context_render(context, &given, &source.image, &whole.image, nullptr, nullptr,
+                                     &error),
+                LOMIX_OK)
+          << name << ": " << error.message;
+      EXPECT_EQ(difference(expected, byRows), "") << name << ", by rows";
+      EXPECT_EQ(difference(expected, whole), "") << name << ", whole";
+      EXPECT_TRUE(byRows.surroundingsIntact() && whole.surroundingsIntact()) << name;
+      EXPECT_EQ(source.bytes(), before) << name;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, Frames, testing::Range(1, 5));
+
+// Without this, a comparison that sees nothing would go unnoticed.
+TEST(Frames, TheComparisonSeesTheSmallestChange) {
+  for (const std::int32_t format : {LOMIX_ARGB8, LOMIX_RGBA32F}) {
+    ImageBuffer a(3, 2, format);
+    ImageBuffer b(3, 2, format);
+    fill(a, Random(1));
+    fill(b, Random(1));
+    EXPECT_EQ(difference(a, b), "");
+    if (isFloat(format)) {
+      b.set(2, 1, 3, std::nextafterf(b.get<float>(2, 1, 3), 9.0f));
+    } else {
+      b.set(2, 1, 3, static_cast<std::uint8_t>(b.get<std::uint8_t>(2, 1, 3) ^ 1));
+    }
+    EXPECT_NE(difference(a, b), "");
+  }
+}
+
+TEST(Frames, TimeAsFractionAndSecondsIsTheSame) {
+  ImageBuffer source(40, 30, LOMIX_RGBA8);
+  fill(source, Random(3));
+  ImageBuffer fraction(40, 30, LOMIX_RGBA8);
+  ImageBuffer seconds(40, 30, LOMIX_RGBA8);
+  ImageBuffer later(40, 30, LOMIX_RGBA8);
+  std::array<double, 13> values;
+  lomix_look* look = nullptr;
+  ASSERT_EQ(lomix_look_create_from_preset("weak-aerial", &look, nullptr), LOMIX_OK);
+  ASSERT_EQ(lomix_look_values(look, 1.5, values.data(), 13, nullptr), LOMIX_OK);
+  lomix_look_destroy(look);
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.values = values.data();
+  settings.value_count = 13;
+  const auto draw = [&](ImageBuffer& output) {
+    const FramePtr frame = createFrame(settings, source.image, output.image);
+    EXPECT_EQ(lomix_frame_draw_rows(frame.get(), 0, 30, nullptr), LOMIX_OK);
+  };
+  settings.time_numerator = 45;
+  settings.time_denominator = 30;
+  settings.time_seconds = 99.0;
+  draw(fraction);
+  settings.time_denominator = 0;
+  settings.time_seconds = 1.5;
+  draw(seconds);
+  settings.time_seconds = 1.6;
+  draw(later);
+  EXPECT_EQ(difference(fraction, seconds), "");
+  EXPECT_NE(difference(fraction, later), "");
+}
+
+// A program of an older or newer library passes structs of another size.
+TEST(Frames, MissingFieldsHaveTheirDefaults) {
+  ImageBuffer source(20, 10, LOMIX_ARGB8);
+  fill(source, Random(4));
+  ImageBuffer plain(20, 10, LOMIX_ARGB8);
+  ImageBuffer shortened(20, 10, LOMIX_ARGB8);
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  const FramePtr whole = createFrame(settings, source.image, plain.image);
+  ASSERT_EQ(lomix_frame_draw_rows(whole.get(), 0, 10, nullptr), LOMIX_OK);
+  // What follows the time is beyond the caller's struct.
+  settings.struct_size = offsetof(lomix_frame_settings, scale_x);
+  settings.scale_x = -5.0;
+  settings.scale_y = std::nan("");
+  const FramePtr part = createFrame(settings, source.image, shortened.image);
+  ASSERT_EQ(lomix_frame_draw_rows(part.get(), 0, 10, nullptr), LOMIX_OK);
+  EXPECT_EQ(difference(plain, shortened), "");
+}
+
+TEST(Frames, ProfilesAreThoseOfTheFrame) {
+  ImageBuffer source(8, 8, LOMIX_ARGB8);
+  ImageBuffer output(8, 25, LOMIX_ARGB8);
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.time_seconds = 1.25;
+  const FramePtr frame = createFrame(settings, source.image, output.image);
+  unit::HostCall call;
+  Lomix effect(&call.in, &call.out, &call.extra);
+  LomixStruct record{};
+  PF_LayerDef world = worldOf(output);
+  effect.CreateDisplacementImage(&world, -1.25f, &record);
+  struct Case {
+    int profile;
+    const std::vector<float>& values;
+  };
+  for (const Case& c : {Case{LOMIX_SCAN_PROFILE, record.scanProfile},
+                        {LOMIX_BARS_PROFILE, record.barsProfile},
+                        {LOMIX_SIGNAL_PROFILE, record.signalProfile}}) {
+    std::vector<float> values(20);
+    ASSERT_EQ(lomix_frame_get_profile(frame.get(), c.profile, 5, 20, values.data(), nullptr),
+              LOMIX_OK);
+    EXPECT_TRUE(std::equal(values.begin(), values.end(), c.values.begin() + 5)) << c.profile;
+  }
+}
+
+// Progress of a frame, and when to end it.
+struct Watch {
+  int abortAt = 1 << 30;
+  std::vector<int> reports = {};
+  std::thread::id thread = std::this_thread::get_id();
+
+  static std::int32_t report(void* user, std::int32_t done, std::int32_t count) {
+    Watch& watch = *static_cast<Watch*>(user);
+    EXPECT_EQ(std::this_thread::get_id(), watch.thread);
+    EXPECT_EQ(count, 300);
+    watch.reports.push_back(done);
+    return done >= watch.abortAt ? 1 : 0;
+  }
+};
+
+TEST(Context, ReportsProgressAndEndsWhenAsked) {
+  ImageBuffer source(50, 300, LOMIX_BGRA8);
+  fill(source, Random(5));
+  ImageBuffer expected(50, 300, LOMIX_BGRA8);
+  const lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  const FramePtr frame = createFrame(settings, source.image, expected.image);
+  ASSERT_EQ(lomix_frame_draw_rows(frame.get(), 0, 300, nullptr), LOMIX_OK);
+  for (const int threads : {1, 2, 5}) {
+    lomix_context* context = nullptr;
+    ASSERT_EQ(lomix_context_create(threads, &context, nullptr), LOMIX_OK);
+    EXPECT_EQ(lomix_context_threads(context), threads);
+    const auto render = [&](ImageBuffer& output, Watch& watch) {
+      return lomix_context_render(context, &settings, &source.image, &output.image, Watch::report,
+                                  &watch, nullptr);
+    };
+    // The same context serves frame after frame, also after one that was ended.
+    for (int round = 0; round < 20; ++round) {
+      ImageBuffer output(50, 300, LOMIX_BGRA8);
+      Watch watch;
+      EXPECT_EQ(render(output, watch), LOMIX_OK);
+      EXPECT_EQ(difference(expected, output), "");
+      ASSERT_FALSE(watch.reports.empty());
+      EXPECT_EQ(watch.reports.back(), 300);
+      EXPECT_TRUE(std::ranges::is_sorted(watch.reports));
+      if (threads == 1) {
+        int last = 0;
+        for (const int done : watch.reports) {
+          EXPECT_LE(done - last, 16);
+          last = done;
+        }
+      }
+      ImageBuffer aborted(50, 300, LOMIX_BGRA8);
+      Watch impatient{.abortAt = 100};
+      EXPECT_EQ(render(aborted, impatient), LOMIX_ABORTED);
+      EXPECT_TRUE(aborted.surroundingsIntact());
+      EXPECT_GE(impatient.reports.back(), 100);
+      if (threads == 1) {
+        EXPECT_LT(impatient.reports.back(), 100 + 16);
+      }
+    }
+    lomix_context_destroy(context);
+  }
+}
+
+TEST(Context, ManyContextsWorkAtOnce) {
+  ImageBuffer source(64, 64, LOMIX_ARGB32F);
+  fill(source, Random(6));
+  ImageBuffer expected(64, 64, LOMIX_ARGB32F);
+  const lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  const FramePtr frame = createFrame(settings, source.image, expected.image);
+  ASSERT_EQ(lomix_frame_draw_rows(frame.get(), 0, 64, nullptr), LOMIX_OK);
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      lomix_context* context = nullptr;
+      if (lomix_context_create(2, &context, nullptr) != LOMIX_OK) ++wrong;
+      for (int round = 0; round < 30; ++round) {
+        ImageBuffer output(64, 64, LOMIX_ARGB32F);
+        if (lomix_context_render(context, &settings, &source.image, &output.image, nullptr, nullptr,
+                                 nullptr) != LOMIX_OK ||
+            !difference(expected, output).empty()) {
+          ++wrong;
+        }
+      }
+      lomix_context_destroy(context);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
+}  // namespace lomix::library_test

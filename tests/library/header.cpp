@@ -1,0 +1,14 @@
+/* The header by itself, as C and as C++, and each kind of struct in it. */
+#include "lomix/lomix.h"
+
+int headerCompiles(void);
+int headerCompiles(void) {
+  lomix_error error = LOMIX_ERROR_INIT;
+  lomix_parameter_info parameter = LOMIX_PARAMETER_INFO_INIT;
+  lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
+  lomix_image image = LOMIX_IMAGE_INIT;
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  lomix_key key = {0.0, 0.0, LOMIX_LINEAR, 0};
+  return static_cast<int>(error.status + parameter.index + preset.index + image.width +
+                          settings.value_count + key.interpolation);
+}
