@@ -8,7 +8,7 @@ namespace {
 
 FakeSuites* host = nullptr;
 
-// Handles that only have to be told apart.
+// Handles that only have to differ.
 AEGP_CompH compHandle() { return reinterpret_cast<AEGP_CompH>(&host->acquired); }
 AEGP_ItemH itemHandle() { return reinterpret_cast<AEGP_ItemH>(&host->released); }
 FakeLayer& layerOf(AEGP_LayerH layer) { return *reinterpret_cast<FakeLayer*>(layer); }
@@ -216,7 +216,7 @@ FakeSuites::FakeSuites() {
   };
   basic.ReleaseSuite = [](const char* name, std::int32_t version) -> SPErr {
     host->released.push_back(label(name, version));
-    return PF_Err_INVALID_CALLBACK;  // Nobody may care.
+    return PF_Err_INVALID_CALLBACK;  // Callers must ignore it.
   };
 }
 

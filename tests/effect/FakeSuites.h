@@ -1,4 +1,5 @@
-// A small host behind the basic suite: hands out suites, counts them and answers from plain data.
+// A small host behind the basic suite: gives suites, records their acquisition and answers calls
+// from plain data.
 #pragma once
 
 #include <memory>
@@ -11,16 +12,16 @@
 
 namespace lomix::unit {
 
-/// What a layer handle points to.
+/// The object behind a layer handle.
 struct FakeLayer {
   AEGP_ObjectType type = AEGP_ObjectType_AV;
   AEGP_LightType light = AEGP_LightType_PARALLEL;
   AEGP_LayerFlags flags = 0;
   const char* name = "";
-  A_long visibleAt = 0;  ///< The one composition time value at which it shows.
+  A_long visibleAt = 0;  ///< The one composition time value at which it is visible.
 };
 
-/// One at a time may exist: the suites' functions find it through a static pointer.
+/// The host. Only one may exist at a time: the suites' functions find it through a static pointer.
 class FakeSuites {
  public:
   FakeSuites();
@@ -29,17 +30,18 @@ class FakeSuites {
   FakeSuites& operator=(const FakeSuites&) = delete;
 
   SPBasicSuite basic{};
-  std::vector<std::string> acquired;  ///< "name version", in order.
+  std::vector<std::string> acquired;  ///< "name version", in the order of acquisition.
   std::vector<std::string> released;
 
-  std::string refused;           ///< "name version" of a suite that is not given out.
-  SPErr answerOfAcquire = 0;     ///< What the host says then, and for every other suite 0.
-  bool handsOutRefused = false;  ///< Whether the refused suite's pointer is set all the same.
+  std::string refused;        ///< "name version" of a suite that cannot be acquired.
+  SPErr answerOfAcquire = 0;  ///< The error returned for it; for every other suite 0.
+  bool handsOutRefused =
+      false;  ///< Whether the refused suite's pointer is set in spite of the error.
 
   FakeLayer effectLayer;
   std::vector<FakeLayer> compLayers;
 
-  /// What the last calls were given.
+  /// Arguments of the last call of AEGP_GetLayerStreamValue.
   struct StreamCall {
     AEGP_LayerH layer;
     AEGP_LayerStream stream;
@@ -51,7 +53,7 @@ class FakeSuites {
   std::string report;
   AEGP_PluginID reportPlugin = -1;
 
-  /// Memory handles in order of their making.
+  /// Memory handles in the order of their allocation.
   struct Block {
     std::uint64_t size;
     char bytes[16];
@@ -60,12 +62,12 @@ class FakeSuites {
   };
   std::vector<std::unique_ptr<Block>> blocks;
 
-  /// Turns a call's records into After Effects' with these suites behind them.
+  /// Sets a call's records to After Effects with these suites.
   void serve(HostCall& call);
   static AEGP_LayerH handle(FakeLayer& layer) { return reinterpret_cast<AEGP_LayerH>(&layer); }
 };
 
-inline constexpr PF_Err kInfoResult = 7;  ///< What the info panel answers.
+inline constexpr PF_Err kInfoResult = 7;  ///< The result of PF_InfoDrawText3.
 inline constexpr A_long kItemWidth = 640;
 inline constexpr A_long kItemHeight = 360;
 

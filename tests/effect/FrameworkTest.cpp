@@ -1,3 +1,5 @@
+// The host context, the render base and its loop over pixels, and the scratch buffers.
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -58,7 +60,7 @@ TEST(HostContext, OutsideAfterEffectsIsSilent) {
   EXPECT_THAT(host.released, IsEmpty());
 }
 
-// After Effects with a context captured at 45/30 s; releases it at the end.
+// After Effects with a host context of time 45/30 s, which is released at the end.
 class InAfterEffects : public testing::Test {
  protected:
   InAfterEffects() {
@@ -85,7 +87,7 @@ TEST_F(InAfterEffects, CapturesTheComposition) {
   EXPECT_EQ(time(base->effectCompTime), time({1045, 30}));
   EXPECT_EQ(time(base->layerTime), time({745, 30}));
   EXPECT_EQ(time(base->layerTimeValue), time({77, 5}));
-  EXPECT_EQ(time(base->GetCompTime(5, 99, 24)), time({1005, 24})) << "the step plays no part";
+  EXPECT_EQ(time(base->GetCompTime(5, 99, 24)), time({1005, 24})) << "the step is ignored";
   EXPECT_EQ(base->numLayers, 4);
   EXPECT_EQ(base->compWidth, 640.0f);
   EXPECT_EQ(base->compHeight, 360.0f);
@@ -106,7 +108,7 @@ TEST_F(InAfterEffects, CopiesShareSuitesThatAreReleasedOnce) {
   base->ReleaseHostSuites();
   base->ReleaseHostSuites();
   EXPECT_EQ(base->suites, nullptr);
-  EXPECT_EQ(host.acquired, acquired) << "a copy acquires nothing of its own";
+  EXPECT_EQ(host.acquired, acquired) << "copies acquire nothing";
   EXPECT_THAT(host.released, UnorderedElementsAreArray(acquired));
 }
 
@@ -313,7 +315,7 @@ TEST(RenderBase, TakesDepthAndPixelFunctionsFromTheSmartRender) {
   EXPECT_EQ(render.pixelFuncs.blendFunc, alphaBlend32Void) << "left as it was";
 }
 
-// Notes the pixels it is called for; may shrink the destination under way.
+// Records the pixels that it is called for; can shrink the destination after some of them.
 struct Tracer : AERender {
   using AERender::AERender;
   PF_Err Kernel(PF_LayerDef* src, PF_LayerDef* dst, int x, int y, void* data) override {
@@ -331,7 +333,7 @@ TEST(RenderBase, VisitsEveryPixelOfTheDestinationInRowOrder) {
   for (const A_long host : {kHostIdAfterEffects, kHostIdPremiere, 0x41424344}) {
     HostCall call;
     Tracer tracer(&call.in, &call.out, nullptr);
-    call.in.appl_id = host;  // Read at the call; as After Effects, the constructor needs suites.
+    call.in.appl_id = host;  // Set late: for After Effects the constructor needs suites.
     World<PF_Pixel> src(1, 1);
     World<PF_Pixel> dst(3, 2);
     int data = 0;
@@ -357,7 +359,7 @@ TEST(RenderBase, StopsWhereThereIsNothingToDraw) {
                {"no destination pixels", true, false, 4, 4, -1, 0},
                {"no width", true, true, 0, 4, -1, 0},
                {"no height", true, true, 4, 0, -1, 0},
-               {"shrunk under way", true, true, 4, 4, 2, 4}};
+               {"shrunk between two rows", true, true, 4, 4, 2, 4}};
   for (const auto& c : cases) {
     PF_LayerDef from = src.def;
     PF_LayerDef to = dst.def;

@@ -155,7 +155,7 @@ TYPED_TEST(RectOf, TakesPointsAndFactorsOfEveryType) {
 constexpr int kMax = std::numeric_limits<int>::max();
 constexpr int kMin = std::numeric_limits<int>::min();
 
-// Where 32-bit arithmetic would overflow, which is undefined behaviour.
+// In these cases 32-bit arithmetic would overflow, which is undefined behaviour.
 TEST(IntRect, SaturatesInsteadOfOverflowing) {
   using Rect = RectT<int>;
   const double nan = std::nan("");

@@ -1,4 +1,4 @@
-// One pixel of the effect, on worlds small enough to work out by hand.
+// Lomix::Kernel on worlds that are small enough to compute the result by hand.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ namespace {
 constexpr int kTile = 1;
 constexpr int kStretch = 2;
 
-// A record that changes nothing, for so many rows.
+// Returns a record that changes no pixel, with profiles of that many rows.
 LomixStruct neutral(int rows) {
   LomixStruct record{};
   record.distortionMode = kTile;
@@ -37,8 +37,8 @@ void render(World<Pixel>& src, World<Pixel>& dst, LomixStruct& record, A_u_long 
   EXPECT_TRUE(src.paddingIntact() && dst.paddingIntact());
 }
 
-// Displacements are the same in every row. Columns: where output row 0 comes from; rows: where
-// output column 0 comes from. Their lengths are the output's size.
+// Displacements are the same in every row. columns: the source column of each pixel of output row
+// 0; rows: the source row of each pixel of output column 0. Their lengths are the output's size.
 struct PositionCase {
   const char* name;
   int mode;
@@ -52,8 +52,8 @@ const PositionCase kPositionCases[] = {
     {"quarter slide wraps", kTile, .25f, 0, 0, 0, 0, 0, 8, 1, "67012345", "0"},
     {"half roll wraps", kTile, 0, .5f, 0, 0, 0, 0, 2, 4, "01", "2301"},
     {"truncated before the wrap", kTile, .3125f, 0, 0, 0, 0, 0, 8, 1, "67001234", "0"},
-    // 5/6 and 3/5 are a little more in single precision. Were the products rounded, 3 - 5 would be
-    // -2 and 4 - 3 would be 1.
+    // 5/6 and 3/5 are a little more in single precision. With rounded products, column 3 - 5 would
+    // be -2 and row 4 - 3 would be 1.
     {"sync rounds once", kTile, 5.0f / 6, 3.0f / 5, 0, 0, 0, 0, 6, 5, "123500", "23400"},
     {"beyond one wrap, left", kTile, 2.5f, 0, 0, 0, 0, 0, 4, 1, "0000", "0"},
     {"beyond one wrap, right", kTile, -2.5f, -3, 0, 0, 0, 0, 4, 2, "3333", "11"},
@@ -66,8 +66,8 @@ const PositionCase kPositionCases[] = {
     {"negative amounts do nothing", kTile, 0, 0, .25f, -1, 1, -1, 4, 1, "0123", "0"},
     {"but count beside a positive", kTile, 0, 0, .25f, -1, 0, 1, 4, 1, "1230", "0"},
     {"no such mode", 3, 0, 0, .25f, 1, 1, 1, 4, 1, "0123", "0"},
-    // 0.64 and 0.36 columns: rounded by themselves and summed they make exactly 1; fused or
-    // subtracted one after the other they make a little more.
+    // 0.64 and 0.36 columns: both rounded, their sum is exactly 1. Fused, or subtracted one after
+    // the other, they are a little more.
     {"every product rounds", kTile, 0, 0, .1f, .8f, -.3f, .3f, 8, 1, "70123456", "0"},
     {"the sum rounds", kTile, 0, 0, .1f, .2f, -.7f, .3f, 8, 1, "70123456", "0"},
     {"smaller source repeats, then stops", kTile, 0, 0, 0, 0, 0, 0, 3, 2, "01201222", "01011"},
@@ -157,8 +157,8 @@ TEST(Kernel, DrawsNothingAtOtherDepths) {
   }
 }
 
-// Somebody changes the frame's record while a pixel is drawn, here out of the bars' blend: the
-// pixel is finished from the copy that was made at its start.
+// The bars' blend changes the frame's record while a pixel is drawn. The pixel must be finished
+// from the copy that was made at its start.
 TEST(Kernel, DrawsFromAPrivateCopyOfTheRecord) {
   static LomixStruct record;
   record = neutral(1);
@@ -217,7 +217,7 @@ TEST(KernelOverlays, BarsAreHardLightOfTheRowsGrey) {
   EXPECT_EQ(channels(dst8.at(0, 0)), channels(PF_Pixel{255, 254, 98, 0}));
 }
 
-// Source rows drawn clear ('.') or dark ('#') for a white picture.
+// Returns a character for each row of a white picture: clear ('.'), dark ('#') or neither ('?').
 std::string scanlines(LomixStruct record, int rows) {
   World<PF_PixelFloat> src(1, rows);
   World<PF_PixelFloat> dst(1, rows);
@@ -249,7 +249,7 @@ TEST(KernelOverlays, ScanlinesCoverEverySecondBand) {
       {"half rows", 0.5f, 0, 0, "........"},
       {"thin bands alias", 1.5f, 0, 0, "..#..#..#"},
       {"no thickness darkens from phase 0 on", 0, 3, 0, "...#####"},
-      // 6 - 0.6 = 5.4 in nine periods of 0.6: as the product rounds, the rest falls short of 0.3.
+      // 6 - 0.6 = 5.4 is nine periods of 0.6. The product rounds, so the remainder is below 0.3.
       {"the product rounds before the difference", 0.3f, 0.3f, 1, "??????."},
   };
   for (const auto& c : cases) {
@@ -286,7 +286,7 @@ TEST(KernelOverlays, GrainIsLaidOverAndNeverNegative) {
   int black = 0;
   for (int y = 0; y < kSize; ++y) {
     for (int x = 0; x < kSize; ++x) {
-      // From position 10 on, at twice the time, at rate 5.
+      // Positions start at 10, the time is doubled, the rate is 5.
       const float value = legacyRandom(static_cast<float>(x + 10), static_cast<float>(y + 10),
                                        kSize, kSize, 1.5f, 5);
       const float level = value < 0 ? 0 : value * 0.25f;
@@ -323,7 +323,7 @@ TEST(KernelOverlays, GrainKeepsItsPlaceAtHalfResolution) {
 }
 
 TEST(KernelOverlays, AreLaidOnInOrder) {
-  // Opaque overlays each hide what lies below: the scanline is the last, the grain the next.
+  // An opaque overlay hides everything below it: the scanline is on top, the grain below it.
   World<PF_PixelFloat> src(1, 4);
   World<PF_PixelFloat> dst(1, 4);
   src.fill({1, 0.3f, 0.3f, 0.3f});

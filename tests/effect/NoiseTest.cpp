@@ -1,3 +1,5 @@
+// The Mersenne twister and the gradient noise.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -52,8 +54,8 @@ constexpr int kDirections[16][3] = {
     {1, 1, 0}, {-1, 1, 0}, {1, -1, 0}, {-1, -1, 0}, {1, 0, 1}, {-1, 0, 1}, {1, 0, -1}, {-1, 0, -1},
     {0, 1, 1}, {0, -1, 1}, {0, 1, -1}, {0, -1, -1}, {1, 1, 0}, {0, -1, 1}, {-1, 1, 0}, {0, -1, -1}};
 
-// Noise as a sum over the cell's corners, each weighted by its nearness: another shape than nested
-// interpolation, in double, over a table drawn from the standard library's generator.
+// Noise in another form than nested interpolation: a sum over the cell's corners, weighted by their
+// distance, in double precision, with a table from the standard library's generator.
 class ReferenceNoise {
  public:
   explicit ReferenceNoise(unsigned seed) {
@@ -117,7 +119,7 @@ TEST(Perlin, GradientPointsAlongTheHashesEdge) {
   }
 }
 
-// At these fractions fade and products are exact in single precision, so nothing may differ.
+// At these fractions fade and products are exact in single precision, so the results must be equal.
 TEST(Perlin, OneDimensionalNoiseIsExactInEveryCell) {
   const Perlin noise(1, 1051);
   const ReferenceNoise reference(1051);
@@ -141,7 +143,7 @@ TEST(Perlin, AgreesWithTheCornerSumInEveryDimension) {
     ASSERT_NEAR(noise.noise(x, y, z), reference(x, y, z), 2e-6) << x << ' ' << y << ' ' << z;
     ASSERT_LE(std::abs(noise.noise(x)), 1.0f);
   }
-  // Lattice points are silent in every dimension.
+  // The noise is 0 at lattice points in every dimension.
   EXPECT_EQ(noise.noise(3.0f, -7.0f), 0.0f);
   EXPECT_EQ(noise.noise(255.0f, 256.0f, -1.0f), 0.0f);
   // Far outside the lattice's integers every float is a lattice point.
@@ -154,7 +156,7 @@ TEST(Perlin, SlopesAreTheNoisesDerivatives) {
   constexpr float kTolerance = 0.01f;
   const auto slope = [](auto&& f) { return (f(kStep) - f(-kStep)) / (2 * kStep); };
   for (int i = 0; i < 200; ++i) {
-    // Fractions stay clear of cell borders, where the third derivative jumps.
+    // Fractions keep away from cell borders, where the third derivative jumps.
     const float x = static_cast<float>(i) + 0.2f + 0.003f * static_cast<float>(i);
     const float y = static_cast<float>(i % 13) - 5.7f;
     const float z = static_cast<float>(i % 7) + 0.6f;

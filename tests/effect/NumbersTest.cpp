@@ -1,4 +1,4 @@
-// The arithmetic that everything else stands on: conversion to integers and no hidden fusing.
+// The arithmetic that everything else uses: conversion to integers, no fused operations, sines.
 
 #include <gtest/gtest.h>
 
@@ -44,7 +44,7 @@ TEST(Truncate, GoesTowardZeroAndSaturates) {
     EXPECT_EQ(truncateToByte(c.value), c.byte) << c.value;
     EXPECT_EQ(truncateToInt32(static_cast<float>(c.value)), c.integer) << c.value << " as float";
   }
-  // Only doubles lie this close to the limits.
+  // Only a double can be this close to the limits.
   EXPECT_EQ(truncateToInt32(2147483647.5), kMax);
   EXPECT_EQ(truncateToInt32(2147483646.5), kMax - 1);
   EXPECT_EQ(truncateToInt32(-2147483648.5), kMin);
@@ -108,8 +108,8 @@ TEST(Compiler, FusesNothingByItself) {
   EXPECT_EQ(std::fma(wideA, wideA, wideC), std::ldexp(1.0, -54));
 }
 
-// Where a multiple of pi lies close, the angle must be reduced with many more digits of it than a
-// double holds. Processors with sine instructions do it with too few.
+// Close to a multiple of pi, the reduction of the angle needs many more digits of pi than a double
+// has. The sine instructions of processors use too few.
 TEST(Sine, IsExactWhereAnglesNeedManyDigitsOfPi) {
   struct Case {
     double angle, sine, cosine;

@@ -1,4 +1,4 @@
-// Operations on single pixels, on whole worlds, and the addresses of pixels.
+// Operations on single pixels and on whole worlds, and the addresses of pixels.
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// An effect object of a bit depth, to reach its pixel operations.
+// An effect object of a bit depth, for tests of its pixel operations.
 struct Effect {
   explicit Effect(A_short bitDepth) : call(bitDepth), lomix(&call.in, &call.out, &call.extra) {}
   HostCall call;
@@ -52,8 +52,8 @@ TEST(Blend8, HardLight) {
       {"no alpha keeps the colour", {77, 10, 128, 250}, {0, 200, 200, 200}, {76, 10, 128, 250}},
       // A fifth of 78 and four fifths of 100; alpha 51 + (255*204 >> 8).
       {"partial alpha", {255, 100, 100, 100}, {51, 100, 100, 100}, {254, 95, 95, 95}},
-      // With alpha 119/255 these sums land on an integer only where both products round first:
-      // the exact sums lie just below 21 and 32.
+      // With alpha 119/255 these sums are an integer only if both products are rounded first:
+      // the exact sums are just below 21 and 32.
       {"both products round by themselves", {0, 21, 39, 36}, {119, 130, 80, 75}, {119, 21, 32, 29}},
   };
   for (const Blend8Case& c : cases) {
@@ -141,7 +141,7 @@ TEST(Blend32, Over) {
       {{"opaque leaves the source", {0.5f, 9, 9, 9}, {1, 2, -1, 0}, {1, 2, -1, 0}}, 1.0f},
       {{"transparent adds its colour", {0.5f, 1, 1, 1}, {0, 2, 0, 0}, {0.5f, 3, 1, 1}}, 1.0f},
       {{"half opacity", {0, 2, 4, 8}, {0.5f, 2, -2, 0}, {0.25f, 2.5f, 2, 6}}, 0.5f},
-      // Where product and sum were fused, the last bit would differ.
+      // A fused product and sum would differ in the last bit.
       {{"product rounds before the sum",
         {0, 0.4f, 0.8f, 0.4f},
         {0.1f, 0.1f, 0.2f, 0.3f},
@@ -204,7 +204,7 @@ TEST(LomixPixels, SetAndInterpolate8) {
       {"all the way", 33, 0.5f, 1.0f, 127},
       {"target wraps", 9, 2.0f, 1.0f, 254},
       {"result wraps", 200, 1.0f, 2.0f, 54},
-      // 3 - 2.00000006 lies below 1; rounding the product first would give 1.
+      // 3 - 2.00000006 is below 1; rounding the product first would give 1.
       {"one rounding", 3, 0.0f, 2.0f / 3, 0},
   };
   for (const auto& c : cases) {
@@ -269,7 +269,7 @@ TEST(LomixPixels, OtherDepthsLeaveThePixelAlone) {
   EXPECT_EQ(channels(p), channels(PF_PixelFloat{0.5f, 1, 2, 3}));
 }
 
-// Against the definition of truncating division, for every alpha and value.
+// Compared with the definition of truncating division, for every alpha and value.
 TEST(Premultiply8, EveryAlphaAndValue) {
   Effect effect(8);
   for (int a = 0; a < 256; ++a) {
@@ -324,7 +324,7 @@ TEST(PixelLerp, RoundsOnceAndWritesTheSecond) {
       {"all leaves the second", {1, 2, 3, 4}, {250, 0, 128, 7}, 1, {250, 0, 128, 7}},
       {"beyond one wraps", {0, 200, 0, 0}, {200, 255, 0, 1}, 2, {144, 54, 0, 2}},
       {"below zero wraps", {0, 0, 0, 0}, {1, 0, 0, 0}, -1, {255, 0, 0, 0}},
-      // Exactly 0.9999999 and 1.9999999: a rounded product would lift both to the integer.
+      // Exactly 0.9999999 and 1.9999999: a rounded product would raise both to the integer.
       {"two thirds of the way to black", {3, 6, 3, 3}, {0, 0, 0, 0}, 2.0f / 3, {0, 1, 0, 0}},
   };
   for (const auto& c : cases) {
@@ -371,9 +371,9 @@ TEST(WorldOperations, ChooseByThePixelFormat) {
   PF_WorldSuite2 suite{};
   suite.PF_GetPixelFormat = [](const PF_EffectWorld*, PF_PixelFormat* result) {
     *result = format;
-    return PF_Err_OUT_OF_MEMORY;  // The error is nobody's concern.
+    return PF_Err_OUT_OF_MEMORY;  // The caller ignores the error.
   };
-  // Bytes that tell the operations apart: as one float pixel or as four 8-bit ones.
+  // Its bytes change differently as one float pixel and as four 8-bit pixels.
   const PF_PixelFloat start{0.5f, 1, 2, 3};
   const auto bytesAfter = [&](PF_PixelFormat f, PF_Err (AERender::*operation)(PF_LayerDef*)) {
     format = f;

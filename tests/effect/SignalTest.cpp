@@ -1,3 +1,5 @@
+// The sync and random functions, the timer, the frame record and the row profiles.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -46,7 +48,7 @@ TEST(LegacySync, IsTheFractionOfTurns) {
       {1, -0.05f, 0.75f},
       {0.5f, 0.1f, 0.25f},
       {0.25f, 0.4f, 0.5f},
-      // A hair's breadth backwards: the phase itself rounds up to a whole turn.
+      // 1 - 5e-10 rounds to 1 in single precision.
       {-1, 1e-10f, 1},
   };
   for (const auto& c : cases) {
@@ -73,16 +75,16 @@ TEST(LegacyMod, TruncatesAndRoundsOnce) {
 }
 
 TEST(LegacyRandom, IsASineTimesACosine) {
-  // Column 0 leaves sin(10 phase) * cos(y^3 / height), here of 5 and 1; the second has 4*24 + 5 =
-  // 101 and 24 / 16 = 1.5.
+  // At column 0 the value is sin(10 phase) * cos(y^3 / height), here sin(5) * cos(1). At column 4
+  // it is sin(4*24 + 5) * cos(1.5).
   EXPECT_FLOAT_EQ(legacyRandom(0, 16, 99, 4096, 0.5f, 2), -0.518108997f);
   EXPECT_FLOAT_EQ(legacyRandom(4, 16, 99, 4096, 0.5f, 2), 0.0319750393f);
   EXPECT_EQ(legacyRandom(4, 16, 1, 4096, 0.5f, 2), legacyRandom(4, 16, 99, 4096, 0.5f, 2))
-      << "the width plays no part";
+      << "the width is ignored";
 }
 
-// Worked out in exact rational arithmetic, rounded where it must be. The comment names what would
-// give another value there.
+// Expected values: computed in exact rational arithmetic and rounded where the function rounds.
+// Each case gives another value if the operations change as its name says.
 TEST(LegacyRandom, KeepsEveryRoundingInItsPlace) {
   const struct {
     const char* differs;
@@ -94,7 +96,7 @@ TEST(LegacyRandom, KeepsEveryRoundingInItsPlace) {
        0x1.62dcc8p-1f},
       {"x multiplied before pi divides", 0x1.e6cp+9f, 0x1.35cp+11f, 720, 0x1.99999ap-1f,
        0x1.74c5ccp-4f},
-      {"phase added in a rounding of its own", 0x1.6e3p+13f, 0x1.f32p+11f, 2160, 0x1.111112p-5f,
+      {"phase added with a separate rounding", 0x1.6e3p+13f, 0x1.f32p+11f, 2160, 0x1.111112p-5f,
        -0x1.701d88p-1f},
       {"phase times 10 in single precision", 0x1.962aaap+10f, 0x1.1p+10f, 1080, 0x1.555556p+2f,
        0x1.5035eep-1f},
@@ -147,7 +149,8 @@ TEST(FrameRecord, CopiesOwnTheirProfiles) {
   EXPECT_EQ(record.signalProfile[0], 0.5f);
 }
 
-// The profiles of a world of some height at phase p, rendered at 1/verticalFactor of the rows.
+// Returns the profiles of a world of that height at phase p, downsampled vertically by
+// verticalFactor.
 LomixStruct profiles(int height, float p, A_u_long verticalFactor = 1) {
   HostCall call;
   call.in.downsample_y = {1, verticalFactor};

@@ -1,4 +1,4 @@
-// How suites are fetched from the host and given back.
+// Acquisition and release of the host's suites.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -112,7 +112,7 @@ TEST(SuiteHandler, ThrowsWhereASuiteIsMissing) {
   }
 }
 
-TEST(AEFXSuites, TheSuiteAloneTellsSuccess) {
+TEST(AEFXSuites, OnlyTheSuitePointerMeansSuccess) {
   const struct {
     const char* name;
     bool basic;

@@ -1,4 +1,5 @@
-// What the unit tests share: guarded worlds, host records and pixels that compare and print.
+// Helpers of the unit tests: worlds with guarded padding, host records, pixels as arrays of
+// numbers.
 #pragma once
 
 #include <array>
@@ -11,13 +12,14 @@
 
 namespace lomix::unit {
 
-/// Alpha, red, green, blue as numbers.
+/// Return alpha, red, green and blue as numbers, which compare and print.
 inline std::array<int, 4> channels(const PF_Pixel& p) { return {p.alpha, p.red, p.green, p.blue}; }
 inline std::array<float, 4> channels(const PF_PixelFloat& p) {
   return {p.alpha, p.red, p.green, p.blue};
 }
 
-/// A world whose rows end in padding of padBytes, filled with a pattern that nobody may touch.
+/// A world whose rows end in padBytes of padding, filled with a pattern that must not be
+/// overwritten. Pixels start as zeros. The world must outlive pointers to def.
 template <typename Pixel>
 class World {
  public:
@@ -61,7 +63,7 @@ class World {
 };
 
 /// The records of one host call: Premiere Pro, full resolution, square pixels, 1920 x 1080; and a
-/// smart-render record that asks for a bit depth.
+/// smart-render record that requests a bit depth.
 struct HostCall {
   PF_InData in{};
   PF_OutData out{};

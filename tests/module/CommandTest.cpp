@@ -1,3 +1,5 @@
+// The commands besides rendering and the panel: set-up, about text, parameters, dynamic flags.
+
 #include <algorithm>
 #include <limits>
 
@@ -28,7 +30,7 @@ TEST(Commands, OthersThanTheHandledTouchNothing) {
   EXPECT_THAT(host.audit(), IsEmpty());
 }
 
-TEST(Commands, AboutTellsNameVersionAndPurpose) {
+TEST(Commands, AboutShowsNameVersionAndPurpose) {
   Host host = readyHost();
   std::string text;
   EXPECT_EQ(host.about(text), 0);
@@ -46,7 +48,7 @@ TEST(Commands, AboutOutcomesWhenTheHostRefuses) {
   for (const Case& c : {Case{"no basic suite", false, "ansi.sprintf", 516},
                         Case{"no text suite", true, "acquire:PF ANSI Suite 1", 516},
                         Case{"text function fails", true, "ansi.sprintf", 0},
-                        Case{"suite cannot be let go", true, "release:PF ANSI Suite 1", 0}}) {
+                        Case{"suite cannot be released", true, "release:PF ANSI Suite 1", 0}}) {
     HostOptions options;
     options.basicSuite = c.basicSuite;
     Host host = readyHost(options);

@@ -1,3 +1,4 @@
+// Helpers of the tests that drive the effect through the host: the module, a ready host, pictures.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -36,7 +37,7 @@ inline const Module& effectModule() {
   return kModule;
 }
 
-/// A host that keeps its log, with the module's parameters declared.
+/// Returns a host that keeps its log, after GLOBAL_SETUP and PARAMS_SETUP.
 inline Host readyHost(HostOptions options = {}) {
   options.keepLog = true;
   Host host(effectModule(), std::move(options));
@@ -47,7 +48,7 @@ inline Host readyHost(HostOptions options = {}) {
   return host;
 }
 
-/// Every part of the effect at work, at a time of 0.7 s.
+/// Turns every part of the effect on; returns a frame at 0.7 s.
 inline FrameSettings turnEverythingOn(Host& host) {
   const std::pair<int, double> values[] = {
       {kSignalDistortion, 60}, {kScanDistortion, 40}, {kHorizontalSync, 30},  {kVerticalSync, -20},
@@ -60,7 +61,7 @@ inline FrameSettings turnEverythingOn(Host& host) {
   return frame;
 }
 
-/// Pixels without two neighbours alike, alpha included.
+/// Fills a world with random pixels, alpha included: 8-bit values, at 32 bits as fractions.
 inline void drawPattern(World& world) {
   std::mt19937 random(1);
   for (int y = 0; y < world.height(); ++y) {
@@ -100,7 +101,7 @@ inline bool everyByteIs(const World& world, int value) {
   return true;
 }
 
-/// Names of the logged calls without those of suites being fetched and let go.
+/// Returns the names of the logged calls, except acquisitions and releases of suites.
 inline std::vector<std::string> workingCalls(const Host& host) {
   std::vector<std::string> names;
   for (const Call& call : host.log()) {

@@ -1,3 +1,5 @@
+// One call of the host fails at a time: what the effect returns, draws and leaves checked out.
+
 #include <map>
 #include <set>
 
@@ -16,12 +18,12 @@ constexpr const char* kPixels = "failed smart render leaves the input pixels che
 constexpr const char* kOutput = "smart render never checks its output in";
 
 enum class Picture {
-  Whole,    ///< As without any failure.
+  Whole,    ///< As without a failure.
   Partial,  ///< Something was drawn, from the parameters that were obtained.
   Blank     ///< Nothing was drawn.
 };
 
-/// What a frame comes to when one of its calls fails.
+/// The outcome of a frame of which one call fails.
 struct Outcome {
   PF_Err result = 0;
   Picture picture = Picture::Whole;
@@ -32,7 +34,8 @@ struct Outcome {
   bool message = false;
 };
 
-/// The outcome for the nth call of a name. Calls that are not told here change nothing.
+/// Returns the outcome where the nth call of a name fails. Other calls than those below change
+/// nothing.
 Outcome expectedOutcome(const std::string& point, int n) {
   Outcome o;
   if (point == "pre.checkout_layer") {
@@ -126,7 +129,7 @@ TEST(Failure, CheckoutsThatAnswerAndFailStillLeadToOneRender) {
     int width;
     int nth, fills, outputs, checkouts;
   };
-  // A world without area is left alone before anything is drawn or checked in.
+  // For an input without area, nothing is drawn and after an error nothing is checked in.
   for (const Case& c : {Case{"smart.checkout_layer_pixels", 5, 1, 0, 0, 0},
                         Case{"smart.checkout_layer_pixels", 0, 1, 0, 0, 0},
                         Case{"smart.checkout_output", 5, 1, 1, 1, 0},

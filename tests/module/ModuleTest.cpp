@@ -1,3 +1,5 @@
+// The module as a file: how it loads, what it exports, which errors a wrong file gives.
+
 #ifdef __linux__
 #include <elf.h>
 #endif
@@ -15,8 +17,8 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-TEST(Module, ErrorsTellFileCauseAndWayOut) {
-  // Beside the module, so that no other test that runs now uses the same folder.
+TEST(Module, ErrorsNameFileCauseAndRemedy) {
+  // Next to the module, so that tests of the other module that run now use another folder.
   const std::filesystem::path folder =
       std::filesystem::path(kModuleFile).parent_path() / "module_test";
   std::filesystem::create_directories(folder);
@@ -43,7 +45,7 @@ TEST(Module, ErrorsTellFileCauseAndWayOut) {
 
 #ifdef __linux__
 
-// Any library that is no plug-in will do: the C library has no entry point.
+// The mathematics library is a library without an entry point.
 TEST(Module, LibraryWithoutEntryPointIsRefused) {
   std::ifstream maps("/proc/self/maps");
   std::string library;
@@ -59,7 +61,7 @@ TEST(Module, LibraryWithoutEntryPointIsRefused) {
   }
 }
 
-// A symbol of the standard library that leaked out would clash with the host's own copy.
+// An exported symbol of the standard library would clash with the host's copy.
 TEST(Module, ExportsTheEntryPointAndNothingElse) {
   std::ifstream file(kModuleFile, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(file), {}};

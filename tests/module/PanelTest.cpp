@@ -1,3 +1,5 @@
+// The parameter panel: "Time" is hidden while time is automatic.
+
 #include <thread>
 
 #include "module/EffectTest.h"
@@ -124,7 +126,7 @@ TEST(Panel, HostsWithoutTheSuitesGet516) {
   }
 }
 
-// The undo calls name no effect: each thread's calls must reach its own host all the same.
+// The undo calls have no argument that names the effect; still each must reach its thread's host.
 TEST(Panel, HostsOnSeveralThreadsKeepApart) {
   constexpr int kUpdates = 200;
   std::vector<Host> hosts;

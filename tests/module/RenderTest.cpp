@@ -1,3 +1,5 @@
+// Frames through the host: paths, sizes, depths, memory layout and missing worlds.
+
 #include <algorithm>
 
 #include "module/EffectTest.h"
@@ -40,7 +42,7 @@ TEST(Render, PathsAndHostsGiveTheSamePixels) {
   EXPECT_NE(hashes[0], input.pixelHash());
 }
 
-// Premultiplied with 256 and divided again, an opaque level v comes out as v - 1, 0 as 0.
+// Premultiply and unmultiply with the scale 256 turn an opaque level v into v - 1, and 0 into 0.
 TEST(Render, EverythingOffLowersOpaqueLevelsByOne) {
   Host host = readyHost();
   World input(256, 1, 8);
@@ -71,7 +73,7 @@ TEST(Render, FullBlendGivesTheInputBack) {
   }
 }
 
-// Time 0.1 s at full speed is half a turn, 0.05 s backwards three quarters of one.
+// 0.1 s at amount 100 is half a turn; 0.05 s at amount -100 is three quarters of one.
 TEST(Render, SyncTurnsThePicture) {
   struct Case {
     const char* name;
@@ -110,7 +112,7 @@ TEST(Render, SyncTurnsThePicture) {
   }
 }
 
-// Bands of 4 rows at full size; the horizontal factor alone scales them.
+// Bands are 4 rows high at full resolution; only the horizontal factor scales them.
 TEST(Render, DownsamplingScalesScanlinesByTheHorizontalFactor) {
   struct Case {
     PF_RationalScale x, y;
@@ -196,7 +198,7 @@ TEST(Render, WorldsThatAreMissingAreTolerated) {
     const char* name;
     bool output, inputData, outputData;
     int fills;          ///< Calls of the host's fill.
-    PF_Err plainError;  ///< The fill's, which only the plain paths return.
+    PF_Err plainError;  ///< The fill's error; only the plain paths return it.
     int expectedBytes;  ///< Every byte of the output afterwards; it starts as 0x77.
   };
   for (const Case& c :
@@ -225,7 +227,7 @@ TEST(Render, WorldsThatAreMissingAreTolerated) {
   EXPECT_THAT(workingCalls(host), ElementsAre("smart.checkout_layer_pixels"));
 }
 
-// The fill may fail in its own way, or succeed, for a world that has no pixel data.
+// Whatever error the host's fill returns for a world without pixel data, the plain paths return it.
 TEST(Render, OutputWithoutPixelsReturnsTheErrorOfTheFill) {
   for (const Path path : {Path::Plain, Path::Premiere}) {
     for (const PF_Err error : {PF_Err_OUT_OF_MEMORY, PF_Err{321}}) {
@@ -271,7 +273,7 @@ TEST(Render, PreRenderAsksForTheHostsOwnAreaAndAnswersTheInputs) {
   EXPECT_THAT(host.audit(), IsEmpty());
 }
 
-TEST(Render, SmartRenderTakesAndGivesInOrder) {
+TEST(Render, SmartRenderChecksOutAndInInOrder) {
   Host host = readyHost();
   World input = patternWorld(4, 4, 8), output(4, 4, 8);
   ASSERT_EQ(host.smartRender({}, &input, &output), 0);

@@ -3,7 +3,7 @@
 
 #include "effect/geometry/RectT.h"
 
-/// Maps src onto dst, linearly along each axis. Computed in single precision.
+/// Maps src onto dst, linearly along each axis. Points are computed in single precision.
 class RectMapping {
  public:
   RectT<float> src;

@@ -2,9 +2,8 @@
 #pragma once
 
 /// Returns the vertical roll or horizontal slide of a frame, as a fraction of its size in [0, 1);
-/// rounding may give 1. 0 when amount is 0; NaN when amount or
-/// time is not finite or the number of turns overflows.
-/// amount: [-1, 1], turns per 0.2 s; time: seconds.
+/// rounding may give 1. Returns 0 for amount 0, and NaN where amount or time is not finite or the
+/// number of turns overflows. amount: [-1, 1], turns per 0.2 s; time: seconds.
 float legacySync(float amount, float time);
 
 /// Returns a pseudo-random value in [-1, 1] of a pixel position and a phase: a sine times a cosine,
