@@ -2,20 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 
 #include "effect/framework/AERender.h"
 #include "effect/kernel/ByteArithmetic.h"
 #include "effect/kernel/PixelSampling.h"
-#include "effect/numeric/Truncate.h"
 #include "hostapi/Commands.h"
 
 namespace lomix {
 namespace {
-
-std::uint8_t lerp8(std::uint8_t a, std::uint8_t b, float t) {
-  return truncateToByte(std::fma(t, static_cast<float>(b - a), static_cast<float>(a)));
-}
 
 float lerp32(float a, float b, float t) { return std::fma(t, b - a, a); }
 
@@ -74,8 +68,8 @@ void AERender::PixelUnmult32(PF_PixelFloat* p) {
 }
 
 void AERender::PixelLerp8(PF_Pixel* a, PF_Pixel* b, float t) {
-  *b = {lomix::lerp8(a->alpha, b->alpha, t), lomix::lerp8(a->red, b->red, t),
-        lomix::lerp8(a->green, b->green, t), lomix::lerp8(a->blue, b->blue, t)};
+  *b = {lomix::lerpByte(a->alpha, b->alpha, t), lomix::lerpByte(a->red, b->red, t),
+        lomix::lerpByte(a->green, b->green, t), lomix::lerpByte(a->blue, b->blue, t)};
 }
 
 void AERender::PixelLerp32(PF_PixelFloat* a, PF_PixelFloat* b, float t) {

@@ -4,7 +4,10 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+
+#include "effect/numeric/Truncate.h"
 
 namespace lomix {
 
@@ -28,6 +31,12 @@ constexpr std::uint8_t weightedByte(int channel, int alpha) {
 constexpr int hardLight8(int d, int s, float alpha) {
   const int h = d >= 128 ? 255 - (2 * (255 - s) * (255 - d)) / 255 : (2 * s * d) / 255;
   return static_cast<int>(static_cast<float>(h) * alpha + (1.0f - alpha) * static_cast<float>(d));
+}
+
+/// Returns from + t * (to - from), both channels 0-255: one fused operation in single precision,
+/// truncated, low 8 bits kept. Within [0, 255] for t in [0, 1].
+inline std::uint8_t lerpByte(int from, int to, float t) {
+  return truncateToByte(std::fma(t, static_cast<float>(to - from), static_cast<float>(from)));
 }
 
 }  // namespace lomix

@@ -1,7 +1,8 @@
 // The effect's operations on one pixel, dispatched by bit depth.
 
-#include <cmath>
+#include <cstdint>
 
+#include "effect/kernel/ByteArithmetic.h"
 #include "effect/kernel/Lomix.h"
 #include "effect/numeric/Truncate.h"
 
@@ -9,8 +10,7 @@ namespace lomix {
 namespace {
 
 std::uint8_t interpolated8(std::uint8_t from, float towards, float t) {
-  const int target = truncateToByte(towards * 255.0f);
-  return truncateToByte(std::fma(t, static_cast<float>(target - from), static_cast<float>(from)));
+  return lerpByte(from, truncateToByte(towards * 255.0f), t);
 }
 
 float interpolated32(float from, float towards, float t) { return t * (towards - from) + from; }
