@@ -91,12 +91,17 @@ Pictures::Pictures(int depth, const Size& size)
 Json measureCell(const Look& look, Pictures& pictures, const std::string& name, const Plan& plan) {
   Scene opaque(look, pictures.opaque, pictures.output, *plan.target, plan.clock);
   Scene mixed(look, pictures.mixed, pictures.output, *plan.target, plan.clock);
+  constexpr auto kLast = engine::AlphaPlace::Last;
+  Scene opaqueLast(look, pictures.opaque, pictures.output, *plan.target, plan.clock, kLast);
+  Scene mixedLast(look, pictures.mixed, pictures.output, *plan.target, plan.clock, kLast);
   const PF_LayerDef& world = pictures.output.world;
   const int uncopiedStep = rowStep(world, plan.uncopiedPixels);
   const int referenceStep = rowStep(world, plan.referencePixels);
 
   const Path copy{"memory copy", [&] { return opaque.copy(); }};
   const Path mixedEngine{"row engine, mixed alpha", [&] { return mixed.engine(1); }};
+  const Path lastEngine{"row engine, alpha last", [&] { return opaqueLast.engine(1); }};
+  const Path mixedLastEngine{"row engine, mixed alpha last", [&] { return mixedLast.engine(1); }};
   const Path uncopied{"reference path without copies",
                       [&] { return opaque.uncopied(uncopiedStep); }};
   const Path reference{"reference path", [&] { return opaque.reference(referenceStep); }};
@@ -109,6 +114,16 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
   const auto makeReference = [&](const Picture& source) {
     Scene(look, source, pictures.reference, *plan.target, plan.clock).uncopied(1);
   };
+  // The reference path draws the same frame with its alphas moved to the front.
+  const auto verifyLast = [&](const Path& path, Picture& source) {
+    source.rotateChannels();
+    makeReference(source);
+    source.rotateChannels(true);
+    pictures.reference.rotateChannels(true);
+    verify(path, pictures, 1, name);
+  };
+  verifyLast(lastEngine, pictures.opaque);
+  verifyLast(mixedLastEngine, pictures.mixed);
   makeReference(pictures.mixed);
   verify(mixedEngine, pictures, 1, name);
   makeReference(pictures.opaque);
@@ -117,11 +132,13 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
   verify(reference, pictures, referenceStep, name);
 
   std::vector<Path> fastPaths = engines;
-  fastPaths.insert(fastPaths.end(), {mixedEngine, copy});
+  fastPaths.insert(fastPaths.end(), {mixedEngine, copy, lastEngine, mixedLastEngine});
   const Samples fast = measureInTurns(fastPaths, plan.engineEffort);
   const Samples plain = measureInTurns({engines[0], uncopied, reference}, plan.plainEffort);
   const std::vector<double>& copySamples = fast[engines.size() + 1];
   const std::vector<double>& mixedSamples = fast[engines.size()];
+  const std::vector<double>& lastSamples = fast[engines.size() + 2];
+  const std::vector<double>& mixedLastSamples = fast[engines.size() + 3];
 
   Json engineTimes;
   Json engineToCopy;
@@ -146,6 +163,8 @@ Json measureCell(const Look& look, Pictures& pictures, const std::string& name, 
           {"ratios",
            {{"engineToCopy", engineToCopy},
             {"mixedToOpaque", ratioJson(mixedSamples, fast[0])},
+            {"alphaLastToFirst", ratioJson(lastSamples, fast[0])},
+            {"mixedAlphaLastToFirst", ratioJson(mixedLastSamples, mixedSamples)},
             {"uncopiedToEngine", ratioJson(plain[1], plain[0])},
             {"referenceToEngine", ratioJson(plain[2], plain[0])}}}};
 }

@@ -1,5 +1,6 @@
 #include "bench/Picture.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -20,16 +21,24 @@ std::uint64_t nextRandom(std::uint64_t& state) {
   return z ^ (z >> 31);
 }
 
-// A quarter transparent, a quarter opaque, the rest anything.
-int alphaOf(Alpha alpha, std::uint64_t random) {
-  const int any = static_cast<int>(random >> 56);
-  if (alpha == Alpha::kOpaque || (random >> 54 & 3) == 0) return 255;
-  return (random >> 54 & 3) == 1 ? 0 : any;
+// A quarter transparent, a quarter opaque, the rest anything: of eight bits and two more.
+int alphaOf(Alpha alpha, std::uint64_t bits, std::uint64_t kind) {
+  if (alpha == Alpha::kOpaque || (kind & 3) == 0) return 255;
+  return (kind & 3) == 1 ? 0 : static_cast<int>(bits & 0xFF);
+}
+
+int firstAlpha(Alpha alpha, std::uint64_t random) {
+  return alphaOf(alpha, random >> 56, random >> 54);
+}
+
+int lastAlpha(Alpha alpha, std::uint64_t random) {
+  return alphaOf(alpha, random >> 44, random >> 52);
 }
 
 PF_Pixel noisePixel8(Alpha alpha, std::uint64_t random) {
   const auto byte = [random](int shift) { return static_cast<A_u_char>(random >> shift); };
-  return {static_cast<A_u_char>(alphaOf(alpha, random)), byte(0), byte(8), byte(16)};
+  return {static_cast<A_u_char>(firstAlpha(alpha, random)), byte(0), byte(8),
+          static_cast<A_u_char>(lastAlpha(alpha, random))};
 }
 
 PF_PixelFloat noisePixel32(Alpha alpha, std::uint64_t random) {
@@ -38,8 +47,8 @@ PF_PixelFloat noisePixel32(Alpha alpha, std::uint64_t random) {
   const auto level = [random](int shift) {
     return static_cast<float>(random >> shift & 0xFFFF) / 65535.0f;
   };
-  PF_PixelFloat pixel{static_cast<float>(alphaOf(alpha, random)) / 255.0f, level(0), level(16),
-                      level(32)};
+  PF_PixelFloat pixel{static_cast<float>(firstAlpha(alpha, random)) / 255.0f, level(0), level(16),
+                      static_cast<float>(lastAlpha(alpha, random)) / 255.0f};
   if ((random & 0xFFF) == 0) pixel.green = kUnusual[random >> 12 & 3];
   return pixel;
 }
@@ -91,6 +100,21 @@ void Picture::fillWithNoise(Alpha alpha) {
     } else {
       reinterpret_cast<PF_PixelFloat*>(world.data)[i] = noisePixel32(alpha, random);
     }
+  }
+}
+
+void Picture::rotateChannels(bool backward) {
+  const auto rotate = [&](auto* channels) {
+    const std::ptrdiff_t middle = backward ? 1 : 3;
+    for (std::size_t pixels = byteCount() / pixelBytes(depth_); pixels > 0; --pixels) {
+      std::rotate(channels, channels + middle, channels + 4);
+      channels += 4;
+    }
+  };
+  if (depth_ == 8) {
+    rotate(reinterpret_cast<std::uint8_t*>(world.data));
+  } else {
+    rotate(reinterpret_cast<std::uint32_t*>(world.data));
   }
 }
 

@@ -24,9 +24,14 @@ class Picture {
   int depth() const { return depth_; }
   std::size_t byteCount() const;
 
-  /// Random colours, always the same ones; in float a few outside 0-1, infinite or not a number.
-  /// Mixed alpha is transparent, opaque or anything, changing from pixel to pixel.
+  /// Fills the picture with random colours, always the same ones; in float a few outside 0-1,
+  /// infinite or not a number. Mixed alpha is transparent, opaque or anything, changing from pixel
+  /// to pixel. The first and the last channel are both filled as alphas, so that one picture serves
+  /// either place of alpha.
   void fillWithNoise(Alpha alpha);
+  /// Moves the channels of every pixel on by one, the last one to the front: a picture whose alpha
+  /// is last then has it first. `backward` undoes it.
+  void rotateChannels(bool backward = false);
   /// A byte pattern that shows what was not drawn.
   void fillWithGuard();
 

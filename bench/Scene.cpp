@@ -58,11 +58,12 @@ std::vector<std::vector<char>> occupyHeap(unsigned frame) {
 }  // namespace
 
 Scene::Scene(const Look& look, const Picture& source, Picture& output,
-             const engine::SimdTarget& target, Clock clock)
+             const engine::SimdTarget& target, Clock clock, engine::AlphaPlace alphaPlace)
     : in_(premiereCall(source.world.width, source.world.height)),
       smartInput_(smartInputOf(source.depth())),
       target_(target),
       clock_(clock),
+      alphaPlace_(alphaPlace),
       scalars_(scalarsOf(look)),
       source_(source),
       output_(output),
@@ -77,9 +78,9 @@ double Scene::copy() {
 double Scene::engine(int threads) {
   const Stopwatch watch(clock_);
   const int height = output_.world.height;
-  const engine::RowEngine rows(
-      {scalars_, source_.world, output_.world, source_.depth(), effect_.invXDown, effect_.invYDown},
-      target_);
+  const engine::RowEngine rows({scalars_, source_.world, output_.world, source_.depth(),
+                                effect_.invXDown, effect_.invYDown, alphaPlace_},
+                               target_);
   std::vector<std::thread> helpers;
   for (int i = 1; i < threads; ++i) {
     helpers.emplace_back([&rows, height, i, threads] {

@@ -32,8 +32,9 @@ inline constexpr std::array<Look, 4> kLooks{{
 class Scene {
  public:
   /// The pictures must outlive the scene and be of the same size and depth.
+  /// alphaPlace: what the row engine takes the pictures for; the other paths know alpha first only.
   Scene(const Look& look, const Picture& source, Picture& output, const engine::SimdTarget& target,
-        Clock clock);
+        Clock clock, engine::AlphaPlace alphaPlace = engine::AlphaPlace::First);
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
@@ -59,6 +60,7 @@ class Scene {
   PF_SmartRenderExtra extra_{&smartInput_, nullptr};
   const engine::SimdTarget& target_;
   Clock clock_;
+  engine::AlphaPlace alphaPlace_;
   LomixStruct scalars_{};
   const Picture& source_;
   Picture& output_;

@@ -43,10 +43,10 @@ double ratioMedian(const Json& ratio) { return ratio.at("median").get<double>();
 void printRatioHeading(const Plan& plan) {
   std::printf("%-29s %8s %9s %9s %9s", "", "copy", "engine", "uncopied", "reference");
   for (const int threads : plan.threads) std::printf("  engine%d", threads);
-  std::printf(" %9s %9s %7s\n%-29s %8s %9s %9s %9s", "uncopied", "reference", "mixed",
-              "look/depth/size", "ms", "ms", "ms", "ms");
+  std::printf(" %9s %9s %7s %6s %6s\n%-29s %8s %9s %9s %9s", "uncopied", "reference", "mixed",
+              "last", "mixed", "look/depth/size", "ms", "ms", "ms", "ms");
   for (std::size_t i = 0; i < plan.threads.size(); ++i) std::printf("    /copy");
-  std::printf(" %9s %9s %7s\n", "/engine", "/engine", "/opaque");
+  std::printf(" %9s %9s %7s %6s %6s\n", "/engine", "/engine", "/opaque", "/first", "last");
 }
 
 void printRatios(const Json& cell) {
@@ -56,8 +56,10 @@ void printRatios(const Json& cell) {
               times.at("copy").get<double>(), times.at("engine").at("1").get<double>(),
               times.at("uncopied").get<double>(), times.at("reference").get<double>());
   for (const Json& ratio : ratios.at("engineToCopy")) std::printf(" %8.2f", ratioMedian(ratio));
-  std::printf(" %9.1f %9.1f %7.2f\n", ratioMedian(ratios.at("uncopiedToEngine")),
-              ratioMedian(ratios.at("referenceToEngine")), ratioMedian(ratios.at("mixedToOpaque")));
+  std::printf(" %9.1f %9.1f %7.2f %6.2f %6.2f\n", ratioMedian(ratios.at("uncopiedToEngine")),
+              ratioMedian(ratios.at("referenceToEngine")), ratioMedian(ratios.at("mixedToOpaque")),
+              ratioMedian(ratios.at("alphaLastToFirst")),
+              ratioMedian(ratios.at("mixedAlphaLastToFirst")));
   std::fflush(stdout);
 }
 
@@ -155,6 +157,9 @@ void run(const Plan& plan, const std::string& filter, const std::string& jsonFil
   std::printf(
       "%s, %u hardware threads, row engine: %s, clock: %s\n"
       "Milliseconds a frame, ratios of paired medians. engineN: the row engine on N threads;\n"
+      "last/first, mixed last: the row engine's time for pixels with alpha last, opaque and "
+      "mixed,\n"
+      "over that for alpha first;\n"
       "uncopied: the reference path without its copy of the record for every pixel. It and the\n"
       "reference path draw evenly spread rows, about %d and %d thousand pixels a frame; their "
       "time\n"
