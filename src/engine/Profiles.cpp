@@ -24,19 +24,26 @@ float jitterOfRow(float row, float p) {
 }  // namespace
 
 void fillProfiles(LomixStruct& record, int height, double invYDown, float p,
-                  const SimdTarget& target) {
+                  const SimdTarget& target, const ForRowBands& forBands) {
   if (height <= 0) return;
   const auto rows = static_cast<std::size_t>(height);
   record.scanProfile.resize(rows);
   record.barsProfile.resize(rows);
   record.signalProfile.resize(rows);
   const ProfileFrame frame{invYDown, static_cast<float>(height * invYDown), p};
-  target.rowSums(frame, 0, height, record.scanProfile.data(), record.barsProfile.data());
-  for (std::size_t y = 0; y < rows; ++y) {
-    record.scanProfile[y] = scanWeight(record.scanProfile[y]);
-    record.barsProfile[y] = barBrightness(record.barsProfile[y]);
-    record.signalProfile[y] = jitterOfRow(static_cast<float>(static_cast<double>(y) * invYDown), p);
-  }
+  const auto fillBand = [&](int first, int last) {
+    float* const scan = record.scanProfile.data();
+    float* const bars = record.barsProfile.data();
+    target.rowSums(frame, first, last - first, scan + first, bars + first);
+    for (int y = first; y < last; ++y) {
+      scan[y] = scanWeight(scan[y]);
+      bars[y] = barBrightness(bars[y]);
+      record.signalProfile[static_cast<std::size_t>(y)] =
+          jitterOfRow(static_cast<float>(y * invYDown), p);
+    }
+  };
+  if (!forBands) return fillBand(0, height);
+  forBands(height, fillBand);
 }
 
 }  // namespace lomix::engine

@@ -7,6 +7,7 @@
 #include "effect/signal/LomixStruct.h"
 #include "engine/ByteMap.h"
 #include "engine/ColumnMap.h"
+#include "engine/Profiles.h"
 #include "engine/SimdTarget.h"
 #include "hostapi/Records.h"
 
@@ -35,7 +36,10 @@ bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
 /// number of threads that draw different rows.
 class RowEngine {
  public:
-  explicit RowEngine(Frame frame, const SimdTarget& target = bestTarget());
+  /// forBands: runs the work that is the same for every row, where the frame's profiles are to be
+  /// made on several threads.
+  explicit RowEngine(Frame frame, const SimdTarget& target = bestTarget(),
+                     const ForRowBands& forBands = {});
   RowEngine(const RowEngine&) = delete;
   RowEngine& operator=(const RowEngine&) = delete;
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -51,10 +52,19 @@ std::vector<RandomFrame> framesToShare() {
   return frames;
 }
 
+// One band for each thread, of sizes that no vector divides evenly.
+void inBands(int rows, const std::function<void(int, int)>& work) {
+  onEachThread([&](int thread) { work(rows * thread / kThreads, rows * (thread + 1) / kThreads); });
+}
+
 TEST(Threads, ShareTheRowsOfOneEngine) {
   for (const RandomFrame& frame : framesToShare()) {
     const TestWorld output = outputOf(frame);
-    const engine::RowEngine rows(engineFrame(frame, output));
+    const engine::RowEngine rows(engineFrame(frame, output), engine::bestTarget(), inBands);
+    const engine::RowEngine alone(engineFrame(frame, output));
+    EXPECT_EQ(rows.record().scanProfile, alone.record().scanProfile) << frame.describe();
+    EXPECT_EQ(rows.record().barsProfile, alone.record().barsProfile) << frame.describe();
+    EXPECT_EQ(rows.record().signalProfile, alone.record().signalProfile) << frame.describe();
     std::atomic<int> next = 0;
     onEachThread([&](int) {
       for (int y = next++; y < frame.outputHeight; y = next++) rows.drawRows(y, y + 1);
