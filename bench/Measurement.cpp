@@ -18,7 +18,7 @@ std::vector<int> threadCounts() {
   return {counts.begin(), counts.end()};
 }
 
-// Odd, so that light and dark scanlines are met alike.
+// Returns an odd step, which meets light and dark scanlines equally often.
 int rowStep(const PF_LayerDef& world, int pixels) {
   const std::int64_t all = static_cast<std::int64_t>(world.width) * world.height;
   return static_cast<int>(all / pixels) | 1;
@@ -28,7 +28,7 @@ std::string threadText(int count) {
   return std::to_string(count) + (count == 1 ? " thread" : " threads");
 }
 
-// Every row that a path draws has to be the reference's.
+// Throws where a row that the path draws differs from the reference picture.
 void verify(const Path& path, Pictures& pictures, int step, const std::string& cell) {
   pictures.output.fillWithGuard();
   path.drawFrame();

@@ -7,8 +7,8 @@
 namespace lomix::bench {
 namespace {
 
-// Frames that are short against the sample follow one that is not counted, so that none pays for
-// the state in which the path before it left the caches.
+// Where a sample has several frames, an uncounted one comes first: it fills the caches that the
+// path before it used.
 double takeSample(const Path& path, double sampleSeconds) {
   const double first = path.drawFrame();
   if (first >= sampleSeconds) return first;

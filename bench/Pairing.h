@@ -1,4 +1,4 @@
-// Timing on a machine that others use too: what is compared is run in turns, and compared per turn.
+// Timing on a shared machine: the paths to compare run in turns, and are compared turn by turn.
 #pragma once
 
 #include <functional>
@@ -7,12 +7,12 @@
 
 namespace lomix::bench {
 
-/// Seconds since some fixed time.
+/// Returns seconds since a fixed time.
 using Clock = double (*)();
 
 double wallClock();
-/// Counts while the process runs, for each of its threads: of use for one thread. Stands still
-/// while others have the processor.
+/// Counts the processor time of the process, summed over its threads: only meaningful for one
+/// thread.
 double processorClock();
 
 class Stopwatch {
@@ -32,14 +32,14 @@ struct Path {
 
 struct Effort {
   double sampleSeconds;  ///< A sample is the mean of as many frames as fill this, at least one.
-  double totalSeconds;   ///< Turns are added until this is spent,
-  int leastTurns;        ///< but at least so many are taken.
+  double totalSeconds;   ///< Turns are added until this time has passed
+  int leastTurns;        ///< and at least so many are done.
 };
 
 /// Seconds per frame of each turn, for each path.
 using Samples = std::vector<std::vector<double>>;
 
-/// In each turn every path draws, each turn beginning with another path.
+/// Runs every path once in each turn; each turn begins with another path.
 Samples measureInTurns(const std::vector<Path>& paths, const Effort& effort);
 
 struct Quartiles {
@@ -48,10 +48,10 @@ struct Quartiles {
   double high;
 };
 
-/// values: not empty.
+/// Returns the quartiles of values, which must not be empty.
 Quartiles quartiles(std::vector<double> values);
 
-/// Of the quotients of each turn.
+/// Returns the quartiles of the quotients of each turn.
 Quartiles pairedRatio(const std::vector<double>& numerators,
                       const std::vector<double>& denominators);
 

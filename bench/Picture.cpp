@@ -12,7 +12,7 @@ namespace {
 
 std::size_t pixelBytes(int depth) { return depth == 8 ? sizeof(PF_Pixel) : sizeof(PF_PixelFloat); }
 
-// The generator known as SplitMix64: one step for each pixel.
+// SplitMix64, one step for each pixel.
 std::uint64_t nextRandom(std::uint64_t& state) {
   state += 0x9E3779B97F4A7C15u;
   std::uint64_t z = state;

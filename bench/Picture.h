@@ -1,4 +1,4 @@
-// Worlds with pixels of their own, to measure on.
+// Pictures to measure on.
 #pragma once
 
 #include <cstddef>
@@ -11,12 +11,12 @@ namespace lomix::bench {
 
 enum class Alpha { kOpaque, kMixed };
 
-/// A world whose rows follow each other without padding, from the start of a cache line on.
+/// A world that owns its pixels. Rows have no padding; the first starts at a cache line.
 class Picture {
  public:
   PF_LayerDef world{};
 
-  /// depth: bits per channel, 8 or 32. All bytes are zero.
+  /// Makes a picture of zeros. depth: bits per channel, 8 or 32.
   Picture(int depth, int width, int height);
   Picture(const Picture&) = delete;
   Picture& operator=(const Picture&) = delete;
@@ -29,10 +29,10 @@ class Picture {
   /// to pixel. The first and the last channel are both filled as alphas, so that one picture serves
   /// either place of alpha.
   void fillWithNoise(Alpha alpha);
-  /// Moves the channels of every pixel on by one, the last one to the front: a picture whose alpha
-  /// is last then has it first. `backward` undoes it.
+  /// Moves the last channel of every pixel to the front: alpha from last to first. backward: moves
+  /// the first one to the end.
   void rotateChannels(bool backward = false);
-  /// A byte pattern that shows what was not drawn.
+  /// Fills the picture with a byte pattern that no path draws.
   void fillWithGuard();
 
  private:
@@ -43,11 +43,11 @@ class Picture {
   std::vector<CacheLine> lines_;
 };
 
-/// One row of a world as a world of its own.
+/// Returns a world of one row of another world.
 PF_LayerDef rowOf(const PF_LayerDef& world, int y);
 
-/// Column of the first pixel in which row y of two pictures of the same size differs, or -1. The
-/// bits must be the same, but any NaN equals any other.
+/// Returns the column of the first pixel that differs in row y of two pictures of one size, or -1.
+/// Any NaN equals any other; other values are equal only with the same bits.
 int firstDifference(const Picture& a, const Picture& b, int y);
 
 }  // namespace lomix::bench

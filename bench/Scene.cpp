@@ -44,9 +44,9 @@ LomixStruct scalarsOf(const Look& look) {
   return record;
 }
 
-// Blocks of sizes that change from frame to frame. The time of a copy depends on where its ends lie
-// within their pages, on some processors tenfold, and only a heap that is never the same twice
-// shows what is usual.
+// Allocates blocks whose sizes change from frame to frame. The time of a copy depends on the page
+// offsets of its ends, on some processors by a factor of ten; only changing heap layouts show the
+// typical time.
 std::vector<std::vector<char>> occupyHeap(unsigned frame) {
   constexpr unsigned kBlocks = 40;
   std::vector<std::vector<char>> blocks;

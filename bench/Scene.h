@@ -1,4 +1,4 @@
-// One frame of the effect and the ways to draw it.
+// One frame of the effect and the paths that draw it.
 #pragma once
 
 #include <array>
@@ -11,7 +11,8 @@
 
 namespace lomix::bench {
 
-/// What is switched on beside the geometry: tiles, scan and signal distortion and both syncs.
+/// What a measured frame has beside the geometry: tile mode, scan and signal distortion, both
+/// syncs.
 struct Look {
   const char* name;
   float bars;  ///< All fractions 0-1; 0 is off.
@@ -27,26 +28,27 @@ inline constexpr std::array<Look, 4> kLooks{{
     {"everything", 0.35f, 0.25f, 0.3f, 0.8f},
 }};
 
-/// Each way of drawing returns the seconds that the whole frame took, everything included but
+/// Draws a frame by any path. Each function returns the seconds that the whole frame took, without
 /// the host's clearing of the output.
 class Scene {
  public:
   /// The pictures must outlive the scene and be of the same size and depth.
-  /// alphaPlace: what the row engine takes the pictures for; the other paths know alpha first only.
+  /// alphaPlace: of the pictures, for engine(); the other paths take alpha to be first.
   Scene(const Look& look, const Picture& source, Picture& output, const engine::SimdTarget& target,
         Clock clock, engine::AlphaPlace alphaPlace = engine::AlphaPlace::First);
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
-  /// A plain memory copy of the source: what no effect can do without.
+  /// Copies the source's memory: the least that any effect does.
   double copy();
-  /// The row engine: profiles, preparation and rows, these in even shares on so many threads.
+  /// Runs the row engine: profiles and preparation on one thread, rows in even shares on all.
   double engine(int threads);
-  // Pixel by pixel on every step-th row from row 0 on; the time of these is scaled to all rows.
+  // The reference path draws every step-th row from row 0; its time is scaled to all rows.
 
-  /// lomix::distortPixel, which reads the record in place.
+  /// Calls lomix::distortPixel for each pixel, which reads the record in place.
   double uncopied(int step);
-  /// Lomix::Kernel, which copies the record for every pixel; with another heap layout each time.
+  /// Calls Lomix::Kernel for each pixel, which copies the record; with another heap layout each
+  /// time.
   double reference(int step);
 
  private:

@@ -1,4 +1,4 @@
-// The benchmark: verifies that every path draws the same pixels, times them, prints two tables.
+// lomix_bench: verifies that all paths draw the same pixels, times them and prints two tables.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -21,7 +21,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// What the system tells of its processor, or nothing.
+// Returns the processor's name as the system reports it, or "unknown".
 std::string processorName() {
   std::ifstream info("/proc/cpuinfo");
   for (std::string line; std::getline(info, line);) {
@@ -83,8 +83,8 @@ void printGrowth(const Json& cells, const Plan& plan) {
   }
 }
 
-// A file that appears under its name only when it is whole. Opened at the start, because it is too
-// late to complain of a wrong name after minutes of measuring.
+// A file that gets its final name when it is complete. It is opened before the measurement: a wrong
+// name fails at once, not after minutes.
 class ResultFile {
  public:
   explicit ResultFile(const std::string& name) : name_(name), stream_(name + ".part") { check(); }
@@ -179,15 +179,15 @@ void run(const Plan& plan, const std::string& filter, const std::string& jsonFil
 }  // namespace lomix::bench
 
 int main(int argc, char** argv) {
-  CLI::App app("Times the ways to draw a frame, after checking that they draw the same.");
+  CLI::App app("Times the paths that draw a frame, after checking that they draw the same pixels.");
   bool quick = false;
   bool processorTime = false;
   std::string filter;
   std::string jsonFile;
   std::string target = lomix::engine::bestTarget().name;
-  app.add_flag("--quick", quick, "Small frames, few turns: whether all works, not how fast");
+  app.add_flag("--quick", quick, "Small frames, few turns: a smoke test whose times mean nothing");
   app.add_flag("--processor-time", processorTime,
-               "Count only the time in which the process runs, on one thread: for a busy machine");
+               "Measure processor time on one thread: for a busy machine");
   app.add_option("--filter", filter, "Only cells whose name (LOOK/DEPTH/SIZE) contains this");
   app.add_option("--target", target, "The row engine's instruction set")
       ->check(CLI::IsMember(lomix::bench::targetNames()))

@@ -6,20 +6,20 @@ namespace lomix::engine {
 namespace {
 
 struct Step {
-  int difference;  // of the result from the original
-  int limit;       // below which that is one too much
+  int difference;  // result - original
+  int limit;       // the difference is 1 less for results below this
 };
 
-// For a difference between effect and original.
+// difference: effect - original.
 Step stepOf(float amount, int difference) {
   // Exact: 24 bits times 9.
   const double product = static_cast<double>(amount) * difference;
   const double below = std::floor(product);
-  // Exact too, or else near one and far from what rounding spans.
+  // Exact, or else nearly 1 and far above any bound below.
   const double toNext = below + 1.0 - product;
   Step step{static_cast<int>(below), 0};
-  // Whole numbers above half of `top` and up to it have half a last place of top / 2^25 below them,
-  // and a tie goes to the whole number because its last place is even.
+  // Half an ulp below an integer in (top / 2, top] is top / 2^25. A tie rounds up to the integer,
+  // whose significand is even.
   for (int top = 256; top >= 1; top /= 2) {
     if (toNext > top * 0x1p-25) {
       step.limit = top == 256 ? 0 : top + 1;

@@ -1,32 +1,36 @@
-// The blend of an 8-bit effect with its original in a form that vector code applies to many bytes
-// at once.
+// The blend of 8-bit pixels with their original as look-up tables, for vector code.
 #pragma once
 
 #include "engine/ByteMap.h"
 
 namespace lomix::engine {
 
-/// The blend as tables of how far apart the two bytes lie: a result is the original plus
-/// rise[effect - original], or less fall[original - effect], and then less one where it lies below
-/// the limit of that distance.
+/// Look-up tables by the distance between effect and original:
+///   effect >= original: result = original + rise[effect - original]
+///   effect < original:  result = original - fall[original - effect]
+///   and result -= 1 where limits apply and result < limit[distance].
 ///
-/// The told blend rounds original + amount * difference to single precision and truncates. Rounding
-/// never takes it past a whole number but may take it up to one, from below by up to half the last
-/// place there. So the result is the original plus floor(amount * difference), plus one where the
-/// next whole number is that near. How near it is depends on the difference alone; how near is near
-/// enough, on the size of the whole number, in steps of powers of two. The tables hold the sum with
-/// that one for differences that ever need it, and the limit below which it comes off again.
+/// Why this is exact. PixelLerp8 computes original + amount * difference in single precision and
+/// truncates.
+/// 1. Rounding never carries the sum past an integer, but may carry it up to one: from below, by at
+///    most half an ulp of that integer.
+/// 2. So the result is original + floor(amount * difference), plus 1 where the sum is that near to
+///    the next integer n.
+/// 3. The distance to n depends on the difference alone. Half an ulp depends on n, in steps at
+///    powers of two: 2^-25 of the power of two at or above n.
+/// 4. rise and fall include the 1 for every difference that needs it for some n; limit is the least
+///    n that does. Below it the 1 is taken off again.
 class BlendMap {
  public:
-  /// amount: 0-1.
+  /// Makes the tables for a weight of the effect in [0, 1].
   explicit BlendMap(float amount);
 
-  /// Whether this gives the told blend of any two bytes: not for the few amounts that would need
-  /// limits for effects above their original and for those below.
+  /// Returns whether the tables give PixelLerp8's result for any two bytes. They do not for the few
+  /// amounts that need limits for rising and for falling effects.
   bool exact() const { return !(limitsRise_ && limitsFall_); }
   const ByteTable& rise() const { return rise_; }
   const ByteTable& fall() const { return fall_; }
-  /// Whether there are limits at all, for effects above or for effects below their original.
+  /// Return whether limit() applies to effects above, or to effects below their original.
   bool limitsRise() const { return limitsRise_; }
   bool limitsFall() const { return limitsFall_; }
   const ByteTable& limit() const { return limit_; }

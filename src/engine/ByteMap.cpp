@@ -12,7 +12,7 @@ constexpr int kUnit = 1 << kFractionBits;
 constexpr int kMaxCorrection = 3;
 constexpr int kMaxOffset = 0x7FFF;
 
-// Products as the vector code forms them: the high 16 bits of 16 by 16.
+// The vector code's product: the high 16 bits of a 16 x 16-bit multiplication.
 int product(int input, int factor) { return ((input << 8) * factor) >> 16; }
 
 }  // namespace
@@ -20,7 +20,7 @@ int product(int input, int factor) { return ((input << 8) * factor) >> 16; }
 ByteMap::ByteMap(const ByteTable& table, const Slopes& slopes) : table_(table) {
   exact_ = true;
   for (int half = 0; half < 2 && exact_; ++half) {
-    // A slope of one is kUnit * 256; products stay within 16 bits for slopes below 4.
+    // Slope 1 is a factor of kUnit * 256. Products fit 16 bits for slopes below 4.
     const double slope = slopes[static_cast<std::size_t>(half)];
     exact_ = fitHalf(table, half, static_cast<int>(std::lround(slope * kUnit * 256)));
   }
@@ -32,7 +32,7 @@ bool ByteMap::fitHalf(const ByteTable& table, int half, int factor) {
   const std::uint8_t* values = table.data() + first;
   int products[kHalf];
   for (int d = 0; d < kHalf; ++d) products[d] = product(first + d, factor);
-  // The highest line that nowhere lies above the table: corrections only ever add.
+  // The highest line that is nowhere above the table: corrections only add.
   int offset = kMaxOffset;
   for (int d = 0; d < kHalf; ++d) {
     offset = std::min(offset, values[d] * kUnit + kUnit - 1 - products[d]);

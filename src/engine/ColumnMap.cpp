@@ -8,26 +8,30 @@
 namespace lomix::engine {
 namespace {
 
-// A slide makes two spans but for sizes where single precision runs out.
+// The horizontal sync makes two spans, except for widths beyond single precision.
 constexpr std::size_t kMaxSlidSpans = 8;
-// Far beyond any picture, and far enough below the integers' limits to add up freely.
+// Far above any width, and small enough that sums of a few such columns do not overflow.
 constexpr double kMaxColumn = 1 << 24;
 
-// The way from slid columns to source columns in whole numbers, and where it may bend.
+// Maps columns after the horizontal sync ("slid") to source columns in integers, and knows the span
+// boundaries of that mapping.
 //
-// Between its bends it is either constant (the clamp) or goes on by one column a step. The wrap and
-// the clamp bend at whole columns that are known. The displacement truncates the rounded difference
-// column - shift. With shift = whole + part, part in [0, 1), the exact difference of column s is
-// (s - whole) - part. Where part is 0 it is a whole number and exact. Otherwise truncation toward
-// zero gives s - whole - 1 for s > whole and s - whole for s <= whole (truncation, unlike floor,
-// makes that bend), as long as rounding the difference to single precision does not carry it onto a
-// whole number. The rounding is at most 2^-24 of the difference, so a part that keeps 2^-22 of the
-// largest difference away from 0 and 1 is safe four times over. The other steps are exact in single
-// precision for columns below 2^23.
+// Between two boundaries the mapping is constant (clamped) or a shift. Wrap and clamp have their
+// boundaries at known integers. The displacement truncates the rounded difference column - shift:
+// 1. Let shift = whole + part, part in [0, 1). The exact difference of column s is
+//    (s - whole) - part.
+// 2. part = 0: the difference is an integer and exact in single precision.
+// 3. part > 0: truncation toward zero gives s - whole - 1 for s > whole, and s - whole for
+//    s <= whole. So there is a boundary at `whole`, which floor would not have. Example:
+//    shift 2.25, columns 1, 2, 3 and 4 read columns -1, 0, 0 and 1.
+// 4. Step 3 holds unless rounding carries the difference onto an integer. The rounding error is at
+//    most 2^-24 of the difference. Only a part that is 2^-22 of the largest difference away from 0
+//    and 1 is accepted, four times the bound.
+// 5. All other steps are exact in single precision for columns below 2^23.
 class WholeColumns {
  public:
-  // For columns lowest ... highest, and what a wrap makes of them. shift: 0 where the row is not
-  // displaced.
+  // Maps columns lowest ... highest of a source of that width. shift: in columns; 0 where the row
+  // is not displaced.
   WholeColumns(bool tile, float shift, int width, int lowest, int highest)
       : width_(width), tile_(tile), lowest_(lowest), highest_(highest) {
     const double wide = shift;
@@ -42,8 +46,8 @@ class WholeColumns {
     whole_ = static_cast<int>(floor);
     beyondWhole_ = part != 0.0 ? 1 : 0;
 
-    // All bends lie at an edge of the source, or at one moved by the shift, give or take a width
-    // for the wrap before or after.
+    // Every boundary is an edge of the source or an edge moved by the shift, plus a multiple of the
+    // width for the wrap before or after.
     for (int turn = -1; turn <= 2; ++turn) {
       add(turn * width);
       add(turn * width + whole_);
@@ -51,10 +55,10 @@ class WholeColumns {
     }
   }
 
-  // Whether the rest of this may be asked.
+  // Returns whether the steps above are proved for this row; sourceOf() and next() need that.
   bool known() const { return known_; }
 
-  // The source column of a slid one.
+  // Returns the source column of a slid column.
   int sourceOf(int slid) const {
     const auto displace = [this](int column) {
       return column - whole_ - (column > whole_ ? beyondWhole_ : 0);
@@ -62,7 +66,7 @@ class WholeColumns {
     return std::clamp(displacedAndWrapped(tile_, slid, width_, displace), 0, width_ - 1);
   }
 
-  // The first bend after column, or end where none comes before it.
+  // Returns the first boundary in (column, end), or end.
   int next(int column, int end) const {
     for (int i = 0; i < size_; ++i) {
       if (at_[i] > column && at_[i] < end) end = at_[i];
@@ -96,7 +100,7 @@ bool SpanList::add(const Span& span) {
 
 ColumnMap::ColumnMap(const LomixStruct& record, const PF_LayerDef& source, int outputWidth)
     : record_(record), source_(source) {
-  // By the formula itself for each column, so that nothing needs proof here.
+  // Asks slidPosition() for each column: nothing to prove here.
   for (int x = 0; x < outputWidth; ++x) {
     const int column = slidPosition(x, source.width, record.horizontalSyncOffset);
     lowest_ = std::min(lowest_, column);

@@ -1,4 +1,4 @@
-// Which source columns a row of the output takes, as a few spans of neighbours.
+// Maps the columns of an output row to source columns, as a few spans.
 #pragma once
 
 #include <vector>
@@ -9,7 +9,7 @@
 
 namespace lomix::engine {
 
-/// A short list of spans that needs no allocation.
+/// A list of spans of fixed capacity: drawing a row allocates nothing.
 class SpanList {
  public:
   static constexpr int kCapacity = 128;
@@ -17,7 +17,7 @@ class SpanList {
   const Span* begin() const { return spans_; }
   const Span* end() const { return spans_ + size_; }
   void clear() { size_ = 0; }
-  /// Returns false where the list is full.
+  /// Appends a span; returns false where the list is full.
   bool add(const Span& span);
 
  private:
@@ -25,18 +25,18 @@ class SpanList {
   int size_ = 0;
 };
 
-/// Prepared once per frame, read by any number of threads.
+/// The mapping of a frame's columns. Made once per frame; any number of threads may read it.
 class ColumnMap {
  public:
-  /// record: with profiles; it and source must outlive the map.
+  /// record: with profiles. Record and source must outlive the map. outputWidth: in pixels.
   ColumnMap(const LomixStruct& record, const PF_LayerDef& source, int outputWidth);
 
-  /// The spans of row y from its first column to its last, or false where only the formula for each
-  /// pixel can tell.
+  /// Writes the spans of output row y, in order and without gaps. Returns false where they are not
+  /// proved to be right; the caller then has to call sourceColumn() for each pixel.
   bool spansOfRow(int y, SpanList& spans) const;
 
  private:
-  // Columns that the horizontal sync moves alike: x goes to x - first + source.
+  // Columns that the horizontal sync shifts by the same amount: column x reads x - first + source.
   struct SlidSpan {
     int first;
     int count;

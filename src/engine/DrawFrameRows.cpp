@@ -1,9 +1,11 @@
+// drawFrame() of a module with the row engine.
+
 #include "effect/signal/DrawFrame.h"
 #include "engine/RowEngine.h"
 
 namespace lomix {
 
-// The whole frame on the caller's thread: a host schedules frames on threads of its own.
+// Draws on the caller's thread alone: hosts render several frames at once on threads of their own.
 void drawFrame(Lomix& effect, PF_LayerDef* input, PF_LayerDef* output, LomixStruct& record) {
   const int depth = effect.GetBitDepth();
   if (input->data == nullptr || engine::worldsOverlap(*input, *output, depth)) {

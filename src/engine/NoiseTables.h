@@ -1,5 +1,5 @@
-// The two noise tables of the signal jitter, made by the compiler, so that frames on any number of
-// threads share them without touching the process-wide generator.
+// The hash tables of the signal jitter's noise, computed at compile time: any number of threads
+// share them, and none touches the process-wide random generator.
 #pragma once
 
 #include <array>
@@ -10,15 +10,15 @@
 
 namespace lomix::engine {
 
-/// For each lattice cell 0-256 the hash of its point, as Perlin::noise chains its table three
-/// times.
+/// The hash of each lattice point 0-256: Perlin::noise looks it up in its table three times over.
 using LatticeHashes = std::array<std::uint8_t, 257>;
 
-/// The hashes of a Perlin object of that seed: the low bytes of the first 256 outputs of MT19937.
+/// Returns the hashes of a Perlin object of that seed. Its table is the low bytes of the first 256
+/// outputs of MT19937.
 constexpr LatticeHashes latticeHashes(std::uint32_t seed) {
   std::array<std::uint32_t, twister::kStateSize> state{};
   twister::seedState(state.data(), seed);
-  // Regenerated word by word, as far as the table needs it.
+  // Regenerates the state in place, as far as the table needs it.
   std::array<std::uint8_t, 512> table{};
   for (std::size_t i = 0; i < 256; ++i) {
     state[i] = twister::regenerated(state.data(), static_cast<int>(i));

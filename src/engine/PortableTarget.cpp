@@ -1,4 +1,5 @@
-#include <cmath>
+// The SIMD target that every processor runs, which calls the reference path's pixel functions for
+// one pixel after the other; and the choice among all targets.
 
 #include "effect/framework/AERender.h"
 #include "effect/kernel/Grain.h"
@@ -30,12 +31,11 @@ struct Depth32 {
   static constexpr auto kPixelOf = GetPixel32;
 };
 
-// The reference path's own functions, with everything that is constant along a row taken out of the
-// loop.
+// Calls the reference path's pixel functions with what is constant along a row computed once.
 template <typename Depth, AlphaPlace kAlphaPlace>
 void runInPlace(const Overlays<typename Depth::Pixel>& row, const Run<typename Depth::Pixel>& run) {
   using Pixel = typename Depth::Pixel;
-  // The pixel at an address of a world, with its alpha first.
+  // Returns a pixel of a world with its alpha first.
   const auto load = [](const Pixel& p) -> Pixel {
     if constexpr (kAlphaPlace == AlphaPlace::Last) return {p.blue, p.alpha, p.red, p.green};
     return p;
@@ -85,7 +85,7 @@ void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, f
   }
 }
 
-// Ordinary stores need nothing.
+// Ordinary stores need no fence.
 void finishStreaming() {}
 
 }  // namespace

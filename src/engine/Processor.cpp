@@ -29,7 +29,7 @@ Words processorWords(int leaf) {
 
 bool has(int word, int bit) { return (static_cast<unsigned>(word) >> bit & 1) != 0; }
 
-// Whether the system saves the registers of those bits.
+// Returns whether the operating system saves the registers of those XCR0 bits.
 bool savesRegisters(unsigned long long bits) {
   return has(processorWords(1).ecx, 27) && (_xgetbv(0) & bits) == bits;
 }
@@ -50,7 +50,7 @@ bool processorHasAvx512() {
 
 namespace {
 
-// Asked of the system: the compiler's own way takes a library that not every compiler brings.
+// Asks the system: __builtin_cpu_supports needs a runtime library that not every toolchain has.
 bool has(const char* feature) {
   int value = 0;
   std::size_t size = sizeof value;

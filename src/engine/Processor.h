@@ -3,10 +3,10 @@
 
 namespace lomix::engine {
 
-/// Whether processor and system have AVX2 and FMA.
+/// Returns whether processor and operating system support AVX2 and FMA.
 bool processorHasAvx2();
 
-/// Whether they have AVX-512 with byte permutations too: F, BW, DQ, VL and VBMI.
+/// Returns whether they also support AVX-512 with byte permutations: F, BW, DQ, VL and VBMI.
 bool processorHasAvx512();
 
 }  // namespace lomix::engine

@@ -1,4 +1,4 @@
-// The row profiles of a frame without the process-wide generator.
+// Makes the row profiles of a frame without the process-wide random generator.
 #pragma once
 
 #include <functional>

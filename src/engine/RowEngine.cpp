@@ -17,10 +17,10 @@
 namespace lomix::engine {
 namespace {
 
-// Pixels that are gathered before they are processed, on the stack.
+// Pixels of a row without spans that are gathered on the stack before they are drawn.
 constexpr int kChunk = 256;
-// Worlds beyond this are larger than a core's share of the caches: writing past them saves reading
-// each line before it is overwritten.
+// Larger outputs do not fit a core's share of the caches. Streaming stores bypass them and save
+// reading each cache line before it is overwritten.
 constexpr std::int64_t kStreamingBytes = 16 << 20;
 constexpr int kNoBars = 256;
 
@@ -32,7 +32,8 @@ Pixel* rowOf(const PF_LayerDef& world, int y) {
                                   static_cast<std::ptrdiff_t>(y) * world.rowbytes);
 }
 
-// First and last byte of a world, whatever the sign of its stride.
+// Returns the addresses of a world's first byte and past its last, whatever the sign of its row
+// bytes.
 std::pair<std::uintptr_t, std::uintptr_t> extent(const PF_LayerDef& world, int depth) {
   const auto first = reinterpret_cast<std::uintptr_t>(rowOf<char>(world, 0));
   const auto last = reinterpret_cast<std::uintptr_t>(rowOf<char>(world, world.height - 1));
@@ -42,7 +43,8 @@ std::pair<std::uintptr_t, std::uintptr_t> extent(const PF_LayerDef& world, int d
 
 bool isFraction(float amount) { return amount >= 0.0f && amount <= 1.0f; }
 
-// The vector code counts on overlays that neither wrap nor go negative.
+// Returns whether the 8-bit vector code may draw the frame: it needs overlays in [0, 1], whose
+// bytes do not wrap.
 bool vectorSafe(const Frame& frame) {
   const LomixStruct& r = frame.record;
   if (frame.depth != 8) return true;
@@ -52,29 +54,30 @@ bool vectorSafe(const Frame& frame) {
          (!(r.effectAmount < 1.0f) || isFraction(r.effectAmount));
 }
 
-// The factor by which unmultiplying adds to a colour of that alpha, or a negative number where no
-// factor reproduces the division for all 256 values.
+// Returns the factor for which colour + (colour * factor >> 16), at most 255, is the straight
+// colour for all 256 bytes of that alpha; -1 where there is none.
 int unmultFactor(int alpha) {
   if (alpha <= 128) return -1;
   const int factor = ((256 - alpha) * 65536 + alpha - 1) / alpha;
   bool identity = true;
   for (int v = 0; v < 256; ++v) {
-    const int told = unmultiplied(v, alpha);
+    const int exact = unmultiplied(v, alpha);
     const int quick = std::min(v + (v * factor >> 16), 255);
-    if (told != quick) return -1;
-    identity = identity && told == v;
+    if (exact != quick) return -1;
+    identity = identity && exact == v;
   }
   return identity ? 0 : factor;
 }
 
-// The phase in turns as a fraction of 2^64, for phases below about 2^30.
+// Returns an angle in radians, below about 2^30, as the fraction of a turn: 2^64 units are one
+// turn.
 std::uint64_t turnsOf(double phase) {
   constexpr double kTwoPi = 2.0 * std::numbers::pi;
   constexpr double kTwoPiRest = 2.0 * 1.2246467991473532e-16;
   const double turns = std::nearbyint(phase / kTwoPi);
   double rest = std::fma(-turns, kTwoPi, phase);
   rest = std::fma(-turns, kTwoPiRest, rest);
-  // In two steps of 32 bits: a double holds no 64.
+  // In two steps of 32 bits: a double has only 53.
   const double scaled = rest / kTwoPi * 0x1p32;
   const double high = std::floor(scaled);
   return (static_cast<std::uint64_t>(static_cast<std::int64_t>(high)) << 32) +
@@ -156,7 +159,8 @@ void RowEngine::setBarsAndDark(Row& row, int y) const {
   if (row.dark) row.darkPixel = pixelOf(record.scanlineOverlay * 0.0f, record.scanlineOverlay);
 }
 
-// An overlay whose alpha comes out as 0 changes nothing at 8 bits; hard light is no such overlay.
+// Switches off overlays whose alpha truncates to 0: at 8 bits they change nothing. Bars do, by hard
+// light, even then.
 void RowEngine::finishRow(Row8& row) const {
   row.grain = row.grain && grainAlpha_ > 0;
   row.grainAlpha = grainAlpha_;
@@ -196,7 +200,7 @@ void RowEngine::prepareOpaqueEnds() {
   opaqueEnds_[1] = endOf(alpha, grainAlpha_ > 0 ? darkAlpha : 0);
 }
 
-// Grain lies between the bars and the scanlines, which then have to wait for it.
+// Scanlines are drawn over the grain: with grain they are no part of the colour map.
 std::size_t RowEngine::mapSlot(bool bars, int barsLevel, bool dark) const {
   const bool darkened = dark && grainAlpha_ == 0;
   return static_cast<std::size_t>((bars ? barsLevel : kNoBars) * 2 + (darkened ? 1 : 0));
@@ -217,7 +221,7 @@ void RowEngine::prepareColourMaps() {
     ByteMap::Slopes slopes{1.0, 1.0};
     if (row.bars) {
       const float alpha = static_cast<float>(row.barsPixel.alpha / 255.0);
-      // In halves: without the choice between multiply and screen the compiler vectorizes them.
+      // Two loops: hardLight8() branches at 128, and without the branch the compiler vectorizes.
       for (int d = 0; d < 128; ++d) {
         table[static_cast<std::size_t>(d)] =
             static_cast<std::uint8_t>(hardLight8(d, row.barsPixel.red, alpha));
@@ -252,17 +256,17 @@ GrainRow RowEngine::grainRow(int y) const {
   row.yWeight = row.yFull * (row.yFull / fullResolution(source.height, row.invYDown));
   row.phase = static_cast<double>(record.time + record.time) * 10.0;
 
-  // The largest arguments of the row, at its end.
+  // Upper bounds of the arguments of sine and cosine, reached at the end of the row.
   const double x = std::abs((frame_.output.width + kGrainOrigin) * row.invXDown);
   const double u = x * kGrainRate + std::abs(static_cast<double>(row.yFull));
   const double sine = u * x + std::abs(row.phase);
   const double cosine = u * std::abs(static_cast<double>(row.yWeight));
   constexpr double kReducible = 0x1p29;
-  // Far from where a quotient's remainder would be subnormal.
+  // Well above where the remainder of a quotient would be subnormal.
   constexpr float kLeastRow = 0x1p-60f;
   row.reducible = sine < kReducible && cosine < kReducible && std::abs(row.yFull) > kLeastRow;
 
-  // All sums of the position are then exact in single precision.
+  // Below this, sums of coordinates are exact in single precision.
   constexpr double kExactWhole = 0x1p24;
   row.wholeCoordinates = row.reducible && isSmallWhole(row.invXDown) &&
                          isSmallWhole(row.invYDown) && u < kExactWhole &&
@@ -272,8 +276,9 @@ GrainRow RowEngine::grainRow(int y) const {
     row.yWhole = static_cast<std::uint64_t>(row.yFull);
     row.phaseTurns = turnsOf(row.phase);
     row.weightTurns = turnsOf(row.yWeight);
-    // Single-precision sine, cosine and product are good to 2^-20, and the formula's own roundings
-    // of the sine's argument move it by up to five units of its last place.
+    // Twice the error bound of single-precision sine, cosine and product (2^-20), and a bound of
+    // five ulp of the sine's argument (5 * 2^-53 of it), by which the reference path's roundings
+    // move it at most.
     row.levelMargin = 255.0f * row.amount * static_cast<float>(0x1p-19 + sine * 0x1p-50);
   }
   return row;
@@ -304,7 +309,7 @@ void RowEngine::drawPixels(const Row& row, int y) const {
   }
 }
 
-// Blended and unblended part where the output is wider than the input.
+// Splits the run where the output is wider than the source: only columns of both are blended.
 template <typename Row, typename Pixel>
 void RowEngine::drawRun(const Row& row, const Run<Pixel>& run) const {
   const auto draw = [this, &row](const Run<Pixel>& part) {

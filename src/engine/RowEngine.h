@@ -13,42 +13,46 @@
 
 namespace lomix::engine {
 
-/// Everything that a frame's pixels depend on.
+/// Everything that the pixels of a frame depend on. Source and output may differ in size.
 struct Frame {
-  /// Scalars filled; profiles empty, to be made from the time and the output's height. Profiles
-  /// that are there already, of the output's height or more, are used as they are.
+  /// Scalars filled. Empty profiles are made from the time and the output's height; profiles that
+  /// already have a value for each output row are used as they are.
   LomixStruct record;
-  PF_LayerDef source;  ///< Not empty, with pixels.
-  PF_LayerDef output;  ///< Its memory must not overlap the source's.
+  /// Width and height from 1; rows may be padded, row bytes negative. Without data nothing is
+  /// drawn.
+  PF_LayerDef source;
+  PF_LayerDef output;  ///< As source. Must not overlap its memory, see worldsOverlap().
   int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
-  double invXDown;     ///< 2 at half resolution.
-  double invYDown;
-  /// Of both worlds. Where it is last, PF_Pixel and PF_PixelFloat are only four channels in memory:
-  /// their members' names do not apply.
+  double invXDown;     ///< Full-resolution columns per column: 2 at half resolution.
+  double invYDown;     ///< The same for rows.
+  /// In the pixels of both worlds. Where alpha is last, PF_Pixel and PF_PixelFloat only say how
+  /// large a pixel is: their member names do not apply.
   AlphaPlace alphaPlace = AlphaPlace::First;
 };
 
-/// Whether the memory of two worlds of that depth has bytes in common.
+/// Returns whether the memory of two worlds of that depth has bytes in common. Padding between rows
+/// counts, padding after the last row does not.
 bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
 
-/// Draws a frame with every byte as Lomix::Kernel and AERender::Lerp leave it. All preparation is
-/// done at construction; drawing is const, allocates nothing, takes no lock, and may run on any
-/// number of threads that draw different rows.
+/// Draws a frame row by row, with the bytes of the reference path (Lomix::Kernel for every pixel,
+/// then AERender::Lerp).
 class RowEngine {
  public:
-  /// forBands: runs the work that is the same for every row, where the frame's profiles are to be
-  /// made on several threads.
+  /// Prepares the frame: makes empty profiles and the look-up tables. forBands: how to make the
+  /// profiles on several threads. The worlds' pixels are neither read nor written. Throws
+  /// std::bad_alloc.
   explicit RowEngine(Frame frame, const SimdTarget& target = bestTarget(),
                      const ForRowBands& forBands = {});
   RowEngine(const RowEngine&) = delete;
   RowEngine& operator=(const RowEngine&) = delete;
 
-  /// The frame's record, profiles included.
+  /// Returns the frame's record with its profiles.
   const LomixStruct& record() const { return frame_.record; }
   /// Rows of the output.
   int height() const { return frame_.output.height; }
 
-  /// Draws rows first ... last - 1 of the output, blend with the original included.
+  /// Draws rows first ... last - 1 of the output, in [0, height], blend with the original included.
+  /// Allocates nothing and takes no lock; any threads may draw different rows at once.
   void drawRows(int first, int last) const;
 
  private:
@@ -72,8 +76,8 @@ class RowEngine {
   const SimdTarget& target_;
   ColumnMap columns_;
   bool streaming_;
-  // What becomes of an opaque 8-bit pixel: Row8's opaqueAlpha, finish, and unmultFactor or a
-  // negative number.
+  // The last steps for a pixel that was opaque, at 8 bits: Row8's opaqueAlpha, finish, and
+  // unmultFactor (negative: none reproduces the division).
   struct OpaqueEnd {
     std::uint8_t alpha = 255;
     int unmultFactor = 0;
@@ -81,7 +85,7 @@ class RowEngine {
   };
   OpaqueEnd opaqueEnds_[2];  // off and on scanlines
   std::uint8_t grainAlpha_ = 0;
-  // 8-bit colour maps by bar level and scanline, made for the levels that the frame has.
+  // 8-bit colour maps, one for each bar level that the frame has, without and with scanline.
   std::vector<ByteMap> maps_;
   std::optional<BlendMap> blendMap_;
   std::vector<int> mapOfSlot_;

@@ -1,10 +1,10 @@
-// Neighbouring pixels of a row that come from neighbours.
+// A run of output columns that read consecutive source columns, or that all repeat one.
 #pragma once
 
 namespace lomix::engine {
 
-/// Output columns first ... first + count - 1 take the source columns from source on or, where
-/// repeat is set, all take that one.
+/// Output columns first ... first + count - 1 read source columns source ... source + count - 1 or,
+/// where repeat is set, all read column source. Columns first and on are [first, end()).
 struct Span {
   int first;
   int count;

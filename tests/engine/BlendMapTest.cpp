@@ -1,4 +1,4 @@
-// The blend's tables against the blend, for any two bytes.
+// Compares BlendMap's tables with PixelLerp8 for all pairs of bytes.
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,15 @@ int applied(const BlendMap& map, int original, int effect) {
   return result - (limited && result < map.limit()[distance] ? 1 : 0);
 }
 
-int told(float amount, int original, int effect) {
+int expected(float amount, int original, int effect) {
   PF_Pixel a{0, static_cast<std::uint8_t>(original), 0, 0};
   PF_Pixel b{0, static_cast<std::uint8_t>(effect), 0, 0};
   AERender::PixelLerp8(&a, &b, amount);
   return b.red;
 }
 
-// All whole percents, their neighbours, fractions that fall on whole numbers often, tiny and nearly
-// whole amounts, and some at random.
+// All percents and their neighbours, fractions whose products are often integers, amounts near 0
+// and 1, and random ones.
 std::vector<float> amounts() {
   std::vector<float> amounts{0.0f, 1e-45f, 1e-30f, 0x1p-25f, 0x1p-17f, 0.5f, 1.0f - 0x1p-24f};
   for (int i = 1; i < 100; ++i) {
@@ -54,12 +54,12 @@ TEST(BlendMap, IsTheBlend) {
     if (!map.exact()) continue;
     for (int original = 0; original < 256; ++original) {
       for (int effect = 0; effect < 256; ++effect) {
-        ASSERT_EQ(applied(map, original, effect), told(amount, original, effect))
+        ASSERT_EQ(applied(map, original, effect), expected(amount, original, effect))
             << amount << " between " << original << " and " << effect;
       }
     }
   }
-  // Most amounts that people type need limits, and hardly any is left to the plain code.
+  // Most amounts that people type need limits, and tables are exact for nearly all.
   EXPECT_GT(limited, 99);
   EXPECT_LT(inexact, 10);
 }

@@ -1,4 +1,4 @@
-// The line-and-corrections form of a table, for every overlay that a row can have.
+// Compares ByteMap's lines and corrections with the tables of every overlay that a row can have.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 namespace lomix::engine {
 namespace {
 
-// ByteMap's formula, as its header states it.
+// Computes what ByteMap's header specifies.
 int applied(const ByteMap& map, int d) {
   const int half = d / 128;
   const auto inSet = [&](const ByteMap::BitSet& set) {
@@ -33,7 +33,7 @@ ByteTable barsTable(const PF_Pixel& bar) {
   return table;
 }
 
-// What an overlay of that alpha leaves of the bytes.
+// Returns the table with what an overlay of that alpha leaves of each byte.
 ByteTable weighted(const ByteTable& table, int alpha) {
   ByteTable result;
   for (std::size_t d = 0; d < table.size(); ++d) {
@@ -42,8 +42,8 @@ ByteTable weighted(const ByteTable& table, int alpha) {
   return result;
 }
 
-// Every strength of the panel's whole percents, every bar level, and for each of these some of the
-// weights, all of which come up over the levels.
+// Every percent of strength, every bar level, and some weights for each; over all levels every
+// weight occurs.
 TEST(ByteMap, ReproducesBarsAndWeights) {
   constexpr int kWeightStep = 37;
   int maps = 0;
@@ -77,9 +77,9 @@ TEST(ByteMap, ReproducesBarsAndWeights) {
       }
     }
   }
-  // Where no such form is found, pixels are drawn one by one: that has to be rare.
+  // Without lines the portable code draws the row: that has to be rare.
   EXPECT_LT(inexact, maps / 10000);
-  // The second set costs a tenth of a pixel's time.
+  // The second set takes a tenth of a pixel's time.
   EXPECT_LT(twoSets, maps / 10);
   RecordProperty("maps", maps);
   RecordProperty("inexact", inexact);

@@ -28,26 +28,27 @@ using engine::SimdTarget;
 
 constexpr std::size_t kGuardBytes = 64;
 
-// The reference path of a frame.
-class Told {
+// Draws a frame by the reference path.
+class ReferencePath {
  public:
-  explicit Told(RandomFrame& frame) : frame_(frame), call_(static_cast<A_short>(frame.depth)) {
+  explicit ReferencePath(RandomFrame& frame)
+      : frame_(frame), call_(static_cast<A_short>(frame.depth)) {
     call_.in.downsample_x = frame.downsampleX;
     call_.in.downsample_y = frame.downsampleY;
     effect_.emplace(&call_.in, &call_.out, &call_.extra);
   }
-  Told(const Told&) = delete;
-  Told& operator=(const Told&) = delete;
+  ReferencePath(const ReferencePath&) = delete;
+  ReferencePath& operator=(const ReferencePath&) = delete;
 
   Lomix& effect() { return *effect_; }
 
-  // The real reference path, profiles included. Copies the record for every pixel.
+  // Draws the whole frame as the effect does, profiles included.
   void drawByReference(TestWorld& output) {
     LomixStruct record = frame_.record;
     drawFrameByReference(*effect_, &frame_.source.def, &output.def, record);
   }
 
-  // The same without the copies, from a record with profiles.
+  // Draws rows first ... last - 1 from a record with profiles, without its copy for every pixel.
   void drawRows(const LomixStruct& record, TestWorld& output, int first, int last) {
     for (int y = first; y < last; ++y) {
       for (int x = 0; x < output.def.width; ++x) {
@@ -82,7 +83,7 @@ void rotateRow(std::span<Channel> channels, AlphaPlace place) {
   }
 }
 
-// Moves the alphas of a world to that place from the other one.
+// Moves the alphas of a world from the other place to this one.
 void rotateChannels(const TestWorld& world, int depth, AlphaPlace place) {
   const int rows = world.def.rowbytes == 0 ? std::min(world.def.height, 1) : world.def.height;
   const auto channels = static_cast<std::size_t>(world.def.width) * 4;
@@ -111,7 +112,7 @@ class PlacedAlpha {
   AlphaPlace place_;
 };
 
-// Rows in pieces of any length in any order, by one thread or several.
+// Draws all rows in pieces of random length and in random order, on one thread or several.
 void drawInPieces(const engine::RowEngine& rows, int height, Random& random) {
   std::vector<std::pair<int, int>> pieces;
   for (int y = 0; y < height;) {
@@ -133,23 +134,23 @@ void drawInPieces(const engine::RowEngine& rows, int height, Random& random) {
   for (std::thread& thread : threads) thread.join();
 }
 
-std::string profileDifference(const char* name, const std::vector<float>& told,
+std::string profileDifference(const char* name, const std::vector<float>& expected,
                               const std::vector<float>& made) {
-  if (told.size() != made.size()) return std::string(name) + " profile has another length\n";
-  for (std::size_t y = 0; y < told.size(); ++y) {
+  if (expected.size() != made.size()) return std::string(name) + " profile has another length\n";
+  for (std::size_t y = 0; y < expected.size(); ++y) {
     const bool same =
-        std::bit_cast<std::uint32_t>(told[y]) == std::bit_cast<std::uint32_t>(made[y]);
-    if (same || (std::isnan(told[y]) && std::isnan(made[y]))) continue;
-    return std::string(name) + " profile, row " + std::to_string(y) + ": told " +
-           std::to_string(told[y]) + ", drawn " + std::to_string(made[y]) + "\n";
+        std::bit_cast<std::uint32_t>(expected[y]) == std::bit_cast<std::uint32_t>(made[y]);
+    if (same || (std::isnan(expected[y]) && std::isnan(made[y]))) continue;
+    return std::string(name) + " profile, row " + std::to_string(y) + ": expected " +
+           std::to_string(expected[y]) + ", drawn " + std::to_string(made[y]) + "\n";
   }
   return {};
 }
 
-std::string profileDifferences(const LomixStruct& told, const LomixStruct& made) {
-  return profileDifference("scan", told.scanProfile, made.scanProfile) +
-         profileDifference("bars", told.barsProfile, made.barsProfile) +
-         profileDifference("signal", told.signalProfile, made.signalProfile);
+std::string profileDifferences(const LomixStruct& expected, const LomixStruct& made) {
+  return profileDifference("scan", expected.scanProfile, made.scanProfile) +
+         profileDifference("bars", expected.barsProfile, made.barsProfile) +
+         profileDifference("signal", expected.signalProfile, made.signalProfile);
 }
 
 std::string channelsText(const TestWorld& world, std::size_t at, int depth) {
@@ -164,35 +165,36 @@ std::string channelsText(const TestWorld& world, std::size_t at, int depth) {
   return text;
 }
 
-// firstRow: of the output, that the worlds' first drawn row stands for.
-std::string worldDifference(const TestWorld& told, const TestWorld& drawn, int depth, int firstRow,
-                            int rows) {
-  const std::optional<std::size_t> at = firstDifference(told, drawn, depth);
+// Describes the first difference between two worlds, or returns an empty string. rows: how many
+// rows from firstRow on were drawn.
+std::string worldDifference(const TestWorld& expected, const TestWorld& drawn, int depth,
+                            int firstRow, int rows) {
+  const std::optional<std::size_t> at = firstDifference(expected, drawn, depth);
   if (!at) return {};
   std::string place = "outside the rows";
   for (int y = firstRow; y < firstRow + rows; ++y) {
-    const auto row = told.row<std::uint8_t>(y);
-    const std::ptrdiff_t inRow = &told.bytes()[*at] - row.data();
-    if (inRow < 0 || inRow >= std::ptrdiff_t{told.def.width} * pixelBytes(depth)) continue;
+    const auto row = expected.row<std::uint8_t>(y);
+    const std::ptrdiff_t inRow = &expected.bytes()[*at] - row.data();
+    if (inRow < 0 || inRow >= std::ptrdiff_t{expected.def.width} * pixelBytes(depth)) continue;
     place = "row " + std::to_string(y) + ", column " + std::to_string(inRow / pixelBytes(depth)) +
             ", channel " + std::to_string(inRow % pixelBytes(depth) * 4 / pixelBytes(depth));
   }
-  return "byte " + std::to_string(*at) + " (" + place + "): told " +
-         channelsText(told, *at, depth) + ", drawn " + channelsText(drawn, *at, depth) + "\n";
+  return "byte " + std::to_string(*at) + " (" + place + "): expected " +
+         channelsText(expected, *at, depth) + ", drawn " + channelsText(drawn, *at, depth) + "\n";
 }
 
 class FrameComparison {
  public:
   FrameComparison(RandomFrame& frame, Random& random)
-      : frame_(frame), random_(random), told_(frame), record_(frame.record) {
-    if (frame_.toldProfiles) {
+      : frame_(frame), random_(random), reference_(frame), record_(frame.record) {
+    if (frame_.emptyProfiles) {
       PF_LayerDef world{};
       world.height = frame_.outputHeight;
-      told_.effect().CreateDisplacementImage(&world, -record_.time, &record_);
+      reference_.effect().CreateDisplacementImage(&world, -record_.time, &record_);
     }
   }
 
-  /// Empty where all is equal.
+  /// Returns a description of the first difference, or an empty string.
   std::string differenceOf(const std::vector<const SimdTarget*>& targets) {
     for (const SimdTarget* target : targets) {
       for (const AlphaPlace place : {AlphaPlace::First, AlphaPlace::Last}) {
@@ -215,16 +217,17 @@ class FrameComparison {
 
   std::string drawn(const SimdTarget& target, AlphaPlace place) {
     TestWorld output = blankOutput();
-    const engine::RowEngine rows({frame_.record, frame_.source.def, output.def, frame_.depth,
-                                  told_.effect().invXDown, told_.effect().invYDown, place},
-                                 target);
+    const engine::RowEngine rows(
+        {frame_.record, frame_.source.def, output.def, frame_.depth, reference_.effect().invXDown,
+         reference_.effect().invYDown, place},
+        target);
     std::string difference = profileDifferences(record_, rows.record());
     if (!difference.empty()) return difference;
     return frame_.rowByRow ? rowByRowDifference(rows, output, place)
                            : wholeDifference(rows, output, place);
   }
 
-  // Compares after it has put the alphas of the output first.
+  // Puts the alphas of the output first, then compares.
   std::string outputDifference(const TestWorld& expected, TestWorld& output, AlphaPlace place,
                                int firstRow, int rows) {
     if (place == AlphaPlace::Last) rotateChannels(output, frame_.depth, AlphaPlace::First);
@@ -236,10 +239,10 @@ class FrameComparison {
       constexpr int kSmall = 3000;
       whole_ = blankOutput();
       const int area = frame_.outputWidth * frame_.outputHeight;
-      if (frame_.toldProfiles && area < kSmall && random_.oneIn(2)) {
-        told_.drawByReference(*whole_);
+      if (frame_.emptyProfiles && area < kSmall && random_.oneIn(2)) {
+        reference_.drawByReference(*whole_);
       } else {
-        told_.drawRows(record_, *whole_, 0, frame_.outputHeight);
+        reference_.drawRows(record_, *whole_, 0, frame_.outputHeight);
       }
     }
     {
@@ -257,7 +260,7 @@ class FrameComparison {
     TestWorld expected = blankOutput();
     for (int i = 0; i < kRows; ++i) {
       const int y = random_.below(frame_.outputHeight);
-      told_.drawRows(record_, expected, y, y + 1);
+      reference_.drawRows(record_, expected, y, y + 1);
       {
         const PlacedAlpha source(frame_.source, frame_.depth, place);
         rows.drawRows(y, y + 1);
@@ -271,8 +274,8 @@ class FrameComparison {
 
   RandomFrame& frame_;
   Random& random_;
-  Told told_;
-  LomixStruct record_;  // With the profiles as told.
+  ReferencePath reference_;
+  LomixStruct record_;  // With the reference path's profiles.
   std::optional<TestWorld> whole_;
   std::uint64_t pixels_ = 0;
 };
@@ -280,7 +283,7 @@ class FrameComparison {
 }  // namespace
 
 Outcome compareFrames(const Options& options) {
-  constexpr std::uint64_t kPieces = 0x70696563;  // A stream beside the frame's own.
+  constexpr std::uint64_t kPieces = 0x70696563;  // A random stream other than the frame's.
   const auto start = std::chrono::steady_clock::now();
   const auto seconds = [&] {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -291,7 +294,8 @@ Outcome compareFrames(const Options& options) {
     RandomFrame frame = makeFrame(options.seed, number);
     Random random(options.seed ^ kPieces, number);
     std::vector<const SimdTarget*> targets = options.targets;
-    // The portable ones are slow: all in every fourth frame, else one of the others in turns.
+    // The portable target is slow: every fourth frame is drawn by all targets, the others by one of
+    // the vector targets in turn.
     if (number % 4 != 0 && targets.size() > 1) {
       targets = {targets[number % (targets.size() - 1)]};
     }

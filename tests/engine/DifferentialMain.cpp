@@ -1,4 +1,4 @@
-// lomix_differential: compares the row engine with the reference path for as long as one likes.
+// lomix_differential: compares the row engine with the reference path on any number of frames.
 
 #include <algorithm>
 #include <charconv>
@@ -17,11 +17,11 @@ using lomix::differential::Options;
 constexpr const char* kUsage =
     "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
     "                          [--target all|portable|avx2|avx512] [--expect-difference]\n"
-    "Compares the row engine with the reference path on random frames until a limit is met (200M "
-    "pixels\n"
-    "unless told). --frame draws that one frame of the seed. Exits with 0 where all bytes are\n"
-    "equal, 1 at a difference (the other way round with --expect-difference), 2 for wrong usage,\n"
-    "77 where the processor lacks the target asked for.\n";
+    "Compares the row engine with the reference path on random frames, with alpha first and alpha\n"
+    "last, until a limit is met (200M pixels by default). --frame draws that one frame of the "
+    "seed.\n"
+    "Exits with 0 where all bytes are equal, 1 at a difference (the other way round with\n"
+    "--expect-difference), 2 for wrong usage, 77 where the processor lacks the target asked for.\n";
 constexpr int kExitUsage = 2;
 constexpr int kExitSkipped = 77;
 

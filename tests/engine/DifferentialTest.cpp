@@ -103,7 +103,7 @@ TEST(Differential, ComparesFloatsByBitsButNaNs) {
   constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
   const struct {
     const char* name;
-    float told, drawn;
+    float expected, drawn;
     bool differ;
   } cases[] = {
       {"zeros of either sign", 0.0f, -0.0f, true},
@@ -112,11 +112,11 @@ TEST(Differential, ComparesFloatsByBitsButNaNs) {
       {"two NaNs", kNaN, -std::bit_cast<float>(0x7fc00123u), false},
   };
   for (const auto& c : cases) {
-    const TestWorld told(3, 2, 32, {}, 0);
+    const TestWorld expected(3, 2, 32, {}, 0);
     const TestWorld drawn(3, 2, 32, {}, 0);
-    told.row<float>(1)[2] = c.told;
+    expected.row<float>(1)[2] = c.expected;
     drawn.row<float>(1)[2] = c.drawn;
-    const auto difference = firstDifference(told, drawn, 32);
+    const auto difference = firstDifference(expected, drawn, 32);
     EXPECT_EQ(difference.has_value(), c.differ) << c.name;
     if (difference) {
       EXPECT_EQ(*difference, 48u + 8u) << c.name;

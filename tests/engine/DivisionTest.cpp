@@ -1,4 +1,4 @@
-// The quotients that the vector code forms without a division.
+// Compares the vector code's quotients, computed without division, with divisions.
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 namespace lomix::engine {
 namespace {
 
-// One lane.
+// A vector of one lane.
 struct Scalar {
   using Doubles = double;
   static double doubles(double v) { return v; }
@@ -20,7 +20,7 @@ struct Scalar {
   static double fnma(double a, double b, double c) { return std::fma(-a, b, c); }
 };
 
-// For every significand of single precision; another exponent scales everything exactly.
+// Every significand of single precision. Other exponents scale everything exactly.
 TEST(DividedByPi, IsTheRoundedQuotient) {
   constexpr int kFirst = 1 << 23;
   int different = 0;
@@ -31,7 +31,7 @@ TEST(DividedByPi, IsTheRoundedQuotient) {
   EXPECT_EQ(different, 0);
 }
 
-// Numerators at random, and next to the middle between two quotients, where rounding is decided.
+// Random numerators, and numerators next to the midpoint of two quotients, where rounding changes.
 TEST(DividedBy, IsTheRoundedQuotient) {
   std::mt19937_64 random(1);
   const auto significand = [&random](int bits) {
@@ -44,7 +44,7 @@ TEST(DividedBy, IsTheRoundedQuotient) {
   for (int i = 0; i < 3'000'000; ++i) {
     const double y = significand(1 + i % 24);
     compare(significand(53), y);
-    // The product by half a unit more than a quotient's significand, to both sides of it.
+    // A numerator whose quotient is half an ulp above a double, and its neighbours.
     const double quotient = significand(53);
     const double middle = std::fma(quotient, y, 0.5 * y);
     for (const double n : {std::nextafter(middle, 0.0), middle, std::nextafter(middle, 0x1p100)}) {

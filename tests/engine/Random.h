@@ -1,4 +1,4 @@
-// A small generator of which every draw is the same on every processor and library.
+// A random generator with the same results on every processor and standard library.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ namespace lomix::differential {
 class Random {
  public:
   explicit Random(std::uint64_t seed) : state_(seed) {}
-  /// A stream of its own for each pair.
+  /// Starts a separate stream for each pair.
   Random(std::uint64_t seed, std::uint64_t stream) : Random(seed) {
     state_ = next() ^ (stream * 0xd1342543de82ef95u);
   }
@@ -22,14 +22,14 @@ class Random {
     z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
     return z ^ (z >> 31);
   }
-  /// In [0, n).
+  /// Returns an integer in [0, n).
   int below(int n) {
     return static_cast<int>(((next() >> 32) * static_cast<std::uint64_t>(n)) >> 32);
   }
-  /// In [low, high].
+  /// Returns an integer in [low, high].
   int between(int low, int high) { return low + below(high - low + 1); }
   bool oneIn(int n) { return below(n) == 0; }
-  /// In [0, 1).
+  /// Returns a number in [0, 1).
   double unit() { return static_cast<double>(next() >> 11) * 0x1p-53; }
   float unitFloat() { return static_cast<float>(next() >> 40) * 0x1p-24f; }
 

@@ -91,7 +91,7 @@ float syncOffset(Random& random, bool wild, float time, int size) {
     case 0:
     case 1:
       return 0.0f;
-    case 2:  // a whole number of pixels, or next to it
+    case 2:  // an integer number of pixels, or nearly one
       return static_cast<float>((random.below(size + 1) + random.between(-1, 1) * 1e-5) / size);
     case 3:
       return static_cast<float>(random.unit() * 4.0 - 2.0);
@@ -128,7 +128,7 @@ LomixStruct recordOf(Random& random, bool wild, const PF_LayerDef& source) {
   return r;
 }
 
-// Profiles that no time gives: shifts of whole columns and next to them, bars of every level.
+// Fills profiles that no time gives: shifts by integers and nearly integers, bars of every level.
 void craftProfiles(Random& random, bool wild, LomixStruct& r, int width, int rows) {
   constexpr std::array kWild{kNaN, kInfinity, -3.0f, 1e9f, -1e9f, 2.0f, -0.0f};
   const int firstLevel = random.below(256);
@@ -261,7 +261,7 @@ Worlds worldsOf(Random& random, int depth, const PF_RationalScale& x, const PF_R
   return {{random.between(520, 700), random.between(520, 560)}, false, true};
 }
 
-// Sources of another size than the output, sometimes.
+// Returns the output's size or, in about half of the frames, a smaller or larger one.
 Size sourceSize(Random& random, const Size& output) {
   Size size{std::max(output.width, 1), output.height};
   if (random.oneIn(6)) size.width = random.between(1, size.width);
@@ -284,8 +284,8 @@ RandomFrame makeFrame(std::uint64_t seed, std::uint64_t number) {
   Layout sourceLayout = layoutOf(random, depth);
   outputLayout.oneRow = sourceLayout.oneRow = worlds.rowByRow;
   if (worlds.streaming && depth == 8) {
-    // The engine counts padding when it decides to write past the caches, and does so only where
-    // whole pixels can reach a boundary.
+    // The engine counts padding when it chooses streaming stores, and uses them only where pixels
+    // can start at a vector's boundary.
     outputLayout.padding += 72000;
     if (!random.oneIn(4)) outputLayout.offset &= ~3;
     outputLayout.padding &= ~3;
@@ -301,13 +301,13 @@ RandomFrame makeFrame(std::uint64_t seed, std::uint64_t number) {
     fillPixels<PF_PixelFloat>(random, sourceWorld, alphas, colours);
   }
   LomixStruct record = recordOf(random, wild, sourceWorld.def);
-  const bool told = !worlds.rowByRow && random.oneIn(2);
-  if (!told) craftProfiles(random, wild, record, source.width, worlds.output.height);
+  const bool emptyProfiles = !worlds.rowByRow && random.oneIn(2);
+  if (!emptyProfiles) craftProfiles(random, wild, record, source.width, worlds.output.height);
   const std::string pixels =
       std::string(kAlphaNames[static_cast<std::size_t>(alphas)]) + ", " +
       (depth == 8 ? "any bytes" : kColourNames[static_cast<std::size_t>(colours)]);
   return {depth,
-          told,
+          emptyProfiles,
           worlds.rowByRow,
           x,
           y,
@@ -331,7 +331,7 @@ std::string RandomFrame::describe() const {
                 outputWidth, outputHeight, outputLayout.offset, outputLayout.padding,
                 outputLayout.bottomUp ? " bottom up" : "", rowByRow ? " row by row" : "",
                 downsampleX.num, downsampleX.den, downsampleY.num, downsampleY.den,
-                toldProfiles ? "of the time" : "crafted", r.distortionMode,
+                emptyProfiles ? "from the time" : "crafted", r.distortionMode,
                 static_cast<double>(r.time), static_cast<double>(r.signalDistortion),
                 static_cast<double>(r.scanDistortion), static_cast<double>(r.horizontalSyncOffset),
                 static_cast<double>(r.verticalSyncOffset), static_cast<double>(r.barsOverlay),

@@ -1,4 +1,4 @@
-// Frames as hosts and users make them, and as they should not but could.
+// Makes random frames: usual ones, and ones with values that no panel gives.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,9 @@
 namespace lomix::differential {
 
 struct RandomFrame {
-  int depth;          ///< 8 or 32.
-  bool toldProfiles;  ///< The record's profiles are empty, to be made from time and height.
-  bool rowByRow;      ///< Taller than memory: all output rows share one, draw and compare each.
+  int depth;           ///< 8 or 32.
+  bool emptyProfiles;  ///< The record has none: they are to be made from time and height.
+  bool rowByRow;       ///< Too tall for memory: all rows share the memory of one; draw them singly.
   PF_RationalScale downsampleX;
   PF_RationalScale downsampleY;
   LomixStruct record;
@@ -22,13 +22,13 @@ struct RandomFrame {
   int outputWidth;
   int outputHeight;
   Layout outputLayout;
-  std::string pixels;  ///< What fills the source.
+  std::string pixels;  ///< Describes the source's pixels.
 
-  /// All that tells this frame from others.
+  /// Returns the frame's sizes and parameters as text.
   std::string describe() const;
 };
 
-/// The same frame for the same two numbers.
+/// Returns the same frame for the same two numbers.
 RandomFrame makeFrame(std::uint64_t seed, std::uint64_t number);
 
 }  // namespace lomix::differential

@@ -1,4 +1,4 @@
-// A world anywhere in memory, and the comparison of two of them.
+// Worlds with any alignment, padding and row order, and their comparison.
 #pragma once
 
 #include <cstddef>
@@ -16,24 +16,24 @@ inline constexpr std::size_t kAlignment = 64;
 
 constexpr int pixelBytes(int depth) { return depth == 8 ? 4 : 16; }
 
-/// How the rows of a world lie in memory; bytes, multiples of 4 for float worlds.
+/// The memory layout of a world, in bytes; multiples of 4 for float worlds.
 struct Layout {
-  int offset = 0;   ///< Of the first byte in memory from a 64-byte boundary.
+  int offset = 0;   ///< From a 64-byte boundary to the first byte in memory.
   int padding = 0;  ///< Between rows.
   bool bottomUp = false;
   bool oneRow = false;  ///< All rows are the same memory: stride 0.
 };
 
-/// Owns its memory. Every byte starts as a pattern that tells whether it was written.
+/// A world that owns its memory. Every byte starts with the same pattern.
 class TestWorld {
  public:
-  /// guard: bytes before and after the rows, a multiple of 64. Without them a memory checker sees
-  /// accesses past the last row.
+  /// guard: bytes before and after the rows, a multiple of 64. 0 lets a memory checker report
+  /// accesses outside the rows.
   TestWorld(int width, int height, int depth, const Layout& layout, std::size_t guard);
 
   PF_LayerDef def{};
 
-  /// All memory, guards and padding included.
+  /// Returns all memory, guards and padding included.
   std::span<std::uint8_t> bytes() const { return {memory_.get(), size_}; }
   template <typename Pixel>
   std::span<Pixel> row(int y) const {
@@ -49,8 +49,9 @@ class TestWorld {
   std::unique_ptr<std::uint8_t[], Free> memory_;
 };
 
-/// The first byte in which two worlds of one size and layout differ, in pixels, padding or guards.
-/// In float worlds one NaN equals any other; nothing else equals but the same bits.
+/// Returns the offset of the first byte that differs between two worlds of one size and layout, in
+/// pixels, padding or guards. In float worlds any NaN equals any other; other values are equal only
+/// with the same bits.
 std::optional<std::size_t> firstDifference(const TestWorld& a, const TestWorld& b, int depth);
 
 }  // namespace lomix::differential

@@ -1,4 +1,4 @@
-// Eight threads at once: on rows of one engine, on frames of their own, on profiles.
+// Eight threads at once: on the rows and profiles of one engine, and on frames of their own.
 
 #include <gtest/gtest.h>
 
@@ -39,7 +39,7 @@ TestWorld drawnAlone(const RandomFrame& frame) {
   return output;
 }
 
-// Frames with rows to share out, of both depths.
+// Returns frames of both depths with at least two rows for each thread.
 std::vector<RandomFrame> framesToShare() {
   constexpr std::size_t kFrames = 24;
   constexpr int kRows = 2 * kThreads;
@@ -79,7 +79,8 @@ TEST(Threads, DrawFramesOfTheirOwn) {
   for (const RandomFrame& frame : frames) expected.push_back(drawnAlone(frame));
   std::atomic<int> wrong = 0;
   onEachThread([&](int thread) {
-    // All frames on every thread, each thread from another one on: many at once, some the same.
+    // Every thread draws all frames and starts at another one: different frames at once, and the
+    // same.
     for (std::size_t i = 0; i < frames.size(); ++i) {
       const std::size_t at = (i + static_cast<std::size_t>(thread) * 3) % frames.size();
       if (firstDifference(expected[at], drawnAlone(frames[at]), frames[at].depth)) ++wrong;

@@ -1,6 +1,6 @@
-# lomix_engine_mutant(NAME TARGET SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): a
-# lomix_differential with one source of the engine changed, or one header of its vector code, and a
-# test that it finds a difference. A crash is no difference found.
+# lomix_engine_mutant(NAME TARGET SOURCE PATTERN REPLACEMENT [PATTERN REPLACEMENT]...): builds
+# lomix_differential with one changed source of the engine, or one changed header of its vector code,
+# and adds a test that it finds a difference with that SIMD target. A crash fails the test.
 function(lomix_engine_mutant name target source)
   set(original ${PROJECT_SOURCE_DIR}/src/engine/${source})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
@@ -30,7 +30,7 @@ function(lomix_engine_mutant name target source)
     set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx2Target.cpp
                 ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx512Target.cpp)
   endif()
-  # The mutated objects come before the library, which then leaves its own out.
+  # The linker takes the mutated objects first and leaves the library's out.
   add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}
                  $<TARGET_OBJECTS:lomix_differential_parts>)
   target_include_directories(lomix_mutant_${name} BEFORE PRIVATE ${folder})

@@ -1,4 +1,5 @@
-// Vectors of 256 bits. Included below the target pragma of the file that uses them.
+// Operations on vectors of 256 bits. To be included below the target pragma of the file that uses
+// them.
 #pragma once
 
 #include "engine/simd/Inline.h"
@@ -7,8 +8,8 @@
 namespace lomix::engine {
 namespace {
 
-/// The operations that code for any width is written in; Avx512 has the same. Doubles and Singles
-/// have the same number of lanes, Floats and Ints twice as many.
+/// The operations that the code for any vector width is written in; Avx512 has the same ones.
+/// Doubles and Singles have the same number of lanes, Floats and Ints twice as many.
 struct Avx2 {
   using Doubles = __m256d;
   using Singles = __m128;
@@ -22,7 +23,7 @@ struct Avx2 {
   static LOMIX_INLINE Doubles sub(Doubles a, Doubles b) { return _mm256_sub_pd(a, b); }
   static LOMIX_INLINE Doubles mul(Doubles a, Doubles b) { return _mm256_mul_pd(a, b); }
   static LOMIX_INLINE Doubles div(Doubles a, Doubles b) { return _mm256_div_pd(a, b); }
-  /// a * b + c, a * b - c, c - a * b, each rounded once.
+  /// Return a * b + c, a * b - c and c - a * b, each rounded once.
   static LOMIX_INLINE Doubles fma(Doubles a, Doubles b, Doubles c) {
     return _mm256_fmadd_pd(a, b, c);
   }
@@ -33,17 +34,17 @@ struct Avx2 {
     return _mm256_fnmadd_pd(a, b, c);
   }
   static LOMIX_INLINE Doubles exclusiveOr(Doubles a, Doubles b) { return _mm256_xor_pd(a, b); }
-  /// The lowest bit of each lane as its sign bit.
+  /// Returns the lowest bit of each lane as the lane's sign bit, all other bits 0.
   static LOMIX_INLINE Doubles lowestAsSign(Doubles v) {
     return _mm256_castsi256_pd(_mm256_slli_epi64(_mm256_castpd_si256(v), 63));
   }
   static LOMIX_INLINE Doubles widen(Singles v) { return _mm256_cvtps_pd(v); }
   static LOMIX_INLINE Singles narrow(Doubles v) { return _mm256_cvtpd_ps(v); }
-  /// first, first + 1, ...
+  /// Returns first, first + 1, ...
   static LOMIX_INLINE Doubles countedFrom(int first) {
     return _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(first), _mm_setr_epi32(0, 1, 2, 3)));
   }
-  /// Lanes whose bits, plus an offset and under a mask, are below a limit as whole numbers.
+  /// Returns a mask of the lanes with ((bits + offset) & mask) < limit, as integers.
   static LOMIX_INLINE unsigned bitsBelow(Doubles v, long long offset, long long mask,
                                          long long limit) {
     const __m256i bits =
@@ -52,7 +53,7 @@ struct Avx2 {
     const __m256i below = _mm256_cmpgt_epi64(_mm256_set1_epi64x(limit), bits);
     return static_cast<unsigned>(_mm256_movemask_pd(_mm256_castsi256_pd(below)));
   }
-  /// Lanes that are nearer to 0 than that.
+  /// Returns a mask of the lanes whose magnitude is below the limit.
   static LOMIX_INLINE unsigned nearZero(Doubles v, double limit) {
     const __m256d magnitude = _mm256_andnot_pd(_mm256_set1_pd(-0.0), v);
     return static_cast<unsigned>(
@@ -80,12 +81,12 @@ struct Avx2 {
   static LOMIX_INLINE Floats fnma(Floats a, Floats b, Floats c) {
     return _mm256_fnmadd_ps(a, b, c);
   }
-  /// 1 / v, off by 2^-11 of itself at most.
+  /// Returns 1 / v with a relative error of at most 2^-11.
   static LOMIX_INLINE Floats reciprocalEstimate(Floats v) { return _mm256_rcp_ps(v); }
   static LOMIX_INLINE Floats absolute(Floats v) {
     return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
   }
-  /// 0, 1, 2, ...
+  /// Returns 0, 1, 2, ...
   static LOMIX_INLINE Floats counted() { return _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7); }
   static LOMIX_INLINE Floats converted(Ints v) { return _mm256_cvtepi32_ps(v); }
 
@@ -112,12 +113,12 @@ struct Avx2 {
     const __m256 same = _mm256_castsi256_ps(_mm256_cmpeq_epi32(a, b));
     return static_cast<unsigned>(_mm256_movemask_ps(same)) ^ 0xFFu;
   }
-  /// The same 16 bytes in each 128 bits.
+  /// Returns the same 16 bytes in each 128 bits.
   static LOMIX_INLINE Ints repeated(const std::uint8_t* from) {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
   }
-  /// Within each 128 bits, byte i is the byte of v that byte i of control numbers, or 0 where its
-  /// high bit is set.
+  /// Shuffles the bytes of each 128 bits: byte i of the result is v[control[i]], or 0 where
+  /// control[i] has its high bit set.
   static LOMIX_INLINE Ints shuffled(Ints v, Ints control) {
     return _mm256_shuffle_epi8(v, control);
   }
@@ -125,7 +126,7 @@ struct Avx2 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
   }
 
-  /// Halves of the bytes as words, those of each 128 bits, and such halves of words as bytes.
+  // In each 128 bits: the low and the high half of the bytes as words, and back with saturation.
   static LOMIX_INLINE Ints lowBytes(Ints v) {
     return _mm256_unpacklo_epi8(v, _mm256_setzero_si256());
   }
@@ -133,11 +134,12 @@ struct Avx2 {
     return _mm256_unpackhi_epi8(v, _mm256_setzero_si256());
   }
   static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm256_packus_epi16(low, high); }
-  /// The same halves of words, in pairs with others, and such halves of integers as words.
+  // In each 128 bits: the low and the high half of the words of a, each followed by that of b, and
+  // two halves of integers as words with saturation.
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
   static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm256_packus_epi32(low, high); }
-  /// Integers as words, saturated to -2^15 ... 2^15 - 1, those of each 128 bits.
+  /// Packs integers to words in each 128 bits, saturated to -2^15 ... 2^15 - 1.
   static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
     return _mm256_packs_epi32(low, high);
   }
@@ -149,7 +151,7 @@ struct Avx2 {
   }
   static LOMIX_INLINE Ints either(Ints a, Ints b) { return _mm256_or_si256(a, b); }
 
-  // Pixels: as many as a vector holds, or fewer.
+  // Pixels: a whole vector, or some lanes of it.
 
   static constexpr int kPixels8 = 8;
   static constexpr int kPixels32 = 2;
@@ -157,7 +159,8 @@ struct Avx2 {
   static LOMIX_INLINE Ints load(const PF_Pixel* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
   }
-  /// Pixels first ... end - 1 from there on; the others are zero and not touched.
+  /// Loads pixels from[first] ... from[end - 1] to their lanes. Other lanes are 0; other memory is
+  /// not read.
   static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
     return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), lanes(first, end));
   }
@@ -171,7 +174,7 @@ struct Avx2 {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(to), v);
   }
 
-  /// The kPart-th of the vectors that have each of these values in all channels of a pixel.
+  /// Returns the kPart-th vector of pixels that have one of these values in all their channels.
   template <int kPart>
   static LOMIX_INLINE Floats eachPixel(Singles v) {
     constexpr int kFirst = kPart * kPixels32;

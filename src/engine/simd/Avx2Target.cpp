@@ -1,5 +1,5 @@
-// The hot loops for x86-64 processors with AVX2 and FMA. Compiled in every x86-64 build, for those
-// processors only by the target pragma below, and chosen at run time.
+// The SIMD target for x86-64 processors with AVX2 and FMA. Every x86-64 build contains it; the
+// target pragma below lets it use these instructions, and it is chosen at run time.
 
 #include "engine/SimdTarget.h"
 
@@ -7,8 +7,8 @@
 
 #include <immintrin.h>
 
-// With all that the headers below the pragma include: of a library's inline function the linker
-// keeps one copy for the whole program, which must not be one for these processors only.
+// Everything that the headers below the pragma include. The linker keeps one copy of a library's
+// inline function for the whole program; it must not be one compiled for these processors only.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -42,7 +42,7 @@ namespace {
 
 // 8-bit pixels.
 
-// A ByteMap in registers; kBitSets as ByteMap::bitSets().
+// A ByteMap in registers. kBitSets: its bitSets().
 template <int kBitSets>
 class MapVector {
  public:
@@ -75,14 +75,14 @@ class MapVector {
   }
 
  private:
-  // All ones, that is minus one, in the bytes of the set.
+  // Returns -1 in the bytes that are in the set, 0 in the others.
   static LOMIX_INLINE __m256i inSet(const __m256i (&set)[2], __m256i bytes, __m256i low,
                                     __m256i bit) {
     const __m256i entry = _mm256_blendv_epi8(_mm256_shuffle_epi8(set[0], low),
                                              _mm256_shuffle_epi8(set[1], low), bytes);
     return _mm256_cmpeq_epi8(_mm256_and_si256(entry, bit), bit);
   }
-  // words: bytes times 256, the high bit telling the half.
+  // words: bytes * 256; the high bit says which half a byte is in.
   LOMIX_INLINE __m256i onLine(__m256i words) const {
     const __m256i upper = _mm256_srai_epi16(words, 15);
     const __m256i factor = _mm256_xor_si256(factor_, _mm256_and_si256(upper, factorChange_));
@@ -99,7 +99,7 @@ struct NoMap {
   LOMIX_INLINE __m256i operator()(__m256i bytes) const { return bytes; }
 };
 
-// One row's way from eight source pixels to eight output pixels.
+// Computes eight output pixels of a row from eight source pixels.
 template <typename Map, bool kGrain>
 class Pipeline8 {
  public:
@@ -107,11 +107,11 @@ class Pipeline8 {
       : Pipeline8(row, map, pixelShuffles(row.alphaPlace),
                   row.alphaPlace == AlphaPlace::First ? 0 : 3) {}
 
-  // grain: the overlay's levels, where kGrain.
+  // grain: the overlay's levels as integers, where kGrain.
   LOMIX_INLINE __m256i operator()(__m256i source, const auto& grain) const {
     const __m256i full = _mm256_cmpeq_epi8(source, _mm256_set1_epi8(-1));
     if ((_mm256_movemask_epi8(full) & alphaBits_) == alphaBits_) {
-      // 255 * v >> 8 is v - 1, but 0 for 0. What becomes of the alphas does not matter.
+      // 255 * v >> 8 is v - 1, or 0 for 0. The alphas are replaced below.
       const __m256i one = _mm256_set1_epi8(1);
       return unmultiplyOpaque(overlaid(_mm256_subs_epu8(source, one), grain));
     }
@@ -123,7 +123,7 @@ class Pipeline8 {
   }
 
  private:
-  // alphaByte: of the four bytes of a pixel.
+  // alphaByte: which of a pixel's four bytes is alpha.
   Pipeline8(const Row8& row, const Map& map, const PixelShuffles& shuffles, int alphaByte)
       : map_(map),
         greys_(Avx2::repeated(shuffles.greys)),
@@ -186,7 +186,7 @@ void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (!row.vectorSafe || (row.grain && !row.grainRow.reducible)) {
     return portableTarget().run8(row, run);
   }
-  // Grain always comes with a map, of the weight that it leaves to the picture.
+  // A row with grain always has a map: the weight that grain leaves of the picture.
   if (row.colourMap == nullptr) return run8WithMap<NoMap, false>(row, run, NoMap{});
   switch (row.colourMap->bitSets()) {
     case 0:
@@ -200,8 +200,8 @@ void run8(const Row8& row, const Run<PF_Pixel>& run) {
 
 // Float pixels.
 
-// One row's way from two source pixels to two output pixels. Two copies of the code, for either
-// place of alpha: a blend by a mask that is known only at run time takes two or three operations.
+// Computes two output pixels of a row from two source pixels. The place of alpha is a template
+// argument: a blend by a mask known at compile time is one operation, by any other two or three.
 template <AlphaPlace kAlphaPlace, bool kBars, bool kGrain, bool kDark>
 class Pipeline32 {
   static constexpr bool kAlphaFirst = kAlphaPlace == AlphaPlace::First;
@@ -220,13 +220,13 @@ class Pipeline32 {
         darkLeft_(_mm256_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm256_set1_ps(row.effectAmount)) {}
 
-  // grain: each pixel's level in all its channels, where kGrain.
+  // grain: each pixel's level in all its lanes, where kGrain.
   LOMIX_INLINE __m256 operator()(__m256 source, const auto& grain) const {
     const __m256 ones = _mm256_set1_ps(1.0f);
     const __m256 full = _mm256_cmp_ps(source, ones, _CMP_EQ_OQ);
     __m256 pixels = source;
-    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
-    // no unmultiplying.
+    // 1 * v and v / 1 are v: opaque pixels need no premultiply, and pixels that stay opaque no
+    // unmultiply.
     if ((_mm256_movemask_ps(full) & kAlphaLanes) != kAlphaLanes) {
       const __m256 alpha = alphaOf(source);
       pixels = visible(alpha, _mm256_mul_ps(colourLanes(ones, alpha), source));
@@ -252,15 +252,15 @@ class Pipeline32 {
   static LOMIX_INLINE __m256 alphaAndColour(float alpha, float colour) {
     return colourLanes(_mm256_set1_ps(alpha), _mm256_set1_ps(colour));
   }
-  // Each pixel's alpha in its four lanes.
+  // Returns each pixel's alpha in all its lanes.
   static LOMIX_INLINE __m256 alphaOf(__m256 pixels) {
     return _mm256_permute_ps(pixels, kAlphaFirst ? 0 : 0xFF);
   }
-  // Alpha lanes of the first, colour lanes of the second.
+  // Returns the alpha lanes of the first and the colour lanes of the second.
   static LOMIX_INLINE __m256 colourLanes(__m256 alphaLanes, __m256 colours) {
     return _mm256_blend_ps(colours, alphaLanes, kAlphaLanes);
   }
-  // Colours set to 0 where alpha is 0.
+  // Returns the pixels with colours 0 where alpha is 0.
   static LOMIX_INLINE __m256 visible(__m256 alpha, __m256 pixels) {
     const __m256 transparent = _mm256_cmp_ps(alpha, _mm256_setzero_ps(), _CMP_EQ_OQ);
     return _mm256_andnot_ps(colourLanes(_mm256_setzero_ps(), transparent), pixels);
@@ -271,7 +271,7 @@ class Pipeline32 {
     const __m256 colours = _mm256_set_m128(
         hardLightColours(_mm256_extractf128_ps(pixels, 1), _mm256_extractf128_ps(left, 1)),
         hardLightColours(_mm256_castps256_ps128(pixels), _mm256_castps256_ps128(left)));
-    // The second operand stands where neither is larger: it keeps -0.0 and NaN.
+    // max returns its second operand where neither is larger: -0.0 and NaN stay.
     const __m256 notNegative = _mm256_max_ps(_mm256_setzero_ps(), colours);
     return colourLanes(_mm256_add_ps(left, barsAlpha_), notNegative);
   }

@@ -1,4 +1,5 @@
-// Vectors of 512 bits. Included below the target pragma of the file that uses them.
+// Operations on vectors of 512 bits. To be included below the target pragma of the file that uses
+// them.
 #pragma once
 
 #include "engine/simd/Inline.h"
@@ -7,7 +8,7 @@
 namespace lomix::engine {
 namespace {
 
-/// Avx2's operations, twice as wide.
+/// The operations of Avx2, twice as wide.
 struct Avx512 {
   using Doubles = __m512d;
   using Singles = __m256;

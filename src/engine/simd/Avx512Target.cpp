@@ -1,12 +1,13 @@
-// The hot loops for x86-64 processors with AVX-512 and its byte permutations. Compiled in every
-// x86-64 build, for those processors only by the target pragma below, and chosen at run time.
+// The SIMD target for x86-64 processors with AVX-512 and byte permutations. Every x86-64 build
+// contains it; the target pragma below lets it use these instructions, and it is chosen at run
+// time.
 
 #include "engine/SimdTarget.h"
 
 #if defined(__x86_64__) || defined(_M_X64)
 
-// GCC 12's header leaves vectors uninitialised where their value does not matter, and it warns of
-// that in every function that they are inlined into.
+// GCC 12's header leaves vectors uninitialised where their value does not matter, and GCC warns
+// about that in every function that uses them.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
@@ -17,8 +18,8 @@
 #pragma GCC diagnostic pop
 #endif
 
-// With all that the headers below the pragma include: of a library's inline function the linker
-// keeps one copy for the whole program, which must not be one for these processors only.
+// Everything that the headers below the pragma include. The linker keeps one copy of a library's
+// inline function for the whole program; it must not be one compiled for these processors only.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -54,13 +55,13 @@ namespace {
 
 // 8-bit pixels.
 
-// A table of 256 bytes in registers.
+// A look-up table of 256 bytes in registers.
 class TableVector {
  public:
   explicit TableVector(const ByteTable& table)
       : quarters_{_mm512_loadu_si512(table.data()), _mm512_loadu_si512(table.data() + 64),
                   _mm512_loadu_si512(table.data() + 128), _mm512_loadu_si512(table.data() + 192)} {}
-  // What a function makes of all bytes.
+  // Returns the table of a function of bytes.
   template <typename Function>
   static TableVector of(const Function& function) {
     TableVector table(kIdentityTable);
@@ -78,13 +79,13 @@ class TableVector {
   __m512i quarters_[4];
 };
 
-// 255 * v >> 8 is v - 1, but 0 for 0.
+// 255 * v >> 8 is v - 1, or 0 for 0.
 LOMIX_INLINE __m512i premultipliedOpaque(__m512i colours) {
   return _mm512_subs_epu8(colours, _mm512_set1_epi8(1));
 }
 
-// What an opaque pixel's colours become on a row without grain: of bars and scanlines, or of
-// nothing.
+// Map the colours of opaque pixels to final colours. Overlaid: bars or scanlines, no grain.
+// Untouched: no overlay. Grained: grain, with or without the others.
 struct Overlaid {
   TableVector colours;
   explicit Overlaid(const Row8& row)
@@ -100,7 +101,6 @@ struct Untouched {
     return premultipliedOpaque(source);
   }
 };
-// The same with grain between bars and scanlines.
 struct Grained {
   TableVector colours;
   TableVector finish;
@@ -114,7 +114,7 @@ struct Grained {
   }
 };
 
-// The blend of effect and original, by tables or else by its formula.
+// The blend of effect and original: by look-up tables where they are exact, else computed.
 class Blend {
  public:
   explicit Blend(const Row8& row)
@@ -134,7 +134,7 @@ class Blend {
   LOMIX_INLINE __m512i lookedUp(__m512i original, __m512i effect) const {
     const __m512i above = _mm512_subs_epu8(effect, original);
     const __m512i below = _mm512_subs_epu8(original, effect);
-    // One of them is 0, which moves nothing and has no limit.
+    // One of the two distances is 0, whose tables hold 0.
     const __m512i result = _mm512_sub_epi8(_mm512_add_epi8(original, rise_(above)), fall_(below));
     if (limitsFall_) return limited(result, limit_(below));
     if (limitsRise_) return limited(result, limit_(above));
@@ -151,14 +151,14 @@ class Blend {
   bool limitsRise_, limitsFall_;
 };
 
-// One row's way from sixteen source pixels to sixteen output pixels. Opaque: Overlaid, Untouched or
-// Grained.
+// Computes sixteen output pixels of a row from sixteen source pixels. Opaque: Overlaid, Untouched
+// or Grained.
 template <typename Opaque>
 class Pipeline8 {
  public:
   explicit Pipeline8(const Row8& row) : Pipeline8(row, pixelShuffles(row.alphaPlace)) {}
 
-  // grain: the overlay's levels, where kGrain.
+  // grain: the overlay's levels as integers, where kGrain.
   LOMIX_INLINE __m512i operator()(__m512i source, const auto& grain) const {
     const __mmask64 translucent =
         _mm512_mask_cmpneq_epi8_mask(alphaBytes_, source, _mm512_set1_epi8(-1));
@@ -215,7 +215,7 @@ class Pipeline8 {
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (row.grain && !row.grainRow.reducible) return portableTarget().run8(row, run);
-  // Grain always comes with a map, of the weight that it leaves to the picture.
+  // A row with grain always has a map: the weight that grain leaves of the picture.
   if (row.colourMap == nullptr) return run8By<Avx512, false>(row, run, Pipeline8<Untouched>(row));
   if (row.grain) return run8By<Avx512, true>(row, run, Pipeline8<Grained>(row));
   run8By<Avx512, false>(row, run, Pipeline8<Overlaid>(row));
@@ -223,7 +223,8 @@ void run8(const Row8& row, const Run<PF_Pixel>& run) {
 
 // Float pixels.
 
-// One row's way from four source pixels to four output pixels.
+// Computes four output pixels of a row from four source pixels. The place of alpha is in mask
+// registers, which cost nothing over constants.
 template <bool kBars, bool kGrain, bool kDark>
 class Pipeline32 {
  public:
@@ -243,11 +244,11 @@ class Pipeline32 {
         darkLeft_(_mm512_set1_ps(1.0f - row.darkPixel.alpha)),
         effectAmount_(_mm512_set1_ps(row.effectAmount)) {}
 
-  // grain: each pixel's level in all its channels, where kGrain.
+  // grain: each pixel's level in all its lanes, where kGrain.
   LOMIX_INLINE __m512 operator()(__m512 source, const auto& grain) const {
     __m512 pixels = source;
-    // 1 * v is v and v / 1 is v: opaque pixels need no premultiplying, and those that stay opaque
-    // no unmultiplying.
+    // 1 * v and v / 1 are v: opaque pixels need no premultiply, and pixels that stay opaque no
+    // unmultiply.
     if (translucent(source)) {
       const __m512 alpha = alphaOf(source);
       pixels = visible(alpha, _mm512_mask_mul_ps(source, colourLanes_, alpha, source));
@@ -273,11 +274,11 @@ class Pipeline32 {
   LOMIX_INLINE bool translucent(__m512 pixels) const {
     return _mm512_mask_cmp_ps_mask(alphaLanes_, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) != 0;
   }
-  // Each pixel's alpha in its four lanes.
+  // Returns each pixel's alpha in all its lanes.
   LOMIX_INLINE __m512 alphaOf(__m512 pixels) const {
     return _mm512_permutevar_ps(pixels, alphaChannel_);
   }
-  // Colours set to 0 where alpha is 0.
+  // Returns the pixels with colours 0 where alpha is 0.
   LOMIX_INLINE __m512 visible(__m512 alpha, __m512 pixels) const {
     const __mmask16 transparent =
         _mm512_mask_cmp_ps_mask(colourLanes_, alpha, _mm512_setzero_ps(), _CMP_EQ_OQ);
@@ -291,7 +292,7 @@ class Pipeline32 {
     const __m256 upper =
         hardLightColours(_mm512_extractf32x8_ps(pixels, 1), _mm512_extractf32x8_ps(left, 1));
     const __m512 colours = _mm512_insertf32x8(_mm512_castps256_ps512(lower), upper, 1);
-    // The second operand stands where neither is larger: it keeps -0.0 and NaN.
+    // max returns its second operand where neither is larger: -0.0 and NaN stay.
     const __m512 notNegative = _mm512_max_ps(_mm512_setzero_ps(), colours);
     return _mm512_mask_add_ps(notNegative, alphaLanes_, left, barsAlpha_);
   }

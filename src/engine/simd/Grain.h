@@ -1,4 +1,4 @@
-// The grain's overlay levels in vectors.
+// Computes the overlay levels of the grain in vectors.
 #pragma once
 
 #include <bit>
@@ -13,16 +13,17 @@
 #include "engine/simd/Sine.h"
 
 namespace lomix::engine {
-// Of each file's own: the same code compiled for two processors must never be taken for one.
+// Anonymous namespace: each instruction set gets its own copy, or the linker could merge AVX-512
+// code into the AVX2 path.
 namespace {
 
-// What lies over the pixels of a row: Grain classes make it for kColumns columns at a time, from
-// the column on that they were made for, and for up to kMostColumns columns. part<n>() is what the
-// nth vector of pixels of these needs, from 0 on.
+// Grain generators. Each starts at the column given to its constructor; next() returns the overlay
+// of the next kColumns columns, for at most kMostColumns columns. part<n>() extracts from it what
+// vector n of pixels needs, from 0.
 
 struct NoGrain {};
 
-// No grain, for as many pixels as a vector holds.
+// The generator of rows without grain.
 template <int kPixels>
 struct Ungrained {
   static constexpr int kColumns = kPixels;
@@ -36,10 +37,13 @@ struct Ungrained {
   }
 };
 
-// v / pi as the division rounds it, for v that are single-precision numbers, neither subnormal nor
-// huge: the quotient by way of the reciprocal is off by its last bit at most, the remainder is
-// exact, and a correction by it rounds as the division does for every one of the 2^23 significands
-// that v can have. Much faster than the division where that runs in halves.
+// Returns v / pi, correctly rounded, for single-precision values v that are neither subnormal nor
+// huge.
+// 1. The product with the reciprocal is off by at most one ulp.
+// 2. The remainder by fused multiply-add is exact.
+// 3. The correction by the remainder rounds like the division for each of the 2^23 significands of
+//    v: DivisionTest tries them all.
+// Much faster than division on processors that divide half a vector at a time.
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
   const auto inverse = V::doubles(1.0 / kPi);
@@ -47,12 +51,13 @@ LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
   return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
 }
 
-// n / y as the division rounds it, for a y of single precision whose rounded reciprocal is inverse,
-// and neither subnormal nor huge numbers: the first quotient is off by less than two units of its
-// last place, so that its remainder, a multiple of the product of both last places, is exact with
-// y's few bits. What the correction then rounds is off by 2^-51 of that unit. No quotient comes so
-// near the middle between two doubles: one that is not the middle keeps 2^-25 away from it, again
-// because of y's 24 bits, and one that is would have a numerator of 54.
+// Returns n / y, correctly rounded, for a single-precision y with the rounded reciprocal inverse;
+// neither number subnormal or huge.
+// 1. The first quotient is off by less than 2 ulp.
+// 2. Its remainder is a multiple of the product of both ulps and, because y has 24 bits, exact.
+// 3. The corrected quotient before its last rounding is off by 2^-51 ulp.
+// 4. No exact quotient is that near to the midpoint of two doubles: unless it is the midpoint it is
+//    2^-25 ulp away, again because of the 24 bits; and a midpoint would need an n of 54 bits.
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Doubles y,
                                            typename V::Doubles inverse) {
@@ -60,7 +65,7 @@ LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Do
   return V::fma(V::fnma(quotient, y, n), inverse, quotient);
 }
 
-// Does the doubtful lanes again by the formula.
+// Recomputes the doubtful lanes by the reference path's function.
 LOMIX_APART void redoLevels(const GrainRow& row, int x, unsigned doubtful, float* levels) {
   for (; doubtful != 0; doubtful &= doubtful - 1) {
     const int lane = std::countr_zero(doubtful);
@@ -68,10 +73,10 @@ LOMIX_APART void redoLevels(const GrainRow& row, int x, unsigned doubtful, float
   }
 }
 
-// Levels for float worlds: the formula in its own order, with another sine and cosine. Their
-// product is good to 2^-42 of itself; where that leaves its rounding to single precision open, or
-// the product is next to nothing, the pixel is done again by the formula's own functions.
-// row: reducible.
+// Levels for float worlds: grainLevel() in its order of operations, with another sine and cosine.
+// Their product has a relative error of at most 2^-42. Where that leaves its rounding to single
+// precision open, or the product is below 1e-30, the reference path's function recomputes the
+// pixel. row: reducible.
 template <typename V>
 class LevelGrain {
  public:
@@ -91,8 +96,7 @@ class LevelGrain {
         amount_(V::singles(row.amount)) {}
 
   LOMIX_INLINE typename V::Singles next() {
-    // In units of a double's last place: twice the polynomials' error and their roundings fit four
-    // times.
+    // In ulps of a double: four times the error of both polynomials and their roundings.
     constexpr long long kMargin = 1 << 12;
     constexpr long long kBelowSingle = (1LL << 29) - 1;
     constexpr long long kHalfway = 1LL << 28;
@@ -120,8 +124,7 @@ class LevelGrain {
     const auto product = V::exclusiveOr(V::mul(sineA, cosineV), sign);
 
     auto levels = V::mul(V::max(V::narrow(product), V::singles(0.0f)), amount_);
-    // Distance of the bits below single precision from the rounding boundary, counted from the
-    // margin's lower end.
+    // The bits below single precision, relative to the rounding boundary less the margin.
     const unsigned doubtful = V::bitsBelow(product, kMargin - kHalfway, kBelowSingle, 2 * kMargin) |
                               V::nearZero(product, kTiny);
     if (doubtful != 0) [[unlikely]] {
@@ -135,7 +138,7 @@ class LevelGrain {
     return levels;
   }
 
-  /// Each pixel's level in all its channels.
+  /// Returns each pixel's level in all its channels.
   template <int kPart>
   static LOMIX_INLINE typename V::Floats part(typename V::Singles levels) {
     return V::template eachPixel<kPart>(levels);
@@ -180,9 +183,9 @@ class LevelGrain8 {
 constexpr float kSineTerms[] = {3.1415925025939941f, -5.1677069664001465f, 2.5500314235687256f,
                                 -0.59804517030715942f, 0.077220134437084198f};
 
-// The negative sine of an angle less a quarter of a turn, which is the cosine less half a turn.
-// turns: that angle in fractions of 2^32 of a turn. Its magnitude, from 0 to half a turn, less a
-// quarter: that folds the turn at the two places where the sine turns back.
+// Returns -cos(angle); 2^32 units are one turn.
+// The signed angle's magnitude is 0 ... 1/2 turn. Less a quarter it is w in [-1/4, 1/4] turn, where
+// sin(w) = -cos(angle).
 template <typename V>
 LOMIX_INLINE typename V::Floats foldedSine(typename V::Ints turns) {
   const auto w = V::fma(V::absolute(V::converted(turns)), V::floats(0x1p-31f), V::floats(-0.5f));
@@ -192,14 +195,14 @@ LOMIX_INLINE typename V::Floats foldedSine(typename V::Ints turns) {
   return V::mul(w, sum);
 }
 
-// The upper half of a fixed-point number, rounded.
+// Returns the upper 32 bits, rounded.
 inline std::uint32_t upperHalf(std::uint64_t v) {
   return static_cast<std::uint32_t>((v + 0x80000000u) >> 32);
 }
 
-// Angles of neighbouring columns in turns, as fractions of 2^32, the sine's less a quarter: where
-// each lane starts, what its first step adds, and what every step adds to the step. Whole turns
-// drop out of the top.
+// The angles of sine and cosine for the first vector of columns, the first difference to the next
+// vector, and the sine's constant second difference. 2^32 units are one turn, whole turns overflow
+// out of the top. The sine's angle is less a quarter turn, so that foldedSine() gives -sin.
 template <typename V>
 struct LaneTurns {
   std::uint32_t sine[V::kFloats];
@@ -215,7 +218,7 @@ struct LaneTurns {
     static_assert(static_cast<float>(kRate) == kGrainRate);
     const std::uint64_t lane = row.xStep;
     const std::uint64_t step = V::kFloats * lane;
-    // u * x with u = kRate * x + y, and its differences.
+    // The difference of u * x, u = kRate * x + y, from column x to column x + by.
     const auto slopeOver = [&](std::uint64_t x, std::uint64_t by) {
       return kTurnsPerRadian * ((kRate * (2 * x + by) + row.yWhole) * by);
     };
@@ -238,7 +241,7 @@ struct LaneTurns {
   }
 };
 
-// Does the doubtful lanes again by the formula.
+// Recomputes the doubtful lanes by the reference path's function.
 LOMIX_APART void redoBytes(const GrainRow& row, int x, unsigned doubtful, std::uint32_t* levels) {
   for (; doubtful != 0; doubtful &= doubtful - 1) {
     const int lane = std::countr_zero(doubtful);
@@ -247,16 +250,15 @@ LOMIX_APART void redoBytes(const GrainRow& row, int x, unsigned doubtful, std::u
   }
 }
 
-// The levels of 8-bit worlds whose coordinates are whole numbers, as LevelGrain8 gives them.
+// The levels of 8-bit worlds with integer full-resolution coordinates, as LevelGrain8 returns them.
 //
-// The sine's argument is then u * x + phase with u = 5 x + y, but for roundings far below a level's
-// margin: quadratic in x, so that two additions a step carry its fraction of a turn on. Each of
-// them is off by 2^-33 turns at most, and all of them by 2^-23 after kSteps. The cosine's argument
-// is the rounded product of u and the row's weight. The product itself is linear in x, and what its
-// rounding took away is exactly a fused operation's result.
-//
-// The level is all that matters, so single precision and a margin do for nearly all pixels; the
-// others are done by the formula.
+// 1. The sine's argument is u * x + phase with u = 5 x + y, apart from roundings that levelMargin
+//    covers. It is quadratic in x: two additions per vector advance its fraction of a turn.
+// 2. Each addend is off by at most 2^-33 turns, their sum by at most 2^-23 turns after kSteps.
+// 3. The cosine's argument is the rounded product of u and the row's weight. The exact product is
+//    linear in x; a fused multiply-add gives its rounding error exactly.
+// 4. Only the truncated level matters. Single precision with the margin decides it for nearly all
+//    pixels; the reference path's function recomputes the others.
 template <typename V>
 class WholeGrain {
   static constexpr int kSteps = 32;
@@ -269,13 +271,13 @@ class WholeGrain {
       : WholeGrain(row, x, static_cast<std::uint64_t>(x + kGrainOrigin) * row.xStep) {}
 
   LOMIX_INLINE typename V::Ints next() {
-    // Of a coarser unit, because the rounding may be off by some turns.
+    // In units of 2^-28 turns: the rounding error may be several turns.
     constexpr int kCoarseBits = 4;
     const auto coarseTurns = V::floats(static_cast<float>(0x1p28 / (2.0 * kPi)));
     const auto v = V::mul(u_, yWeight_);
     const auto taken = V::rounded(V::mul(V::fms(u_, yWeight_, v), coarseTurns));
     const auto cosineTurns = V::sub(productTurns_, V::template shiftedLeft<kCoarseBits>(taken));
-    // Both are negative, their product is not.
+    // Both factors have the wrong sign, so their product has the right one.
     const auto grain =
         V::max(V::mul(foldedSine<V>(sineTurns_), foldedSine<V>(cosineTurns)), V::floats(0.0f));
     const auto least = V::truncated(V::fms(grain, scale_, margin_));
@@ -301,7 +303,7 @@ class WholeGrain {
   }
 
  private:
-  // column: of x, at full resolution.
+  // column: that of x, at full resolution.
   LOMIX_INLINE WholeGrain(const GrainRow& row, int x, std::uint64_t column)
       : row_(row),
         x_(x),

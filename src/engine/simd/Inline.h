@@ -1,5 +1,5 @@
-// Vector code keeps a row's constants in registers only if all bodies of a loop end up in one
-// function, and what is hardly ever needed stays out of it.
+// Forces or forbids inlining. Vector code keeps a row's constants in registers only if a whole loop
+// is one function; code that hardly ever runs must stay out of it.
 #pragma once
 
 #if defined(_MSC_VER)

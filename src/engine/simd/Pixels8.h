@@ -1,4 +1,4 @@
-// What 8-bit pixels go through, whatever their alpha, in vectors.
+// Premultiply, unmultiply and blend of 8-bit pixels of any alpha, in vectors.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,11 @@
 #include "engine/simd/Inline.h"
 
 namespace lomix::engine {
-// Of each file's own: the same code compiled for two processors must never be taken for one.
+// Anonymous namespace: each instruction set gets its own copy, or the linker could merge AVX-512
+// code into the AVX2 path.
 namespace {
 
-// Bytes times the words of their low and high halves, high 8 bits of the products.
+// Returns bytes * words >> 8; lowWords and highWords belong to the low and high half of the bytes.
 template <typename V>
 LOMIX_INLINE typename V::Ints productsBy256(typename V::Ints bytes, typename V::Ints lowWords,
                                             typename V::Ints highWords) {
@@ -19,15 +20,16 @@ LOMIX_INLINE typename V::Ints productsBy256(typename V::Ints bytes, typename V::
   return V::bytesOf(V::template wordsShiftedRight<8>(low), V::template wordsShiftedRight<8>(high));
 }
 
-// Controls of byte shuffles for pixels whose alpha is in one place, for 16 bytes of a vector.
+// The shuffle controls that depend on where alpha is, for 16 bytes of a vector. They are loaded
+// once per run, so that one instantiation of the code serves both places.
 struct PixelShuffles {
   static constexpr std::uint8_t kZero = 0x80;
 
-  std::uint8_t greys[16];        // each integer's low byte as a pixel's colours, alpha 0
-  std::uint8_t lowAlphas[16];    // each pixel's alpha as four words: the first two pixels,
-  std::uint8_t highAlphas[16];   // and the other two
-  std::uint8_t channels[4][16];  // each pixel's channel as an integer: three colours, then alpha
-  std::uint8_t pixels[16];       // four bytes of each channel, in that order, as pixels
+  std::uint8_t greys[16];        // integers to pixels: the low byte as all colours, alpha 0
+  std::uint8_t lowAlphas[16];    // pixels 0 and 1 to words: alpha in place of each channel
+  std::uint8_t highAlphas[16];   // the same for pixels 2 and 3
+  std::uint8_t channels[4][16];  // pixels to integers of one channel: three colours, then alpha
+  std::uint8_t pixels[16];       // four bytes of each channel in that order to pixels
 
   constexpr explicit PixelShuffles(AlphaPlace place)
       : greys(), lowAlphas(), highAlphas(), channels(), pixels() {
@@ -60,7 +62,7 @@ inline const PixelShuffles& pixelShuffles(AlphaPlace place) {
   return place == AlphaPlace::First ? kFirst : kLast;
 }
 
-// Each colour times its pixel's alpha.
+// Multiplies each colour by its pixel's alpha.
 template <typename V>
 class Premultiply {
   using Ints = typename V::Ints;
@@ -79,7 +81,7 @@ class Premultiply {
   Ints lowAlphas_, highAlphas_;
 };
 
-// An overlay's effect on an alpha: what it leaves of it, and its own alpha.
+// Draws an overlay of constant alpha over the alphas of pixels.
 template <typename V>
 class AlphaOver {
  public:
@@ -97,8 +99,8 @@ class AlphaOver {
   typename V::Ints left_, alpha_;
 };
 
-// The end of a row's way: premultiplied colours under the alpha that its overlays leave, without
-// that alpha.
+// The last step of a row: computes the alpha that the overlays leave of the source's, and turns
+// premultiplied colours into straight ones.
 template <typename V>
 class Unmultiply {
   using Ints = typename V::Ints;
@@ -127,10 +129,11 @@ class Unmultiply {
   }
 
  private:
-  // 256 / alpha, a little too large: a quotient of bytes keeps 1/255 away from the next whole
-  // number, so that one between 2^-21 and 2^-19 too large truncates to the same. The step makes the
-  // error of the estimate, at most 2^-11, its square, beside which its own roundings are 2^-23
-  // each.
+  // Returns 256 / alpha, between 2^-21 and 2^-19 of itself too large.
+  // 1. A quotient of bytes that is no integer is at least 1/255 away from the next one: such an
+  //    excess does not change how it truncates.
+  // 2. One Newton step squares the error of the estimate, at most 2^-11. Each of its own
+  //    roundings adds 2^-23.
   static LOMIX_INLINE Floats reciprocalsOf(Floats alphas) {
     const Floats estimate = V::reciprocalEstimate(alphas);
     const Floats error = V::fnma(alphas, estimate, V::floats(1.0f + 0x1p-20f));
@@ -142,7 +145,7 @@ class Unmultiply {
   AlphaOver<V> bars_, grain_, dark_;
 };
 
-// original + amount * (effect - original), fused, truncated.
+// Returns original + amount * (effect - original), fused and truncated, as PixelLerp8 does.
 template <typename V>
 class FormulaBlend {
   using Ints = typename V::Ints;
@@ -163,8 +166,8 @@ class FormulaBlend {
     return V::wordsOf(integers(V::lowPairs(original, zero), V::lowPairs(zero, difference)),
                       integers(V::highPairs(original, zero), V::highPairs(zero, difference)));
   }
-  // The differences and the amount are scaled by 2^16 and 2^-16, which changes no rounding; an
-  // amount too small for that moves no pixel.
+  // The difference is scaled by 2^16 and the amount by 2^-16, which changes no rounding. An amount
+  // so small that it becomes subnormal changes no pixel.
   LOMIX_INLINE Ints integers(Ints original, Ints difference) const {
     return V::truncated(V::fma(amount_, V::converted(difference), V::converted(original)));
   }

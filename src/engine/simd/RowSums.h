@@ -1,4 +1,4 @@
-// The sums of sines behind the row profiles, in vectors.
+// Computes the sums of sines behind the row profiles in vectors.
 #pragma once
 
 #include <algorithm>
@@ -9,17 +9,18 @@
 #include "engine/simd/Sine.h"
 
 namespace lomix::engine {
-// Of each file's own: the same code compiled for two processors must never be taken for one.
+// Anonymous namespace: each instruction set gets its own copy, or the linker could merge AVX-512
+// code into the AVX2 path.
 namespace {
 
-// A sum of sines rounded to single precision after every term, in every lane. A lane whose sum lies
-// so near a rounding boundary that the sine's error could carry it across is marked.
+// In each lane a sum of sines, rounded to single precision after every term. Marks a lane as
+// doubtful where the error of a sine could carry the sum across a rounding boundary.
 template <typename V>
 class RoundedSum {
  public:
   LOMIX_INLINE RoundedSum() : sum_(V::singles(0.0f)) {}
   LOMIX_INLINE void add(typename V::Doubles sine) {
-    // The sine here and the library's differ by less than 2^-49.
+    // Twice the bound of the difference between this sine and the library's, 2^-49.
     const auto error = V::doubles(0x1p-48);
     const auto exact = V::add(V::widen(sum_), sine);
     const auto low = V::narrow(V::sub(exact, error));

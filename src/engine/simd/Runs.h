@@ -1,4 +1,4 @@
-// Goes along a run of pixels in vectors.
+// Draws a run of pixels in vectors.
 #pragma once
 
 #include <algorithm>
@@ -12,11 +12,12 @@
 #include "engine/simd/Inline.h"
 
 namespace lomix::engine {
-// Of each file's own: the same code compiled for two processors must never be taken for one.
+// Anonymous namespace: each instruction set gets its own copy, or the linker could merge AVX-512
+// code into the AVX2 path.
 namespace {
 
-// Pixels before the first boundary of a whole vector of output that whole pixels reach, at most
-// count; -1 where they reach none, as in a misaligned world.
+// Returns the pixels before the first vector-aligned address of output, at most count; -1 where no
+// pixel starts at one, as in a misaligned world.
 inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::size_t pixelBytes,
                             int count) {
   const std::size_t past = reinterpret_cast<std::uintptr_t>(output) % vectorBytes;
@@ -24,8 +25,8 @@ inline int pixelsToBoundary(const void* output, std::size_t vectorBytes, std::si
   return std::min(count, static_cast<int>((vectorBytes - past) % vectorBytes / pixelBytes));
 }
 
-// Grain made a step before it is used, so that the processor finds two steps' chains of operations
-// side by side.
+// Computes grain one step ahead of its use: two independent chains of operations overlap in the
+// processor.
 template <typename Grain>
 class Ahead {
  public:
@@ -41,12 +42,12 @@ class Ahead {
   decltype(std::declval<Grain&>().next()) made_;
 };
 
-// Draws a run by a pipeline: pipeline(source pixels, their grain) and, where kBlend,
-// pipeline.blended(original pixels, effect). What the grain of some pixels is depends on Grain.
+// Draws a run with a pipeline: calls pipeline(source pixels, their grain) and, where kBlend,
+// pipeline.blended(original pixels, effect).
 //
-// The vectors lie at the output's boundaries, whatever the spans: one that takes pixels of several
-// spans is put together from masked loads. That is cheaper than partial vectors at both ends of
-// every span, and lets a streamed row be written in whole lines.
+// Stores are aligned to the output whatever the spans are. A vector across a span boundary gathers
+// its pixels with masked loads. That costs less than partial vectors at both ends of every span,
+// and streaming stores write whole cache lines.
 template <typename V, typename Grain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
 void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
   constexpr int kPixels = std::is_same_v<Pixel, PF_Pixel> ? V::kPixels8 : V::kPixels32;
@@ -61,7 +62,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
 
   const Span* span = run.spans;
   alignas(64) Pixel repeated[kPixels];
-  // Column x of the span comes from source[offset + step * x].
+  // Column x of the span reads source[offset + step * x].
   const Pixel* source = run.source;
   std::ptrdiff_t offset = 0;
   std::ptrdiff_t step = 1;
@@ -73,8 +74,8 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
     step = span->repeat ? 0 : 1;
   };
 
-  // Count <= kPixels columns, of any number of spans. Masked, not by way of a buffer: a load from a
-  // buffer just filled would wait for all the streaming stores before it.
+  // Draws count <= kPixels columns of any number of spans. Masked loads, no buffer: loading from a
+  // buffer just filled would wait for all earlier streaming stores.
   const auto drawFew = [&](int x, int count, const auto& grain) {
     auto pixels = V::loadLanes(source, 0, 0);
     for (int lane = 0; lane < count;) {
@@ -97,7 +98,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
     };
     (drawPart(x + kPart * kPixels, Grain::template part<kPart>(grain)), ...);
   };
-  // All of a span.
+  // Draws kColumns columns within one span.
   const auto drawAll = [&]<bool kStream, int... kPart>(
       int x, const auto& grain, std::bool_constant<kStream>, std::integer_sequence<int, kPart...>)
       LOMIX_INLINE_LAMBDA {
@@ -105,8 +106,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
       const Pixel* const from = source + (offset + step * at);
       auto effect = pipeline(V::load(from), part);
       if constexpr (kBlend) effect = pipeline.blended(V::load(original + at), effect);
-      // The next row takes this one's neighbours in other pieces: hardware that follows a stream
-      // loses it at every seam.
+      // The next row reads other spans: hardware prefetching loses track at every span boundary.
       _mm_prefetch(reinterpret_cast<const char*>(from) + run.toNextRow, _MM_HINT_T1);
       if constexpr (kStream) {
         V::stream(output + at, effect);
@@ -145,7 +145,7 @@ void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
   drawRun<V, Grain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
 }
 
-// Turns a row's flags into template arguments, one after the other.
+// Turns a row's flags into template arguments, one per call.
 template <typename V, template <bool, bool, bool> class Pipeline, bool... kFlags>
 void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
   if constexpr (sizeof...(kFlags) == 4) {
@@ -157,7 +157,7 @@ void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* fl
   }
 }
 
-// A float run by a pipeline for what the row has switched on: Pipeline<bars, grain, dark>(row).
+// Draws a float run with the pipeline for the row's overlays: Pipeline<bars, grain, dark>(row).
 template <typename V, template <bool, bool, bool> class Pipeline>
 void run32By(const Row32& row, const Run<PF_PixelFloat>& run) {
   if (row.grain && !row.grainRow.reducible) return portableTarget().run32(row, run);
@@ -165,7 +165,7 @@ void run32By(const Row32& row, const Run<PF_PixelFloat>& run) {
   run32Chosen<V, Pipeline>(row, run, flags);
 }
 
-// An 8-bit run by a pipeline. row: with a reducible grain, if any.
+// Draws an 8-bit run with a pipeline. row: its grain, if any, is reducible.
 template <typename V, bool kGrain, typename Pipeline>
 void run8By(const Row8& row, const Run<PF_Pixel>& run, const Pipeline& pipeline) {
   const auto draw = [&]<typename Grain>(const Grain*) {

@@ -1,4 +1,4 @@
-// Sine and cosine in vectors of doubles, with known errors.
+// Sine and cosine of vectors of doubles, with error bounds.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,15 @@
 #include "engine/simd/Inline.h"
 
 namespace lomix::engine {
-// Of each file's own: the same code compiled for two processors must never be taken for one.
+// Anonymous namespace: each instruction set gets its own copy, or the linker could merge AVX-512
+// code into the AVX2 path.
 namespace {
 
-// pi as a double and what is left of it.
+// pi = kPi + kPiRest.
 constexpr double kPi = std::numbers::pi;
 constexpr double kPiRest = 1.2246467991473532e-16;
 
-// sin(r) / r as a polynomial in r * r for |r| <= pi/2. Relative error 5.1e-14 and 1.2e-16.
+// Polynomials for sin(r) / r in r * r, |r| <= pi/2. Relative errors: 5.1e-14 and 1.2e-16.
 constexpr double kSine7[] = {
     0.9999999999999493,     -0.16666666666465474,    0.008333333320293734, -0.00019841266670571936,
     2.7556951823049554e-06, -2.5030225034386337e-08, 1.54105842022472e-10};
@@ -23,14 +24,14 @@ constexpr double kSine8[] = {0.9999999999999999,     -0.1666666666666607,
                              2.7557316598666683e-06, -2.5051881272332564e-08,
                              1.6048146798446787e-10, -7.374119318022895e-13};
 
-// Adding this leaves a double's whole part in its low bits.
+// Adding this rounds a double to an integer and leaves that in its low bits.
 constexpr double kRound = 0x1.8p52;
 
 template <typename V, std::size_t kTerms>
 LOMIX_INLINE typename V::Doubles oddPolynomial(typename V::Doubles r,
                                                const double (&terms)[kTerms]) {
   static_assert(kTerms == 7 || kTerms == 8);
-  // In pairs and pairs of pairs: one after the other, the terms would keep a processor waiting.
+  // Estrin's scheme: Horner's would be one long chain of dependent operations.
   const auto z = V::mul(r, r);
   const auto pair = [&](std::size_t i) LOMIX_INLINE_LAMBDA {
     return V::fma(V::doubles(terms[i + 1]), z, V::doubles(terms[i]));
@@ -42,14 +43,15 @@ LOMIX_INLINE typename V::Doubles oddPolynomial(typename V::Doubles r,
   return V::mul(r, V::fma(high, V::mul(z2, z2), low));
 }
 
-// x less n times pi, for whole or half n. The first step is exact: its result is below 2 and no
-// finer than the last bit of n * kPi, so it fits a double. The second rounds once.
+// Returns x - n * pi, for integers and half-integers n. The first step is exact: its result is
+// below 2 and a multiple of the last bit of n * kPi, so it fits a double. The second step rounds
+// once.
 template <typename V>
 LOMIX_INLINE typename V::Doubles reduced(typename V::Doubles x, typename V::Doubles n) {
   return V::fnma(n, V::doubles(kPiRest), V::fnma(n, V::doubles(kPi), x));
 }
 
-// For |x| < 2^29.
+// Returns sin(x) for |x| < 2^29.
 template <typename V>
 LOMIX_INLINE typename V::Doubles sine(typename V::Doubles x) {
   const auto round = V::doubles(kRound);
