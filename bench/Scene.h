@@ -2,12 +2,15 @@
 #pragma once
 
 #include <array>
+#include <map>
+#include <memory>
 
 #include "bench/Pairing.h"
 #include "bench/Picture.h"
 #include "effect/kernel/Lomix.h"
 #include "effect/signal/LomixStruct.h"
 #include "engine/SimdTarget.h"
+#include "library/WholeFrame.h"
 
 namespace lomix::bench {
 
@@ -41,7 +44,7 @@ class Scene {
 
   /// Copies the source's memory: the least that any effect does.
   double copy();
-  /// Runs the row engine: profiles and preparation on one thread, rows in even shares on all.
+  /// Draws by the row engine on so many threads, as a context of the library does.
   double engine(int threads);
   // The reference path draws every step-th row from row 0; its time is scaled to all rows.
 
@@ -68,6 +71,7 @@ class Scene {
   Picture& output_;
   Lomix effect_;
   unsigned referenceFrames_ = 0;
+  std::map<int, std::unique_ptr<library::WorkerPool>> pools_;  ///< By number of threads.
 };
 
 }  // namespace lomix::bench

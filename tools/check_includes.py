@@ -21,7 +21,7 @@ RULES = {
     "effect": EFFECT,
     "engine": EFFECT,
     "looks": {"support", "effect"},
-    "library": {"lomix.h", "support", "looks", "engine", "effect"},
+    "library": {"lomix.h", "support", "looks", "engine"},
     "plugins": {"lomix.h"},
     "web": {"lomix.h"},
     "host": {"support", "hostapi"},

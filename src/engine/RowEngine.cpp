@@ -98,6 +98,19 @@ bool isSmallWhole(double factor) {
 
 }  // namespace
 
+Frame frameOf(const ParameterValues& values, double seconds, const Scale& scale,
+              const PF_LayerDef& source, const PF_LayerDef& output, int depth,
+              AlphaPlace alphaPlace) {
+  // Scanline speed and thickness follow the horizontal factor, as in the plug-in.
+  return {frameRecord(values, seconds, {scale.x, scale.x}),
+          source,
+          output,
+          depth,
+          1.0 / scale.x,
+          1.0 / scale.y,
+          alphaPlace};
+}
+
 bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth) {
   if (a.height <= 0 || b.height <= 0) return false;
   const auto [beginA, endA] = extent(a, depth);

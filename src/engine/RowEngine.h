@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "effect/signal/FrameRecord.h"
 #include "effect/signal/LomixStruct.h"
 #include "engine/ByteMap.h"
 #include "engine/ColumnMap.h"
@@ -29,6 +30,20 @@ struct Frame {
   /// large a pixel is: their member names do not apply.
   AlphaPlace alphaPlace = AlphaPlace::First;
 };
+
+using lomix::ParameterValues;
+
+/// Size of the worlds as a part of full resolution, in (0, 1]: 0.5 at half resolution.
+struct Scale {
+  double x = 1.0;
+  double y = 1.0;
+};
+
+/// Returns the frame of parameter values, in the panel's units, at a time in seconds. source,
+/// output, depth, alphaPlace: as in Frame.
+Frame frameOf(const ParameterValues& values, double seconds, const Scale& scale,
+              const PF_LayerDef& source, const PF_LayerDef& output, int depth,
+              AlphaPlace alphaPlace);
 
 /// Returns whether the memory of two worlds of that depth has bytes in common. Padding between rows
 /// counts, padding after the last row does not.

@@ -7,14 +7,14 @@
 #include <string>
 #include <thread>
 
-#include "effect/signal/FrameRecord.h"
 #include "engine/RowEngine.h"
 #include "library/Guard.h"
-#include "library/WorkerPool.h"
+#include "library/WholeFrame.h"
 #include "looks/ParameterTable.h"
 
 namespace engine = lomix::engine;
 namespace looks = lomix::looks;
+using lomix::library::drawWholeFrame;
 using lomix::library::Failure;
 using lomix::library::guarded;
 using lomix::library::readStruct;
@@ -90,10 +90,10 @@ PF_LayerDef layerOf(const lomix_image& image, const char* name) {
   return layer;
 }
 
-lomix::ParameterValues valuesOf(const lomix_frame_settings& settings) {
+engine::ParameterValues valuesOf(const lomix_frame_settings& settings) {
   require(settings.value_count >= 0 && (settings.value_count == 0 || settings.values != nullptr),
           "settings: values does not fit value_count (pass an array of that size)");
-  lomix::ParameterValues values;
+  engine::ParameterValues values;
   for (const looks::Parameter& parameter : looks::effectTable().all()) {
     const bool given = parameter.index < settings.value_count;
     const double value = given ? settings.values[parameter.index] : parameter.defaultValue;
@@ -130,13 +130,9 @@ engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_ima
   const double scaleX = scaleOf(settings.scale_x);
   const double scaleY = scaleOf(settings.scale_y);
   const Format format = formatOf(source, "source");
-  engine::Frame frame{lomix::frameRecord(valuesOf(settings), secondsOf(settings), {scaleX, scaleX}),
-                      layerOf(source, "source"),
-                      layerOf(output, "output"),
-                      format.depth,
-                      1.0 / scaleX,
-                      1.0 / scaleY,
-                      format.alpha};
+  const engine::Frame frame = engine::frameOf(
+      valuesOf(settings), secondsOf(settings), {scaleX, scaleY}, layerOf(source, "source"),
+      layerOf(output, "output"), format.depth, format.alpha);
   if (output.format != source.format) {
     failImage("output", "its format is not the source's (use one format for both)");
   }
@@ -146,23 +142,16 @@ engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_ima
   return frame;
 }
 
-/// Draws a frame on the pool and reports to the caller.
-class FrameTask : public lomix::library::RowTask {
- public:
-  FrameTask(const engine::RowEngine& rows, int height, lomix_progress progress, void* user)
-      : rows_(rows), height_(height), progress_(progress), user_(user) {}
-
-  void drawRows(int first, int last) const noexcept override { rows_.drawRows(first, last); }
-  bool goOn(int rowsDone) override {
-    return progress_ == nullptr || progress_(user_, rowsDone, height_) == 0;
-  }
-
- private:
-  const engine::RowEngine& rows_;
-  int height_;
-  lomix_progress progress_;
-  void* user_;
+/// The caller's progress callback and its argument.
+struct Callback {
+  lomix_progress function;
+  void* user;
 };
+
+bool callBack(void* callback, int rowsDone, int rowCount) {
+  const auto& [function, user] = *static_cast<const Callback*>(callback);
+  return function == nullptr || function(user, rowsDone, rowCount) == 0;
+}
 
 }  // namespace
 
@@ -227,10 +216,9 @@ lomix_status lomix_context_render(lomix_context* context, const lomix_frame_sett
                                   lomix_progress progress, void* user, lomix_error* error) {
   return guarded(error, [&] {
     require(context != nullptr, "context: it is null (create one first)");
-    const engine::RowEngine rows(frameOf(settings, source, output));
-    const int height = rows.height();
-    FrameTask task(rows, height, progress, user);
-    if (!context->pool.run(task, height)) {
+    Callback callback{progress, user};
+    if (!drawWholeFrame(context->pool, frameOf(settings, source, output), engine::bestTarget(),
+                        callBack, &callback)) {
       throw Failure(LOMIX_ABORTED, "frame: the progress callback ended it (draw it again)");
     }
   });

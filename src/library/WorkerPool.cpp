@@ -34,12 +34,12 @@ bool spinUntil(const Condition& condition) {
 
 }  // namespace
 
-bool WorkerPool::Job::drawBand() {
+bool WorkerPool::Job::doBand() {
   if (stopped.load(std::memory_order_relaxed)) return false;
   const int first = next.fetch_add(bandRows, std::memory_order_relaxed);
   if (first >= rows) return false;
   const int last = std::min(first + bandRows, rows);
-  task.drawRows(first, last);
+  task.doRows(first, last);
   done.fetch_add(last - first, std::memory_order_relaxed);
   return true;
 }
@@ -80,7 +80,7 @@ bool WorkerPool::run(RowTask& task, int rows) {
     wake_.notify_all();
   }
   bool goOn = true;
-  while (goOn && job.drawBand()) {
+  while (goOn && job.doBand()) {
     const int done = job.done.load(std::memory_order_relaxed);
     if (done < rows) goOn = task.goOn(done);
   }
@@ -111,7 +111,7 @@ void WorkerPool::work() {
     Job& job = *job_;
     inside_.fetch_add(1);
     lock.unlock();
-    while (job.drawBand()) {
+    while (job.doBand()) {
     }
     lock.lock();
     if (inside_.fetch_sub(1) == 1) left_.notify_all();

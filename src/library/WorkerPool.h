@@ -1,4 +1,4 @@
-// Worker threads that draw the rows of one frame after another.
+// Worker threads that work on the rows of one frame after another.
 #pragma once
 
 #include <atomic>
@@ -10,7 +10,7 @@
 
 namespace lomix::library {
 
-/// Rows to draw, in any order and on any number of threads at once.
+/// Work on the rows of a frame, in any order and on any number of threads at once.
 class RowTask {
  public:
   RowTask() = default;
@@ -18,11 +18,11 @@ class RowTask {
   RowTask(const RowTask&) = delete;
   RowTask& operator=(const RowTask&) = delete;
 
-  /// Draws rows first to last - 1. Throws nothing.
-  virtual void drawRows(int first, int last) const noexcept = 0;
-  /// Called on the thread that called WorkerPool::run(), with the rows that are drawn so far.
+  /// Does rows first to last - 1. Throws nothing.
+  virtual void doRows(int first, int last) const noexcept = 0;
+  /// Called on the thread that called WorkerPool::run(), with the rows that are done so far.
   /// Returns false to leave out the rest.
-  virtual bool goOn(int rowsDone) = 0;
+  virtual bool goOn(int /*rowsDone*/) { return true; }
 };
 
 /// A fixed number of threads, the caller's among them. One thread at a time may use an object.
@@ -36,13 +36,13 @@ class WorkerPool {
 
   int threads() const { return static_cast<int>(workers_.size()) + 1; }
 
-  /// Draws rows 0 to rows - 1 in bands of at most 16 and calls goOn() after each band of the
+  /// Does rows 0 to rows - 1 in bands of at most 16 and calls goOn() after each band of the
   /// caller's thread and at the end. Allocates nothing. Returns false where goOn() did. No thread
   /// is inside the task after the return.
   bool run(RowTask& task, int rows);
 
  private:
-  /// A frame's rows, shared out in bands.
+  /// The rows of a task, shared out in bands.
   struct Job {
     RowTask& task;
     const int rows;
@@ -51,7 +51,7 @@ class WorkerPool {
     std::atomic<int> done = 0;
     std::atomic<bool> stopped = false;
 
-    bool drawBand();
+    bool doBand();
   };
 
   void work();
@@ -65,7 +65,7 @@ class WorkerPool {
   bool ending_ = false;  ///< Guarded by mutex_.
   // Written under mutex_, read without it while spinning.
   std::atomic<std::uint32_t> frames_ = 0;
-  std::atomic<int> inside_ = 0;  ///< Workers that are drawing.
+  std::atomic<int> inside_ = 0;  ///< Workers that are inside a task.
 };
 
 }  // namespace lomix::library
