@@ -14,15 +14,15 @@
 
 namespace lomix::engine {
 
-/// Everything that the pixels of a frame depend on. Source and output may differ in size.
+/// Everything that the pixels of a frame depend on.
 struct Frame {
   /// Scalars filled. Empty profiles are made from the time and the output's height; profiles that
   /// already have a value for each output row are used as they are.
   LomixStruct record;
-  /// Width and height from 1; rows may be padded, row bytes negative. Without data nothing is
-  /// drawn.
-  PF_LayerDef source;
-  PF_LayerDef output;  ///< As source. Must not overlap its memory, see worldsOverlap().
+  // The worlds may have padded rows and negative row bytes, and may differ in size. Where one has
+  // no data, nothing is drawn.
+  PF_LayerDef source;  ///< Width and height from 1.
+  PF_LayerDef output;  ///< Must not overlap the source's memory, see worldsOverlap().
   int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
   double invXDown;     ///< Full-resolution columns per column: 2 at half resolution.
   double invYDown;     ///< The same for rows.
