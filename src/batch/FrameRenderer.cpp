@@ -55,15 +55,10 @@ const looks::ParameterTable& FrameRenderer::parameters() const {
 }
 
 std::string FrameRenderer::versionText() const {
-  const auto text = [](auto major, auto minor, auto patch) {
-    return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
-  };
-  if (!plugin_) {
-    const lomix_version version = lomix_get_version();
-    return text(version.major, version.minor, version.patch);
-  }
+  if (!plugin_) return lomix_version_text();
   const VersionWord version = decodeVersion(plugin_->info().version);
-  return text(version.version, version.subversion, version.bugfix);
+  return std::to_string(version.version) + "." + std::to_string(version.subversion) + "." +
+         std::to_string(version.bugfix);
 }
 
 int FrameRenderer::depthFor(const Picture& picture) const {

@@ -8,6 +8,7 @@
 #include "batch/Pipeline.h"
 #include "batch/Progress.h"
 #include "batch/RunReport.h"
+#include "lomix/lomix.h"
 #include "looks/PresetStore.h"
 #include "media/picture/PictureFile.h"
 #include "media/picture/SequenceName.h"
@@ -76,7 +77,7 @@ class Report {
 
   void write(double seconds, const std::string& error) const {
     if (options_.reportFile.empty()) return;
-    nlohmann::ordered_json report = {{"lomix", LOMIX_VERSION},
+    nlohmann::ordered_json report = {{"lomix", lomix_version_text()},
                                      {"effect", renderer_.versionText()},
                                      {"input", options_.route.input},
                                      {"output", options_.route.output},

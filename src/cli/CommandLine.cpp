@@ -15,6 +15,7 @@
 #include "cli/commands/PresetsCommand.h"
 #include "cli/commands/RenderCommand.h"
 #include "cli/commands/TestCardCommand.h"
+#include "lomix/lomix.h"
 #include "support/Errors.h"
 #if defined(LOMIX_DRAWING)
 #include "cli/commands/CompareCommand.h"
@@ -29,7 +30,7 @@ namespace {
 class Parser {
  public:
   Parser() {
-    app_.set_version_flag("--version", "lomix " LOMIX_VERSION);
+    app_.set_version_flag("--version", std::string("lomix ") + lomix_version_text());
     app_.require_subcommand(0, 1);
     // A name that starts with a slash is a file on every system.
     app_.allow_windows_style_options(false);

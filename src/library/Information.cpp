@@ -59,8 +59,14 @@ const std::vector<lomix_parameter_info>& descriptions() {
 
 }  // namespace
 
-lomix_version lomix_get_version(void) {
-  return {LOMIX_VERSION_MAJOR, LOMIX_VERSION_MINOR, LOMIX_VERSION_PATCH};
+int32_t lomix_version(void) { return LOMIX_VERSION; }
+
+#define LOMIX_AS_TEXT(number) #number
+#define LOMIX_JOIN(major, minor, patch) \
+  LOMIX_AS_TEXT(major) "." LOMIX_AS_TEXT(minor) "." LOMIX_AS_TEXT(patch)
+
+const char* lomix_version_text(void) {
+  return LOMIX_JOIN(LOMIX_VERSION_MAJOR, LOMIX_VERSION_MINOR, LOMIX_VERSION_PATCH);
 }
 
 int32_t lomix_api_2(void) { return LOMIX_API_NUMBER; }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "library/Guard.h"
 #include "looks/LookErrors.h"
@@ -13,6 +14,7 @@
 namespace looks = lomix::looks;
 using lomix::library::Failure;
 using lomix::library::guarded;
+using lomix::library::readStruct;
 using lomix::library::require;
 
 struct lomix_look {
@@ -28,6 +30,20 @@ void requireLook(const lomix_look* look) {
 const looks::Parameter& parameterNamed(const char* name) {
   require(name != nullptr, "name: it is null (pass a parameter's key or name)");
   return looks::effectTable().get(name, "");
+}
+
+/// Returns an element of the caller's array, whose elements may be larger or smaller than ours.
+const lomix_key* elementOf(const lomix_key* keys, std::size_t size, std::int32_t i) {
+  const auto* first = reinterpret_cast<const unsigned char*>(keys);
+  return reinterpret_cast<const lomix_key*>(first + static_cast<std::size_t>(i) * size);
+}
+
+/// Returns the distance of the caller's elements. Throws LOMIX_BAD_ARGUMENT where it cannot be one.
+std::size_t elementSize(const lomix_key* keys) {
+  const lomix_key first = readStruct(keys, "keys");
+  require(first.struct_size % alignof(lomix_key) == 0,
+          "keys: struct_size is not a multiple of 8 (use LOMIX_KEY_INIT)");
+  return first.struct_size;
 }
 
 looks::Key keyOf(const looks::Parameter& parameter, const lomix_key& key) {
@@ -146,7 +162,12 @@ lomix_status lomix_look_set_keys(lomix_look* look, const char* name, const lomix
     const looks::Parameter& parameter = parameterNamed(name);
     require(keys != nullptr && count >= 1, "keys: there are none (pass at least one)");
     std::vector<looks::Key> list;
-    for (int32_t i = 0; i < count; ++i) list.push_back(keyOf(parameter, keys[i]));
+    const std::size_t size = elementSize(keys);
+    for (int32_t i = 0; i < count; ++i) {
+      lomix_key key = readStruct(keys, "keys");
+      std::memcpy(&key, elementOf(keys, size, i), std::min(size, sizeof key));
+      list.push_back(keyOf(parameter, key));
+    }
     look->look.set(parameter.index, curveOf(parameter, list));
   });
 }
@@ -166,8 +187,7 @@ lomix_status lomix_look_add_key(lomix_look* look, const char* name, const lomix_
   return guarded(error, [&] {
     requireLook(look);
     const looks::Parameter& parameter = parameterNamed(name);
-    require(key != nullptr, "key: it is null (pass one)");
-    const looks::Key added = keyOf(parameter, *key);
+    const looks::Key added = keyOf(parameter, readStruct(key, "key"));
     std::vector<looks::Key> list;
     const auto& curves = look->look.curves();
     if (const auto found = curves.find(parameter.index);
@@ -203,10 +223,14 @@ lomix_status lomix_look_get_keys(const lomix_look* look, const char* name, lomix
     const auto found = look->look.curves().find(parameter.index);
     if (found == look->look.curves().end() || !found->second.hasKeys()) return;
     const std::vector<looks::Key>& all = found->second.keys();
+    const std::size_t size = capacity > 0 ? elementSize(keys) : 0;
     *count = static_cast<int32_t>(all.size());
     for (int32_t i = 0; i < std::min(capacity, *count); ++i) {
       const looks::Key& key = all[static_cast<std::size_t>(i)];
-      keys[i] = {key.seconds, key.value, numberOf(key.interpolation), 0};
+      const lomix_key written{static_cast<std::uint32_t>(size), numberOf(key.interpolation),
+                              key.seconds, key.value};
+      std::memcpy(const_cast<lomix_key*>(elementOf(keys, size, i)), &written,
+                  std::min(size, sizeof written));
     }
   });
 }

@@ -1,45 +1,29 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
 #include <limits>
 #include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "WindowsHostThread.h"
+#include "golden/BlessedHashes.h"
 #include "golden/Frames.h"
 
 namespace lomix::golden {
 namespace {
 
-// The file's lines after its comments.
-std::vector<std::pair<std::string, std::string>> blessedHashes() {
-  std::ifstream file(LOMIX_GOLDEN_FILE);
-  EXPECT_TRUE(file) << "cannot read " << LOMIX_GOLDEN_FILE;
-  std::vector<std::pair<std::string, std::string>> hashes;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("#")) continue;
-    const std::size_t tab = line.find('\t');
-    hashes.emplace_back(line.substr(0, tab), tab == line.npos ? "" : line.substr(tab + 1));
-  }
-  return hashes;
-}
-
 // A difference that is meant is blessed with tools/bless_golden.sh and a reason.
 void expectFramesAsBlessed(const char* moduleFile) {
   const host::Module module(moduleFile);
-  const auto blessed = blessedHashes();
+  const auto blessed = blessedHashes(LOMIX_GOLDEN_FILE);
   ASSERT_EQ(blessed.size(), frames().size());
   std::set<std::string> distinct;
   for (std::size_t i = 0; i < frames().size(); ++i) {
     const Frame& frame = frames()[i];
     const host::World output = render(frame, module);
-    char hash[17];
-    std::snprintf(hash, sizeof hash, "%016llx", static_cast<unsigned long long>(hashOf(output)));
-    EXPECT_EQ(blessed[i], std::pair(std::string(frame.name), std::string(hash)));
+    const std::string hash = hashText(output);
+    EXPECT_EQ(blessed[i], std::pair(std::string(frame.name), hash));
     EXPECT_TRUE(output.guardsIntact()) << frame.name;
     distinct.insert(hash);
   }

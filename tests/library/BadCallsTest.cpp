@@ -166,8 +166,10 @@ TEST(BadCalls, NullsAndNonsense) {
   lomix_context* context = nullptr;
   lomix_parameter_info parameter = LOMIX_PARAMETER_INFO_INIT;
   lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
-  const lomix_key key{0, 5, 0, 0};
-  const lomix_key backwards[] = {{1, 5, 0, 0}, {0, 6, 0, 0}};
+  const lomix_key key{sizeof(lomix_key), 0, 0, 5};
+  const lomix_key backwards[] = {{sizeof(lomix_key), 0, 1, 5}, {sizeof(lomix_key), 0, 0, 6}};
+  const lomix_key unset{0, 0, 1, 5};
+  const lomix_key odd[] = {{20, 0, 1, 5}, {20, 0, 2, 5}};
   double values[13];
   std::int32_t number = 0;
   std::size_t length = 0;
@@ -211,6 +213,10 @@ TEST(BadCalls, NullsAndNonsense) {
        [&](auto* e) { return lomix_look_set_keys(look, "noise", nullptr, 1, e); }},
       {LOMIX_BAD_ARGUMENT,
        [&](auto* e) { return lomix_look_set_keys(look, "noise", backwards, 2, e); }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) { return lomix_look_set_keys(look, "noise", &unset, 1, e); }},
+      {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_look_set_keys(look, "noise", odd, 2, e); }},
+      {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_look_add_key(look, "noise", &unset, e); }},
       {LOMIX_OUT_OF_RANGE,
        [&](auto* e) { return lomix_look_set_keys(look, "distortion_mode", &key, 1, e); }},
       {LOMIX_BAD_ARGUMENT,

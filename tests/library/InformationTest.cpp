@@ -53,10 +53,13 @@ std::string jsonOf(const LookPtr& look, const char* name = nullptr,
 }
 
 TEST(Version, IsTheEffects) {
-  const lomix_version version = lomix_get_version();
-  EXPECT_EQ(version.major, kVersionMajor);
-  EXPECT_EQ(version.minor, kVersionMinor);
-  EXPECT_EQ(version.patch, kVersionBugfix);
+  EXPECT_EQ(LOMIX_VERSION_MAJOR, kVersionMajor);
+  EXPECT_EQ(LOMIX_VERSION_MINOR, kVersionMinor);
+  EXPECT_EQ(LOMIX_VERSION_PATCH, kVersionBugfix);
+  EXPECT_EQ(lomix_version(), LOMIX_VERSION);
+  EXPECT_EQ(lomix_version_text(), std::to_string(kVersionMajor) + "." +
+                                      std::to_string(kVersionMinor) + "." +
+                                      std::to_string(kVersionBugfix));
   EXPECT_EQ(lomix_api_2(), LOMIX_API_NUMBER);
   EXPECT_THAT(lomix_instruction_set(), testing::AnyOf("avx512", "avx2", "portable"));
 }
@@ -182,7 +185,7 @@ TEST(Looks, ValuesKeysAndDefaults) {
 TEST(Looks, KeysAreAddedInOrderAndReplacedAtTheSameTime) {
   const LookPtr look = newLook();
   const auto add = [&](double seconds, double value, std::int32_t interpolation) {
-    const lomix_key key{seconds, value, interpolation, 0};
+    const lomix_key key{sizeof(lomix_key), interpolation, seconds, value};
     return lomix_look_add_key(look.get(), "noise", &key, nullptr);
   };
   EXPECT_EQ(add(2, 20, LOMIX_EASE), LOMIX_OK);
@@ -190,6 +193,7 @@ TEST(Looks, KeysAreAddedInOrderAndReplacedAtTheSameTime) {
   EXPECT_EQ(add(4, 40, LOMIX_HOLD), LOMIX_OK);
   EXPECT_EQ(add(2, 30, LOMIX_HOLD), LOMIX_OK);
   std::array<lomix_key, 3> keys{};
+  keys[0].struct_size = sizeof(lomix_key);
   std::int32_t count = 0;
   ASSERT_EQ(lomix_look_get_keys(look.get(), "noise", nullptr, 0, &count, nullptr), LOMIX_OK);
   ASSERT_EQ(count, 3);
@@ -217,6 +221,27 @@ TEST(Looks, KeysAreAddedInOrderAndReplacedAtTheSameTime) {
   EXPECT_EQ(add(7, 70, 0), LOMIX_OK);
   EXPECT_EQ(add(8, 80, 0), LOMIX_OK);
   EXPECT_EQ(valueOf(look, "noise", 7.5), 75);
+}
+
+// A program of a newer library, whose keys have a field that this one does not know.
+TEST(Looks, KeysOfAnotherSizeAreReadAndWrittenWhereTheyAre) {
+  struct LaterKey {
+    lomix_key key;
+    double later;
+  };
+  const LookPtr look = newLook();
+  LaterKey keys[3] = {};
+  for (int i = 0; i < 3; ++i) keys[i] = {{sizeof(LaterKey), 0, i * 1.0, i * 10.0}, 77.0};
+  ASSERT_EQ(lomix_look_set_keys(look.get(), "noise", &keys[0].key, 3, nullptr), LOMIX_OK);
+  EXPECT_EQ(valueOf(look, "noise", 1.5), 15);
+  for (int i = 0; i < 3; ++i) keys[i].key.seconds = keys[i].key.value = -1.0;
+  std::int32_t count = 0;
+  ASSERT_EQ(lomix_look_get_keys(look.get(), "noise", &keys[0].key, 3, &count, nullptr), LOMIX_OK);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(keys[i].key.seconds, i * 1.0);
+    EXPECT_EQ(keys[i].key.value, i * 10.0);
+    EXPECT_EQ(keys[i].later, 77.0) << "not the library's to write";
+  }
 }
 
 TEST(Looks, JsonGoesRoundAndErrorsNameTheLine) {

@@ -80,7 +80,7 @@ TEST(Memory, EveryAllocationMayFail) {
   settings.value_count = 13;
   const lomix_image from = imageOf(source);
   const lomix_image to = imageOf(output);
-  const lomix_key key{5, 50, 0, 0};
+  const lomix_key key{sizeof(lomix_key), 0, 5, 50};
   lomix_context* context = nullptr;
   ASSERT_EQ(lomix_context_create(2, &context, nullptr), LOMIX_OK);
 

@@ -8,7 +8,7 @@ int headerCompiles(void) {
   lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
   lomix_image image = LOMIX_IMAGE_INIT;
   lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
-  lomix_key key = {0.0, 0.0, LOMIX_LINEAR, 0};
+  lomix_key key = LOMIX_KEY_INIT;
   return (int)(error.status + parameter.index + preset.index + image.width + settings.value_count +
                key.interpolation);
 }

@@ -5,7 +5,7 @@
 #include <vector>
 
 /// The scaled parameter values of one frame and its three profiles of one entry per output row. The
-/// profiles are appended to, so a record serves one frame. A copy has profiles of its own.
+/// profiles are appended to, so a record serves one frame. A copy owns copies of the profiles.
 struct LomixStruct {
   std::int32_t timeControl;     ///< 1 automatic, 2 manual.
   std::int32_t distortionMode;  ///< 1 tile, 2 stretch.
