@@ -5,23 +5,15 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <exception>
-#include <memory>
 #include <new>
 #include <ostream>
+#include <string>
 #include <utility>
+#include <vector>
 
-#include "cli/commands/InspectCommand.h"
-#include "cli/commands/ParamsCommand.h"
-#include "cli/commands/PresetsCommand.h"
-#include "cli/commands/RenderCommand.h"
-#include "cli/commands/TestCardCommand.h"
+#include "cli/commands/Commands.h"
 #include "lomix/lomix.h"
 #include "support/Errors.h"
-#if defined(LOMIX_DRAWING)
-#include "cli/commands/CompareCommand.h"
-#include "cli/commands/PlotCommand.h"
-#include "cli/commands/SheetCommand.h"
-#endif
 
 namespace lomix::cli {
 namespace {
@@ -43,21 +35,24 @@ class Parser {
         "'lomix COMMAND --help' tells about one command. Exit codes: 0 done, 1 a read, write or\n"
         "render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
         "interrupted.\n");
-    add<RenderCommand>("render", "Put a picture through the effect");
-    add<ParamsCommand>("params", "List the effect's parameters");
-    add<PresetsCommand>("presets", "List the looks that come with lomix");
+    // In the order of the help text.
+    commands_ = {
+      addRenderCommand(app_),
+      addParamsCommand(app_),
+      addPresetsCommand(app_),
 #if defined(LOMIX_DRAWING)
-    add<SheetCommand>("sheet", "Show a picture with many looks side by side");
-    add<CompareCommand>("compare", "Tell how far two pictures are apart, and show it");
-    add<PlotCommand>("plot", "Draw the row profiles that shape a frame");
+      addSheetCommand(app_),
+      addCompareCommand(app_),
+      addPlotCommand(app_),
 #endif
-    add<InspectCommand>("inspect", "Show what a plug-in module says about itself");
-    add<TestCardCommand>("testcard", "Draw a television test card");
+      addInspectCommand(app_),
+      addTestCardCommand(app_),
+    };
   }
 
-  /// The command that is asked for; null when help or the version was, which is then printed.
-  /// Throws UsageError.
-  Command* parse(std::vector<std::string> arguments, std::ostream& out) {
+  /// Returns the command that the arguments name, its options filled in. Prints help or the version
+  /// to out where they ask for that, and returns null. Throws UsageError.
+  const Command* parse(std::vector<std::string> arguments, std::ostream& out) {
     std::ranges::reverse(arguments);  // The parser takes them from the back.
     try {
       app_.parse(std::move(arguments));
@@ -67,23 +62,17 @@ class Parser {
     } catch (const CLI::ParseError& error) {
       throw UsageError(explain(error));
     }
-    for (const auto& [app, command] : commands_) {
-      if (app->parsed()) return command.get();
+    for (const Command& command : commands_) {
+      if (command.parser->parsed()) return &command;
     }
     throw UsageError("lomix: no command is given (see 'lomix --help')");
   }
 
  private:
-  template <typename T>
-  void add(const char* name, const char* purpose) {
-    CLI::App* app = app_.add_subcommand(name, purpose);
-    commands_.emplace_back(app, std::make_unique<T>(*app));
-  }
-
   std::string explain(const CLI::ParseError& error) const {
     std::string name = "lomix";
-    for (const auto& [app, command] : commands_) {
-      if (app->parsed()) name += " " + app->get_name();
+    for (const Command& command : commands_) {
+      if (command.parser->parsed()) name += " " + command.parser->get_name();
     }
     std::string cause = error.what();
     std::ranges::replace(cause, '\n', ' ');
@@ -93,7 +82,7 @@ class Parser {
   }
 
   CLI::App app_{"Makes pictures look like badly received analogue television.", "lomix"};
-  std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> commands_;
+  std::vector<Command> commands_;
 };
 
 /// Prints an error as one line, whatever its text holds.
@@ -110,7 +99,7 @@ int fail(const Streams& streams, std::string message, int exitCode,
 int runCommandLine(const std::vector<std::string>& arguments, const Streams& streams) {
   try {
     Parser parser;
-    if (Command* command = parser.parse(arguments, streams.out)) command->run(streams);
+    if (const Command* command = parser.parse(arguments, streams.out)) command->run(streams);
     if (!streams.out.flush()) {
       throw CommandError("standard output: it takes no more text (check where it goes)");
     }

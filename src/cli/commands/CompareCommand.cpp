@@ -1,5 +1,4 @@
-#include "cli/commands/CompareCommand.h"
-
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -7,8 +6,11 @@
 #include <iomanip>
 #include <ostream>
 #include <sstream>
+#include <string>
 
+#include "cli/commands/Commands.h"
 #include "cli/figures/ContactSheet.h"
+#include "media/picture/Difference.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
 #include "support/Text.h"
@@ -51,21 +53,30 @@ Picture split(const Picture& a, const Picture& b) {
   return both;
 }
 
-}  // namespace
+/// The options of `lomix compare`.
+struct Options {
+  std::string a;
+  std::string b;
+  std::string output;
+  std::string view = "side";
+  double gain = 8.0;
+  bool overwrite = false;
+};
 
-CompareCommand::CompareCommand(CLI::App& app) {
-  app.add_option("A", a_, "The first picture")->type_name("FILE")->required();
-  app.add_option("B", b_, "The second one, of the same size")->type_name("FILE")->required();
-  app.add_option("OUTPUT", output_, "A picture of both to write, if wanted")->type_name("FILE");
-  app.add_option("--view", view_,
+void declare(CLI::App& app, Options& options) {
+  app.add_option("A", options.a, "The first picture")->type_name("FILE")->required();
+  app.add_option("B", options.b, "The second one, of the same size")->type_name("FILE")->required();
+  app.add_option("OUTPUT", options.output, "A picture of both to write, if wanted")
+      ->type_name("FILE");
+  app.add_option("--view", options.view,
                  "What OUTPUT shows: side (A beside B, the default),\n"
                  "split (the left half of A, the right half of B) or\n"
                  "difference (how far each colour is apart)")
       ->type_name("side|split|difference");
-  app.add_option("--gain", gain_, "How much differences are brightened; 8 by default")
+  app.add_option("--gain", options.gain, "How much differences are brightened; 8 by default")
       ->type_name("N")
       ->check(CLI::Range(0.001, 65536.0));
-  app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists");
+  app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
       "Prints the largest difference and the peak signal-to-noise ratio.\n\n"
       "Examples:\n"
@@ -74,43 +85,54 @@ CompareCommand::CompareCommand(CLI::App& app) {
       "  lomix compare a.exr b.exr where.png --view difference --gain 100\n");
 }
 
-Picture CompareCommand::draw(const Picture& a, const Picture& b, const std::string& finding) const {
+Picture draw(const Options& options, const Picture& a, const Picture& b,
+             const std::string& finding) {
   const auto name = [](const std::string& file) {
     return std::filesystem::path(file).filename().string();
   };
   const Picture a8 = toDepth(a, 8);
   const Picture b8 = toDepth(b, 8);
-  const int count = view_ == "side" ? 2 : 1;
+  const int count = options.view == "side" ? 2 : 1;
   ContactSheet sheet({count, count, a.width(), a.height(), 1}, {});
-  if (view_ == "side") {
-    sheet.place(0, a8, {name(a_)});
-    sheet.place(1, b8, {name(b_)});
-  } else if (view_ == "split") {
-    sheet.place(0, split(a8, b8), {name(a_) + "  |  " + name(b_)});
+  if (options.view == "side") {
+    sheet.place(0, a8, {name(options.a)});
+    sheet.place(1, b8, {name(options.b)});
+  } else if (options.view == "split") {
+    sheet.place(0, split(a8, b8), {name(options.a) + "  |  " + name(options.b)});
   } else {
-    sheet.place(0, differencePicture(a, b, gain_),
-                {"difference × " + shortest(gain_) + "; largest: " + finding});
+    sheet.place(0, differencePicture(a, b, options.gain),
+                {"difference × " + shortest(options.gain) + "; largest: " + finding});
   }
   return sheet.finish();
 }
 
-void CompareCommand::run(const Streams& streams) {
-  if (view_ != "side" && view_ != "split" && view_ != "difference") {
-    throw UsageError("--view: there is no view '" + view_ + "' (use side, split or difference)");
+void run(const Options& options, const Streams& streams) {
+  if (options.view != "side" && options.view != "split" && options.view != "difference") {
+    throw UsageError("--view: there is no view '" + options.view +
+                     "' (use side, split or difference)");
   }
-  if (!output_.empty()) media::checkWritable(output_, overwrite_);
-  Picture a = media::readPicture(a_);
-  Picture b = media::readPicture(b_);
+  if (!options.output.empty()) media::checkWritable(options.output, options.overwrite);
+  Picture a = media::readPicture(options.a);
+  Picture b = media::readPicture(options.b);
   if (a.width() != b.width() || a.height() != b.height()) {
-    throw CommandError("lomix compare: '" + a_ + "' is " + sizeText(a) + " and '" + b_ + "' is " +
-                       sizeText(b) + " (compare pictures of one size)");
+    throw CommandError("lomix compare: '" + options.a + "' is " + sizeText(a) + " and '" +
+                       options.b + "' is " + sizeText(b) + " (compare pictures of one size)");
   }
   const int depth = std::max(a.depth(), b.depth());
   a = toDepth(std::move(a), depth);
   b = toDepth(std::move(b), depth);
   const std::string finding = findingText(measureDifference(a, b), depth);
-  if (!output_.empty()) media::writePicture(draw(a, b, finding), output_, overwrite_);
+  if (!options.output.empty()) {
+    media::writePicture(draw(options, a, b, finding), options.output, options.overwrite);
+  }
   streams.out << "largest difference: " << finding << "\n";
+}
+
+}  // namespace
+
+Command addCompareCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "compare", "Tell how far two pictures are apart, and show it",
+                             declare, run);
 }
 
 }  // namespace lomix::cli

@@ -1,13 +1,14 @@
-#include "cli/commands/InspectCommand.h"
-
+#include <CLI/App.hpp>
 #include <array>
 #include <charconv>
 #include <ostream>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "batch/Plugin.h"
+#include "cli/commands/Commands.h"
 #include "looks/ParameterReport.h"
 #include "support/VersionWord.h"
 
@@ -59,28 +60,34 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
-}  // namespace
+/// The options of `lomix inspect`.
+struct Options {
+  std::string module;
+  bool json = false;
+};
 
-InspectCommand::InspectCommand(CLI::App& app) {
-  app.add_option("MODULE", module_, "The plug-in module to look at")->type_name("FILE")->required();
-  app.add_flag("--json", json_, "Print JSON for programs");
+void declare(CLI::App& app, Options& options) {
+  app.add_option("MODULE", options.module, "The plug-in module to look at")
+      ->type_name("FILE")
+      ->required();
+  app.add_flag("--json", options.json, "Print JSON for programs");
   app.footer(
       "Examples:\n"
       "  lomix inspect ./Lomix.so\n"
       "  lomix inspect ./Lomix.so --json\n");
 }
 
-void InspectCommand::run(const Streams& streams) {
-  batch::Plugin plugin(batch::findPlugin(module_), host::Personality::AfterEffects);
+void run(const Options& options, const Streams& streams) {
+  batch::Plugin plugin(batch::findPlugin(options.module), host::Personality::AfterEffects);
   const std::string about = plugin.about();
   const host::GlobalInfo& info = plugin.info();
   const VersionWord version = decodeVersion(info.version);
   const auto outFlags = namesOf(info.outFlags, kOutFlagNames);
   const auto outFlags2 = namesOf(info.outFlags2, kOutFlag2Names);
 
-  if (json_) {
+  if (options.json) {
     const nlohmann::ordered_json report{
-        {"module", module_},
+        {"module", options.module},
         {"about", about},
         {"version",
          {{"word", info.version},
@@ -110,6 +117,13 @@ void InspectCommand::run(const Streams& streams) {
     print(plugin.parameters(), streams.out);
   }
   plugin.finish();
+}
+
+}  // namespace
+
+Command addInspectCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "inspect", "Show what a plug-in module says about itself",
+                             declare, run);
 }
 
 }  // namespace lomix::cli

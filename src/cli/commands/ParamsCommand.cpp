@@ -1,16 +1,25 @@
-#include "cli/commands/ParamsCommand.h"
-
+#include <CLI/App.hpp>
 #include <optional>
 #include <ostream>
+#include <string>
 
 #include "batch/Plugin.h"
+#include "cli/commands/Commands.h"
 #include "looks/ParameterReport.h"
 
 namespace lomix::cli {
+namespace {
 
-ParamsCommand::ParamsCommand(CLI::App& app) {
-  app.add_flag("--json", json_, "Print JSON for programs");
-  app.add_option("--plugin", plugin_, "A module to ask instead of the effect in this program")
+/// The options of `lomix params`.
+struct Options {
+  std::string plugin;
+  bool json = false;
+};
+
+void declare(CLI::App& app, Options& options) {
+  app.add_flag("--json", options.json, "Print JSON for programs");
+  app.add_option("--plugin", options.plugin,
+                 "A module to ask instead of the effect in this program")
       ->type_name("FILE");
   app.footer(
       "Examples:\n"
@@ -18,18 +27,24 @@ ParamsCommand::ParamsCommand(CLI::App& app) {
       "  lomix params --json --plugin ./Lomix.so\n");
 }
 
-void ParamsCommand::run(const Streams& streams) {
+void run(const Options& options, const Streams& streams) {
   std::optional<batch::Plugin> plugin;
-  if (!plugin_.empty()) {
-    plugin.emplace(batch::findPlugin(plugin_), host::Personality::AfterEffects);
+  if (!options.plugin.empty()) {
+    plugin.emplace(batch::findPlugin(options.plugin), host::Personality::AfterEffects);
   }
   const looks::ParameterTable& table = plugin ? plugin->parameters() : looks::effectTable();
-  if (json_) {
+  if (options.json) {
     streams.out << nlohmann::ordered_json{{"parameters", toJson(table)}}.dump(2) << "\n";
   } else {
     print(table, streams.out);
   }
   if (plugin) plugin->finish();
+}
+
+}  // namespace
+
+Command addParamsCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "params", "List the effect's parameters", declare, run);
 }
 
 }  // namespace lomix::cli

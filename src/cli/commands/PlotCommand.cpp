@@ -1,9 +1,10 @@
-#include "cli/commands/PlotCommand.h"
-
+#include <CLI/App.hpp>
 #include <filesystem>
+#include <string>
 #include <utility>
 
 #include "cli/OptionValues.h"
+#include "cli/commands/Commands.h"
 #include "cli/figures/ProfilePlot.h"
 #include "looks/ParameterTable.h"
 #include "media/picture/PictureFile.h"
@@ -33,22 +34,29 @@ std::pair<double, double> parseSpan(const std::string& text) {
   return {*first, *last};
 }
 
-}  // namespace
+/// The options of `lomix plot`.
+struct Options {
+  std::string output;
+  int rows = 540;
+  std::string time = "1";
+  std::string over = "0:8";
+  bool overwrite = false;
+};
 
-PlotCommand::PlotCommand(CLI::App& app) {
-  app.add_option("OUTPUT", output_,
+void declare(CLI::App& app, Options& options) {
+  app.add_option("OUTPUT", options.output,
                  "The picture to write; its extension chooses the\n"
                  "format: .svg, .png, .jpg, ...")
       ->type_name("FILE")
       ->required();
-  app.add_option("--rows", rows_, "Height of the frame in rows; 540 by default")
+  app.add_option("--rows", options.rows, "Height of the frame in rows; 540 by default")
       ->type_name("N")
       ->check(CLI::Range(16, 16384));
-  app.add_option("--time", time_, "The moment of the curves; 1 by default")
+  app.add_option("--time", options.time, "The moment of the curves; 1 by default")
       ->type_name("SECONDS|N/D");
-  app.add_option("--over", over_, "The span of the time axis; 0:8 by default")
+  app.add_option("--over", options.over, "The span of the time axis; 0:8 by default")
       ->type_name("FROM:TO");
-  app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists");
+  app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
       "Every row of a frame has three values, which only depend on its place and on the time:\n"
       "the weight of the scan distortion, the brightness of the bars, the jitter of the signal.\n\n"
@@ -57,24 +65,31 @@ PlotCommand::PlotCommand(CLI::App& app) {
       "  lomix plot profiles.svg --rows 1080 --time 2.5 --over 0:20\n");
 }
 
-void PlotCommand::run(const Streams&) {
-  const auto [from, to] = parseSpan(over_);
-  const ProfileRange range{rows_, batch::inSeconds(parseTime(time_)), from, to};
+void run(const Options& options, const Streams&) {
+  const auto [from, to] = parseSpan(options.over);
+  const ProfileRange range{options.rows, batch::inSeconds(parseTime(options.time)), from, to};
   const bool svg =
-      looks::normalisedName(std::filesystem::path(output_).extension().string()) == ".svg";
+      looks::normalisedName(std::filesystem::path(options.output).extension().string()) == ".svg";
   if (svg) {
-    checkNewFile(output_, overwrite_);
+    checkNewFile(options.output, options.overwrite);
   } else {
-    media::checkWritable(output_, overwrite_);
+    media::checkWritable(options.output, options.overwrite);
   }
   media::Drawing drawing(svg ? media::Drawing::Kind::Svg : media::Drawing::Kind::Pixels,
                          kProfilePlotWidth, kProfilePlotHeight, kWhite);
   drawProfiles(drawing, range);
   if (svg) {
-    writeText(std::move(drawing).svg(), output_, overwrite_);
+    writeText(std::move(drawing).svg(), options.output, options.overwrite);
   } else {
-    media::writePicture(drawing.picture(), output_, overwrite_);
+    media::writePicture(drawing.picture(), options.output, options.overwrite);
   }
+}
+
+}  // namespace
+
+Command addPlotCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "plot", "Draw the row profiles that shape a frame", declare,
+                             run);
 }
 
 }  // namespace lomix::cli

@@ -1,20 +1,30 @@
-#include "cli/commands/PresetsCommand.h"
-
+#include <CLI/App.hpp>
 #include <iomanip>
 #include <ostream>
+#include <string>
 
 #include "cli/LookOptions.h"
+#include "cli/commands/Commands.h"
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
 
 namespace lomix::cli {
+namespace {
 
-PresetsCommand::PresetsCommand(CLI::App& app) {
-  CLI::Option* json = app.add_flag("--json", json_, "Print all of them as JSON for programs");
+/// The options of `lomix presets`.
+struct Options {
+  std::string shown;
+  bool json = false;
+  bool schema = false;
+};
+
+void declare(CLI::App& app, Options& options) {
+  CLI::Option* json =
+      app.add_flag("--json", options.json, "Print all of them as JSON for programs");
   CLI::Option* schema =
-      app.add_flag("--schema", schema_, "Print the JSON schema of preset files, for editors")
+      app.add_flag("--schema", options.schema, "Print the JSON schema of preset files, for editors")
           ->excludes(json);
-  app.add_option("--show", shown_,
+  app.add_option("--show", options.shown,
                  "Print one preset as its file has it: a name from\n"
                  "the list, or a file, which is checked")
       ->type_name("NAME|FILE")
@@ -27,23 +37,10 @@ PresetsCommand::PresetsCommand(CLI::App& app) {
       "  lomix render in.png out.png --preset mine.json\n");
 }
 
-void PresetsCommand::run(const Streams& streams) {
-  const looks::ParameterTable& table = looks::effectTable();
-  if (!shown_.empty()) {
-    const looks::PresetText found = presetNamed(shown_, "--show");
-    looks::parsePreset(found.text, found.source, table);
-    streams.out << found.text;
-  } else if (schema_) {
-    streams.out << looks::presetSchema(table).dump(2) << "\n";
-  } else {
-    printAll(table, streams.out);
-  }
-}
-
-void PresetsCommand::printAll(const looks::ParameterTable& table, std::ostream& out) const {
+void printAll(const looks::ParameterTable& table, bool asJson, std::ostream& out) {
   auto list = nlohmann::ordered_json::array();
   for (const looks::BuiltInPreset& builtIn : looks::builtInPresets()) {
-    if (json_) {
+    if (asJson) {
       nlohmann::ordered_json entry{{"id", builtIn.id}};
       entry.update(toJson(looks::parsePreset(builtIn.text, builtIn.id, table), table));
       list.push_back(std::move(entry));
@@ -51,7 +48,26 @@ void PresetsCommand::printAll(const looks::ParameterTable& table, std::ostream& 
       out << std::left << std::setw(22) << builtIn.id << builtIn.description << "\n";
     }
   }
-  if (json_) out << nlohmann::ordered_json{{"presets", list}}.dump(2) << "\n";
+  if (asJson) out << nlohmann::ordered_json{{"presets", list}}.dump(2) << "\n";
+}
+
+void run(const Options& options, const Streams& streams) {
+  const looks::ParameterTable& table = looks::effectTable();
+  if (!options.shown.empty()) {
+    const looks::PresetText found = presetNamed(options.shown, "--show");
+    looks::parsePreset(found.text, found.source, table);
+    streams.out << found.text;
+  } else if (options.schema) {
+    streams.out << looks::presetSchema(table).dump(2) << "\n";
+  } else {
+    printAll(table, options.json, streams.out);
+  }
+}
+
+}  // namespace
+
+Command addPresetsCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "presets", "List the looks that come with lomix", declare, run);
 }
 
 }  // namespace lomix::cli

@@ -1,12 +1,14 @@
-#include "cli/commands/RenderCommand.h"
-
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include "batch/RenderRun.h"
 #include "cli/FrameList.h"
+#include "cli/LookOptions.h"
 #include "cli/OptionValues.h"
+#include "cli/commands/Commands.h"
 #include "support/Errors.h"
 #include "support/Text.h"
 
@@ -52,114 +54,137 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
   return text == "8" ? 8 : 32;
 }
 
-}  // namespace
+/// The options of `lomix render`.
+struct Options {
+  std::string input;
+  std::string output;
+  LookOptions look;
+  std::string savedPreset;
+  std::string time;
+  std::string frames;
+  std::string fps;
+  std::string depth;
+  std::string downsample = "1";
+  std::string host = "ae";
+  std::string engine;
+  std::string plugin;
+  int threads = 0;
+  std::string report;
+  std::string codec;
+  int crf = 16;
+  std::string raw;
+  bool videoOnly = false;
+  bool overwrite = false;
+  bool skipExisting = false;
+  bool quiet = false;
+};
 
-RenderCommand::RenderCommand(CLI::App& app) {
-  app.add_option("INPUT", input_,
+void declare(CLI::App& app, Options& options) {
+  app.add_option("INPUT", options.input,
                  "What to read: a picture (PNG, JPEG, TIFF, OpenEXR, ...),\n"
                  "a numbered sequence such as shot.####.exr or\n"
                  "shot.%04d.png, or a video; - for standard input")
       ->type_name("FILE")
       ->required();
-  app.add_option("OUTPUT", output_,
+  app.add_option("OUTPUT", options.output,
                  "The picture, sequence or video to write; the extension\n"
                  "chooses the format; - for standard output. JPEG knows\n"
                  "no transparency: the colours are written as they are")
       ->type_name("FILE")
       ->required();
 
-  look_.addTo(app);
-  app.add_option("--save-preset", savedPreset_,
+  options.look.addTo(app);
+  app.add_option("--save-preset", options.savedPreset,
                  "Write what --preset, --set and --key make together\n"
                  "as a preset, for use with --preset FILE")
       ->type_name("FILE")
       ->group("Effect");
-  app.add_option("--time", time_,
+  app.add_option("--time", options.time,
                  "The time of a single picture: seconds such as 1.5, or\n"
                  "a fraction such as 45/30; 0 by default")
       ->type_name("SECONDS|N/D")
       ->group("Effect");
 
   const char* sequences = "Sequences";
-  app.add_option("--frames", frames_,
+  app.add_option("--frames", options.frames,
                  "The frames to render: 1-100, 1-99x2 (every second),\n"
                  "1,5,8-12; by default all that exist. A single picture\n"
                  "is repeated for them; those of a video count from 0")
       ->type_name("A-B[xS],...")
       ->group(sequences);
-  app.add_option("--fps", fps_,
+  app.add_option("--fps", options.fps,
                  "Frames a second: frame n has the time n over this.\n"
                  "24 by default for pictures")
       ->type_name("N|N/D")
       ->group(sequences);
 
   const char* video = "Video";
-  app.add_option("--codec", codec_,
+  app.add_option("--codec", options.codec,
                  "How to write a video: h264, prores (4444, with alpha),\n"
                  "ffv1 (lossless, 8 or 16 bits), png, raw (frames without\n"
                  "a container) or y4m. By default h264, prores for .mov,\n"
                  "ffv1 for .mkv and .avi, y4m for standard output")
       ->type_name("NAME")
       ->group(video);
-  app.add_option("--crf", crf_, "Quality of h264, 0 (best) to 51; 16 by default")
+  app.add_option("--crf", options.crf, "Quality of h264, 0 (best) to 51; 16 by default")
       ->type_name("N")
       ->check(CLI::Range(0, 51))
       ->group(video);
-  app.add_option("--raw", raw_,
+  app.add_option("--raw", options.raw,
                  "INPUT is raw frames of this size and FFmpeg pixel format\n"
                  "(rgba by default), at --fps; standard output then takes\n"
                  "frames of the same kind")
       ->type_name("WxH[:FORMAT]")
       ->group(video);
-  app.add_flag("--video-only", videoOnly_, "Leave sound and subtitles out")->group(video);
+  app.add_flag("--video-only", options.videoOnly, "Leave sound and subtitles out")->group(video);
 
   const char* rendering = "Rendering";
-  app.add_option("--depth", depth_,
+  app.add_option("--depth", options.depth,
                  "Bits per channel: 8, or 32 for float. By default 8\n"
                  "for 8-bit inputs and 32 for deeper ones")
       ->type_name("8|32")
       ->group(rendering);
-  app.add_option("--downsample", downsample_,
+  app.add_option("--downsample", options.downsample,
                  "Render as a host does at reduced resolution: INPUT is\n"
                  "averaged to 1/X by 1/Y of its size, the effect is told\n"
                  "the factors, and OUTPUT has the smaller size")
       ->type_name("X[,Y]")
       ->group(rendering);
-  app.add_option("--host", host_,
+  app.add_option("--host", options.host,
                  "The host to play: ae (After Effects, the default) or\n"
                  "premiere (Premiere Pro, renders 8 bits only)")
       ->type_name("ae|premiere")
       ->group(rendering);
-  app.add_option("--engine", engine_,
+  app.add_option("--engine", options.engine,
                  "What computes the pixels: rows, the fast engine in\n"
                  "this program (default), or plugin, a module loaded as\n"
                  "a host loads it. The pixels are the same")
       ->type_name("rows|plugin")
       ->group(rendering);
-  app.add_option("--plugin", plugin_,
+  app.add_option("--plugin", options.plugin,
                  "The module for --engine plugin, which this implies; by\n"
                  "default the one that is installed with lomix")
       ->type_name("FILE")
       ->group(rendering);
-  app.add_option("--threads", threads_, "Frames in flight; all processors by default")
+  app.add_option("--threads", options.threads, "Frames in flight; all processors by default")
       ->type_name("N")
       ->check(CLI::Range(1, 1024))
       ->group(rendering);
 
   const char* files = "Files and messages";
   CLI::Option* overwrite =
-      app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists")->group(files);
-  app.add_flag("--skip-existing", skipExisting_,
+      app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(files);
+  app.add_flag("--skip-existing", options.skipExisting,
                "Keep the frames that exist and render the others: goes\n"
                "on where an earlier run was stopped")
       ->excludes(overwrite)
       ->group(files);
-  app.add_option("--report", report_,
+  app.add_option("--report", options.report,
                  "Write a report as JSON: frames, failures, times, settings,\n"
                  "versions")
       ->type_name("FILE")
       ->group(files);
-  app.add_flag("--quiet", quiet_, "Print errors only")->group(files);
+  app.add_flag("--quiet", options.quiet, "Print errors only")->group(files);
 
   app.footer(
       "Examples:\n"
@@ -172,40 +197,46 @@ RenderCommand::RenderCommand(CLI::App& app) {
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
 }
 
-void RenderCommand::run(const Streams& streams) {
+void run(const Options& options, const Streams& streams) {
   batch::RunOptions run;
-  run.threads = threadCount(threads_);
-  run.reportFile = report_;
-  run.quiet = quiet_;
+  run.threads = threadCount(options.threads);
+  run.reportFile = options.report;
+  run.quiet = options.quiet;
   batch::RenderOptions rendering;
-  rendering.personality = parsePersonality(host_);
-  rendering.downsample = parseDownsample(downsample_);
-  rendering.depth = parseDepth(depth_, rendering.personality);
-  rendering.engine = parseEngine(engine_, plugin_);
-  rendering.module = plugin_;
+  rendering.personality = parsePersonality(options.host);
+  rendering.downsample = parseDownsample(options.downsample);
+  rendering.depth = parseDepth(options.depth, rendering.personality);
+  rendering.engine = parseEngine(options.engine, options.plugin);
+  rendering.module = options.plugin;
   run.byPlugin = rendering.engine == batch::Engine::Plugin;
-  run.savedPreset = savedPreset_;
+  run.savedPreset = options.savedPreset;
 
   batch::RouteOptions& route = run.route;
-  route.input = input_;
-  route.output = output_;
-  if (!time_.empty()) route.time = parseTime(time_);
-  if (!frames_.empty()) route.frames = parseFrames(frames_);
-  if (!fps_.empty()) route.rate = parseRate(fps_);
-  if (overwrite_) route.existing = batch::Existing::Overwrite;
-  if (skipExisting_) route.existing = batch::Existing::Skip;
+  route.input = options.input;
+  route.output = options.output;
+  if (!options.time.empty()) route.time = parseTime(options.time);
+  if (!options.frames.empty()) route.frames = parseFrames(options.frames);
+  if (!options.fps.empty()) route.rate = parseRate(options.fps);
+  if (options.overwrite) route.existing = batch::Existing::Overwrite;
+  if (options.skipExisting) route.existing = batch::Existing::Skip;
   route.threads = run.threads;
-  route.codec = codec_;
-  route.crf = crf_;
-  route.videoOnly = videoOnly_;
-  if (!raw_.empty()) {
-    const std::size_t colon = raw_.find(':');
-    route.rawSize = parseSize(raw_.substr(0, colon), "--raw");
-    route.rawFormat = colon == std::string::npos ? "rgba" : raw_.substr(colon + 1);
-    if (codec_.empty() && output_ == media::kStandardStream) route.codec = "raw";
+  route.codec = options.codec;
+  route.crf = options.crf;
+  route.videoOnly = options.videoOnly;
+  if (!options.raw.empty()) {
+    const std::size_t colon = options.raw.find(':');
+    route.rawSize = parseSize(options.raw.substr(0, colon), "--raw");
+    route.rawFormat = colon == std::string::npos ? "rgba" : options.raw.substr(colon + 1);
+    if (options.codec.empty() && options.output == media::kStandardStream) route.codec = "raw";
   }
   batch::FrameRenderer renderer(rendering);
-  batch::runRender(run, renderer, look_.read(renderer.parameters()), streams);
+  batch::runRender(run, renderer, options.look.read(renderer.parameters()), streams);
+}
+
+}  // namespace
+
+Command addRenderCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "render", "Put a picture through the effect", declare, run);
 }
 
 }  // namespace lomix::cli

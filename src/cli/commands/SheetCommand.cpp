@@ -1,13 +1,17 @@
-#include "cli/commands/SheetCommand.h"
-
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "batch/FrameRenderer.h"
+#include "cli/LookOptions.h"
 #include "cli/OptionValues.h"
+#include "cli/commands/Commands.h"
 #include "cli/figures/ContactSheet.h"
+#include "cli/figures/SheetAxis.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
 
@@ -18,47 +22,62 @@ constexpr int kUsualWidth = 320;
 // The most pictures that stand in one row when nobody says how many.
 constexpr int kUsualRow = 6;
 
-}  // namespace
+/// The options of `lomix sheet`.
+struct Options {
+  std::string input;
+  std::string output;
+  LookOptions look;
+  std::vector<std::string> sweeps;
+  bool presets = false;
+  std::string times;
+  std::string time = "0";
+  std::string title;
+  int columns = 0;
+  int width = 0;
+  bool overwrite = false;
+};
 
-SheetCommand::SheetCommand(CLI::App& app) {
-  app.add_option("INPUT", input_, "The picture to show the effect on")
+void declare(CLI::App& app, Options& options) {
+  app.add_option("INPUT", options.input, "The picture to show the effect on")
       ->type_name("FILE")
       ->required();
-  app.add_option("OUTPUT", output_, "The sheet to write; its extension chooses the format")
+  app.add_option("OUTPUT", options.output, "The sheet to write; its extension chooses the format")
       ->type_name("FILE")
       ->required();
 
   const char* shown = "What to show (several make a table, the last across)";
-  app.add_flag("--presets", presets_, "Every preset that comes with lomix")->group(shown);
-  app.add_option("--sweep", sweeps_,
+  app.add_flag("--presets", options.presets, "Every preset that comes with lomix")->group(shown);
+  app.add_option("--sweep", options.sweeps,
                  "A parameter at COUNT values, or at those listed;\n"
                  "may be given many times")
       ->type_name("NAME=FROM:TO:COUNT|NAME=VALUE,...")
       ->allow_extra_args(false)
       ->group(shown);
-  app.add_option("--times", times_, "The look at COUNT times, or at those listed")
+  app.add_option("--times", options.times, "The look at COUNT times, or at those listed")
       ->type_name("FROM:TO:COUNT|SECONDS,...")
       ->group(shown);
 
-  look_.addTo(app);
+  options.look.addTo(app);
   app.get_option("--presets")->excludes(app.get_option("--preset"));
-  app.add_option("--time", time_, "The time of the pictures without --times; 0 by default")
+  app.add_option("--time", options.time, "The time of the pictures without --times; 0 by default")
       ->type_name("SECONDS|N/D")
       ->group("Effect");
 
   const char* layout = "Layout";
-  app.add_option("--columns", columns_, "Pictures in a row")
+  app.add_option("--columns", options.columns, "Pictures in a row")
       ->type_name("N")
       ->check(CLI::Range(1, kMaxSheetCells))
       ->group(layout);
-  app.add_option("--width", width_,
+  app.add_option("--width", options.width,
                  "Width of each picture in pixels; by default that of\n"
                  "INPUT, 320 at most")
       ->type_name("N")
       ->check(CLI::Range(16, 8192))
       ->group(layout);
-  app.add_option("--title", title_, "A line above the pictures")->type_name("TEXT")->group(layout);
-  app.add_flag("--overwrite", overwrite_, "Replace OUTPUT if it exists")->group(layout);
+  app.add_option("--title", options.title, "A line above the pictures")
+      ->type_name("TEXT")
+      ->group(layout);
+  app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(layout);
   app.footer(
       "Examples:\n"
       "  lomix sheet in.png noise.png --sweep Noise=0:100:5\n"
@@ -68,20 +87,27 @@ SheetCommand::SheetCommand(CLI::App& app) {
       "      --sweep \"Scan Distortion=0:60:4\" --time 1.3\n");
 }
 
-std::vector<std::vector<Step>> SheetCommand::axes(const looks::ParameterTable& table) const {
+std::vector<std::vector<Step>> axesOf(const Options& options, const looks::ParameterTable& table) {
   std::vector<std::vector<Step>> all;
-  if (presets_) all.push_back(presetAxis(table));
-  for (const std::string& sweep : sweeps_) all.push_back(parameterAxis(table, sweep));
-  if (!times_.empty()) all.push_back(timeAxis(times_));
+  if (options.presets) all.push_back(presetAxis(table));
+  for (const std::string& sweep : options.sweeps) all.push_back(parameterAxis(table, sweep));
+  if (!options.times.empty()) all.push_back(timeAxis(options.times));
   if (all.empty()) {
     throw UsageError("lomix sheet: nothing tells what to show (add --sweep, --presets or --times)");
   }
   return all;
 }
 
-std::vector<SheetCommand::Cell> SheetCommand::cells(
-    const looks::ParameterTable& table, const std::vector<std::vector<Step>>& axes) const {
-  std::vector<Cell> all{{{}, {look_.read(table), parseTime(time_)}}};
+/// A picture of the sheet.
+struct Cell {
+  std::vector<std::string> label;
+  Moment moment;
+};
+
+/// Returns every combination of the axes' steps; the last axis changes fastest.
+std::vector<Cell> cellsOf(const Options& options, const looks::ParameterTable& table,
+                          const std::vector<std::vector<Step>>& axes) {
+  std::vector<Cell> all{{{}, {options.look.read(table), parseTime(options.time)}}};
   for (const std::vector<Step>& axis : axes) {
     if (all.size() * axis.size() > std::size_t{kMaxSheetCells}) {
       throw UsageError("lomix sheet: these are more than " + std::to_string(kMaxSheetCells) +
@@ -100,38 +126,45 @@ std::vector<SheetCommand::Cell> SheetCommand::cells(
   return all;
 }
 
-int SheetCommand::columnsFor(const std::vector<std::vector<Step>>& axes, int count) const {
-  if (columns_ > 0) return columns_;
+int columnsFor(const Options& options, const std::vector<std::vector<Step>>& axes, int count) {
+  if (options.columns > 0) return options.columns;
   if (axes.size() > 1) return static_cast<int>(axes.back().size());
   if (count <= kUsualRow) return count;
   return static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
 }
 
-void SheetCommand::run(const Streams&) {
+void run(const Options& options, const Streams&) {
   batch::FrameRenderer renderer({});
-  const std::vector<std::vector<Step>> shown = axes(renderer.parameters());
-  const std::vector<Cell> all = cells(renderer.parameters(), shown);
-  media::checkWritable(output_, overwrite_);
-  const media::Picture picture = media::readPicture(input_);
+  const std::vector<std::vector<Step>> axes = axesOf(options, renderer.parameters());
+  const std::vector<Cell> cells = cellsOf(options, renderer.parameters(), axes);
+  media::checkWritable(options.output, options.overwrite);
+  const media::Picture picture = media::readPicture(options.input);
 
-  const int count = static_cast<int>(all.size());
-  const int width = width_ > 0 ? width_ : std::min(kUsualWidth, picture.width());
+  const int count = static_cast<int>(cells.size());
+  const int width = options.width > 0 ? options.width : std::min(kUsualWidth, picture.width());
   // What an odd pixel aspect makes too high for an int is too high for a picture all the same.
   const double height = std::clamp(
       width * static_cast<double>(picture.height()) / (picture.width() * picture.info.pixelAspect),
       1.0, static_cast<double>(media::Picture::kMaxSide));
-  ContactSheet sheet({count, columnsFor(shown, count), width, static_cast<int>(std::lround(height)),
-                      static_cast<int>(shown.size())},
-                     title_);
+  ContactSheet sheet({count, columnsFor(options, axes, count), width,
+                      static_cast<int>(std::lround(height)), static_cast<int>(axes.size())},
+                     options.title);
   const int threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   for (int i = 0; i < count; ++i) {
-    const auto& [label, moment] = all[static_cast<std::size_t>(i)];
+    const auto& [label, moment] = cells[static_cast<std::size_t>(i)];
     media::Picture input = picture;
     media::Picture rendered;
     renderer.render(moment.look, input, moment.time, threads, rendered);
     sheet.place(i, toDepth(std::move(rendered), 8), label);
   }
-  media::writePicture(sheet.finish(), output_, overwrite_);
+  media::writePicture(sheet.finish(), options.output, options.overwrite);
+}
+
+}  // namespace
+
+Command addSheetCommand(CLI::App& lomix) {
+  return addCommand<Options>(lomix, "sheet", "Show a picture with many looks side by side", declare,
+                             run);
 }
 
 }  // namespace lomix::cli

@@ -1,0 +1,44 @@
+// The commands of `lomix`: each adds its subcommand to the parser and runs once that has filled its
+// options in.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <functional>
+#include <memory>
+
+#include "support/Streams.h"
+
+namespace lomix::cli {
+
+/// A subcommand and the work that it does.
+struct Command {
+  CLI::App* parser;  ///< Owned by the parser of `lomix`.
+  /// Does the work with the options that were parsed. Throws UsageError, CommandError,
+  /// FramesFailed, Interrupted, MediaError or host::HostError.
+  std::function<void(const Streams&)> run;
+};
+
+Command addRenderCommand(CLI::App& lomix);
+Command addParamsCommand(CLI::App& lomix);
+Command addPresetsCommand(CLI::App& lomix);
+Command addInspectCommand(CLI::App& lomix);
+Command addTestCardCommand(CLI::App& lomix);
+// Only in builds with text and lines in pictures (LOMIX_DRAWING).
+Command addSheetCommand(CLI::App& lomix);
+Command addCompareCommand(CLI::App& lomix);
+Command addPlotCommand(CLI::App& lomix);
+
+/// Adds a subcommand. declare: adds its options to the subcommand's parser, which writes the parsed
+/// values to the Options; run: does the work with them.
+template <typename Options>
+Command addCommand(CLI::App& lomix, const char* name, const char* purpose,
+                   void (*declare)(CLI::App&, Options&),
+                   void (*run)(const Options&, const Streams&)) {
+  CLI::App* parser = lomix.add_subcommand(name, purpose);
+  // On the heap: the parser keeps references to the single options.
+  const auto options = std::make_shared<Options>();
+  declare(*parser, *options);
+  return {parser, [options, run](const Streams& streams) { run(*options, streams); }};
+}
+
+}  // namespace lomix::cli
