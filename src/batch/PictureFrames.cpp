@@ -98,8 +98,8 @@ PictureSink::PictureSink(fs::path file, Existing existing)
 
 bool PictureSink::has(const Frame&) const { return existing_ == Existing::Skip && isThere(file_); }
 
-std::unique_ptr<ReadyFrame> PictureSink::take(const Frame&,
-                                              std::shared_ptr<media::Picture> picture) {
+std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
+                                                         std::shared_ptr<media::Picture> picture) {
   media::writePicture(*picture, file_, existing_ == Existing::Overwrite);
   return nullptr;
 }
@@ -124,8 +124,8 @@ bool SequenceSink::has(const Frame& frame) const {
   return existing_ == Existing::Skip && isThere(name_.file(frame.number));
 }
 
-std::unique_ptr<ReadyFrame> SequenceSink::take(const Frame& frame,
-                                               std::shared_ptr<media::Picture> picture) {
+std::unique_ptr<media::EncodableFrame> SequenceSink::take(const Frame& frame,
+                                                          std::shared_ptr<media::Picture> picture) {
   media::writePicture(*picture, name_.file(frame.number), existing_ == Existing::Overwrite);
   return nullptr;
 }

@@ -65,8 +65,8 @@ class PictureSink : public FrameSink {
   PictureSink(std::filesystem::path file, Existing existing);
 
   bool has(const Frame& frame) const override;
-  std::unique_ptr<ReadyFrame> take(const Frame& frame,
-                                   std::shared_ptr<media::Picture> picture) override;
+  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
+                                              std::shared_ptr<media::Picture> picture) override;
 
  private:
   std::filesystem::path file_;
@@ -84,8 +84,8 @@ class SequenceSink : public FrameSink {
 
   bool has(const Frame& frame) const override;
   bool allowsGaps() const override { return true; }
-  std::unique_ptr<ReadyFrame> take(const Frame& frame,
-                                   std::shared_ptr<media::Picture> picture) override;
+  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
+                                              std::shared_ptr<media::Picture> picture) override;
 
  private:
   media::SequenceName name_;

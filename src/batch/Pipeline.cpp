@@ -116,12 +116,12 @@ void Pipeline::process(const Job& job) {
     renderer_.render(look_, *input, job.frame.time, bandThreads_, *output);
   }
   input.reset();
-  std::unique_ptr<ReadyFrame> ready;
+  std::unique_ptr<media::EncodableFrame> prepared;
   {
     const Stopwatch watch(tally_.writeTime);
-    ready = sink_.take(job.frame, std::move(output));
+    prepared = sink_.take(job.frame, std::move(output));
   }
-  if (ready) append(job.place, *ready);
+  if (prepared) append(job.place, *prepared);
   ++tally_.rendered;
 }
 
@@ -138,13 +138,13 @@ bool Pipeline::load(const Frame& frame, media::Picture& picture) {
   }
 }
 
-void Pipeline::append(std::int64_t place, ReadyFrame& ready) {
+void Pipeline::append(std::int64_t place, media::EncodableFrame& prepared) {
   std::unique_lock lock(orderMutex_);
   orderChanged_.wait(lock, [&] { return place == appended_ || failed_; });
   if (failed_) return;
   {
     const Stopwatch watch(tally_.writeTime);
-    sink_.append(ready);
+    prepared.append();
   }
   ++appended_;
   orderChanged_.notify_all();

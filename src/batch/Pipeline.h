@@ -65,7 +65,7 @@ class Pipeline {
   void process(const Job& job);
   void addFailure(FrameFailure failure);
   bool load(const Frame& frame, media::Picture& picture);
-  void append(std::int64_t place, ReadyFrame& ready);
+  void append(std::int64_t place, media::EncodableFrame& prepared);
   void fail(std::exception_ptr error);
 
   FrameSource& source_;

@@ -3,15 +3,6 @@
 #include <utility>
 
 namespace lomix::batch {
-namespace {
-
-class ReadyVideoFrame : public ReadyFrame {
- public:
-  explicit ReadyVideoFrame(std::unique_ptr<media::EncodableFrame> made) : frame(std::move(made)) {}
-  std::unique_ptr<media::EncodableFrame> frame;
-};
-
-}  // namespace
 
 VideoSource::VideoSource(const media::VideoInput& input, std::vector<std::int64_t> wanted)
     : reader_(media::openVideo(input)), wanted_(std::move(wanted)) {}
@@ -52,14 +43,9 @@ VideoSink::VideoSink(const media::VideoOutput& output, media::VideoReader* sourc
                      std::int64_t firstNumber)
     : writer_(media::createVideo(output, source)), firstNumber_(firstNumber) {}
 
-std::unique_ptr<ReadyFrame> VideoSink::take(const Frame& frame,
-                                            std::shared_ptr<media::Picture> picture) {
-  return std::make_unique<ReadyVideoFrame>(
-      writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_));
-}
-
-void VideoSink::append(ReadyFrame& frame) {
-  writer_->append(*static_cast<ReadyVideoFrame&>(frame).frame);
+std::unique_ptr<media::EncodableFrame> VideoSink::take(const Frame& frame,
+                                                       std::shared_ptr<media::Picture> picture) {
+  return writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_);
 }
 
 }  // namespace lomix::batch

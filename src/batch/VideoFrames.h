@@ -9,12 +9,13 @@
 
 namespace lomix::batch {
 
-/// The frames of a video, numbered from 0; their times count from the first.
+/// The frames of a video, numbered from 0. The first frame has time 0.
 class VideoSource : public FrameSource {
  public:
   /// wanted: the frames to take, ascending; empty for all. Throws MediaError.
   VideoSource(const media::VideoInput& input, std::vector<std::int64_t> wanted);
 
+  /// Returns the reader, which lives as long as the source.
   media::VideoReader& reader() { return *reader_; }
 
   std::optional<std::int64_t> count() const override;
@@ -31,15 +32,15 @@ class VideoSource : public FrameSource {
   bool atEnd_ = false;
 };
 
+/// A video file. Its frames are appended in the order of the source.
 class VideoSink : public FrameSink {
  public:
-  /// source: the video whose other streams go along; null for none. firstNumber: of pictures, the
-  /// frame that stands at time 0. Throws MediaError.
+  /// source: the video whose other streams are copied, which must outlive the sink; null for none.
+  /// firstNumber: for frames from pictures, the number of the frame at time 0. Throws MediaError.
   VideoSink(const media::VideoOutput& output, media::VideoReader* source, std::int64_t firstNumber);
 
-  std::unique_ptr<ReadyFrame> take(const Frame& frame,
-                                   std::shared_ptr<media::Picture> picture) override;
-  void append(ReadyFrame& frame) override;
+  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
+                                              std::shared_ptr<media::Picture> picture) override;
   void finish() override { writer_->finish(); }
 
  private:

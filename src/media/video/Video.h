@@ -72,13 +72,17 @@ class VideoReader {
   virtual void toPicture(const VideoFrame& frame, Picture& picture) = 0;
 };
 
-/// A frame in the form that its encoder takes.
+/// A frame in the form that its encoder takes. Its writer must outlive it.
 class EncodableFrame {
  public:
   EncodableFrame() = default;
   virtual ~EncodableFrame() = default;
   EncodableFrame(const EncodableFrame&) = delete;
   EncodableFrame& operator=(const EncodableFrame&) = delete;
+
+  /// Encodes the frame. Once, one thread at a time for all frames of a video, in the video's order.
+  /// Throws MediaError.
+  virtual void append() = 0;
 };
 
 class VideoWriter {
@@ -88,14 +92,14 @@ class VideoWriter {
   VideoWriter(const VideoWriter&) = delete;
   VideoWriter& operator=(const VideoWriter&) = delete;
 
-  /// Any thread. The pixels may be changed and kept until append() is through. origin: the frame
-  /// that the picture was made of, null when it is no video's; then place is its time in frames.
-  /// The first call settles size and pixel format. Throws MediaError.
+  /// Converts a picture to the frame that the encoder takes. Any thread. picture: may be changed,
+  /// and is kept until the frame's append() returns. origin: the decoded frame that the picture was
+  /// made from; null for a picture from a file, whose time is place, in frames. The first call
+  /// fixes size and pixel format. Throws MediaError.
   virtual std::unique_ptr<EncodableFrame> prepare(std::shared_ptr<Picture> picture,
                                                   const VideoFrame* origin, std::int64_t place) = 0;
-  /// Encodes a prepared frame. One thread at a time, in order. Throws MediaError.
-  virtual void append(EncodableFrame& frame) = 0;
-  /// Ends the file, which then appears under its name. Throws MediaError.
+  /// Completes the file after the last frame; only then it appears under its name. Throws
+  /// MediaError.
   virtual void finish() = 0;
 };
 

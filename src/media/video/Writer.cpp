@@ -9,10 +9,17 @@
 
 namespace lomix::media {
 
-class Writer::Ready : public EncodableFrame {
+/// A converted frame with the packets of the other streams that come before it.
+class Writer::PreparedFrame : public EncodableFrame {
  public:
+  explicit PreparedFrame(Writer& writer) : writer_(writer) {}
+  void append() override { writer_.append(*this); }
+
   FfmpegPtr<AVFrame> frame;
   std::vector<FfmpegPtr<AVPacket>> packets;
+
+ private:
+  Writer& writer_;
 };
 
 namespace {
@@ -234,9 +241,9 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
     throw MediaError(cannotWrite(output_.name) +
                      "the frames differ in size or depth (make them alike first)");
   }
-  auto ready = std::make_unique<Ready>();
-  ready->frame = newFrame();
-  AVFrame& frame = *ready->frame;
+  auto prepared = std::make_unique<PreparedFrame>(*this);
+  prepared->frame = newFrame();
+  AVFrame& frame = *prepared->frame;
   frame.format = encoder_->pix_fmt;
   frame.width = encoder_->width;
   frame.height = encoder_->height;
@@ -254,10 +261,10 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
     frame.pts = av_rescale_q(decoded.frame->pts, from, encoder_->time_base);
     frame.pkt_duration = av_rescale_q(decoded.frame->pkt_duration, from, encoder_->time_base);
     for (const FfmpegPtr<AVPacket>& packet : decoded.packets) {
-      ready->packets.emplace_back(required(av_packet_clone(packet.get())));
+      prepared->packets.emplace_back(required(av_packet_clone(packet.get())));
     }
   }
-  return ready;
+  return prepared;
 }
 
 void Writer::fill(AVFrame& frame, std::shared_ptr<Picture> picture) {
@@ -289,16 +296,15 @@ void Writer::writeWrapped(AVFrame& frame) {
   write(*packet_);
 }
 
-void Writer::append(EncodableFrame& frame) {
-  Ready& ready = static_cast<Ready&>(frame);
-  copy(ready.packets);
+void Writer::append(PreparedFrame& prepared) {
+  copy(prepared.packets);
   if (wraps_ && encoder_->codec_id == AV_CODEC_ID_RAWVIDEO) {
-    writeWrapped(*ready.frame);
+    writeWrapped(*prepared.frame);
   } else {
-    durations_[ready.frame->pts] = ready.frame->pkt_duration;
-    encode(ready.frame.get());
+    durations_[prepared.frame->pts] = prepared.frame->pkt_duration;
+    encode(prepared.frame.get());
   }
-  ready.frame.reset();
+  prepared.frame.reset();
 }
 
 void Writer::copy(std::vector<FfmpegPtr<AVPacket>>& packets) {

@@ -19,12 +19,12 @@ class Writer : public VideoWriter {
 
   std::unique_ptr<EncodableFrame> prepare(std::shared_ptr<Picture> picture,
                                           const VideoFrame* origin, std::int64_t place) override;
-  void append(EncodableFrame& frame) override;
   void finish() override;
 
  private:
-  class Ready;
+  class PreparedFrame;
 
+  void append(PreparedFrame& prepared);
   std::unique_ptr<EncodableFrame> prepareTurned(std::shared_ptr<Picture> picture,
                                                 const VideoFrame* origin, std::int64_t place);
   void fill(AVFrame& frame, std::shared_ptr<Picture> picture);
