@@ -1,4 +1,4 @@
-/* clang-format off: the columns and paragraphs are set by hand. */
+/* clang-format off */
 /*
  * lomix.h: the Lomix effect for other programs. C11 and C++.
  *
