@@ -16,18 +16,18 @@ file=tests/golden/frames.tsv
 bin=build/dev/bin
 work=$(mktemp -d)
 trap 'rm -rf "$work" "$file.new"' EXIT
-for engine in kernel rows; do
+for engine in reference rows; do
   build/dev/tests/golden_frames "$bin/$engine/Lomix.so" >"$work/$engine"
 done
-if ! cmp -s "$work/kernel" "$work/rows"; then
+if ! cmp -s "$work/reference" "$work/rows"; then
   echo "error: golden frames: the two engines disagree, nothing was blessed (make them agree):" >&2
-  diff "$work/kernel" "$work/rows" >&2 || true
+  diff "$work/reference" "$work/rows" >&2 || true
   exit 1
 fi
 
 touch "$work/old"
 [ ! -f "$file" ] || grep -v '^#' "$file" >"$work/old" || true
-if cmp -s "$work/old" "$work/kernel"; then
+if cmp -s "$work/old" "$work/reference"; then
   echo "No frame changed; $file stays as it is."
   exit 0
 fi
@@ -37,7 +37,7 @@ awk -F '\t' '
   ($1 in old) && old[$1] != $2 { print "changed  " $1 }
   { delete old[$1] }
   END { for (name in old) print "gone     " name }
-' "$work/old" "$work/kernel"
+' "$work/old" "$work/reference"
 
 {
   if [ -f "$file" ]; then
@@ -47,6 +47,6 @@ awk -F '\t' '
     echo "# Written by tools/bless_golden.sh. When they were blessed, and why:"
   fi
   echo "# $(date -u +%F): $reason"
-  cat "$work/kernel"
+  cat "$work/reference"
 } >"$file.new"
 mv "$file.new" "$file"

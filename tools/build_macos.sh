@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/build_macos.sh
 # Builds Lomix.plugin for both processors of macOS on Linux, once with each engine, into
-# build/macos/kernel and build/macos/rows. tools/setup_packaging.sh installs what it takes.
+# build/macos/reference and build/macos/rows. tools/setup_packaging.sh installs what it takes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -44,10 +44,10 @@ for arch in arm64 x86_64; do
   quietly cmake -G Ninja -S . -B "build/macos/$arch" -DCMAKE_BUILD_TYPE=Release -DLOMIX_WERROR=ON \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DLOMIX_MACOS_ARCH="$arch" \
     -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_TOOLS=OFF -DLOMIX_BUILD_TESTS=OFF
-  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_kernel Lomix_rows
+  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows
 done
 
-for engine in kernel rows; do
+for engine in reference rows; do
   bundle=build/macos/$engine/Lomix.plugin
   rm -rf "$bundle"
   mkdir -p "build/macos/$engine"

@@ -14,10 +14,10 @@ done
 
 tools/build_macos.sh
 echo "Checking (macos)..."
-tools/check_macos_bundle.py build/macos/{kernel,rows}/Lomix.plugin
+tools/check_macos_bundle.py build/macos/{reference,rows}/Lomix.plugin
 # The resource is the one that the tests read.
 tools/build.sh dev --target resource_test
-for engine in kernel rows; do
+for engine in reference rows; do
   cmp "build/macos/$engine/Lomix.plugin/Contents/Resources/Lomix.rsrc" build/dev/resource/Lomix.rsrc
 done
 build/dev/tests/resource_test --gtest_brief=1

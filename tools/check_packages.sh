@@ -30,7 +30,7 @@ for file in dist/*.zip dist/*.tar.gz; do
   [ "$(find "$folder" -name Lomix.aex -o -path '*MacOS/Lomix' -o -name Lomix.so | wc -l)" -eq 2 ] ||
     fail "$file does not hold the modules of both engines"
 done
-tools/check_macos_bundle.py "$work"/*-macos/Lomix.plugin "$work"/*-macos/kernel/Lomix.plugin
+tools/check_macos_bundle.py "$work"/*-macos/Lomix.plugin "$work"/*-macos/reference/Lomix.plugin
 
 # use COMMAND...: draws a card and renders it with the module that the command finds by itself.
 use() {
@@ -40,11 +40,11 @@ use() {
 
 tree=$(echo "$work"/*-linux-*)
 use "$tree/bin/lomix"
-for engine in rows kernel; do
+for engine in rows reference; do
   "$tree/install.sh" --engine "$engine" "$work/prefix" >/dev/null
   use "$work/prefix/bin/lomix"
 done
-cmp "$tree/lib/lomix/kernel/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
+cmp "$tree/lib/lomix/reference/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
 "$tree/install.sh" --remove "$work/prefix" >/dev/null
 [ -z "$(find "$work/prefix" -type f)" ] || fail "install.sh --remove left files"
 
@@ -64,7 +64,7 @@ else
   apt-get install -y -qq "$PWD"/dist/lomix_*.deb >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"
   cd /
   use lomix
-  lomix inspect /usr/lib/lomix/kernel/Lomix.so >/dev/null
+  lomix inspect /usr/lib/lomix/reference/Lomix.so >/dev/null
   dpkg --verify lomix
   mapfile -t installed < <(dpkg -L lomix | grep lomix)
   apt-get purge -y -qq lomix >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"

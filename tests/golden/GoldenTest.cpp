@@ -30,13 +30,13 @@ void expectFramesAsBlessed(const char* moduleFile) {
   EXPECT_EQ(distinct.size(), frames().size());
 }
 
-TEST(Golden, KernelModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_KERNEL_MODULE); }
+TEST(Golden, ReferenceModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_REFERENCE_MODULE); }
 
 TEST(Golden, RowsModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_ROWS_MODULE); }
 
 TEST(Golden, FramesAreTheSameOnTheThreadsOfWindowsHosts) {
   onWindowsHostThread([] {
-    expectFramesAsBlessed(LOMIX_KERNEL_MODULE);
+    expectFramesAsBlessed(LOMIX_REFERENCE_MODULE);
     expectFramesAsBlessed(LOMIX_ROWS_MODULE);
   });
 }

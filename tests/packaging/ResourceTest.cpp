@@ -55,7 +55,7 @@ TEST(Resource, ScriptForWindowsAgreesWithTheModule) {
 
 #ifdef _WIN32
 TEST(Resource, InTheWindowsModulesAgreesWithThem) {
-  for (const char* file : {LOMIX_KERNEL_MODULE, LOMIX_ROWS_MODULE}) {
+  for (const char* file : {LOMIX_REFERENCE_MODULE, LOMIX_ROWS_MODULE}) {
     expectAsTheModuleAnswers(readWindowsModule(file), file);
   }
 }
