@@ -30,7 +30,9 @@ void expectFramesAsBlessed(const char* moduleFile) {
   EXPECT_EQ(distinct.size(), frames().size());
 }
 
-TEST(Golden, ReferenceModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_REFERENCE_MODULE); }
+TEST(Golden, ReferenceModuleDrawsTheBlessedFrames) {
+  expectFramesAsBlessed(LOMIX_REFERENCE_MODULE);
+}
 
 TEST(Golden, RowsModuleDrawsTheBlessedFrames) { expectFramesAsBlessed(LOMIX_ROWS_MODULE); }
 
