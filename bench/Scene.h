@@ -44,7 +44,7 @@ class Scene {
 
   /// Copies the source's memory: the least that any effect does.
   double copy();
-  /// Draws by the row engine on so many threads, as a context of the library does.
+  /// Draws by the row engine as a context of the library with that number of threads does.
   double engine(int threads);
   // The reference path draws every step-th row from row 0; its time is scaled to all rows.
 

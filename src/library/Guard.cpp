@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::size_t kMessageOffset = offsetof(lomix_error, message);
 
-/// The length of the longest beginning of a UTF-8 text that has at most so many bytes and ends with
-/// a whole character.
+/// Returns the length of a UTF-8 text cut to at most the given bytes at the end of a character.
 std::size_t wholeCharacters(std::string_view text, std::size_t bytes) {
   if (text.size() <= bytes) return text.size();
   const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };

@@ -10,7 +10,7 @@
 
 namespace lomix {
 
-/// One parameter: what the host is told, and what listings, presets and other front ends say of it.
+/// One parameter: its declaration for the host, and its texts for presets and other front ends.
 struct ParameterSpec {
   const char* key;   ///< Stable name for files and other programs; never changed or used again.
   const char* name;  ///< In the panel.
