@@ -116,8 +116,9 @@ void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
     if (isThere(name_.file(number))) taken.push_back(number);
   }
   if (taken.empty()) return;
-  throw MediaError(cannotWrite(name_.pattern()) + "frames exist: " + media::listed(taken) +
-                   " (add --overwrite to replace them, --skip-existing to keep them)");
+  throw AvoidableError(Remedy::OverwriteOrSkip,
+                       cannotWrite(name_.pattern()) + "frames exist: " + media::listed(taken),
+                       "replace them");
 }
 
 bool SequenceSink::has(const Frame& frame) const {

@@ -4,6 +4,7 @@
 
 #include "support/Errors.h"
 #include "support/ExecutablePath.h"
+#include "support/MediaError.h"
 
 namespace lomix::batch {
 namespace {
@@ -48,14 +49,22 @@ fs::path findPlugin(const fs::path& given) {
   // A bare name would be searched for where the system keeps its libraries.
   if (!given.empty()) return fs::absolute(given);
 
-  const fs::path folder = executablePath().parent_path();
+  const std::string wayOut = "name the module";
+  const fs::path program = executablePath(error);
+  if (error) {
+    throw AvoidableError(Remedy::NameModule,
+                         "plug-in: the folder of this program is unknown, " + error.message(),
+                         wayOut);
+  }
+  const fs::path folder = program.parent_path();
   const fs::path beside = folder / kModuleName;
   const fs::path installed = (folder / "../lib/lomix" / kModuleName).lexically_normal();
   for (const fs::path& candidate : {beside, installed}) {
     if (fs::exists(candidate, error)) return candidate;
   }
-  throw CommandError("plug-in: it is neither '" + beside.string() + "' nor '" + installed.string() +
-                     "' (name the module with --plugin FILE)");
+  throw AvoidableError(
+      Remedy::NameModule,
+      "plug-in: it is neither '" + beside.string() + "' nor '" + installed.string() + "'", wayOut);
 }
 
 Plugin::Plugin(const fs::path& file, host::Personality personality)

@@ -10,8 +10,8 @@
 
 namespace lomix::batch {
 
-/// The module to load: the given one, or, when that is empty, the one that is installed with this
-/// command. Throws CommandError when there is none.
+/// Returns the absolute path of the module to load: the given one or, when that is empty, the one
+/// that is installed with this program. Throws AvoidableError when none is installed.
 std::filesystem::path findPlugin(const std::filesystem::path& given);
 
 /// A loaded module in a host that has set it up.

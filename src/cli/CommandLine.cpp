@@ -14,6 +14,7 @@
 #include "cli/commands/Commands.h"
 #include "lomix/lomix.h"
 #include "support/Errors.h"
+#include "support/MediaError.h"
 
 namespace lomix::cli {
 namespace {
@@ -85,7 +86,24 @@ class Parser {
   std::vector<Command> commands_;
 };
 
-/// Prints an error as one line, whatever its text holds.
+/// Returns the options that take the way out of an error.
+const char* optionFor(Remedy remedy) {
+  switch (remedy) {
+    case Remedy::Overwrite:
+      return "--overwrite";
+    case Remedy::OverwriteOrSkip:
+      return "--overwrite, or keep them with --skip-existing";
+    case Remedy::ChooseCodec:
+      return "--codec";
+    case Remedy::VideoOnly:
+      return "--video-only";
+    case Remedy::NameModule:
+      return "--plugin FILE";
+  }
+  return "other options";
+}
+
+/// Prints an error as one line: line breaks in its text become spaces. Returns exitCode.
 int fail(const Streams& streams, std::string message, int exitCode,
          std::string_view beginning = "error: ") {
   std::ranges::replace_if(
@@ -110,6 +128,8 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
     return fail(streams, error.what(), kExitFramesFailed);
   } catch (const Interrupted& interrupted) {
     return fail(streams, interrupted.what(), kExitSignal + interrupted.signal(), "interrupted: ");
+  } catch (const AvoidableError& error) {
+    return fail(streams, error.wayOutWith(optionFor(error.remedy())), kExitFailed);
   } catch (const std::bad_alloc&) {
     return fail(streams, "lomix: the memory does not suffice (use a smaller picture)", kExitFailed);
   } catch (const std::exception& error) {

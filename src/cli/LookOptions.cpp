@@ -7,18 +7,12 @@
 namespace lomix::cli {
 namespace {
 
-/// Adds another way out to a message that ends in one.
-std::string withHint(std::string message, const char* hint) {
-  if (message.ends_with(')')) message.pop_back();
-  return message + " " + hint + ")";
-}
-
 const looks::Parameter& parameterNamed(const looks::ParameterTable& table, std::string_view name,
                                        const std::string& option) {
   try {
     return table.get(name, option);
   } catch (const looks::UnknownName& error) {
-    throw UsageError(withHint(error.what(), "'lomix params' lists all"));
+    throw error.withHint("'lomix params' lists all");
   }
 }
 
@@ -28,8 +22,9 @@ looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& 
   try {
     return looks::findPreset(nameOrFile);
   } catch (const looks::UnknownName& error) {
-    throw UsageError(
-        withHint(option + ": " + error.what(), "'lomix presets' lists all; a file ends in .json"));
+    const looks::UnknownName complete =
+        error.withHint("'lomix presets' lists all; a file ends in .json");
+    throw UsageError(option + ": " + complete.what());
   }
 }
 

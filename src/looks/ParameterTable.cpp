@@ -95,8 +95,7 @@ const Parameter& ParameterTable::get(std::string_view name, std::string_view sub
   });
   std::string message = "there is no parameter " + quoted(name);
   if (!subject.empty()) message = std::string(subject) + ": " + message;
-  if (nearest != parameters_.end()) message += " (did you mean '" + nearest->name + "'?)";
-  throw UnknownName(message);
+  throw UnknownName(message, nearest == parameters_.end() ? "" : nearest->name);
 }
 
 double parseValue(const Parameter& parameter, std::string_view text) {

@@ -37,8 +37,7 @@ const BuiltInPreset& builtInPreset(std::string_view id) {
   if (found != presets.end()) return *found;
   const auto nearest = std::ranges::min_element(
       presets, {}, [&](const BuiltInPreset& p) { return editDistance(wanted, p.id); });
-  throw UnknownName("there is no preset '" + std::string(id) + "' (did you mean '" + nearest->id +
-                    "'?)");
+  throw UnknownName("there is no preset '" + std::string(id) + "'", nearest->id);
 }
 
 PresetText findPreset(const std::string& nameOrFile) {

@@ -2,9 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <system_error>
-
-#include "support/Errors.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -14,8 +11,7 @@
 
 namespace lomix {
 
-std::filesystem::path executablePath() {
-  std::error_code error;
+std::filesystem::path executablePath(std::error_code& error) {
 #if defined(_WIN32)
   std::wstring name(32768, L'\0');
   name.resize(GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size())));
@@ -29,12 +25,7 @@ std::filesystem::path executablePath() {
 #else
   const std::filesystem::path file("/proc/self/exe");
 #endif
-  std::filesystem::path resolved = std::filesystem::canonical(file, error);
-  if (error) {
-    throw CommandError("plug-in: the place of this program is unknown, " + error.message() +
-                       " (name the module with --plugin FILE)");
-  }
-  return resolved;
+  return std::filesystem::canonical(file, error);
 }
 
 }  // namespace lomix

@@ -1,11 +1,13 @@
+// The place of the running program, beside which its modules are installed.
 #pragma once
 
 #include <filesystem>
+#include <system_error>
 
 namespace lomix {
 
-/// The file of the running program, with links resolved. Throws CommandError when the system does
-/// not tell.
-std::filesystem::path executablePath();
+/// Returns the file of the running program, with links resolved. Sets error, and returns an empty
+/// path, when the system cannot name it.
+std::filesystem::path executablePath(std::error_code& error);
 
 }  // namespace lomix

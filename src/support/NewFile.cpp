@@ -12,6 +12,11 @@ std::string cannotRead(const fs::path& file) { return "cannot read '" + file.str
 
 std::string cannotWrite(const fs::path& file) { return "cannot write '" + file.string() + "': "; }
 
+void throwFileExists(const fs::path& file) {
+  throw AvoidableError(Remedy::Overwrite, cannotWrite(file) + "it exists",
+                       "choose another name, or replace it");
+}
+
 void checkNewFile(const fs::path& file, bool overwrite) {
   std::error_code error;
   const fs::file_type type = fs::status(file, error).type();
@@ -20,7 +25,7 @@ void checkNewFile(const fs::path& file, bool overwrite) {
   }
   if (type == fs::file_type::regular) {
     if (overwrite) return;
-    throw MediaError(cannotWrite(file) + "it exists (add --overwrite to replace it)");
+    throwFileExists(file);
   }
   if (type == fs::file_type::none) {
     throw MediaError(cannotWrite(file) + error.message() + " (choose another name or folder)");

@@ -1,4 +1,4 @@
-// What reading and writing files of all kinds have in common.
+// Checks before a file is made, and the beginnings of error messages about files.
 #pragma once
 
 #include <filesystem>
@@ -6,13 +6,16 @@
 
 namespace lomix {
 
-/// Throws MediaError when no file of that name can be made: missing folder, a file that is in the
-/// way.
+/// Throws MediaError when no file of that name can be made: its folder is missing, or the name is
+/// taken. With overwrite true an existing file, but nothing else, may have the name.
 void checkNewFile(const std::filesystem::path& file, bool overwrite);
 
-/// "cannot read 'file': ", the beginning of messages about it.
+/// Throws the AvoidableError about a file that exists and may not be replaced.
+[[noreturn]] void throwFileExists(const std::filesystem::path& file);
+
+/// Returns "cannot read 'file': ", the beginning of an error message.
 std::string cannotRead(const std::filesystem::path& file);
-/// "cannot write 'file': ", the beginning of messages about it.
+/// Returns "cannot write 'file': ", the beginning of an error message.
 std::string cannotWrite(const std::filesystem::path& file);
 
 }  // namespace lomix

@@ -102,9 +102,7 @@ void TemporaryFile::publish(bool overwrite) {
   } else {
     // A link, unlike a rename, fails when the name is taken, and does so in one step.
     std::filesystem::create_hard_link(path_, target_, error);
-    if (error == std::errc::file_exists) {
-      throw MediaError(cannotWrite(name_) + "it exists (add --overwrite to replace it)");
-    }
+    if (error == std::errc::file_exists) throwFileExists(name_);
     if (!error) {
       std::filesystem::remove(path_, error);
     } else {

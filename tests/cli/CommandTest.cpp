@@ -99,7 +99,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"render", "empty.exr", "out.png"}, 1, "empty"},
       {{"render", "card.png", "out.xyz"}, 1, ".xyz"},
       {{"render", "card.png", "out"}, 1, "extension"},
-      {{"render", "card.png", "taken.png"}, 1, "--overwrite"},
+      {{"render", "card.png", "taken.png"}, 1, "or replace it with --overwrite)"},
       {{"render", "card.png", "nowhere/out.png"}, 1, "nowhere"},
       {{"render", "card.png", "/proc/self/out.png"}, 1, "/proc/self/out.png"},
       {{"testcard"}, 2, "OUTPUT"},

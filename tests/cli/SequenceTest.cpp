@@ -138,7 +138,7 @@ TEST_F(Sequence, ExistingFramesAreRefusedKeptOrReplacedAsTold) {
   const auto before = names();
   const Result refused = run(render({"in.####.png", "out.#.png"}));
   EXPECT_EQ(refused.exitCode, 1);
-  EXPECT_THAT(refused.err, HasSubstr("frames exist: 2 (add --overwrite"));
+  EXPECT_THAT(refused.err, HasSubstr("frames exist: 2 (replace them with --overwrite, or keep"));
   EXPECT_EQ(names(), before);
   expectDone(render({"in.####.png", "out.#.png", "--skip-existing"}));
   EXPECT_EQ(read(path("out.2.png")), "precious");

@@ -101,6 +101,21 @@ TEST(ParameterTable, RefusalsNameTheWayOut) {
   }
 }
 
+TEST(ParameterTable, UnknownNamesSayTheNearestOneAndWhereAllAreListed) {
+  const auto withHint = [](const ParameterTable& parameters, const char* name) -> std::string {
+    try {
+      parameters.get(name, "--set");
+    } catch (const UnknownName& error) {
+      return error.withHint("see the list").what();
+    }
+    return "found";
+  };
+  EXPECT_EQ(withHint(table(), "Amont"),
+            "--set: there is no parameter 'Amont' (did you mean 'Amount'? see the list)");
+  EXPECT_EQ(withHint(ParameterTable({}), "Amount"),
+            "--set: there is no parameter 'Amount' (see the list)");
+}
+
 // Other programs and files store the keys.
 TEST(EffectTable, KeysAreStableAndFindTheirParameters) {
   const std::vector<std::string> keys{"time_control",

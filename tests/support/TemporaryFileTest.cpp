@@ -36,7 +36,15 @@ TEST_F(TemporaryFileIn, KeepsAFileThatTookTheNameMeanwhile) {
   {
     TemporaryFile file(path("a.png"));
     write(path("a.png"), "theirs");
-    EXPECT_THROW(file.publish(false), MediaError);
+    try {
+      file.publish(false);
+      ADD_FAILURE() << "an existing file was replaced";
+    } catch (const AvoidableError& error) {
+      EXPECT_EQ(error.remedy(), Remedy::Overwrite);
+      EXPECT_THAT(error.what(),
+                  testing::EndsWith(": it exists (choose another name, or replace it)"));
+      EXPECT_THAT(error.wayOutWith("force"), testing::EndsWith(", or replace it with force)"));
+    }
   }
   EXPECT_THAT(names(), ElementsAre("a.png"));
   EXPECT_EQ(read(path("a.png")), "theirs");

@@ -49,11 +49,14 @@ const CodecChoice& chooseCodec(const VideoOutput& output) {
   for (const CodecChoice& codec : kCodecs)
     names += (names.empty() ? "" : ", ") + std::string(codec.name);
   if (found == kCodecs.end()) {
-    throw MediaError("--codec: there is no codec '" + wanted + "' (use one of " + names + ")");
+    throw AvoidableError(Remedy::ChooseCodec,
+                         "video codec '" + wanted + "': there is no such codec",
+                         "choose one of " + names);
   }
   if (avcodec_find_encoder_by_name(found->encoder) == nullptr) {
-    throw MediaError("--codec: the installed FFmpeg cannot write " + wanted +
-                     " (use another one of " + names + ")");
+    throw AvoidableError(Remedy::ChooseCodec,
+                         "video codec '" + wanted + "': the installed FFmpeg cannot write it",
+                         "choose another one of " + names);
   }
   return *found;
 }
@@ -61,8 +64,10 @@ const CodecChoice& chooseCodec(const VideoOutput& output) {
 const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoice& codec) {
   const std::string_view name = codec.name;
   if (output.name == kStandardStream && !codec.isPlain()) {
-    throw MediaError("--codec: standard output takes no " + std::string(name) +
-                     " (use raw or y4m, or name a file)");
+    throw AvoidableError(Remedy::ChooseCodec,
+                         "video codec '" + std::string(name) +
+                             "': it needs a container, which standard output cannot carry",
+                         "name an output file, or choose raw or y4m");
   }
   if (name == "raw") return av_guess_format("rawvideo", nullptr, nullptr);
   if (name == "y4m") return av_guess_format("yuv4mpegpipe", nullptr, nullptr);
@@ -73,8 +78,9 @@ const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoi
   }
   const AVCodecID id = avcodec_find_encoder_by_name(codec.encoder)->id;
   if (avformat_query_codec(container, id, FF_COMPLIANCE_NORMAL) == 0) {
-    throw MediaError(cannotWrite(output.name) + "such a file holds no " + std::string(name) +
-                     " (use .mkv or .mov, or another --codec)");
+    throw AvoidableError(Remedy::ChooseCodec,
+                         cannotWrite(output.name) + "such a file holds no " + std::string(name),
+                         "use the extension .mkv or .mov, or choose another codec");
   }
   return container;
 }

@@ -64,10 +64,12 @@ void Writer::requireCarriable(const AVStream& stream) const {
   if (&stream == &source_->stream() || stream.discard == AVDISCARD_ALL) return;
   const AVCodecParameters& codec = *stream.codecpar;
   if (avformat_query_codec(format_, codec.codec_id, FF_COMPLIANCE_NORMAL) != 0) return;
-  throw MediaError(cannotWrite(output_.name) + "such a file cannot hold the " +
-                   av_get_media_type_string(codec.codec_type) + " stream " +
-                   std::to_string(stream.index) + " (" + avcodec_get_name(codec.codec_id) +
-                   ") of the input (use another extension such as .mkv, or --video-only)");
+  throw AvoidableError(Remedy::VideoOnly,
+                       cannotWrite(output_.name) + "such a file cannot hold the " +
+                           av_get_media_type_string(codec.codec_type) + " stream " +
+                           std::to_string(stream.index) + " (" + avcodec_get_name(codec.codec_id) +
+                           ") of the input",
+                       "use another extension such as .mkv, or leave sound and subtitles out");
 }
 
 bool Writer::keepsRotation() const {
