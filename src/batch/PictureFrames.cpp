@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 #include "media/picture/PictureFile.h"
@@ -14,12 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isThere(const fs::path& file) {
-  std::error_code ignored;
-  return fs::exists(file, ignored);
-}
-
-/// The numbers between the first and the last that are not among them.
+/// Returns the numbers that are missing between the first and the last, at most kMaxNamed.
 std::vector<std::int64_t> gapsOf(const std::vector<std::int64_t>& numbers) {
   constexpr std::size_t kMaxNamed = 1000;
   std::vector<std::int64_t> gaps;
@@ -37,54 +31,55 @@ FrameTime frameTime(std::int64_t number, const FrameRate& rate) {
   return fittedTime(number * rate.seconds, rate.frames);
 }
 
-StillSource::StillSource(fs::path file, const FrameTime& time)
-    : file_(std::move(file)), time_(time), numbers_{0} {}
+NumberedSource::NumberedSource(std::vector<std::int64_t> numbers, std::optional<FrameRate> rate,
+                               const FrameTime& onlyTime)
+    : numbers_(std::move(numbers)), rate_(rate), onlyTime_(onlyTime) {}
 
-StillSource::StillSource(fs::path file, std::vector<std::int64_t> numbers, const FrameRate& rate)
-    : file_(std::move(file)), numbers_(std::move(numbers)), rate_(rate) {}
-
-std::optional<std::int64_t> StillSource::count() const {
+std::optional<std::int64_t> NumberedSource::count() const {
   return static_cast<std::int64_t>(numbers_.size());
 }
 
-std::optional<Frame> StillSource::next() {
+std::optional<Frame> NumberedSource::next() {
   if (next_ == numbers_.size()) return std::nullopt;
   const std::int64_t number = numbers_[next_++];
-  return Frame{number, rate_ ? frameTime(number, *rate_) : time_, nullptr};
+  return Frame{number, rate_ ? frameTime(number, *rate_) : onlyTime_, nullptr};
 }
+
+StillSource::StillSource(fs::path file, const FrameTime& time)
+    : NumberedSource({0}, std::nullopt, time), file_(std::move(file)) {}
+
+StillSource::StillSource(fs::path file, std::vector<std::int64_t> numbers, const FrameRate& rate)
+    : NumberedSource(std::move(numbers), rate, {}), file_(std::move(file)) {}
 
 void StillSource::load(const Frame&, media::Picture& picture) {
   picture = media::readPicture(file_);
 }
 
-SequenceSource::SequenceSource(media::SequenceName name, const std::vector<std::int64_t>& wanted,
-                               const FrameRate& rate)
-    : name_(std::move(name)), rate_(rate) {
-  const std::vector<std::int64_t> existing = name_.existing();
+SequenceSelection selectFrames(const media::SequenceName& name,
+                               const std::vector<std::int64_t>& wanted) {
+  const std::vector<std::int64_t> existing = name.existing();
+  SequenceSelection selection;
   if (wanted.empty()) {
-    numbers_ = existing;
-    gaps_ = gapsOf(existing);
+    selection.numbers = existing;
+    selection.gaps = gapsOf(existing);
   } else {
-    std::ranges::set_intersection(wanted, existing, std::back_inserter(numbers_));
-    std::ranges::set_difference(wanted, existing, std::back_inserter(missing_));
+    std::ranges::set_intersection(wanted, existing, std::back_inserter(selection.numbers));
+    std::ranges::set_difference(wanted, existing, std::back_inserter(selection.missing));
   }
-  if (numbers_.empty()) {
+  if (selection.numbers.empty()) {
     const std::string which =
         wanted.empty() ? "no frame" : "none of the frames " + media::listed(wanted);
-    throw MediaError(cannotRead(name_.pattern()) + which + " exists (looked for '" +
-                     name_.file(wanted.empty() ? 1 : wanted.front()).string() + "')");
+    throw MediaError(cannotRead(name.pattern()) + which + " exists (looked for '" +
+                     name.file(wanted.empty() ? 1 : wanted.front()).string() + "')");
   }
+  return selection;
 }
 
-std::optional<std::int64_t> SequenceSource::count() const {
-  return static_cast<std::int64_t>(numbers_.size());
-}
-
-std::optional<Frame> SequenceSource::next() {
-  if (next_ == numbers_.size()) return std::nullopt;
-  const std::int64_t number = numbers_[next_++];
-  return Frame{number, frameTime(number, rate_), nullptr};
-}
+SequenceSource::SequenceSource(media::SequenceName name, SequenceSelection selection,
+                               const FrameRate& rate)
+    : NumberedSource(std::move(selection.numbers), rate, {}),
+      name_(std::move(name)),
+      missing_(std::move(selection.missing)) {}
 
 void SequenceSource::load(const Frame& frame, media::Picture& picture) {
   picture = media::readPicture(name_.file(frame.number));
@@ -92,11 +87,13 @@ void SequenceSource::load(const Frame& frame, media::Picture& picture) {
 
 PictureSink::PictureSink(fs::path file, Existing existing)
     : file_(std::move(file)), existing_(existing) {
-  // Before the work, so that a long render does not end at a name that was taken all along.
+  // Checked before the render, which may take long.
   media::checkWritable(file_, existing != Existing::Refuse);
 }
 
-bool PictureSink::has(const Frame&) const { return existing_ == Existing::Skip && isThere(file_); }
+bool PictureSink::has(const Frame&) const {
+  return existing_ == Existing::Skip && fileExists(file_);
+}
 
 std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
                                                          std::shared_ptr<media::Picture> picture) {
@@ -113,7 +110,7 @@ void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
   if (existing_ != Existing::Refuse) return;
   std::vector<std::int64_t> taken;
   for (const std::int64_t number : numbers) {
-    if (isThere(name_.file(number))) taken.push_back(number);
+    if (fileExists(name_.file(number))) taken.push_back(number);
   }
   if (taken.empty()) return;
   throw AvoidableError(Remedy::OverwriteOrSkip,
@@ -122,7 +119,7 @@ void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
 }
 
 bool SequenceSink::has(const Frame& frame) const {
-  return existing_ == Existing::Skip && isThere(name_.file(frame.number));
+  return existing_ == Existing::Skip && fileExists(name_.file(frame.number));
 }
 
 std::unique_ptr<media::EncodableFrame> SequenceSink::take(const Frame& frame,

@@ -1,8 +1,11 @@
-// Pictures in files, one by one or numbered, as sources and sinks of frames.
+// Sources and sinks of frames in picture files, single or numbered.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "batch/Frame.h"
@@ -11,54 +14,70 @@
 
 namespace lomix::batch {
 
-/// What becomes of an output that exists.
+/// What to do with an output that exists already.
 enum class Existing { Refuse, Overwrite, Skip };
 
-/// One picture at one time, or still for the given frames.
-class StillSource : public FrameSource {
+/// Frames whose numbers and times are known before they are read.
+class NumberedSource : public FrameSource {
  public:
-  StillSource(std::filesystem::path file, const FrameTime& time);
-  StillSource(std::filesystem::path file, std::vector<std::int64_t> numbers, const FrameRate& rate);
+  /// Returns the numbers of the frames, ascending.
+  const std::vector<std::int64_t>& numbers() const { return numbers_; }
 
   std::optional<std::int64_t> count() const override;
   std::optional<Frame> next() override;
+
+ protected:
+  /// rate: gives each frame the time number / rate; nothing: the only frame has the time onlyTime.
+  NumberedSource(std::vector<std::int64_t> numbers, std::optional<FrameRate> rate,
+                 const FrameTime& onlyTime);
+
+ private:
+  std::vector<std::int64_t> numbers_;
+  std::optional<FrameRate> rate_;
+  FrameTime onlyTime_;
+  std::size_t next_ = 0;
+};
+
+/// One picture, for a single frame or repeated for several.
+class StillSource : public NumberedSource {
+ public:
+  /// One frame, number 0, at that time.
+  StillSource(std::filesystem::path file, const FrameTime& time);
+  /// The same picture for every one of the frames.
+  StillSource(std::filesystem::path file, std::vector<std::int64_t> numbers, const FrameRate& rate);
+
   void load(const Frame& frame, media::Picture& picture) override;
 
  private:
   std::filesystem::path file_;
-  FrameTime time_;
-  std::vector<std::int64_t> numbers_;
-  std::optional<FrameRate> rate_;  ///< Nothing: the only frame stands at time_.
-  std::size_t next_ = 0;
 };
 
+/// The files of a numbered sequence that are to be rendered.
+struct SequenceSelection {
+  std::vector<std::int64_t> numbers;  ///< Of the frames that exist and are wanted, ascending.
+  std::vector<std::int64_t> missing;  ///< Wanted ones that do not exist.
+  std::vector<std::int64_t> gaps;     ///< Where all are wanted: missing between first and last.
+};
+
+/// Looks for the files of a sequence. wanted: the frames to take, ascending; empty for all that
+/// exist. Throws MediaError when none of them exists.
+SequenceSelection selectFrames(const media::SequenceName& name,
+                               const std::vector<std::int64_t>& wanted);
+
 /// A numbered sequence.
-class SequenceSource : public FrameSource {
+class SequenceSource : public NumberedSource {
  public:
-  /// wanted: the frames to take, empty for all that exist. Throws MediaError when there is
-  /// none at all.
-  SequenceSource(media::SequenceName name, const std::vector<std::int64_t>& wanted,
-                 const FrameRate& rate);
+  SequenceSource(media::SequenceName name, SequenceSelection selection, const FrameRate& rate);
 
-  const std::vector<std::int64_t>& numbers() const { return numbers_; }
-  /// Where all frames are taken: the numbers between them that do not exist.
-  const std::vector<std::int64_t>& gaps() const { return gaps_; }
-
-  std::optional<std::int64_t> count() const override;
-  std::optional<Frame> next() override;
   std::vector<std::int64_t> missing() const override { return missing_; }
   void load(const Frame& frame, media::Picture& picture) override;
 
  private:
   media::SequenceName name_;
-  FrameRate rate_;
-  std::vector<std::int64_t> numbers_;
   std::vector<std::int64_t> missing_;
-  std::vector<std::int64_t> gaps_;
-  std::size_t next_ = 0;
 };
 
-/// One file for the only frame.
+/// One picture file, for a run of a single frame.
 class PictureSink : public FrameSink {
  public:
   /// Throws MediaError when the file cannot be written.
@@ -79,7 +98,7 @@ class SequenceSink : public FrameSink {
   /// Throws MediaError when no file of the kind can be written.
   SequenceSink(media::SequenceName name, Existing existing);
 
-  /// Throws MediaError when a frame's file is in the way.
+  /// Throws AvoidableError when a file of one of these frames exists and may not be replaced.
   void checkFree(const std::vector<std::int64_t>& numbers) const;
 
   bool has(const Frame& frame) const override;
@@ -92,7 +111,7 @@ class SequenceSink : public FrameSink {
   Existing existing_;
 };
 
-/// The time of frame number at the rate: number / rate seconds.
+/// Returns the time of a frame: number / rate seconds.
 FrameTime frameTime(std::int64_t number, const FrameRate& rate);
 
 }  // namespace lomix::batch

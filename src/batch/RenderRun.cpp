@@ -19,17 +19,6 @@
 namespace lomix::batch {
 namespace {
 
-/// A hint where the user set a time that the effect is not going to look at.
-void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, std::ostream& err) {
-  const looks::Parameter* time = table.find("Time");
-  const looks::Parameter* control = table.find("Time Control");
-  if (time == nullptr || control == nullptr || !look.curves().contains(time->index)) return;
-  if (looks::valueText(*control, look.valueAt(*control, 0.0)) == "Automatic") {
-    err << "note: Time: it has no effect while Time Control is Automatic (add --set "
-           "\"Time Control=Manual\", or use --time)\n";
-  }
-}
-
 std::string frames(std::int64_t count) {
   return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
@@ -100,7 +89,6 @@ class Report {
 
 void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
                const Streams& streams) {
-  if (!options.quiet) noteIdleTime(renderer.parameters(), look, streams.err);
   const Route route = makeRoute(options.route);
   if (!options.savedPreset.empty()) {
     looks::savePreset(look, renderer.parameters(), options.savedPreset,

@@ -5,20 +5,16 @@
 #include "batch/VideoFrames.h"
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
+#include "support/NewFile.h"
 
 namespace lomix::batch {
 namespace {
 
 using media::SequenceName;
 
-bool exists(const std::string& file) {
-  std::error_code ignored;
-  return std::filesystem::exists(file, ignored);
-}
-
 /// A pattern, unless a file has the very name.
 std::optional<SequenceName> inputSequence(const std::string& name) {
-  if (exists(name)) return std::nullopt;
+  if (fileExists(name)) return std::nullopt;
   return SequenceName::parse(name);
 }
 
@@ -30,7 +26,7 @@ class Planner {
   Route plan() {
     const bool toStream = options_.output == media::kStandardStream;
     if (options_.existing == Existing::Skip && !toStream && !SequenceName::parse(options_.output) &&
-        exists(options_.output)) {
+        fileExists(options_.output)) {
       route_.done = true;
       return std::move(route_);
     }
@@ -66,13 +62,13 @@ class Planner {
 
   void openSequence(const SequenceName& sequence) {
     refuseTime("the frames of a sequence have times of their own (use --fps)");
-    auto source = std::make_unique<SequenceSource>(sequence, options_.frames, rate());
-    numbers_ = source->numbers();
-    if (!source->gaps().empty()) {
-      route_.note = "'" + options_.input + "': frames " + media::listed(source->gaps()) +
+    SequenceSelection selection = selectFrames(sequence, options_.frames);
+    if (!selection.gaps.empty()) {
+      route_.note = "'" + options_.input + "': frames " + media::listed(selection.gaps) +
                     " do not exist (they are left out)";
     }
-    route_.source = std::move(source);
+    numbers_ = selection.numbers;
+    route_.source = std::make_unique<SequenceSource>(sequence, std::move(selection), rate());
   }
 
   void openStill() {

@@ -1,10 +1,12 @@
 #include "cli/OptionValues.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <numeric>
 #include <optional>
+#include <thread>
 
 #include "support/Errors.h"
 #include "support/Text.h"
@@ -99,6 +101,11 @@ batch::FrameRate parseRate(std::string_view text) {
   }
   return {static_cast<std::int32_t>(rate.value / divisor),
           static_cast<std::int32_t>(rate.scale / divisor)};
+}
+
+int threadCount(int wanted) {
+  if (wanted > 0) return wanted;
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
 batch::PairOfWholes parseSize(std::string_view text, const std::string& option) {

@@ -16,6 +16,9 @@ batch::FrameRate parseRate(std::string_view text);
 /// UsageError for any other text and for what does not fit.
 batch::FrameTime parseTime(std::string_view text);
 
+/// Returns wanted, or the number of processors where it is 0; at least 1.
+int threadCount(int wanted);
+
 /// "WxH", both from 1. option: for errors. Throws UsageError.
 batch::PairOfWholes parseSize(std::string_view text, const std::string& option = "--size");
 

@@ -18,8 +18,6 @@ constexpr std::array<std::pair<Interpolation, std::string_view>, 3> kNames{
      {Interpolation::Linear, "linear"},
      {Interpolation::Ease, "ease"}}};
 
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
-
 /// One "SECONDS:VALUE[@INTERPOLATION]".
 void addKey(Curve::Builder& builder, const Parameter& parameter, std::string_view text) {
   const std::size_t colon = text.find(':');

@@ -1,19 +1,10 @@
 #include "looks/Parameter.h"
 
 #include "effect/shell/Parameters.h"
+#include "support/Text.h"
 
 namespace lomix::looks {
 namespace {
-
-std::vector<std::string> split(std::string_view text, char separator) {
-  std::vector<std::string> parts;
-  for (;;) {
-    const std::size_t at = text.find(separator);
-    parts.emplace_back(text.substr(0, at));
-    if (at == std::string_view::npos) return parts;
-    text.remove_prefix(at + 1);
-  }
-}
 
 Parameter parameterOf(const ParameterSpec& spec, int index) {
   Parameter parameter;
@@ -32,7 +23,11 @@ Parameter parameterOf(const ParameterSpec& spec, int index) {
   parameter.sliderMaximum = parameter.isChoice ? spec.choiceCount : spec.sliderMax;
   parameter.defaultValue = spec.defaultValue;
   parameter.decimals = spec.precision;
-  if (parameter.isChoice) parameter.choices = split(spec.choices, '|');
+  if (parameter.isChoice) {
+    for (const std::string_view choice : split(spec.choices, '|')) {
+      parameter.choices.emplace_back(choice);
+    }
+  }
   return parameter;
 }
 

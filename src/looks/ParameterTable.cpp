@@ -9,8 +9,6 @@
 namespace lomix::looks {
 namespace {
 
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
-
 /// The way out of messages about values: "(use 0 % to 100 %)".
 std::string acceptedValues(const Parameter& parameter) {
   if (!parameter.isChoice) {

@@ -12,6 +12,11 @@ std::string cannotRead(const fs::path& file) { return "cannot read '" + file.str
 
 std::string cannotWrite(const fs::path& file) { return "cannot write '" + file.string() + "': "; }
 
+bool fileExists(const fs::path& file) {
+  std::error_code ignored;
+  return fs::exists(file, ignored);
+}
+
 void throwFileExists(const fs::path& file) {
   throw AvoidableError(Remedy::Overwrite, cannotWrite(file) + "it exists",
                        "choose another name, or replace it");

@@ -13,6 +13,9 @@ void checkNewFile(const std::filesystem::path& file, bool overwrite);
 /// Throws the AvoidableError about a file that exists and may not be replaced.
 [[noreturn]] void throwFileExists(const std::filesystem::path& file);
 
+/// Returns whether a file or folder of that name exists; false where that cannot be found out.
+bool fileExists(const std::filesystem::path& file);
+
 /// Returns "cannot read 'file': ", the beginning of an error message.
 std::string cannotRead(const std::filesystem::path& file);
 /// Returns "cannot write 'file': ", the beginning of an error message.

@@ -5,14 +5,13 @@
 #include <charconv>
 #include <cmath>
 #include <numeric>
-#include <vector>
 
 namespace lomix {
 namespace {
 
 template <typename T>
 std::optional<T> parseAll(std::string_view text) {
-  // The reader knows no plus sign, but a minus must not hide behind one.
+  // std::from_chars accepts no plus sign. "+-5" is not a number.
   if (text.starts_with('+')) {
     text.remove_prefix(1);
     if (text.starts_with('-')) return std::nullopt;
@@ -35,6 +34,18 @@ std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t");
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  for (;;) {
+    const std::size_t at = text.find(separator);
+    parts.push_back(text.substr(0, at));
+    if (at == std::string_view::npos) return parts;
+    text.remove_prefix(at + 1);
+  }
 }
 
 std::size_t editDistance(std::string_view a, std::string_view b) {

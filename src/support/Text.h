@@ -1,4 +1,4 @@
-// Short texts as people type them. The same under every locale.
+// Helpers for short texts that people type. They do not depend on the locale.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lomix {
 
@@ -20,14 +21,22 @@ std::string lowerCase(std::string_view text);
 /// Returns the text without spaces and tabs at its ends.
 std::string_view trimmed(std::string_view text);
 
+/// Returns the text in single quotes, as error messages show what a user wrote.
+std::string quoted(std::string_view text);
+
+/// Splits a text at every separator. Returns one part more than there are separators, as views into
+/// the text; parts may be empty.
+std::vector<std::string_view> split(std::string_view text, char separator);
+
 /// Returns how many letters must be inserted, deleted or replaced to turn one text into the other.
 std::size_t editDistance(std::string_view a, std::string_view b);
 
-/// Reads a finite decimal number, with or without exponent and sign; nothing for any other text.
+/// Reads a finite decimal number, with or without exponent and sign. Returns nothing for any other
+/// text.
 std::optional<double> parseNumber(std::string_view text);
 
-/// Reads a whole number of 64 bits in decimal digits, with or without sign; nothing for any other
-/// text.
+/// Reads a whole number of 64 bits in decimal digits, with or without sign. Returns nothing for any
+/// other text.
 std::optional<std::int64_t> parseWhole(std::string_view text);
 
 /// Returns the shortest text that reads back as the same single-precision number.

@@ -1,8 +1,7 @@
 #include <CLI/App.hpp>
-#include <algorithm>
 #include <optional>
+#include <ostream>
 #include <string>
-#include <thread>
 
 #include "batch/RenderRun.h"
 #include "cli/FrameList.h"
@@ -36,12 +35,6 @@ batch::Engine parseEngine(const std::string& text, const std::string& module) {
   return batch::Engine::Rows;
 }
 
-/// wanted: 0 for all processors.
-int threadCount(int wanted) {
-  if (wanted > 0) return wanted;
-  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-}
-
 /// Nothing: as the input wants it.
 std::optional<int> parseDepth(const std::string& text, Personality personality) {
   if (text.empty()) return std::nullopt;
@@ -52,6 +45,17 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
     throw UsageError("--depth: the host premiere renders 8 bits only (use --depth 8 or --host ae)");
   }
   return text == "8" ? 8 : 32;
+}
+
+/// Prints a hint where Time is set but has no effect.
+void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, std::ostream& err) {
+  const looks::Parameter* time = table.find("Time");
+  const looks::Parameter* control = table.find("Time Control");
+  if (time == nullptr || control == nullptr || !look.curves().contains(time->index)) return;
+  if (looks::valueText(*control, look.valueAt(*control, 0.0)) == "Automatic") {
+    err << "note: Time: it has no effect while Time Control is Automatic (add --set "
+           "\"Time Control=Manual\", or use --time)\n";
+  }
 }
 
 /// The options of `lomix render`.
@@ -230,7 +234,9 @@ void run(const Options& options, const Streams& streams) {
     if (options.codec.empty() && options.output == media::kStandardStream) route.codec = "raw";
   }
   batch::FrameRenderer renderer(rendering);
-  batch::runRender(run, renderer, options.look.read(renderer.parameters()), streams);
+  const looks::Look look = options.look.read(renderer.parameters());
+  if (!options.quiet) noteIdleTime(renderer.parameters(), look, streams.err);
+  batch::runRender(run, renderer, look, streams);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -149,7 +148,7 @@ void run(const Options& options, const Streams&) {
   ContactSheet sheet({count, columnsFor(options, axes, count), width,
                       static_cast<int>(std::lround(height)), static_cast<int>(axes.size())},
                      options.title);
-  const int threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  const int threads = threadCount(0);
   for (int i = 0; i < count; ++i) {
     const auto& [label, moment] = cells[static_cast<std::size_t>(i)];
     media::Picture input = picture;

@@ -14,35 +14,26 @@ namespace {
 
 constexpr const char* kForms = "FROM:TO:COUNT or VALUE,VALUE,...";
 
-std::vector<std::string_view> splitAt(std::string_view text, char separator) {
-  std::vector<std::string_view> parts;
-  for (;;) {
-    const std::size_t at = text.find(separator);
-    parts.push_back(trimmed(text.substr(0, at)));
-    if (at == std::string_view::npos) return parts;
-    text.remove_prefix(at + 1);
-  }
-}
-
-/// Reads either form. read: turns a text into a value, or throws.
+/// Reads the values of an axis in either form of kForms. read: returns the value of a text, or
+/// throws.
 template <typename Read>
 std::vector<double> valuesOf(std::string_view text, const std::string& subject, Read read) {
   std::vector<double> values;
-  const auto parts = splitAt(text, ':');
+  const auto parts = split(text, ':');
   if (parts.size() == 1) {
-    for (const std::string_view value : splitAt(text, ',')) values.push_back(read(value));
+    for (const std::string_view value : split(text, ',')) values.push_back(read(trimmed(value)));
     return values;
   }
-  const auto count = parts.size() == 3 ? parseWhole(parts[2]) : std::nullopt;
+  const auto count = parts.size() == 3 ? parseWhole(trimmed(parts[2])) : std::nullopt;
   if (!count || *count < 2 || *count > kMaxSheetCells) {
     throw UsageError(subject + ": '" + std::string(text) + "' is not a range (write " + kForms +
                      ", with a count from 2 to " + std::to_string(kMaxSheetCells) + ")");
   }
-  const double from = read(parts[0]);
-  const double to = read(parts[1]);
+  const double from = read(trimmed(parts[0]));
+  const double to = read(trimmed(parts[1]));
   for (std::int64_t i = 0; i < *count; ++i) {
     const double part = static_cast<double>(i) / static_cast<double>(*count - 1);
-    // To three decimals, so that the label tells the whole value.
+    // To three decimals, so that the label shows the exact value.
     values.push_back(std::round((from + (to - from) * part) * 1000.0) / 1000.0);
   }
   return values;

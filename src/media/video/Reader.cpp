@@ -41,8 +41,7 @@ void Reader::fail(int error, const char* hint) const {
 
 void Reader::open(const VideoInput& input) {
   const bool standard = name_ == kStandardStream;
-  std::error_code ignored;
-  if (!standard && !std::filesystem::exists(name_, ignored)) {
+  if (!standard && !fileExists(name_)) {
     throw MediaError(cannotRead(name_) + "there is no such file (check the name)");
   }
   const AVInputFormat* format = nullptr;
