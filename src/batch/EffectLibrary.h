@@ -1,5 +1,4 @@
-// The effect's library as C++ has it: owners of its objects, statuses as exceptions, pictures as
-// images.
+// C++ helpers for lomix.h: owning pointers, statuses as exceptions, pictures as images.
 #pragma once
 
 #include <memory>
@@ -9,17 +8,19 @@
 
 namespace lomix::batch {
 
+/// Owns a prepared frame.
 struct DestroyFrame {
   void operator()(lomix_frame* frame) const { lomix_frame_destroy(frame); }
 };
 using FramePtr = std::unique_ptr<lomix_frame, DestroyFrame>;
 
+/// Owns a context and its worker threads.
 struct DestroyContext {
   void operator()(lomix_context* context) const { lomix_context_destroy(context); }
 };
 using ContextPtr = std::unique_ptr<lomix_context, DestroyContext>;
 
-/// Collects the status and message of one call and throws CommandError unless it succeeded.
+/// Calls the library and throws CommandError with its message unless the call succeeds.
 ///   check([&](lomix_error* error) { return lomix_...(..., error); });
 template <typename Call>
 void check(const Call& call);
@@ -31,9 +32,10 @@ lomix_image imageOf(const media::Picture& picture);
 /// Prepares a frame. Throws CommandError.
 FramePtr createFrame(const lomix_frame_settings& settings, const lomix_image& source,
                      const lomix_image& output);
-/// Makes a context with so many threads. Throws CommandError.
+/// Creates a context with that number of threads. Throws CommandError.
 ContextPtr createContext(int threads);
 
+/// Throws the error as a CommandError.
 [[noreturn]] void throwLibraryError(const lomix_error& error);
 
 template <typename Call>

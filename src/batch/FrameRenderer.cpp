@@ -21,7 +21,7 @@ PF_RationalScale toRational(double aspect) {
   return {units / divisor, static_cast<A_u_long>(kUnits / divisor)};
 }
 
-/// World and picture hold the same pixels; only the padding of the rows differs.
+/// Copies the pixels row by row; world and picture differ only in the padding of rows.
 void copyIn(const Picture& picture, host::World& world) {
   for (int y = 0; y < picture.height(); ++y) {
     if (picture.depth() == 8) {
@@ -120,8 +120,8 @@ void FrameRenderer::renderByLibrary(const std::vector<double>& values, const Fra
   });
 }
 
-// One frame at a time: hosts call a module from one thread, and its noise generator is one for the
-// whole process.
+// One frame at a time: hosts call a module from one thread, and all frames of the process share its
+// noise generator.
 void FrameRenderer::renderByPlugin(const std::vector<double>& values,
                                    const host::FrameSettings& frame, const Picture& input,
                                    Picture& output) {
@@ -132,7 +132,7 @@ void FrameRenderer::renderByPlugin(const std::vector<double>& values,
   copyIn(input, source);
   requireSuccess(plugin_->host().render(frame, source, target), "render the frame",
                  plugin_->host());
-  // Before the frame is written, not after the last one.
+  // Checked for every frame, so that a frame that broke a rule is not written.
   plugin_->requireRulesKept();
   copyOut(target, output);
 }

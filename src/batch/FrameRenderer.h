@@ -1,4 +1,4 @@
-// Puts pictures through the effect, by the library or by a plug-in module.
+// Renders pictures with the effect, by the library or by a plug-in module.
 #pragma once
 
 #include <memory>
@@ -15,22 +15,25 @@
 
 namespace lomix::batch {
 
+/// What computes the pixels.
 enum class Engine {
   Rows,   ///< The effect's library, whose row engine draws.
   Plugin  ///< A module, driven through its host interface.
 };
 
+/// How frames are rendered.
 struct RenderOptions {
   Engine engine = Engine::Rows;
   std::string module;  ///< For Engine::Plugin; empty for the installed one.
   host::Personality personality = host::Personality::AfterEffects;
-  std::optional<int> depth;  ///< Bits per channel; empty: as each picture wants it.
-  PairOfWholes downsample{1, 1};
+  std::optional<int> depth;       ///< Bits per channel; empty: that of each picture.
+  PairOfWholes downsample{1, 1};  ///< Factors of width and height, from 1.
 };
 
+/// Renders frames with one engine and one set of options.
 class FrameRenderer {
  public:
-  /// Throws CommandError or host::HostError when the module cannot be used.
+  /// Throws CommandError, AvoidableError or host::HostError when the module cannot be used.
   explicit FrameRenderer(const RenderOptions& options);
 
   /// Returns the parameters that looks are made for: the effect's own, or those that the module
@@ -39,14 +42,14 @@ class FrameRenderer {
   /// Returns the effect's version, "2.0.0".
   std::string versionText() const;
 
-  /// Renders input into output, whose memory is used again where it fits. input is left at the
-  /// depth and size of the render. look: made for parameters(). threads: for this frame, where the
-  /// engine can use them. Several threads may render at once. Throws CommandError or
+  /// Renders a frame. look: made for parameters(). input: is converted to the depth and reduced to
+  /// the size of the render. threads: for this frame, where the engine can use several. output: its
+  /// memory is reused where it fits. Several threads may render at once. Throws CommandError or
   /// host::HostError.
   void render(const looks::Look& look, media::Picture& input, const FrameTime& time, int threads,
               media::Picture& output);
 
-  /// Shuts the module down and reports what it left behind. Throws CommandError.
+  /// Shuts the module down after the last frame. Throws CommandError when it leaked resources.
   void finish();
 
  private:

@@ -12,12 +12,13 @@ struct FrameTime {
   bool operator==(const FrameTime&) const = default;
 };
 
+/// Returns the time in seconds.
 constexpr double inSeconds(const FrameTime& time) {
   return static_cast<double>(time.value) / static_cast<double>(time.scale);
 }
 
-/// value / scale seconds in lowest terms; where 31 bits do not hold that, the nearest time that
-/// they do. scale from 1.
+/// Returns value / scale seconds in lowest terms; where that does not fit into 31 bits, the nearest
+/// time that does. scale: from 1.
 FrameTime fittedTime(std::int64_t value, std::int64_t scale);
 
 /// Frames a second: frames / seconds, both from 1.
@@ -27,6 +28,7 @@ struct FrameRate {
   bool operator==(const FrameRate&) const = default;
 };
 
+/// Two whole numbers: width and height, or factors for them.
 struct PairOfWholes {
   int first;
   int second;

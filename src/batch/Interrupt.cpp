@@ -14,11 +14,11 @@ std::atomic<int> noted = 0;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 extern "C" void handleSignal(int number) {
-  // Some systems forget a handler once it was called.
+  // Some systems remove a handler once it was called.
   std::signal(number, handleSignal);
   if (patient && noted.exchange(number) == 0) return;
   TemporaryFile::removeAllBeforeExit();
-  // What shells report for a process that a signal ended: 130 for Ctrl-C.
+  // As shells report a process that a signal ended: 130 for Ctrl-C.
   std::_Exit(128 + number);
 }
 

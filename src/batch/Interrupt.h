@@ -1,13 +1,14 @@
+// Ends a run on Ctrl-C and similar signals without leaving half-written files.
 #pragma once
 
 namespace lomix::batch {
 
-/// Has SIGINT, SIGTERM and SIGHUP end the program with 128 and the signal's number, without
-/// leaving a temporary file behind.
+/// Makes SIGINT, SIGTERM and SIGHUP remove all temporary files and end the program with exit code
+/// 128 plus the signal's number. A signal that the parent process ignores stays ignored.
 void endOnSignals();
 
-/// While one of these lives, the first such signal is only noted, so that work under way can be
-/// finished; the second ends the program at once. One at a time.
+/// While an object of this class exists, the first such signal is only recorded, so that the caller
+/// can finish its frames; the second one ends the program at once. Only one object at a time.
 class PatientWork {
  public:
   PatientWork();
@@ -15,7 +16,7 @@ class PatientWork {
   PatientWork(const PatientWork&) = delete;
   PatientWork& operator=(const PatientWork&) = delete;
 
-  /// The signal that was noted, 0 for none.
+  /// Returns the recorded signal, 0 for none.
   static int interruptedBy();
 };
 

@@ -1,3 +1,4 @@
+// Memory for the pictures of the frames in flight.
 #pragma once
 
 #include <condition_variable>
@@ -10,13 +11,14 @@
 
 namespace lomix::batch {
 
-/// The memory of the frames in flight: so many pictures at a time, used again and again.
+/// Lends a limited number of pictures and reuses their memory. Any thread.
 class PicturePool {
  public:
+  /// limit: the most pictures lent at a time.
   explicit PicturePool(int limit) : state_(std::make_shared<State>()) { state_->left = limit; }
 
-  /// Waits until a picture is free. It is free again when nobody holds it; that may be after the
-  /// pool is gone.
+  /// Waits until a picture is free and returns it. It is free again when its last pointer is
+  /// destroyed, which may be after the pool.
   std::shared_ptr<media::Picture> take() {
     return {new media::Picture(state_->take()), [state = state_](media::Picture* picture) {
               state->put(std::move(*picture));

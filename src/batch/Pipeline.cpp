@@ -26,9 +26,9 @@ class Stopwatch {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Every thread may hold a picture, of a frame that waits for its turn. The thread whose turn it is
-// needs two, and an encoder may keep one or two that it is through with: the pictures suffice for
-// all of that, or everybody would wait for ever.
+// Pictures beyond one per thread. Every waiting thread holds one; the thread that renders the next
+// frame in order needs two, and an encoder may keep two that it has finished with. With fewer, all
+// threads could wait for each other.
 constexpr int kSparePictures = 4;
 
 }  // namespace
@@ -53,7 +53,8 @@ void Pipeline::run() {
   const std::int64_t count = source_.count().value_or(threads_ + 1);
   if (count == 1) bandThreads_ = threads_;
   {
-    // Where frames are appended in order, some wait for their turn: one more.
+    // Where frames are appended in order, threads wait for each other: one more keeps all
+    // processors busy.
     const int workers = sink_.allowsGaps() ? threads_ : threads_ + 1;
     std::vector<std::jthread> others;
     for (std::int64_t i = 1; i < std::min<std::int64_t>(workers, count); ++i) {

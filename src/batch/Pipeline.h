@@ -1,3 +1,4 @@
+// Renders the frames of a source to a sink on several threads.
 #pragma once
 
 #include <atomic>
@@ -17,7 +18,7 @@
 
 namespace lomix::batch {
 
-/// What a run has done so far; may be read while it works.
+/// Counts and times of a run so far. Any thread may read them during the run.
 struct Tally {
   std::atomic<std::int64_t> rendered = 0;
   std::atomic<std::int64_t> skipped = 0;
@@ -28,15 +29,16 @@ struct Tally {
   std::atomic<std::int64_t> writeTime = 0;
 };
 
+/// A frame that could not be read.
 struct FrameFailure {
   std::int64_t number;
   std::string message;
 };
 
-/// Takes frames from a source through the effect to a sink, several at a time.
+/// Renders the frames of a source to a sink, several at a time.
 class Pipeline {
  public:
-  /// Keeps at most threads + 4 pictures in memory. The parts must outlive it.
+  /// Keeps at most threads + 4 pictures in memory. All arguments must outlive the pipeline.
   Pipeline(FrameSource& source, FrameRenderer& renderer, const looks::Look& look, FrameSink& sink,
            int threads);
 
@@ -45,19 +47,20 @@ class Pipeline {
 
   const Tally& tally() const { return tally_; }
 
-  /// Works until the source ends or a signal interrupts, then finishes the frames in flight. A
-  /// frame that cannot be read is left out where the sink allows gaps; any other error ends the
-  /// run and is thrown. Call once.
+  /// Renders until the source ends or a signal interrupts, then finishes the frames in flight.
+  /// Skips a frame that cannot be read where the sink allows gaps; throws any other error. Call
+  /// once.
   void run();
 
+  /// Returns the skipped frames. Call after run().
   const std::vector<FrameFailure>& failures() const { return failures_; }
-  /// The signal that ended the run early, 0 for none.
+  /// Returns the signal that ended the run early, 0 for none.
   int interruptedBy() const { return interruptedBy_; }
 
  private:
   struct Job {
     Frame frame;
-    std::int64_t place;  ///< Among the rendered frames.
+    std::int64_t place;  ///< Position among the rendered frames, from 0.
   };
 
   void work();

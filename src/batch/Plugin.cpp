@@ -46,7 +46,7 @@ looks::Parameter declaredParameter(const host::Parameter& declared, int index) {
 
 fs::path findPlugin(const fs::path& given) {
   std::error_code error;
-  // A bare name would be searched for where the system keeps its libraries.
+  // Absolute, because the system would search its library folders for a bare name.
   if (!given.empty()) return fs::absolute(given);
 
   const std::string wayOut = "name the module";
@@ -88,7 +88,7 @@ void Plugin::setValues(const std::vector<double>& values) {
 
 std::string Plugin::about() {
   std::string text;
-  requireSuccess(host_.about(text), "tell about itself", host_);
+  requireSuccess(host_.about(text), "return its about text", host_);
   return text;
 }
 

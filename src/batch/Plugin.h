@@ -1,4 +1,4 @@
-// A plug-in module, found, loaded and asked for its parameters.
+// Finds and loads a plug-in module and reads its parameters.
 #pragma once
 
 #include <filesystem>
@@ -21,7 +21,9 @@ class Plugin {
   /// be loaded or set up.
   Plugin(const std::filesystem::path& file, host::Personality personality);
 
+  /// Returns the host around the module.
   host::Host& host() { return host_; }
+  /// Returns the module's answer to GLOBAL_SETUP.
   const host::GlobalInfo& info() const { return info_; }
   /// Returns the parameters that the module declared, without the input layer.
   const looks::ParameterTable& parameters() const { return parameters_; }
@@ -30,11 +32,12 @@ class Plugin {
   /// Returns the about text. Throws CommandError when the module refuses it.
   std::string about();
 
-  /// Throws CommandError when the module did something that a host does not forgive.
+  /// Throws CommandError when the module broke a rule of its host: leaked a suite, handle or
+  /// check-out, or wrote outside its pictures.
   void requireRulesKept() const;
 
-  /// Sends GLOBAL_SETDOWN and reports leaked suites, handles and check-outs. Throws CommandError
-  /// when the module failed or did something that a host does not forgive.
+  /// Sends GLOBAL_SETDOWN. Throws CommandError when the module fails or has broken a rule, as
+  /// requireRulesKept() does.
   void finish();
 
  private:
@@ -45,7 +48,7 @@ class Plugin {
   std::vector<int> hostIndices_;  ///< Of the parameters in the host's array.
 };
 
-/// Throws CommandError unless error is 0. step: what the plug-in was to do, "render the frame".
+/// Throws CommandError unless error is 0. step: the failed step, such as "render the frame".
 void requireSuccess(PF_Err error, const std::string& step, const host::Host& host);
 
 }  // namespace lomix::batch

@@ -54,7 +54,7 @@ Progress::Progress(const Streams& streams, const Tally& tally, std::optional<std
                    bool quiet)
     : streams_(streams), tally_(tally), total_(total) {
   if (!quiet && total_ != 1)
-    thread_ = std::jthread([this](const std::stop_token& stop) { tellRegularly(stop); });
+    thread_ = std::jthread([this](const std::stop_token& stop) { showRegularly(stop); });
 }
 
 Progress::~Progress() {
@@ -71,13 +71,13 @@ void Progress::say(const std::string& line) {
   barShown_ = false;
 }
 
-void Progress::tellRegularly(const std::stop_token& stop) {
+void Progress::showRegularly(const std::stop_token& stop) {
   const auto interval = streams_.errIsTerminal ? kBarInterval : kLineInterval;
   std::unique_lock lock(mutex_);
-  while (!ended_.wait_for(lock, stop, interval, [&] { return stop.stop_requested(); })) tell();
+  while (!ended_.wait_for(lock, stop, interval, [&] { return stop.stop_requested(); })) show();
 }
 
-void Progress::tell() {
+void Progress::show() {
   const std::int64_t rendered = tally_.rendered;
   const std::int64_t done = rendered + tally_.skipped + tally_.failed;
   const double seconds =

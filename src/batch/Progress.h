@@ -1,3 +1,4 @@
+// Shows the progress of a run.
 #pragma once
 
 #include <chrono>
@@ -14,23 +15,24 @@
 
 namespace lomix::batch {
 
-/// Tells how a run gets on while it lives: a bar on a terminal, elsewhere a line a second.
+/// Shows the progress of a run while the object exists: a bar on a terminal, elsewhere one line a
+/// second.
 class Progress {
  public:
-  /// total: the frames of the run where that is known; one alone needs no progress. quiet: only
-  /// what say() is given.
+  /// total: the number of frames, if known; no progress is shown for one. quiet: shows only the
+  /// lines of say(). streams and tally must outlive the object.
   Progress(const Streams& streams, const Tally& tally, std::optional<std::int64_t> total,
            bool quiet);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Prints a line of its own. Any thread.
+  /// Prints a line between those of the progress. Any thread.
   void say(const std::string& line);
 
  private:
-  void tellRegularly(const std::stop_token& stop);
-  void tell();
+  void showRegularly(const std::stop_token& stop);
+  void show();
 
   const Streams& streams_;
   const Tally& tally_;
@@ -42,8 +44,9 @@ class Progress {
   std::jthread thread_;
 };
 
-/// "3 of 10 frames, 12.5 frames/s, 1 s left", for people; a total of nothing leaves out what needs
-/// it. done counts what was skipped too, rendered alone makes the rate.
+/// Returns a line such as "3 of 10 frames, 12.5 frames/s, 1 s left". done: all finished frames,
+/// also skipped and failed ones. rendered: those that the rate is computed from. total: nothing
+/// when it is not known; the line is then shorter.
 std::string progressText(std::int64_t done, std::int64_t rendered,
                          std::optional<std::int64_t> total, double seconds);
 

@@ -31,19 +31,19 @@ std::string summary(const RunOptions& options, const Tally& tally, double second
   return text + time + "\n";
 }
 
-/// The end of a run as an exception, where it is not a good one.
+/// Throws unless all frames are done.
 void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const Route& route) {
   const Tally& tally = pipeline.tally();
   if (pipeline.interruptedBy() != 0) {
     const std::string kept =
         route.sink->allowsGaps()
             ? frames(tally.rendered) + " written (run it again with --skip-existing to go on)"
-            : "nothing is written (run it again to start anew)";
+            : "nothing is written (run it again from the start)";
     throw Interrupted("'" + options.route.output + "': " + kept, pipeline.interruptedBy());
   }
   if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
     throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
-                       " damaged and left out (the others are written; mend the input)");
+                       " damaged and left out (the others are written; repair the input)");
   }
   if (pipeline.failures().empty()) return;
   std::vector<std::int64_t> numbers;
@@ -52,10 +52,10 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   const std::string message = "'" + options.route.input + "': " + frames(tally.failed) +
                               " could not be read: " + media::listed(numbers);
   if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (check the files)");
-  throw FramesFailed(message + " (the others are written; mend these, then use --skip-existing)");
+  throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }
 
-/// A report's file, looked at before the work.
+/// Writes the report. The constructor checks its file, before the render.
 class Report {
  public:
   Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
@@ -125,7 +125,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   }
   report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
   throwUnlessDone(options, pipeline, route);
-  // Where the frames themselves go to standard output, nothing else may.
+  // Standard output may carry the frames.
   std::ostream& out = options.route.output == media::kStandardStream ? streams.err : streams.out;
   if (!options.quiet) out << summary(options, pipeline.tally(), seconds());
 }

@@ -12,13 +12,13 @@ namespace {
 
 using media::SequenceName;
 
-/// A pattern, unless a file has the very name.
+/// Returns the sequence that a name is the pattern of; nothing when a file has that very name.
 std::optional<SequenceName> inputSequence(const std::string& name) {
   if (fileExists(name)) return std::nullopt;
   return SequenceName::parse(name);
 }
 
-/// Makes a route of its options.
+/// Builds a route from its options.
 class Planner {
  public:
   explicit Planner(const RouteOptions& options) : options_(options) {}
@@ -39,7 +39,7 @@ class Planner {
       sink->checkFree(numbers_);
       route_.sink = std::move(sink);
     } else {
-      // Looked at first: a long reading should not end at a name that was taken all along.
+      // Checked before the input is opened, which may take long.
       route_.sink = std::make_unique<PictureSink>(options_.output, options_.existing);
       openInput();
       requireOneFrame();
@@ -61,7 +61,7 @@ class Planner {
   }
 
   void openSequence(const SequenceName& sequence) {
-    refuseTime("the frames of a sequence have times of their own (use --fps)");
+    refuseTime("the times of a sequence come from the frame numbers (use --fps)");
     SequenceSelection selection = selectFrames(sequence, options_.frames);
     if (!selection.gaps.empty()) {
       route_.note = "'" + options_.input + "': frames " + media::listed(selection.gaps) +
@@ -78,13 +78,13 @@ class Planner {
           std::make_unique<StillSource>(options_.input, options_.time.value_or(FrameTime{0, 1}));
       return;
     }
-    refuseTime("with --frames the times come from the numbers (use --fps)");
+    refuseTime("with --frames the times come from the frame numbers (use --fps)");
     numbers_ = options_.frames;
     route_.source = std::make_unique<StillSource>(options_.input, numbers_, rate());
   }
 
   void openVideoInput() {
-    refuseTime("the frames of a video have times of their own (choose some with --frames)");
+    refuseTime("the times of a video come from its timestamps (choose frames with --frames)");
     if (options_.rate && options_.rawFormat.empty()) {
       throw UsageError("--fps: a video has its own timestamps (leave it out)");
     }
@@ -130,7 +130,7 @@ class Planner {
 
   const RouteOptions& options_;
   Route route_;
-  std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video those that were asked for.
+  std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video only those of --frames.
   media::VideoReader* reader_ = nullptr;
 };
 

@@ -1,3 +1,4 @@
+// Chooses the source and the sink of a run by the names of input and output.
 #pragma once
 
 #include <memory>
@@ -11,32 +12,33 @@
 
 namespace lomix::batch {
 
+/// Input and output of a run, and which frames.
 struct RouteOptions {
   std::string input;
   std::string output;
   std::optional<FrameTime> time;     ///< Of a single picture; nothing: 0.
   std::vector<std::int64_t> frames;  ///< Empty for all.
-  std::optional<FrameRate> rate;     ///< Nothing: as the input has it, 24 for pictures.
+  std::optional<FrameRate> rate;     ///< Nothing: that of the input; 24 for pictures.
   Existing existing = Existing::Refuse;
   int threads = 1;  ///< Of decoders and encoders.
   // Of videos, as in media::VideoInput and media::VideoOutput.
   std::string codec;
   int crf = 16;
   bool videoOnly = false;
-  std::string rawFormat;  ///< Of raw frames that are read; empty for none.
+  std::string rawFormat;  ///< Pixel format of raw input frames; empty: the input is not raw.
   PairOfWholes rawSize{0, 0};
 };
 
-/// From where to where the frames go.
+/// The source and the sink of a run.
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
   std::string note;   ///< What the user should know; empty for nothing.
-  bool done = false;  ///< The output is there already and to be kept; no source and sink.
+  bool done = false;  ///< The output exists already and is kept; there is no source and sink.
 };
 
-/// Finds out from the names what is a picture, a sequence or a video. Throws UsageError for what
-/// does not fit together, MediaError for what cannot be read or written.
+/// Opens the source and the sink: picture, sequence or video, by the names. Throws UsageError for
+/// options that contradict each other, MediaError when something cannot be read or written.
 Route makeRoute(const RouteOptions& options);
 
 }  // namespace lomix::batch

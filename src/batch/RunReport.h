@@ -1,3 +1,4 @@
+// The report of a run as JSON.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,11 +8,11 @@
 
 namespace lomix::batch {
 
-/// The run's numbers: frames, failures, times in seconds (of reading, effect and writing the sum
-/// over all threads).
+/// Returns the run's counts of frames, its failures and its times in seconds. The times of reading,
+/// effect and writing are sums over all threads.
 nlohmann::ordered_json reportOf(const Pipeline& pipeline, double wallSeconds);
 
-/// Every parameter's name with its value, or with its keys as presets have them.
+/// Returns every parameter's value by name, or its keys in the form of preset files.
 nlohmann::ordered_json settingsOf(const looks::ParameterTable& table, const looks::Look& look);
 
 }  // namespace lomix::batch

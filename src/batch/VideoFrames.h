@@ -1,4 +1,4 @@
-// Videos as sources and sinks of frames.
+// Sources and sinks of frames in video files.
 #pragma once
 
 #include <memory>

@@ -33,8 +33,8 @@ class Parser {
         "  lomix render card.png bad-reception.png --set Noise=30 --set \"Scan Distortion=20\"\n"
         "  lomix render card.png aerial.png --preset weak-aerial --time 1.3\n"
         "  lomix params\n\n"
-        "'lomix COMMAND --help' tells about one command. Exit codes: 0 done, 1 a read, write or\n"
-        "render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
+        "'lomix COMMAND --help' lists the options of one command. Exit codes: 0 done, 1 a read,\n"
+        "write or render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
         "interrupted.\n");
     // In the order of the help text.
     commands_ = {
@@ -54,7 +54,7 @@ class Parser {
   /// Returns the command that the arguments name, its options filled in. Prints help or the version
   /// to out where they ask for that, and returns null. Throws UsageError.
   const Command* parse(std::vector<std::string> arguments, std::ostream& out) {
-    std::ranges::reverse(arguments);  // The parser takes them from the back.
+    std::ranges::reverse(arguments);  // The parser reads them from the back.
     try {
       app_.parse(std::move(arguments));
     } catch (const CLI::Success& request) {
@@ -70,6 +70,7 @@ class Parser {
   }
 
  private:
+  /// Returns the parser's message as "lomix COMMAND: cause (see 'lomix COMMAND --help')".
   std::string explain(const CLI::ParseError& error) const {
     std::string name = "lomix";
     for (const Command& command : commands_) {
@@ -119,7 +120,8 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
     Parser parser;
     if (const Command* command = parser.parse(arguments, streams.out)) command->run(streams);
     if (!streams.out.flush()) {
-      throw CommandError("standard output: it takes no more text (check where it goes)");
+      throw CommandError(
+          "standard output: it cannot be written (check the disk or pipe behind it)");
     }
     return kExitDone;
   } catch (const UsageError& error) {
@@ -131,7 +133,7 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
   } catch (const AvoidableError& error) {
     return fail(streams, error.wayOutWith(optionFor(error.remedy())), kExitFailed);
   } catch (const std::bad_alloc&) {
-    return fail(streams, "lomix: the memory does not suffice (use a smaller picture)", kExitFailed);
+    return fail(streams, "lomix: there is not enough memory (use a smaller picture)", kExitFailed);
   } catch (const std::exception& error) {
     return fail(streams, error.what(), kExitFailed);
   }

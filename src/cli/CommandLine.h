@@ -1,3 +1,4 @@
+// The command line of `lomix`.
 #pragma once
 
 #include <string>
@@ -14,8 +15,8 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitFramesFailed = 3;
 inline constexpr int kExitSignal = 128;  ///< Plus the signal's number: 130 for Ctrl-C.
 
-/// Runs one command line, given without the program's name, and returns the exit code. Errors are
-/// printed as one line, "error: subject: cause (way out)"; nothing is thrown.
+/// Runs one command line. arguments: without the program's name. Returns the exit code. Prints an
+/// error as one line, "error: subject: cause (way out)", and throws nothing.
 int runCommandLine(const std::vector<std::string>& arguments, const Streams& streams);
 
 }  // namespace lomix::cli

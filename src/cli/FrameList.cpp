@@ -17,7 +17,8 @@ constexpr std::size_t kMaxFrames = 10'000'000;
                    " (use numbers and ranges such as 1-10, 1-99x2 or 1,4,8-12)");
 }
 
-/// Takes a whole number of at most nine digits from the front of the text.
+/// Removes a whole number of at most nine digits from the front of the text and returns it; nothing
+/// where there is none. negative: whether it may have a minus sign.
 std::optional<std::int64_t> takeNumber(std::string_view& text, bool negative) {
   constexpr std::size_t kMaxDigits = 9;
   const std::size_t sign = negative && text.starts_with('-') ? 1 : 0;

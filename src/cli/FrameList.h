@@ -1,3 +1,4 @@
+// Reads lists of frame numbers.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +7,9 @@
 
 namespace lomix::cli {
 
-/// The frames that a list such as "1-10,15,20-40x5" names, ascending, each once. Throws UsageError
-/// for any other text, a range that runs backwards, and more frames than anybody renders.
+/// Reads a list such as "1-10,15,20-40x5" (x5: every fifth). Returns the numbers ascending, each
+/// once. Throws UsageError for any other text, for a range that runs backwards, and for more than
+/// ten million frames.
 std::vector<std::int64_t> parseFrames(std::string_view text);
 
 }  // namespace lomix::cli

@@ -41,7 +41,7 @@ Setting splitSetting(const looks::ParameterTable& table, std::string_view text,
 void LookOptions::addTo(CLI::App& app) {
   const char* group = "Effect";
   app.add_option("--preset", preset_,
-                 "Start from a look: a name that 'lomix presets'\n"
+                 "Start from a preset: a name that 'lomix presets'\n"
                  "lists, or a file that ends in .json. --set and --key\n"
                  "change it further")
       ->type_name("NAME|FILE")
@@ -56,8 +56,8 @@ void LookOptions::addTo(CLI::App& app) {
   app.add_option("--key", keys_,
                  "Change a parameter over time; may be given many\n"
                  "times: NAME=SECONDS:VALUE,SECONDS:VALUE,... After a\n"
-                 "value, @hold, @linear (the rule) or @ease tells how\n"
-                 "it goes on to the next; choices can only hold")
+                 "value, @hold, @linear (the default) or @ease chooses\n"
+                 "the way to the next one; choices can only hold")
       ->type_name("NAME=KEYS")
       ->allow_extra_args(false)
       ->group(group);

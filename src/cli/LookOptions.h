@@ -1,3 +1,4 @@
+// The options that set the effect's parameters: --preset, --set and --key.
 #pragma once
 
 #include <CLI/App.hpp>
@@ -10,29 +11,30 @@
 
 namespace lomix::cli {
 
-/// A parameter and the text that it is set to.
+/// A parameter and the text of its value.
 struct Setting {
   const looks::Parameter& parameter;
-  std::string_view value;  ///< What follows the equals sign, a view into the text.
+  std::string_view value;  ///< The text after the equals sign, a view into the option's text.
 };
 
-/// Reads "NAME=..." up to the equals sign. option: the option that text was given to; form: what
-/// the user should have written, for errors. Throws UsageError.
+/// Splits "NAME=VALUE" and finds the parameter. option: the option that has the text, form: what it
+/// expects; both for error messages. Throws UsageError.
 Setting splitSetting(const looks::ParameterTable& table, std::string_view text,
                      const std::string& option, const std::string& form);
 
-/// Finds a preset by name or file. option: the option that gave it, for errors. Throws UsageError
-/// for a name that is no preset's, MediaError when the file cannot be read.
+/// Finds a preset by name or file. option: the option that names it, for error messages. Throws
+/// UsageError for a name that no preset has, MediaError when the file cannot be read.
 looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& option);
 
-/// The options of a command that say what the effect's parameters are.
+/// The options of a command that set the effect's parameters.
 class LookOptions {
  public:
-  /// Declares the options.
+  /// Adds the options to a parser. The object must outlive the parsing and stay in its place.
   void addTo(CLI::App& app);
 
-  /// The look that they ask for: --preset, then --set, then --key; what comes later wins. Throws
-  /// UsageError, CommandError for a preset that is not sound, MediaError.
+  /// Returns the parameters that the options set. --preset is applied first, then --set, then
+  /// --key; later values replace earlier ones. Throws UsageError, MediaError, and CommandError for
+  /// an invalid preset.
   looks::Look read(const looks::ParameterTable& table) const;
 
  private:

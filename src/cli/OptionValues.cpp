@@ -27,7 +27,7 @@ std::optional<batch::PairOfWholes> parsePair(std::string_view text, std::string_
   return batch::PairOfWholes{static_cast<int>(*first), static_cast<int>(*second)};
 }
 
-/// What a fraction is for, in errors about it.
+/// The option that a fraction belongs to, for error messages.
 struct Purpose {
   const char* option;
   const char* noun;
@@ -50,7 +50,7 @@ batch::FrameTime parseFraction(std::string_view text, const Purpose& purpose) {
     value = parseWhole(text.substr(0, slash));
     scale = parseWhole(text.substr(slash + 1));
     if (!value || !scale) fail(purpose, text, std::string("is not a ") + purpose.noun);
-    if (*scale <= 0) fail(purpose, text, "divides by something that is not above 0");
+    if (*scale <= 0) fail(purpose, text, "has a denominator that is not above 0");
   } else {
     const std::size_t point = text.find('.');
     std::string digits(text.substr(0, point));
@@ -86,7 +86,7 @@ batch::FrameTime parseTime(std::string_view text) { return parseFraction(text, k
 
 batch::FrameRate parseRate(std::string_view text) {
   for (const int nominal : {24, 30, 48, 60, 120}) {
-    // 23.976, 29.97, 59.94: so many thousands of frames in 1001 seconds.
+    // 23.976, 29.97, 59.94, ...: nominal * 1000 frames in 1001 seconds.
     const double exact = nominal / 1.001;
     const auto number = parseNumber(text);
     if (number && text.find('.') != std::string_view::npos && std::abs(*number - exact) < 0.005) {

@@ -1,4 +1,4 @@
-// Values of command-line options: times, rates, sizes.
+// Reads the values of options: times, rates, sizes, thread counts.
 #pragma once
 
 #include <string>
@@ -8,21 +8,22 @@
 
 namespace lomix::cli {
 
-/// "N", "N/D" or decimal frames a second; the decimals of broadcasting, such as 29.97, are the
-/// fractions that they stand for. Throws UsageError.
+/// Reads frames per second: "N", "N/D" or a decimal number. The decimals of broadcasting give their
+/// exact fractions: 29.97 is 30000/1001. Throws UsageError.
 batch::FrameRate parseRate(std::string_view text);
 
-/// "N/D" as it stands, or decimal seconds: the digits over a power of ten, at least 1000. Throws
-/// UsageError for any other text and for what does not fit.
+/// Reads a time: "N/D", which is not reduced, or decimal seconds, which become the digits over a
+/// power of ten, at least 1000 ("1.5" is 1500/1000). Throws UsageError for any other text and for
+/// numbers that do not fit.
 batch::FrameTime parseTime(std::string_view text);
 
 /// Returns wanted, or the number of processors where it is 0; at least 1.
 int threadCount(int wanted);
 
-/// "WxH", both from 1. option: for errors. Throws UsageError.
+/// Reads a size "WxH", both from 1. option: for error messages. Throws UsageError.
 batch::PairOfWholes parseSize(std::string_view text, const std::string& option = "--size");
 
-/// "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
+/// Reads factors: "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
 batch::PairOfWholes parseDownsample(std::string_view text);
 
 }  // namespace lomix::cli

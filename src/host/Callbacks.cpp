@@ -20,7 +20,7 @@ PF_Err addParam(PF_ProgPtr effect, PF_ParamIndex index, PF_ParamDef* definition)
     added.index = static_cast<int>(s.parameters.size());
     added.definition = *definition;
     if (added.isPopup()) {
-      // The choices' text is the plug-in's and may go: the host keeps its own copy.
+      // The plug-in owns the text of the choices and may free it: the host keeps a copy.
       const char* text = definition->u.pd.u.namesptr;
       std::string rest = text ? text : "";
       added.definition.u.pd.u.namesptr = nullptr;
@@ -57,7 +57,7 @@ PF_Err checkoutParam(PF_ProgPtr effect, PF_ParamIndex index, A_long time, A_long
 }
 
 PF_Err checkinParam(PF_ProgPtr effect, PF_ParamDef* definition) {
-  // The record itself names no parameter; which one it was is known by its address.
+  // The record does not name the parameter. Its address identifies the check-out.
   std::string arguments = "?";
   if (const HostState* const s = HostState::current()) {
     for (const auto& [address, index] : s->ledger.parameters) {
@@ -89,7 +89,7 @@ PF_Err progress(PF_ProgPtr effect, A_long current, A_long total) {
                    [](HostState&) { return PF_Err_NONE; });
 }
 
-// Channels of 16 bits reach from 0 to 32768.
+// In 16-bit channels 32768 is 1.0.
 PF_Err fill(PF_ProgPtr effect, const PF_Pixel* color, const PF_LRect* rect, PF_EffectWorld* world) {
   std::string arguments = color ? "color" : "null";
   arguments += rect ? ", rect" : ", null";

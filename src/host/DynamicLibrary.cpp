@@ -39,7 +39,7 @@ void* DynamicLibrary::find(const char* symbol) const {
 
 #else
 
-// An absolute path, because a bare name would be looked for in the system's library folders.
+// An absolute path, because the system would search its library folders for a bare name.
 DynamicLibrary::DynamicLibrary(const std::filesystem::path& file)
     : handle_(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (handle_) return;

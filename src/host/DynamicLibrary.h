@@ -1,19 +1,20 @@
+// Loads shared libraries on every operating system.
 #pragma once
 
 #include <filesystem>
 
 namespace lomix::host {
 
-/// A shared library of the operating system, unloaded when the object goes.
+/// A loaded shared library. The destructor unloads it.
 class DynamicLibrary {
  public:
-  /// Throws HostError with the system's reason when the file cannot be loaded.
+  /// Loads a library. Throws HostError with the system's reason when it cannot.
   explicit DynamicLibrary(const std::filesystem::path& file);
   ~DynamicLibrary();
   DynamicLibrary(const DynamicLibrary&) = delete;
   DynamicLibrary& operator=(const DynamicLibrary&) = delete;
 
-  /// Address of an exported symbol; null when there is none of that name.
+  /// Returns the address of an exported symbol; null when there is none of that name.
   void* find(const char* symbol) const;
 
  private:

@@ -1,3 +1,4 @@
+// The names of the host calls that tests can make fail.
 #pragma once
 
 #include <string>
@@ -5,8 +6,8 @@
 
 namespace lomix::host {
 
-/// Every call of the host that can be told to fail, by name: "inter.add_param", "utils.fill",
-/// "pre.checkout_layer", "smart.checkout_output", "acquire:AEGP Layer Suite 5",
+/// Returns the name of every host call that Host::failAt() accepts: "inter.add_param",
+/// "utils.fill", "pre.checkout_layer", "smart.checkout_output", "acquire:AEGP Layer Suite 5",
 /// "release:AEGP Layer Suite 5", "AEGP Stream Suite 7.AEGP_DisposeStream" and so on.
 const std::vector<std::string>& failurePoints();
 

@@ -10,7 +10,7 @@
 namespace lomix::host {
 namespace {
 
-// What the hosts pass with USER_CHANGED_PARAM.
+// The record that hosts pass with USER_CHANGED_PARAM.
 struct UserChangedParamExtra {
   PF_ParamIndex paramIndex;
 };
@@ -19,7 +19,7 @@ int sharedDepth(const World* input, const World* output) {
   if (input && output && input->depth() != output->depth()) {
     throw HostError("cannot render: input has " + std::to_string(input->depth()) +
                     " bits per channel, output " + std::to_string(output->depth()) +
-                    " (make them alike)");
+                    " (use the same depth)");
   }
   return output ? output->depth() : input ? input->depth() : 8;
 }
@@ -225,7 +225,7 @@ void Host::setValue(int index, double value) {
   auto& parameters = state_->parameters;
   if (index < 1 || index >= static_cast<int>(parameters.size())) {
     throw HostError("cannot set parameter " + std::to_string(index) +
-                    ": there is no such (use 1 to " + std::to_string(parameters.size() - 1) + ")");
+                    ": it does not exist (use 1 to " + std::to_string(parameters.size() - 1) + ")");
   }
   parameters[static_cast<std::size_t>(index)].setValue(value);
 }
@@ -286,7 +286,7 @@ void Host::failAt(std::string_view name, int nth, PF_Err error, FailureMode mode
     throw HostError("cannot let '" + std::string(name) +
                     "' fail: no such call (see the list of failure points)");
   }
-  // A suite that is handed out with an error would belong to nobody.
+  // A plug-in would never release a suite that it got together with an error.
   if (name.starts_with("acquire:")) mode = FailureMode::Refuse;
   state_->orders.insert_or_assign(std::string(name), HostState::Order{nth, error, mode});
 }

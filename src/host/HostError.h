@@ -1,11 +1,12 @@
+// Errors of the headless host.
 #pragma once
 
 #include <stdexcept>
 
 namespace lomix::host {
 
-/// What the host itself cannot do: one line, "subject: cause (way out)". Errors that a plug-in
-/// returns are PF_Err codes and never thrown.
+/// Reports something that the host cannot do. what() is one line, "subject: cause (way out)". Error
+/// codes of the plug-in are returned and not thrown.
 class HostError : public std::runtime_error {
  public:
   using runtime_error::runtime_error;

@@ -8,7 +8,7 @@
 namespace lomix::host {
 namespace {
 
-// Several suites are called without any hint of the instance: the thread knows whose turn it is.
+// Several suite calls do not name the instance. It is the one whose command runs on this thread.
 thread_local HostState* currentState = nullptr;
 
 class CurrentScope {
@@ -22,7 +22,7 @@ class CurrentScope {
   HostState* before_;
 };
 
-// Full-resolution size of a picture that was scaled by num/den.
+// Returns the full-resolution size of a picture that was scaled by num/den.
 A_long fullSize(int given, A_long scaled, PF_RationalScale scale) {
   if (given > 0) return given;
   return static_cast<A_long>(std::lround(double(scaled) * double(scale.den) / double(scale.num)));
@@ -109,14 +109,14 @@ PF_Err HostState::send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* world
 }
 
 PF_Err HostState::sendRender(PF_Cmd command, PF_ParamDef* params[], void* extra) {
-  // The pictures are the caller's and may be gone before the next command.
+  // The caller owns the pictures and may destroy them before the next command.
   struct Forget {
     HostState& state;
     ~Forget() { state.input = state.output = nullptr; }
   } const forget{*this};
   const bool inputHeld = input && input->guardsIntact();
   const bool outputHeld = output && output->guardsIntact();
-  // Pre-render is given no pixels.
+  // Pre-render gets no pixels.
   const bool watched = input && input != output && command != PF_Cmd_SMART_PRE_RENDER;
   const std::uint64_t inputPixels = watched ? input->pixelHash() : 0;
   const PF_Err result = send(command, params, output ? &output->layer() : nullptr, extra);

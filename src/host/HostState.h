@@ -1,3 +1,4 @@
+// The state of a headless host, which its callbacks and suites work on. For src/host only.
 #pragma once
 
 #include <cstddef>
@@ -24,13 +25,13 @@ struct HandleBlock {
   std::vector<std::byte> storage;  ///< With guards around the block; empty once disposed of.
 };
 
-/// A parameter's stream or an instance of the effect, handed out and to be disposed of.
+/// A stream or effect reference that the plug-in got and has to dispose of.
 struct Reference {
   PF_ParamIndex index = 0;  ///< Of a stream.
   bool disposed = false;
 };
 
-/// Everything behind a Host. Its address is the effect reference that the plug-in is given.
+/// The state of a Host. Its address is the effect reference that the plug-in gets.
 class HostState {
  public:
   HostState(EntryPoint entryPoint, HostOptions options);
@@ -38,25 +39,25 @@ class HostState {
   HostState(const HostState&) = delete;
   HostState& operator=(const HostState&) = delete;
 
-  /// The state whose command runs on this thread, null outside of commands.
+  /// Returns the state whose command runs on this thread; null outside of commands.
   static HostState* current();
 
-  /// Clears the records as a host does before a command.
+  /// Resets the records, as hosts do before a command.
   void prepare();
   void setFrame(const FrameSettings& frame, const World* input);
   PF_Err send(PF_Cmd command, PF_ParamDef* params[], PF_LayerDef* output, void* extra);
-  /// send() around the pictures of a render: watches what the plug-in may not write.
+  /// Sends a render command. Reports writes around the pictures and to the input as faults.
   PF_Err sendRender(PF_Cmd command, PF_ParamDef* params[], void* extra);
-  /// Addresses of copies of the parameters, as the host passes them.
+  /// Returns addresses of copies of the parameters, as hosts pass them.
   std::vector<PF_ParamDef*> paramArray();
-  /// Lets the plug-in free what its pre-render left.
+  /// Calls the plug-in's function that frees its pre-render data, if it set one.
   void dropPreRenderData();
 
   /// Adds an unexpected event to the audit.
   void fault(const std::string& line) { ++faults[line]; }
-  /// fault() with the running command's name before it.
+  /// Adds it with the name of the running command.
   void faultNow(const std::string& what) { fault(commandName(ledger.command) + ": " + what); }
-  /// Notes a call; the error that was ordered for it, if its turn has come.
+  /// Counts a call. Returns how it is to fail; nothing when it is not.
   std::optional<std::pair<PF_Err, FailureMode>> noteCall(std::string_view name);
   void logCall(std::string_view name, std::string arguments, PF_Err result);
 
@@ -98,12 +99,12 @@ class HostState {
   std::map<std::string, Order, std::less<>> orders;
 };
 
-/// Whether a refused call still takes back what the plug-in gives: the plug-in did its part, so
-/// a failing check-in, release or disposal leaves nothing open.
+/// Direction of a call. A check-in, release or disposal (Back) is carried out even when it returns
+/// an error: the plug-in did its part, so nothing counts as leaked.
 enum class Giving { Out, Back };
 
-/// Answers one call of the plug-in: notes it, works, fails where ordered.
-/// work: PF_Err(HostState&). Returns 515 outside of commands.
+/// Answers one call of the plug-in: counts and logs it, does its work, and fails if a failure was
+/// requested. work: PF_Err(HostState&). Returns PF_Err_INVALID_CALLBACK (515) outside of commands.
 template <class Work>
 PF_Err answer(std::string_view name, std::string arguments, Work work,
               Giving giving = Giving::Out) {
@@ -117,7 +118,7 @@ PF_Err answer(std::string_view name, std::string arguments, Work work,
   return result;
 }
 
-/// answer() for a call that names the effect: a reference that is not this host's is a fault.
+/// Answers a call that names the effect. A reference that is not this host's is a fault.
 template <class Work>
 PF_Err answerFor(PF_ProgPtr effect, std::string_view name, std::string arguments, Work work,
                  Giving giving = Giving::Out) {
@@ -131,11 +132,11 @@ PF_Err answerFor(PF_ProgPtr effect, std::string_view name, std::string arguments
       giving);
 }
 
-/// The host's text functions, the same in its records and in its suite.
+/// The host's text functions, used in its records and in its suite.
 int hostSprintf(char* buffer, const char* format, ...);
 char* hostStrcpy(char* to, const char* from);
 
-/// The tables that the host passes in its records.
+/// Return the function tables that the host passes in its records.
 PF_InteractCallbacks interactCallbacks();
 PF_UtilCallbacks utilCallbacks();
 PF_PreRenderCallbacks preRenderCallbacks();
@@ -149,10 +150,10 @@ struct OfferedSuite {
   bool inPremiere;
 };
 
-/// The suites of both hosts and those of After Effects alone.
+/// Return the suites of both hosts, and those of After Effects alone.
 std::vector<OfferedSuite> pictureSuites();
 std::vector<OfferedSuite> projectSuites();
-/// "NAME VERSION".
+/// Returns "NAME VERSION".
 std::string suiteName(const char* name, std::int32_t version);
 
 }  // namespace lomix::host

@@ -23,12 +23,12 @@ bool failedSmartRender(const Ledger& l) {
   return l.command == PF_Cmd_SMART_RENDER && l.result != PF_Err_NONE;
 }
 
-// A missing suite ends the update at once, with whatever it held then.
+// A missing suite ends the update at once and leaks the references that it held then.
 bool panelUpdateMissedSuite(const Ledger& l) {
   return panelCommand(l.command) && l.result != PF_Err_NONE && l.suiteRefused;
 }
 
-// Every parameter once and in order; when the command failed, a first part of them.
+// Every parameter once and in order; when the command failed, only the first ones.
 bool declaredDependencies(const Ledger& l) {
   if (l.command != PF_Cmd_SMART_PRE_RENDER) return false;
   PF_ParamIndex expected = 0;
@@ -38,7 +38,7 @@ bool declaredDependencies(const Ledger& l) {
   return l.result != PF_Err_NONE || expected == l.declaredParameters;
 }
 
-// The one list of what the effect leaves open on purpose. Anything else is a fault.
+// Every imbalance that the effect has on purpose. Any other is a fault.
 constexpr Deliberate kDeliberate[] = {
     {"pre-render leaves its parameters checked out", Item::Parameter, declaredDependencies},
     {"failed smart render leaves parameters checked out", Item::Parameter, failedSmartRender},

@@ -1,3 +1,4 @@
+// Counts what a plug-in takes from the host and gives back.
 #pragma once
 
 #include <functional>
@@ -10,7 +11,7 @@
 
 namespace lomix::host {
 
-/// What a plug-in can take from the host and must give back, or give back without having it.
+/// The kinds of things that a plug-in checks out, acquires or starts, and of wrong returns.
 enum class Item {
   Parameter,
   StrayParameterCheckin,
@@ -25,14 +26,14 @@ enum class Item {
   Effect
 };
 
-/// What was taken and not given back during one command.
+/// Open check-outs, suites, groups and references of one command.
 struct Ledger {
   PF_Cmd command = 0;
   PF_Err result = PF_Err_NONE;
   int declaredParameters = 0;  ///< Without the input layer.
   std::vector<std::pair<const PF_ParamDef*, PF_ParamIndex>> parameters;
   int strayParameterCheckins = 0;
-  std::map<A_long, int> layerPixels;  ///< By check-out id; below 0: given back too often.
+  std::map<A_long, int> layerPixels;  ///< By check-out id; below 0: checked in too often.
   int outputs = 0;
   std::map<std::string, int, std::less<>> suites;  ///< Below 0: released too often.
   int undoGroups = 0;                              ///< Below 0: ended too often.
@@ -48,10 +49,10 @@ struct Imbalance {
   const char* tolerated = "";  ///< Name of the deliberate imbalance that this is, "" for none.
 };
 
-/// Every imbalance of a finished command, the deliberate ones marked.
+/// Returns every imbalance of a finished command, the deliberate ones marked.
 std::vector<Imbalance> settle(const Ledger& ledger);
 
-/// A command's name without prefix, or "command N".
+/// Returns a command's name without prefix, or "command N".
 std::string commandName(PF_Cmd command);
 
 }  // namespace lomix::host

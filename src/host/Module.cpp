@@ -6,7 +6,7 @@
 namespace lomix::host {
 namespace {
 
-// A macOS plug-in is a folder; its code stands inside under the folder's name.
+// Returns the file to load. A macOS plug-in is a folder: "A.plugin/Contents/MacOS/A".
 std::filesystem::path codeFile(const std::filesystem::path& file) {
   std::error_code ignored;
   if (!std::filesystem::exists(file, ignored)) {

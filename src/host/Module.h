@@ -1,3 +1,4 @@
+// Loads plug-in modules.
 #pragma once
 
 #include <filesystem>
@@ -13,18 +14,18 @@ using EntryPoint = PF_Err (*)(PF_Cmd command, PF_InData* inData, PF_OutData* out
 
 class DynamicLibrary;
 
-/// A plug-in module in memory; unloaded when the object goes. It must outlive its hosts.
+/// A loaded plug-in module. The destructor unloads it. It must outlive its hosts.
 class Module {
  public:
   /// Loads a module, or the one inside a macOS bundle folder, and finds EntryPointFunc.
-  /// Throws HostError when the file is missing, is no module, or has no such function.
+  /// Throws HostError when the file is missing, is not a module, or has no such function.
   explicit Module(const std::filesystem::path& file);
   ~Module();
   Module(Module&&) noexcept;
   Module& operator=(Module&&) noexcept;
 
   EntryPoint entryPoint() const { return entryPoint_; }
-  /// The file as it was given.
+  /// Returns the name that the module was loaded by.
   const std::filesystem::path& file() const { return file_; }
 
  private:

@@ -8,8 +8,8 @@
 namespace lomix::host {
 namespace {
 
-constexpr SPErr kNoSuchSuite = 0x53214664;                 // 'S!Fd', the hosts' own answer
-constexpr PF_PixelFormat kPixelFormatArgb64 = 0x36316561;  // 'ae16', as 'ae32' for the floats
+constexpr SPErr kNoSuchSuite = 0x53214664;                 // 'S!Fd', as the real hosts answer
+constexpr PF_PixelFormat kPixelFormatArgb64 = 0x36316561;  // 'ae16'; the float format is 'ae32'
 constexpr std::size_t kHandleGuard = 64;
 
 const std::vector<OfferedSuite>& allSuites() {
@@ -78,7 +78,7 @@ PF_Handle newHandle(std::uint64_t size) {
   return handle;
 }
 
-// A null handle has no address; plug-ins lock what a failed allocation gave them.
+// Plug-ins lock a null handle after a failed allocation. It has no address.
 void* lockHandle(PF_Handle handle) {
   void* address = nullptr;
   answer("PF Handle Suite 1.host_lock_handle", handle ? "handle" : "null", [&](HostState& s) {

@@ -1,4 +1,4 @@
-// The suites of After Effects alone, over the scene.
+// The suites that only After Effects offers. They answer from the scene.
 #include <algorithm>
 #include <cstring>
 #include <numeric>
@@ -9,7 +9,7 @@
 namespace lomix::host {
 namespace {
 
-/// Sum of two times, the second one taken `sign` times, in the smallest common units.
+/// Returns a + sign * b in the smallest common time units. sign: 1 or -1.
 A_Time addTimes(A_Time a, A_Time b, int sign) {
   const std::int64_t scale = std::lcm(std::int64_t{a.scale}, std::int64_t{b.scale});
   if (scale == 0) return a;
@@ -25,8 +25,9 @@ AEGP_LayerH handleOf(SceneLayer& layer) { return reinterpret_cast<AEGP_LayerH>(&
 AEGP_CompH compOf(HostState& s) { return reinterpret_cast<AEGP_CompH>(&s.options.scene); }
 AEGP_ItemH itemOf(HostState& s) { return reinterpret_cast<AEGP_ItemH>(&s.options.scene.width); }
 
-/// Answers a call about a layer. work: void(HostState&, SceneLayer&), once the handle is known to
-/// be one of the scene and no result address is null.
+/// Answers a call about a layer. complete: whether no result address is null. work:
+/// void(HostState&, SceneLayer&), called when the handle is a layer of the scene and complete is
+/// true.
 template <class Work>
 A_Err answerLayer(const char* name, AEGP_LayerH handle, bool complete, std::string more,
                   Work work) {
@@ -42,13 +43,14 @@ A_Err answerLayer(const char* name, AEGP_LayerH handle, bool complete, std::stri
       work(s, layer);
       return PF_Err_NONE;
     }
-    // A failed call leaves plug-ins with a null layer, which hosts refuse without further ado.
+    // A null layer is not a fault: plug-ins have one after a failed call, and hosts only refuse it.
     if (handle) s.faultNow(std::string(name) + " was given a foreign layer or no room");
     return PF_Err_BAD_CALLBACK_PARAM;
   });
 }
 
-/// Answers a call with a result in `result`. good: whether the object asked is one of the host's.
+/// Answers a call that stores a value in `result`. good: returns whether the object in question is
+/// one of the host's. value: returns the result.
 template <class Result, class Good, class Value>
 A_Err answerValue(const char* name, std::string arguments, Result* result, Good good, Value value) {
   return answer(name, std::move(arguments), [&](HostState& s) -> A_Err {
@@ -171,14 +173,14 @@ A_Err getLayerStreamValue(AEGP_LayerH layer, AEGP_LayerStream which, AEGP_LTimeM
                        const auto found = l.streams.find(which);
                        if (found == l.streams.end()) {
                          s.faultNow("stream " + std::to_string(which) + " of layer " + l.name +
-                                    ", which it has not got");
+                                    ", which does not exist");
                        } else {
                          *value = found->second;
                        }
                      });
 }
 
-/// Answers a change of a living stream. work: void(HostState&, std::size_t index).
+/// Answers a change of a stream that is not disposed of. work: void(HostState&, std::size_t index).
 template <class Work>
 A_Err answerStream(const char* name, AEGP_StreamRefH stream, std::string more, Work work) {
   std::string arguments = "no stream";
@@ -320,7 +322,7 @@ A_Err getLightType(AEGP_LayerH layer, AEGP_LightType* type) {
   return answerLayer("AEGP Light Suite 1.AEGP_GetLightType", layer, type, "",
                      [&](HostState& s, SceneLayer& l) {
                        if (l.type != AEGP_ObjectType_LIGHT) {
-                         s.faultNow("light type of layer " + l.name + ", which is no light");
+                         s.faultNow("light type of layer " + l.name + ", which is not a light");
                        }
                        *type = l.lightType;
                      });
@@ -340,7 +342,7 @@ AEGP_LayerSuite5 layerSuite5() {
   return table;
 }
 
-/// The tables of all suites in one place, each filled once.
+/// The function tables of all suites, filled once.
 struct ProjectTables {
   PFAdvAppSuite1 advApp = trappedTable<PFAdvAppSuite1>();
   AEGP_PFInterfaceSuite1 pfInterface = trappedTable<AEGP_PFInterfaceSuite1>();

@@ -5,7 +5,7 @@
 namespace lomix::host {
 namespace {
 
-// Adds a layer whose values tell its number and their own place.
+// Adds a layer whose values follow from its number, so that no two are the same.
 SceneLayer& addLayer(Scene& scene, const char* name, AEGP_ObjectType type) {
   const double number = static_cast<double>(scene.layers.size());
   SceneLayer& layer = scene.layers.emplace_back();

@@ -1,3 +1,4 @@
+// The composition that a headless host shows to plug-ins.
 #pragma once
 
 #include <cstddef>
@@ -9,17 +10,17 @@
 
 namespace lomix::host {
 
-/// Streams that the layers of the standard scene have, one of each size.
+/// The streams of the standard scene's layers, one for each number of dimensions.
 inline constexpr AEGP_LayerStream kOneDStream = 1;
 inline constexpr AEGP_LayerStream kTwoDStream = 2;
 inline constexpr AEGP_LayerStream kThreeDStream = 3;
 inline constexpr AEGP_LayerStream kFourDStream = 4;
 
-/// One layer of the composition that a host shows to its plug-ins.
+/// One layer of the composition.
 struct SceneLayer {
   std::string name;
   AEGP_ObjectType type = 0;
-  AEGP_LightType lightType = 0;  ///< Of a light only.
+  AEGP_LightType lightType = 0;  ///< For lights only.
   AEGP_LayerFlags flags = 0;
   bool renderActive = true;
   A_Time offset{0, 1};  ///< Start of the layer in composition time.
@@ -34,9 +35,10 @@ struct Scene {
   std::vector<SceneLayer> layers;
   std::size_t effectLayer = 0;
 
-  /// 1920 x 1080; a picture layer with the effect, starting at 1/2 s, a parallel, a spot and a
-  /// point light, a camera, and a text layer that is switched off. Layer n (from 0) has the stream
-  /// values n + 0.25, n + 0.5 and so on, and stands at (100 n, 10 n, -n).
+  /// Returns a scene of 1920 x 1080: a picture layer with the effect that starts at 1/2 s, a
+  /// parallel, a spot and a point light, a camera, and a text layer that is switched off. Layer n
+  /// (from 0) has the stream values n + 0.25, n + 0.5 and so on, and the position (100 n, 10 n,
+  /// -n).
   static Scene standard();
 };
 

@@ -1,3 +1,4 @@
+// Function tables whose unused slots report a call instead of crashing.
 #pragma once
 
 #include <array>
@@ -7,7 +8,7 @@
 
 namespace lomix::host {
 
-/// Stands in every slot that this host does not offer: the call is a fault, not a crash.
+/// Fills every slot that this host does not offer. Reports the call as a fault.
 inline PF_Err unofferedSlot() {
   if (HostState* const state = HostState::current()) {
     state->faultNow("a slot that this host does not offer was called");
@@ -15,7 +16,7 @@ inline PF_Err unofferedSlot() {
   return PF_Err_INVALID_CALLBACK;
 }
 
-/// A table of functions with unofferedSlot in every place.
+/// Returns a table of functions with unofferedSlot() in every slot.
 template <class Table>
 Table trappedTable() {
   static_assert(sizeof(Table) % sizeof(&unofferedSlot) == 0);

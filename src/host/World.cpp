@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kGuardBytes = 1024;
 
-// The host's private mark in its records: the address of one of these tells the depth.
+// A record of a World has the address of one of these in a private field, for depthOf().
 constexpr std::array<int, 3> kDepthMarks{8, 16, 32};
 
 void check(bool good, int width, int height, int depth, const char* cause) {
@@ -44,7 +44,7 @@ World::World(int width, int height, int depth, WorldLayout layout)
         depth, "rows too long for the host's record (use a narrower picture)");
   stride_ = layout.bottomUp ? -static_cast<int>(rowBytes) : static_cast<int>(rowBytes);
 
-  // The guard holds a whole row on either side, so that a row counted wrongly lands in it.
+  // A guard has room for a whole row, so that a write one row too far changes only guard bytes.
   const std::size_t guard = kGuardBytes + rowBytes;
   const std::size_t shift = static_cast<std::size_t>(layout.misalignmentBytes);
   const std::size_t picture = rowBytes * static_cast<std::size_t>(height);
@@ -86,7 +86,7 @@ bool World::guardsIntact() const {
   return guardHolds(all.subspan(guardStart), guardStart);
 }
 
-// Four sums side by side: one alone would wait for its own product at every word.
+// Four independent sums: with one, every multiplication would wait for the one before.
 std::uint64_t World::pixelHash() const {
   constexpr std::size_t kLanes = 4;
   constexpr std::size_t kBlock = kLanes * sizeof(std::uint64_t);

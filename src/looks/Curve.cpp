@@ -18,7 +18,7 @@ constexpr std::array<std::pair<Interpolation, std::string_view>, 3> kNames{
      {Interpolation::Linear, "linear"},
      {Interpolation::Ease, "ease"}}};
 
-/// One "SECONDS:VALUE[@INTERPOLATION]".
+/// Reads one "SECONDS:VALUE[@INTERPOLATION]" and adds it to the builder.
 void addKey(Curve::Builder& builder, const Parameter& parameter, std::string_view text) {
   const std::size_t colon = text.find(':');
   const auto seconds = parseNumber(trimmed(text.substr(0, colon)));
@@ -32,7 +32,7 @@ void addKey(Curve::Builder& builder, const Parameter& parameter, std::string_vie
     const std::string_view name = trimmed(value.substr(at + 1));
     interpolation = parseInterpolation(name);
     if (!interpolation) {
-      throw UsageError(parameter.name + ": a key cannot " + quoted(name) +
+      throw UsageError(parameter.name + ": " + quoted(name) + " is not an interpolation" +
                        " (use hold, linear or ease)");
     }
     value = value.substr(0, at);
@@ -70,7 +70,7 @@ double Curve::at(double seconds) const {
 
 Curve::Builder::Builder(const Parameter& parameter) : parameter_(parameter) {
   if (!parameter.canChangeOverTime) {
-    throw UsageError(parameter.name + ": it cannot change over time (set one value for all)");
+    throw UsageError(parameter.name + ": it cannot change over time (set one value for all times)");
   }
 }
 

@@ -9,21 +9,22 @@
 
 namespace lomix::looks {
 
-/// How a value goes from one key to the next.
+/// How a value changes from one key to the next.
 enum class Interpolation {
-  Hold,    ///< It stays and jumps at the next key.
-  Linear,  ///< At an even rate.
-  Ease     ///< It starts slowly and arrives slowly.
+  Hold,    ///< It stays constant and jumps at the next key.
+  Linear,  ///< It changes at a constant rate.
+  Ease     ///< It starts and ends slowly: 3x^2 - 2x^3.
 };
 
-/// "hold", "linear" or "ease".
+/// Returns "hold", "linear" or "ease".
 std::string_view nameOf(Interpolation interpolation);
-/// Returns nothing for any other text.
+/// Returns the interpolation of that name; nothing for any other text.
 std::optional<Interpolation> parseInterpolation(std::string_view name);
 
-/// Returns what keys do that say nothing: choices hold, numbers change evenly.
+/// Returns the default for a parameter's keys: Hold for choices, Linear for numbers.
 Interpolation usualInterpolation(const Parameter& parameter);
 
+/// A value at a time.
 struct Key {
   double seconds;
   double value;
@@ -31,21 +32,22 @@ struct Key {
   bool operator==(const Key&) const = default;
 };
 
-/// One key or more, their times rising. Before the first key its value stands, after the last one
-/// the last value.
+/// A value over time: one key or more, in order of time. Before the first key the curve has the
+/// first value, after the last key the last one.
 class Curve {
  public:
-  /// A value that never changes.
+  /// Makes a constant curve.
   explicit Curve(double value);
 
   const std::vector<Key>& keys() const { return keys_; }
-  /// Whether it has one value for all times.
+  /// Returns whether it has one value for all times.
   bool isConstant() const { return keys_.size() == 1; }
-  /// Whether it was built from keys, be it a single one.
+  /// Returns whether it was built from keys, even a single one, instead of from a constant.
   bool hasKeys() const { return hasKeys_; }
+  /// Returns the value at a time.
   double at(double seconds) const;
 
-  /// Builds the curve of one parameter, whose kind decides what its keys may do.
+  /// Builds the curve of one parameter.
   class Builder;
 
  private:
@@ -60,12 +62,12 @@ class Curve::Builder {
   /// time.
   explicit Builder(const Parameter& parameter);
 
-  /// Adds a key. value: one that the parameter takes. interpolation: nothing for the parameter's
-  /// own, hold for popups and linear for sliders. Throws UsageError for a time that is not after
-  /// the last one and for a popup that should not hold.
+  /// Adds a key. value: valid for the parameter. interpolation: nothing for usualInterpolation().
+  /// Throws UsageError for a time that is not after the last key's, and for a choice with another
+  /// interpolation than Hold.
   void add(double seconds, double value, std::optional<Interpolation> interpolation);
 
-  /// Throws UsageError when there is no key.
+  /// Returns the curve. Throws UsageError when there is no key.
   Curve finish() &&;
 
  private:

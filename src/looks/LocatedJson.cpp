@@ -59,7 +59,7 @@ class Builder : public nlohmann::json_sax<json> {
              "an object has too many names (the limit is " + std::to_string(kMaxMembers) + ")");
     }
     if (object.find(name) != nullptr) {
-      failAt(source_, line(), "\"" + name + "\" is here for the second time (take one out)");
+      failAt(source_, line(), "\"" + name + "\" is already in this object (remove one of the two)");
     }
     object.members.emplace_back(name, Value{});
     object.members.back().second.line = line();
@@ -70,7 +70,7 @@ class Builder : public nlohmann::json_sax<json> {
     std::string cause = error.what();
     // Up to the first ": " the library counts lines and columns in its own way.
     if (const std::size_t at = cause.find(": "); at != std::string::npos) cause.erase(0, at + 2);
-    failAt(source_, line(), "this is not JSON, " + cause + " (check commas, quotes and braces)");
+    failAt(source_, line(), "it is not JSON, " + cause + " (check commas, quotes and braces)");
   }
 
  private:

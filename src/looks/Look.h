@@ -1,4 +1,4 @@
-// What the effect's parameters are over the time of a render.
+// The effect's parameters over the time of a render.
 #pragma once
 
 #include <map>
@@ -12,13 +12,13 @@ namespace lomix::looks {
 /// Values of some of the parameters as functions of time; the others keep their defaults.
 class Look {
  public:
-  /// Gives a parameter a value or a curve, in place of an earlier one. index: of the parameter.
+  /// Sets a parameter to a curve or a constant, replacing an earlier one. index: the parameter's.
   void set(int index, Curve curve) { curves_.insert_or_assign(index, std::move(curve)); }
   void set(int index, double value) { set(index, Curve(value)); }
-  /// Gives a parameter its default again.
+  /// Resets a parameter to its default.
   void reset(int index) { curves_.erase(index); }
 
-  /// By index of the parameter.
+  /// Returns the curves of the parameters that are set, by index.
   const std::map<int, Curve>& curves() const { return curves_; }
 
   /// Returns the value of a parameter at a time.

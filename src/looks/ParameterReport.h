@@ -1,3 +1,4 @@
+// Lists of parameters, as JSON and as text.
 #pragma once
 
 #include <iosfwd>
@@ -7,10 +8,10 @@
 
 namespace lomix::looks {
 
-/// The parameters as an array of objects, in the order of the panel.
+/// Returns the parameters as an array of objects, in panel order.
 nlohmann::ordered_json toJson(const ParameterTable& table);
 
-/// The parameters as a table for people, one line each.
+/// Prints the parameters as a table, one line each.
 void print(const ParameterTable& table, std::ostream& out);
 
 }  // namespace lomix::looks

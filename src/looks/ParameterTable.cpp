@@ -9,7 +9,7 @@
 namespace lomix::looks {
 namespace {
 
-/// The way out of messages about values: "(use 0 % to 100 %)".
+/// Returns the way out of messages about values, such as "(use 0 % to 100 %)".
 std::string acceptedValues(const Parameter& parameter) {
   if (!parameter.isChoice) {
     return "(use " + valueText(parameter, parameter.minimum) + " to " +

@@ -1,4 +1,4 @@
-// Parameters by name, and their values as people type them.
+// Finds parameters by name and reads their values as people type them.
 #pragma once
 
 #include <string>
@@ -23,8 +23,8 @@ class ParameterTable {
   /// Finds a parameter by its key or panel name. Returns null when there is none of that name.
   const Parameter* find(std::string_view name) const;
 
-  /// Returns the parameter of that name. Throws UnknownName, which names the nearest one. subject:
-  /// who asks, the beginning of the message; empty for none.
+  /// Returns the parameter of that name. subject: begins the error message, such as "--set"; empty
+  /// for none. Throws UnknownName, which names the most similar parameter.
   const Parameter& get(std::string_view name, std::string_view subject) const;
 
  private:
@@ -35,8 +35,8 @@ class ParameterTable {
 const ParameterTable& effectTable();
 
 /// Reads a value as in the panel: a number, with or without "%" where the unit is percent; a choice
-/// by its text or its number. Throws UsageError for what is no value, ValueOutOfRange for one
-/// outside the valid range; both name the parameter.
+/// by its text or its number. Throws UsageError for a text that is not a value, ValueOutOfRange for
+/// a value outside the valid range; both name the parameter.
 double parseValue(const Parameter& parameter, std::string_view text);
 
 /// Throws ValueOutOfRange unless the parameter takes the value; NaN is out of every range.

@@ -41,7 +41,7 @@ class Reader {
   Preset read() {
     const Value& root = json_.root();
     requireObject(root, "a preset");
-    // First, since a file of a later form may have names that mean nothing here.
+    // Checked first, because a file of a later format may have names that are unknown here.
     checkFormat();
     checkNames(root, {"$schema", "format", "name", "description", "parameters", "keys"});
     Preset preset{readLine("name"), readLine("description"), {}};
@@ -68,7 +68,7 @@ class Reader {
       for (const std::string_view other : known) {
         list += (list.empty() ? "" : ", ") + inQuotes(other);
       }
-      json_.fail(value, inQuotes(name) + " has no meaning here (use " + list + ")");
+      json_.fail(value, inQuotes(name) + " is not known here (use " + list + ")");
     }
   }
 
@@ -98,7 +98,7 @@ class Reader {
     return value.text;
   }
 
-  /// Runs a step that blames the parameter, and adds the line.
+  /// Runs a step and adds the line to its UsageError, which names the parameter but no line.
   template <typename Step>
   decltype(auto) locate(const Value& value, Step step) {
     try {
@@ -121,10 +121,10 @@ class Reader {
     return locate(value, [&] { return parseValue(parameter, value.text); });
   }
 
-  /// Refuses a parameter that the preset has set already, perhaps by another spelling.
+  /// Sets a parameter. Refuses one that the preset has set already, even in another spelling.
   void set(Look& look, const Parameter& parameter, const Value& value, Curve curve) {
     if (look.curves().contains(parameter.index)) {
-      json_.fail(value, parameter.name + ": it is set twice in this preset (take one out)");
+      json_.fail(value, parameter.name + ": it is set twice in this preset (remove one)");
     }
     look.set(parameter.index, std::move(curve));
   }
@@ -174,7 +174,7 @@ class Reader {
     const auto known = name->kind == Kind::Text ? parseInterpolation(name->text) : std::nullopt;
     if (!known) {
       json_.fail(*name, parameter.name + ": " + name->shown() +
-                            " is no \"interpolation\" (use \"hold\", \"linear\" or \"ease\")");
+                            " is not an \"interpolation\" (use \"hold\", \"linear\" or \"ease\")");
     }
     return known;
   }

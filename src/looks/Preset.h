@@ -1,4 +1,4 @@
-// Looks in files.
+// Presets: parameters with a name and a description, stored as JSON.
 #pragma once
 
 #include <cstddef>
@@ -9,31 +9,32 @@
 
 namespace lomix::looks {
 
-/// The form of preset files that this version writes. It reads this one and all before.
+/// The format of preset files that this version writes. It reads this format and all earlier ones.
 inline constexpr int kPresetFormat = 1;
 /// The most bytes of a preset's name or description.
 inline constexpr std::size_t kMaxPresetLine = 200;
-/// The most bytes of a preset. Far more than the parameters need; what is longer is no preset.
+/// The most bytes of a preset file, far more than the parameters need.
 inline constexpr std::size_t kMaxPresetBytes = 1 << 20;
 
+/// A preset.
 struct Preset {
   std::string name;         ///< For people, one line.
   std::string description;  ///< One line.
   Look look;
 };
 
-/// Reads a preset. text: the content of the file; source: what it is, for messages: "'my.json'".
-/// Throws CommandError, which names the line and the key that is wrong.
+/// Reads a preset. text: the content of its file; source: its name in error messages, such as
+/// "'my.json'". Throws BadPreset, which names the line and the cause.
 Preset parsePreset(const std::string& text, const std::string& source, const ParameterTable& table);
 
 /// Returns the text of the preset's file. Throws UsageError for a name or description that is not
 /// one line of 1 to kMaxPresetLine bytes.
 std::string presetText(const Preset& preset, const ParameterTable& table);
 
-/// The same as JSON, unchecked.
+/// Returns the preset as JSON. Name and description are not checked.
 nlohmann::ordered_json toJson(const Preset& preset, const ParameterTable& table);
 
-/// What the look is made of, in one line: "Noise 30 %, Vertical Sync in 3 keys".
+/// Returns a line that describes the parameters, such as "Noise 30 %, Vertical Sync in 3 keys".
 std::string describe(const Look& look, const ParameterTable& table);
 
 }  // namespace lomix::looks

@@ -1,3 +1,4 @@
+// The JSON schema of preset files, for editors.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -6,7 +7,7 @@
 
 namespace lomix::looks {
 
-/// The JSON schema of preset files, with the names and ranges of these parameters.
+/// Returns the JSON schema of preset files, with the names and ranges of the table's parameters.
 nlohmann::ordered_json presetSchema(const ParameterTable& table);
 
 }  // namespace lomix::looks

@@ -17,7 +17,7 @@ bool isFileName(const std::string& text) {
   return text.find_first_of("/\\") != std::string::npos || text.ends_with(".json");
 }
 
-/// "tape-damage" as a heading.
+/// Returns a file's name as a preset's name: "tape-damage" gives "Tape damage".
 std::string readable(std::string name) {
   std::ranges::replace_if(
       name, [](char c) { return c == '-' || c == '_' || static_cast<unsigned char>(c) < ' '; },
@@ -25,7 +25,7 @@ std::string readable(std::string name) {
   if (!name.empty() && name[0] >= 'a' && name[0] <= 'z') {
     name[0] = static_cast<char>(name[0] - 'a' + 'A');
   }
-  return name.empty() ? "Look" : name;
+  return name.empty() ? "Preset" : name;
 }
 
 }  // namespace

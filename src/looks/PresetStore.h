@@ -1,4 +1,4 @@
-// Where presets come from and go to.
+// Finds and saves presets: the built-in ones and files.
 #pragma once
 
 #include <filesystem>
@@ -10,33 +10,33 @@
 
 namespace lomix::looks {
 
-/// A preset that is part of this program.
+/// A preset that is compiled into this program.
 struct BuiltInPreset {
   const char* id;           ///< Stable: "weak-aerial".
   const char* name;         ///< For people: "Weak aerial".
   const char* description;  ///< One line.
-  const char* text;         ///< Its file.
+  const char* text;         ///< The content of its file.
 };
 
-/// Returns all of them, in the order of their ids.
+/// Returns all built-in presets, sorted by id.
 std::span<const BuiltInPreset> builtInPresets();
 
 /// Finds a built-in preset by its id, in any spelling that normalisedName() equates. Throws
-/// UnknownName, which names the nearest.
+/// UnknownName, which names the most similar one.
 const BuiltInPreset& builtInPreset(std::string_view id);
 
-/// A preset's file, found by what the user wrote: a built-in one's id, or the name of a file, which
-/// ends in ".json" or contains a slash.
+/// The content of a preset's file.
 struct PresetText {
-  std::string source;  ///< What it is, for messages.
+  std::string source;  ///< Its name in error messages.
   std::string text;
 };
 
-/// Throws UnknownName as builtInPreset() does, MediaError when the file cannot be read.
+/// Finds a preset by the id of a built-in one, or by a file name, which ends in ".json" or contains
+/// a slash. Throws UnknownName as builtInPreset() does, MediaError when the file cannot be read.
 PresetText findPreset(const std::string& nameOrFile);
 
-/// Writes a look as a preset named after the file. With overwrite false a file with other content
-/// is kept. Throws MediaError.
+/// Writes parameters as a preset that is named after the file. With overwrite false an existing
+/// file with other content is kept and an error. Throws MediaError.
 void savePreset(const Look& look, const ParameterTable& table, const std::filesystem::path& file,
                 bool overwrite);
 

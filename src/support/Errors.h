@@ -1,3 +1,4 @@
+// Errors that end a command, by exit code. what() is one line, "subject: cause (way out)".
 #pragma once
 
 #include <stdexcept>
@@ -5,27 +6,26 @@
 
 namespace lomix {
 
-/// The command line asks for something that cannot be; the process ends with 2. what() is one line,
-/// "subject: cause (way out)".
+/// Reports a command line or an argument that makes no sense. Exit code 2.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The work could not be done; the process ends with 1. what() as above.
+/// Reports work that could not be done. Exit code 1.
 class CommandError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Some of the work could not be done, the rest is; the process ends with 3. what() as above.
+/// Reports that some frames failed and all others are done. Exit code 3.
 class FramesFailed : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A signal ended the work between two frames; the process ends with 128 and its number. what():
-/// "subject: what is done (how to go on)".
+/// Reports that a signal ended the work between two frames. Exit code 128 plus the signal's number.
+/// what(): "subject: what is done (how to go on)".
 class Interrupted : public std::runtime_error {
  public:
   Interrupted(const std::string& message, int signal)

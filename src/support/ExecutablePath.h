@@ -1,4 +1,4 @@
-// The place of the running program, beside which its modules are installed.
+// Finds the running program, near which its plug-in module is installed.
 #pragma once
 
 #include <filesystem>

@@ -1,12 +1,12 @@
-// For the build that looks for leaks: what it must not take for one. Not part of any other build.
+// Settings of the leak checker. Compiled only into builds with the address sanitizer.
 
-/// The library that finds letters links its configuration by offsets, which the search for pointers
-/// does not follow, so that what is still in use when the program ends looks lost.
+/// Ignores fontconfig. It refers to its configuration by offsets instead of pointers, which the
+/// checker cannot follow, so memory that is still in use at exit is reported as a leak.
 extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions() {
   return "leak:libfontconfig";
 }
 
-/// What was suppressed is not worth a line on standard error.
+/// Keeps the checker from printing a list of what was suppressed.
 extern "C" [[gnu::visibility("default")]] const char* __lsan_default_options() {
   return "print_suppressions=0";
 }

@@ -30,8 +30,7 @@ void replace(int by, int file) { dup2(by, file); }
 void closeFile(int file) { close(file); }
 #endif
 
-// There is one standard error for all threads: the first one takes it away, the last one brings it
-// back.
+// All threads share one standard error: the first object redirects it, the last one restores it.
 std::mutex mutex;
 int users = 0;
 int kept = -1;

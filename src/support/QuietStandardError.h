@@ -1,10 +1,12 @@
+// Silences libraries that print on standard error.
 #pragma once
 
 namespace lomix {
 
-/// While one of these lives, whatever the process writes to standard error is dropped. The decoders
-/// under the image library print there by themselves, and their lines would stand between ours; the
-/// errors among them come back through the image library too. Print nothing while it lives.
+/// Drops everything that the process, on any thread, writes to standard error while an object of
+/// this class exists. The image library's decoders print there by themselves and would interrupt
+/// the command's own lines; their errors are also returned by the image library. Use
+/// StandardErrorCopy to print meanwhile. Several threads may have an object each.
 class QuietStandardError {
  public:
   QuietStandardError();

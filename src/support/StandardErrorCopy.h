@@ -1,3 +1,4 @@
+// Standard error for the command, which still works while libraries are silenced.
 #pragma once
 
 #include <ostream>
@@ -5,13 +6,14 @@
 
 namespace lomix {
 
-/// A stream to where standard error went when it was made. Readers of pictures and videos mute
-/// standard error for a while, for all threads; this one still speaks.
+/// An output stream to the file or terminal that was standard error when the object was made. It is
+/// not affected by QuietStandardError.
 class StandardErrorCopy : public std::ostream {
  public:
   StandardErrorCopy();
   ~StandardErrorCopy() override;
 
+  /// Returns whether the stream writes to a terminal.
   bool isTerminal() const;
 
  private:

@@ -5,11 +5,11 @@
 
 namespace lomix {
 
-/// Where a command writes: results to out, notes and errors to err.
+/// Output of a command: results go to out, notes, progress and errors to err.
 struct Streams {
   std::ostream& out;
   std::ostream& err;
-  bool errIsTerminal = false;
+  bool errIsTerminal = false;  ///< Progress is then a bar that redraws itself.
 };
 
 }  // namespace lomix

@@ -23,8 +23,8 @@
 namespace lomix {
 namespace {
 
-/// Names that the handler of a signal finds without taking a lock. One slot for each file that is
-/// being written at the same time, more than a command has threads.
+/// The names of all temporary files, for removeAllBeforeExit(), which must not take a lock. One
+/// slot for each file that is being written at the same time: more than a command has threads.
 std::array<std::atomic<const char*>, 2048> liveNames;
 
 std::string randomName() {
@@ -34,7 +34,7 @@ std::string randomName() {
   return name.data();
 }
 
-/// Whether the file is new and empty now; errno tells why not.
+/// Creates an empty file. Returns false and sets errno when it cannot, or when one exists.
 bool createNew(const std::filesystem::path& path) {
 #ifdef _WIN32
   const int flags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
@@ -56,12 +56,12 @@ char* copyOf(const std::string& text) {
 
 TemporaryFile::TemporaryFile(const std::filesystem::path& target) : name_(target) {
   std::error_code ignored;
-  // A link is written through, not replaced by the picture.
+  // Replaces the file that a link leads to, not the link.
   target_ = std::filesystem::weakly_canonical(target, ignored);
   if (target_.empty()) target_ = target;
   path_ = target_.parent_path() / (randomName() + target_.extension().string());
 
-  // Registered first, so that there is no moment at which the file exists and is not known.
+  // Registered before it is created, so that a signal in between leaves no file behind.
   const char* name = copyOf(path_.string());
   for (auto& slot : liveNames) {
     const char* empty = nullptr;
@@ -93,20 +93,20 @@ TemporaryFile::~TemporaryFile() {
 void TemporaryFile::publish(bool overwrite) {
   std::error_code error;
   if (overwrite) {
-    // The new file is open to those that the old one was open to.
+    // The new file keeps the permissions of the old one.
     const std::filesystem::file_status old = std::filesystem::status(target_, error);
     if (std::filesystem::exists(old)) {
       std::filesystem::permissions(path_, old.permissions(), error);
     }
     std::filesystem::rename(path_, target_, error);
   } else {
-    // A link, unlike a rename, fails when the name is taken, and does so in one step.
+    // Unlike a rename, making a link fails when the name is taken, atomically.
     std::filesystem::create_hard_link(path_, target_, error);
     if (error == std::errc::file_exists) throwFileExists(name_);
     if (!error) {
       std::filesystem::remove(path_, error);
     } else {
-      // Some file systems know no links.
+      // Some file systems have no hard links.
       std::filesystem::rename(path_, target_, error);
     }
   }
@@ -117,7 +117,7 @@ void TemporaryFile::publish(bool overwrite) {
 }
 
 void TemporaryFile::forget() noexcept {
-  // Null means that a handler has taken the name; then it is the handler's.
+  // Null: the signal handler has taken the name and owns it.
   delete[] slot_->exchange(nullptr);
   slot_ = nullptr;
 }

@@ -1,3 +1,4 @@
+// Files that appear under their final name only when they are complete.
 #pragma once
 
 #include <atomic>
@@ -5,25 +6,27 @@
 
 namespace lomix {
 
-/// A file that grows under a hidden temporary name beside its final one and gets the final name
-/// only when it is whole. Whatever was not published is removed with the object.
+/// A file that is written under a hidden temporary name in the folder of its final name. The
+/// destructor removes a file that was not published.
 class TemporaryFile {
  public:
-  /// Creates an empty file in the folder of target, with target's extension. Throws MediaError when
-  /// the folder does not exist or cannot be written to.
+  /// Creates an empty file in the folder of target, with target's extension. A target that is a
+  /// link stays one: the file that it leads to is replaced. Throws MediaError when the folder does
+  /// not exist or cannot be written to.
   explicit TemporaryFile(const std::filesystem::path& target);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
+  /// Returns the temporary name, for writing the content.
   const std::filesystem::path& path() const { return path_; }
 
-  /// Gives the file its final name. With overwrite false a file that has taken the name meanwhile
-  /// is kept and MediaError thrown.
+  /// Gives the file its final name. Call after it was written and closed. Throws MediaError; with
+  /// overwrite false also when a file of that name exists by now, which is kept.
   void publish(bool overwrite);
 
-  /// Removes every temporary file of the process. May be called from a handler of a signal that
-  /// ends the process; no TemporaryFile may be used afterwards.
+  /// Removes every temporary file of the process. Safe to call from a signal handler; the process
+  /// must end afterwards without using a TemporaryFile.
   static void removeAllBeforeExit() noexcept;
 
  private:

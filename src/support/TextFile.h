@@ -1,4 +1,4 @@
-// Small files of text.
+// Reads and writes small text files, such as presets and reports.
 #pragma once
 
 #include <cstddef>
@@ -7,11 +7,13 @@
 
 namespace lomix {
 
-/// The content of a file. Throws MediaError when it cannot be read or has more than maxBytes.
+/// Returns the content of a file. Throws MediaError when it cannot be read or has more than
+/// maxBytes.
 std::string readText(const std::filesystem::path& file, std::size_t maxBytes);
 
-/// Writes a file, which appears only when it is whole. With overwrite false a file that exists is
-/// kept, and is an error unless it has just this content. Throws MediaError.
+/// Writes a file, which appears under its name only when it is complete. Does nothing when the file
+/// has this very content already. With overwrite false any other existing file is kept and an
+/// error. Throws MediaError.
 void writeText(const std::string& text, const std::filesystem::path& file, bool overwrite);
 
 }  // namespace lomix

@@ -1,6 +1,6 @@
-// Windows hands the command its names in UTF-8 (lomix.manifest), and std::filesystem gives them
-// back so, but on the way in this runtime takes every byte for a character of its own. The linker
-// puts this function in the place of the one that std::filesystem asks.
+// UTF-8 file names under Windows, for builds with MinGW. lomix.manifest makes Windows pass the
+// command line in UTF-8, but MinGW's mbrtowc(), with which std::filesystem decodes names, converts
+// byte by byte. The linker replaces it by the function below (--wrap=mbrtowc).
 #include <windows.h>
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// The effect's version as hosts pack it into one 32-bit word.
 #pragma once
 
 #include <cstdint>
@@ -5,7 +6,7 @@
 
 namespace lomix {
 
-/// A host's packed version word, taken apart.
+/// The fields of a packed version word.
 struct VersionWord {
   std::uint32_t version;
   std::uint32_t subversion;
@@ -14,13 +15,14 @@ struct VersionWord {
   std::uint32_t build;
   bool operator==(const VersionWord&) const = default;
 
+  /// Returns "development", "alpha", "beta" or "release".
   constexpr std::string_view stageName() const {
     constexpr std::string_view kNames[] = {"development", "alpha", "beta", "release"};
     return kNames[stage & 3U];
   }
 };
 
-/// The counterpart of PF_VERSION.
+/// Unpacks a word that PF_VERSION packed.
 constexpr VersionWord decodeVersion(std::uint32_t word) {
   return {(word >> 19) & 7U, (word >> 15) & 15U, (word >> 11) & 15U, (word >> 9) & 3U, word & 511U};
 }

@@ -1,3 +1,4 @@
+// A fixture for tests that run the built command.
 #pragma once
 
 #include <fcntl.h>
@@ -14,7 +15,7 @@
 
 namespace lomix {
 
-/// A test that runs the built command, or another program, in the scratch folder.
+/// Runs the built command, or another program, in the scratch folder.
 class CommandProcess : public ScratchFolder {
  protected:
   struct Result {
@@ -62,7 +63,7 @@ class CommandProcess : public ScratchFolder {
   void expectDone(std::vector<std::string> arguments) {
     const Result result = run(std::move(arguments));
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    // A slow machine has time to tell how it gets on.
+    // On a slow machine lines of progress appear.
     const std::regex progress("[0-9]+( of [0-9]+)? frames[^\n]*\n");
     EXPECT_EQ(std::regex_replace(result.err, progress, ""), "");
   }

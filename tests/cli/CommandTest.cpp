@@ -1,4 +1,4 @@
-// The built command as a user meets it: exit codes, what it prints, and what it leaves on the disk.
+// The built command: exit codes, output, and the files that it leaves.
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -23,7 +23,7 @@ class Lomix : public CommandProcess {
  protected:
   Lomix() { media::writePicture(media::drawTestCard(96, 54), path("card.png"), false); }
 
-  /// All pixels of an 8-bit picture.
+  /// Returns all pixels of an 8-bit picture.
   std::vector<std::uint8_t> pixels(const std::string& name) {
     const Picture picture = media::readPicture(path(name));
     EXPECT_EQ(picture.depth(), 8) << name;
@@ -45,7 +45,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
   struct Case {
     std::vector<std::string> arguments;
     int exitCode;
-    const char* cause;
+    const char* message;  ///< Part of the error message.
   };
   const std::vector<std::string> good{"render", "card.png", "out.png"};
   const auto with = [&](std::vector<std::string> more) {
@@ -142,7 +142,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
     EXPECT_THAT(result.err, StartsWith("error: ")) << line;
     EXPECT_THAT(result.err, EndsWith(")\n")) << line;
     EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << line << result.err;
-    EXPECT_THAT(result.err, HasSubstr(c.cause)) << line;
+    EXPECT_THAT(result.err, HasSubstr(c.message)) << line;
     EXPECT_THAT(result.out, IsEmpty()) << line;
     EXPECT_EQ(names(), before) << line;
   }
@@ -155,7 +155,7 @@ TEST_F(Lomix, BlendedWhollyWithTheOriginalThePictureIsUntouched) {
   EXPECT_EQ(pixels("out.png"), pixels("card.png"));
 }
 
-TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
+TEST_F(Lomix, TheSameTimeGivesTheSamePictureInEveryNotation) {
   const std::vector<std::string> look{"--set", "Signal Distortion=40", "--set", "Vertical Sync=30"};
   const auto render = [&](const std::string& out, std::vector<std::string> more) {
     more.insert(more.begin(), look.begin(), look.end());
@@ -173,7 +173,7 @@ TEST_F(Lomix, TheSameTimeGivesTheSamePictureHoweverItIsTold) {
   EXPECT_EQ(render("f.png", {keys[0], keys[1], keys[2], keys[3], "--time", "1.5"}), decimal);
 }
 
-TEST_F(Lomix, APresetIsWhereSettingsAndKeysStartFrom) {
+TEST_F(Lomix, SettingsAndKeysChangeAPreset) {
   const auto render = [&](const std::string& out, std::vector<std::string> more) {
     more.insert(more.begin(), {"render", "card.png", out, "--time", "0.5"});
     expectDone(more);
@@ -222,16 +222,16 @@ TEST_F(Lomix, ATimeThatHasNoEffectIsNoted) {
   EXPECT_THAT(quiet.err + quiet.out, IsEmpty());
 }
 
-TEST_F(Lomix, DepthFollowsTheInputUnlessTold) {
+TEST_F(Lomix, DepthIsTheInputsUnlessAnOptionSetsIt) {
   expectDone({"render", "card.png", "deep.png", "--depth", "32"});
   expectDone({"render", "deep.png", "same.png"});
   expectDone({"render", "deep.png", "premiere.png", "--host", "premiere"});
-  expectDone({"render", "deep.png", "told.png", "--depth", "8"});
+  expectDone({"render", "deep.png", "eight.png", "--depth", "8"});
   using media::Storage;
   EXPECT_EQ(media::readPicture(path("deep.png")).info.storage, Storage::UInt16);
   EXPECT_EQ(media::readPicture(path("same.png")).info.storage, Storage::UInt16);
   EXPECT_EQ(media::readPicture(path("premiere.png")).info.storage, Storage::UInt8);
-  EXPECT_EQ(media::readPicture(path("told.png")).info.storage, Storage::UInt8);
+  EXPECT_EQ(media::readPicture(path("eight.png")).info.storage, Storage::UInt8);
 }
 
 TEST_F(Lomix, ReducedResolutionGivesTheSmallerPicture) {
@@ -241,7 +241,7 @@ TEST_F(Lomix, ReducedResolutionGivesTheSmallerPicture) {
   EXPECT_EQ(picture.height(), 14);
 }
 
-TEST_F(Lomix, TheEffectIsToldTheReduction) {
+TEST_F(Lomix, TheEffectScalesItsLengthsWithTheReduction) {
   expectDone(
       {"render", "card.png", "half.png", "--downsample", "2", "--set", "blend-w-original=100"});
   const auto render = [&](const std::string& in, const std::string& out,
@@ -251,12 +251,12 @@ TEST_F(Lomix, TheEffectIsToldTheReduction) {
     return pixels(out);
   };
   // Lengths in pixels halve with the picture: 8 of the full size are 4 of the half.
-  const auto told = render("card.png", "a.png", "2", "8");
-  EXPECT_EQ(told, render("half.png", "b.png", "1", "4"));
-  EXPECT_NE(told, render("half.png", "c.png", "1", "8"));
+  const auto reduced = render("card.png", "a.png", "2", "8");
+  EXPECT_EQ(reduced, render("half.png", "b.png", "1", "4"));
+  EXPECT_NE(reduced, render("half.png", "c.png", "1", "8"));
 }
 
-TEST_F(Lomix, WhatAModuleDoesWrongIsAnErrorAndNothingIsWritten) {
+TEST_F(Lomix, AFaultyModuleIsAnErrorAndNothingIsWritten) {
   const auto before = names();
   struct Case {
     const char* fault;
@@ -294,7 +294,7 @@ TEST_F(Lomix, ParametersComeFromTheModule) {
   EXPECT_THAT(run({"params"}).out, HasSubstr("Scanline Speed"));
 }
 
-TEST_F(Lomix, AModuleTellsAboutItself) {
+TEST_F(Lomix, InspectShowsVersionFlagsAndAbout) {
   const auto report = nlohmann::json::parse(run({"inspect", LOMIX_MODULE, "--json"}).out);
   EXPECT_EQ(report["version"]["word"], 0x100601);
   EXPECT_EQ(report["outFlags"]["names"], nlohmann::json({"KEEP_RESOURCE_OPEN", "NON_PARAM_VARY"}));

@@ -1,4 +1,4 @@
-// Contact sheets, plots and comparisons, checked pixel by pixel against what they are made of.
+// Contact sheets, plots and comparisons, compared pixel by pixel with rendered pictures.
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -22,12 +22,12 @@ class Figure : public CommandProcess {
  protected:
   Figure() {
     Picture card = media::drawTestCard(kWidth, kHeight);
-    // Opaque, so that nothing of the sheet's paper shows through.
+    // Opaque, so that the sheet's background does not show through.
     card.info.hasAlpha = false;
     media::writePicture(card, path("card.png"), false);
   }
 
-  /// Whether the sheet has the picture with its upper left corner at (left, top).
+  /// Returns whether the sheet has the picture with its upper left corner at (left, top).
   static bool holds(const Picture& sheet, const Picture& picture, int left, int top) {
     for (int y = 0; y < picture.height(); ++y) {
       const auto row =
@@ -97,7 +97,7 @@ TEST_F(Figure, EveryPictureOfASheetIsWhatRenderGives) {
   }
 }
 
-TEST_F(Figure, WithoutLettersThereIsAnErrorAndNoPicture) {
+TEST_F(Figure, WithoutFontsThereIsAnErrorAndNoPicture) {
   write(path("fonts.conf"), "<?xml version=\"1.0\"?><fontconfig></fontconfig>");
   setenv("FONTCONFIG_FILE", path("fonts.conf").c_str(), 1);
   const Result result = run({"plot", "plot.png"});

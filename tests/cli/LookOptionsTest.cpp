@@ -1,4 +1,4 @@
-// Keys over time, on the effect's own parameters.
+// --set and --key with the effect's own parameters.
 #include <gmock/gmock.h>
 
 #include "cli/LookOptions.h"
@@ -22,7 +22,7 @@ looks::Look lookOf(std::vector<std::string> arguments) {
   return options.read(looks::effectTable());
 }
 
-TEST(Look, AKeyedValueMovesAsItsKeysSay) {
+TEST(Look, AKeyedValueFollowsItsInterpolation) {
   struct Case {
     const char* keys;
     double seconds, value;
@@ -49,7 +49,7 @@ TEST(Look, AKeyedValueMovesAsItsKeysSay) {
   }
 }
 
-TEST(Look, KeysWinOverSettingsAndLaterOverEarlier) {
+TEST(Look, KeysReplaceSettingsAndLaterOnesReplaceEarlierOnes) {
   const looks::Look look =
       lookOf({"--key", "Noise=0:1,1:2", "--set", "Noise=50", "--set", "Bars Overlay=5", "--set",
               "Bars Overlay=6", "--key", "noise=0:10,1:20"});

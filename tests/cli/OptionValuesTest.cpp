@@ -1,3 +1,4 @@
+// Frame numbers, times, rates, sizes and version words, as the command reads them.
 #include <gmock/gmock.h>
 
 #include "cli/OptionValues.h"

@@ -1,5 +1,5 @@
-// Numbered sequences through the built command: which frames, at which times, and what is left
-// after trouble on the way.
+// The built command on numbered sequences: frame numbers, times, and the files that are left after
+// failures.
 #include <sys/mount.h>
 
 #include <chrono>
@@ -50,7 +50,7 @@ class Sequence : public CommandProcess {
   }
 };
 
-TEST_F(Sequence, NamesMatchTheFilesThatTheyWouldGive) {
+TEST_F(Sequence, PatternsMatchFilesOfTheirPadding) {
   for (const char* name : {"a.0009.png", "a.0010.png", "a.12345.png", "a.010.png", "a.00011.png",
                            "a.-001.png", "a.x.png", "a.0012.jpg", "b.0013.png"}) {
     write(path(name), "");
@@ -132,7 +132,7 @@ TEST_F(Sequence, MissingAndBrokenFramesAreNamedAndTheRestIsThere) {
   EXPECT_EQ(run(render({"in.####.png", "x.####.png", "--frames", "5"})).exitCode, 1);
 }
 
-TEST_F(Sequence, ExistingFramesAreRefusedKeptOrReplacedAsTold) {
+TEST_F(Sequence, ExistingFramesAreRefusedKeptOrReplaced) {
   makeFrames(1, 4);
   write(path("out.2.png"), "precious");
   const auto before = names();
@@ -154,7 +154,7 @@ TEST_F(Sequence, KilledAtRandomAndResumedItIsWholeAndTheSame) {
   int killed = 0;
   for (int i = 0; i < 20; ++i) {
     const pid_t process = start(render({"in.####.png", "out.####.png", "--skip-existing"}));
-    // Startup included, so that some die before their first frame.
+    // From 0 ms, so that some are killed before their first frame.
     std::this_thread::sleep_for(std::chrono::milliseconds(random() % 60));
     kill(process, SIGKILL);
     if (finish(process).exitCode == 1000 + SIGKILL) ++killed;
@@ -214,8 +214,8 @@ TEST_F(Sequence, ProgressIsALineASecondAndNothingWhenQuiet) {
                                        "--skip-existing"};
     if (!quiet.empty()) arguments.push_back(quiet);
     const pid_t process = start(render(arguments));
-    const auto told = [&] { return read(outputs_ / "err").find(" left\n") != std::string::npos; };
-    for (int i = 0; i < 6000 && !(quiet.empty() ? told() : i > 130); ++i) {
+    const auto shown = [&] { return read(outputs_ / "err").find(" left\n") != std::string::npos; };
+    for (int i = 0; i < 6000 && !(quiet.empty() ? shown() : i > 130); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     kill(process, SIGTERM);

@@ -1,4 +1,4 @@
-// Real videos, made by ffmpeg, through the built command; ffprobe looks at what comes out.
+// The built command on videos that ffmpeg makes; ffprobe reads the outputs.
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -17,13 +17,13 @@ using testing::StartsWith;
 
 class Video : public CommandProcess {
  protected:
-  /// What a shell command prints; it has to end well.
+  /// Returns the output of a shell command, which has to succeed.
   std::string shell(const std::string& command) {
     const Result result = finish(startProgram({"sh", "-c", "set -e; " + command}));
     EXPECT_EQ(result.exitCode, 0) << command << result.err;
     return result.out;
   }
-  /// Makes a clip of the moving test picture. source: its size, rate and length.
+  /// Makes a clip of ffmpeg's moving test picture. source: size, rate and length.
   void makeClip(const std::string& name, const std::string& source, const std::string& options) {
     shell("ffmpeg -v error -f lavfi -i testsrc2=" + source + " " + options + " " + name);
   }
@@ -183,7 +183,7 @@ TEST_F(Video, SomeFramesOfAVideo) {
   EXPECT_TRUE(std::filesystem::exists(path("f.24.png")));
 }
 
-TEST_F(Video, DamagedFramesAreLeftOutAndSaidSo) {
+TEST_F(Video, DamagedFramesAreSkippedAndReported) {
   makeClip("clip.mov", "s=96x64:r=25:d=0.4", "-c:v png");
   std::string bytes = read(path("clip.mov"));
   bytes.replace(bytes.size() / 2, 64, 64, 'x');
@@ -195,9 +195,9 @@ TEST_F(Video, DamagedFramesAreLeftOutAndSaidSo) {
   EXPECT_EQ(run({"render", "clip.mov", "f.#.png"}).exitCode, 3);
 }
 
-TEST_F(Video, WhatCannotBeIsOneLineAndLeavesTheFolderAsItWas) {
+TEST_F(Video, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
   makeClip("pcm.mov", "s=96x64:r=25:d=0.2", "-f lavfi -i sine=d=0.2 -c:a pcm_s16be");
-  write(path("text.mp4"), "This is no video.\n");
+  write(path("text.mp4"), "This is not a video.\n");
   write(path("taken.mp4"), "precious");
   const std::string whole = read(path("pcm.mov"));
   write(path("cut.mov"), whole.substr(0, whole.size() / 2));

@@ -1,4 +1,4 @@
-// The host's own strictness, shown on plug-ins that are faulty on purpose.
+// Faults that the headless host must report, caused by plug-ins that are faulty on purpose.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// What an entry point is given.
-struct Given {
+/// The arguments of an entry point.
+struct Arguments {
   PF_InData* in;
   PF_OutData* out;
   PF_ParamDef** params;
@@ -33,7 +33,7 @@ struct Given {
     return static_cast<const Suite*>(suite);
   }
   void release(const SuiteId& id) const { in->pica_basicP->ReleaseSuite(id.name, id.version); }
-  /// Acquires a suite for the time of one act.
+  /// Acquires a suite, calls act with it and releases it.
   template <class Suite>
   void with(const SuiteId& id, const std::function<void(const Suite&)>& act) const {
     act(*acquire<Suite>(id));
@@ -64,9 +64,9 @@ struct Given {
   }
 };
 
-using Act = std::function<void(const Given&)>;
+using Act = std::function<void(const Arguments&)>;
 
-// What the plug-in of this test does, and on which command.
+// The behaviour of the plug-in in these tests, and the command on which it shows.
 PF_Cmd actCommand;
 Act act;
 
@@ -88,7 +88,7 @@ struct Case {
   const char* expected;  ///< Part of the one line of the audit; "": a clean audit.
 };
 
-void addPopup(const Given& g, A_short count) {
+void addPopup(const Arguments& g, A_short count) {
   PF_ParamDef def{};
   def.param_type = PF_Param_POPUP;
   def.u.pd.num_choices = count;
@@ -99,7 +99,7 @@ void addPopup(const Given& g, A_short count) {
 
 const Case kCases[] = {
     {"well-behaved", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_ParamDef def = {};
        g.in->inter.checkout_param(g.in->effect_ref, 1, 0, 1, 1, &def);
        g.in->inter.checkin_param(g.in->effect_ref, &def);
@@ -114,42 +114,42 @@ const Case kCases[] = {
      },
      ""},
     {"suite kept", PF_Cmd_RENDER,
-     [](const Given& g) { g.acquire<AEGP_LayerSuite5>(kLayerSuite5Id); },
+     [](const Arguments& g) { g.acquire<AEGP_LayerSuite5>(kLayerSuite5Id); },
      "RENDER: AEGP Layer Suite 5 never released (1)"},
     {"suite released twice", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.withHandles([](const auto&) {});
        g.release(kHandleSuite1Id);
      },
      "PF Handle Suite 1 released without being acquired"},
-    {"byte past a row", PF_Cmd_RENDER, [](const Given& g) { g.bytes()[16] ^= 1; },
+    {"byte past a row", PF_Cmd_RENDER, [](const Arguments& g) { g.bytes()[16] ^= 1; },
      "bytes around the output rows"},
-    {"byte before the picture", PF_Cmd_RENDER, [](const Given& g) { g.bytes()[-1] ^= 1; },
+    {"byte before the picture", PF_Cmd_RENDER, [](const Arguments& g) { g.bytes()[-1] ^= 1; },
      "bytes around the output rows"},
     {"byte past the picture", PF_Cmd_RENDER,
-     [](const Given& g) { g.bytes()[g.output->rowbytes * g.output->height] ^= 1; },
+     [](const Arguments& g) { g.bytes()[g.output->rowbytes * g.output->height] ^= 1; },
      "bytes around the output rows"},
-    {"input pixel", PF_Cmd_RENDER, [](const Given& g) { g.params[0]->u.ld.data[1].green ^= 1; },
+    {"input pixel", PF_Cmd_RENDER, [](const Arguments& g) { g.params[0]->u.ld.data[1].green ^= 1; },
      "input pixels were written"},
-    {"host's record", PF_Cmd_RENDER, [](const Given& g) { g.in->time_step = 2; },
+    {"host's record", PF_Cmd_RENDER, [](const Arguments& g) { g.in->time_step = 2; },
      "in_data was written"},
-    {"parameter kept", PF_Cmd_RENDER, [](const Given& g) { g.checkout(2); },
+    {"parameter kept", PF_Cmd_RENDER, [](const Arguments& g) { g.checkout(2); },
      "parameters never checked in: 2"},
-    {"parameter that does not exist", PF_Cmd_RENDER, [](const Given& g) { g.checkout(3); },
+    {"parameter that does not exist", PF_Cmd_RENDER, [](const Arguments& g) { g.checkout(3); },
      "check-out of parameter 3"},
     {"parameter given back unasked", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_ParamDef def{};
        g.in->inter.checkin_param(g.in->effect_ref, &def);
      },
      "parameters checked in that were not checked out"},
     {"another's effect reference", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.in->utils->fill(reinterpret_cast<PF_ProgPtr>(g.in), nullptr, nullptr, g.output);
      },
      "utils.fill was given a foreign effect reference"},
-    {"world of its own", PF_Cmd_RENDER,
-     [](const Given& g) {
+    {"fill of a world that is not the host's", PF_Cmd_RENDER,
+     [](const Arguments& g) {
        PF_Pixel pixel{};
        PF_LayerDef own{};
        own.data = &pixel;
@@ -157,34 +157,34 @@ const Case kCases[] = {
      },
      "fill of a world that is not this host's"},
     {"slot that is not offered", PF_Cmd_RENDER,
-     [](const Given& g) { reinterpret_cast<PF_Err (*)()>(g.in->utils->blend)(); },
+     [](const Arguments& g) { reinterpret_cast<PF_Err (*)()>(g.in->utils->blend)(); },
      "slot that this host does not offer"},
     {"text too long", PF_Cmd_RENDER,
-     [](const Given& g) { g.in->utils->ansi.sprintf(g.out->return_msg, "%300d", 1); },
+     [](const Arguments& g) { g.in->utils->ansi.sprintf(g.out->return_msg, "%300d", 1); },
      "too long for return_msg"},
     {"undo group kept", PF_Cmd_UPDATE_PARAMS_UI,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.with<AEGP_UtilitySuite3>(kUtilitySuite3Id,
                                   [](const auto& suite) { suite.AEGP_StartUndoGroup(nullptr); });
      },
      "undo groups never ended (1)"},
     {"undo group ended unasked", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.with<AEGP_UtilitySuite3>(kUtilitySuite3Id,
                                   [](const auto& suite) { suite.AEGP_EndUndoGroup(); });
      },
      "undo groups ended without start (1)"},
-    {"effect handle kept", PF_Cmd_RENDER, [](const Given& g) { g.newEffect(); },
+    {"effect handle kept", PF_Cmd_RENDER, [](const Arguments& g) { g.newEffect(); },
      "effect handles never disposed of (1)"},
     {"effect handle disposed of twice", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        const AEGP_EffectRefH effect = g.newEffect();
        g.disposeEffect(effect);
        g.disposeEffect(effect);
      },
      "unknown or already disposed of"},
     {"stream kept", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        const AEGP_EffectRefH effect = g.newEffect();
        g.with<AEGP_StreamSuite7>(kStreamSuite7Id, [&](const auto& suite) {
          AEGP_StreamRefH stream = nullptr;
@@ -194,10 +194,12 @@ const Case kCases[] = {
      },
      "streams never disposed of (1)"},
     {"handle kept", PF_Cmd_RENDER,
-     [](const Given& g) { g.withHandles([](const auto& suite) { suite.host_new_handle(24); }); },
+     [](const Arguments& g) {
+       g.withHandles([](const auto& suite) { suite.host_new_handle(24); });
+     },
      "a handle of 24 bytes was never disposed of"},
     {"handle disposed of twice", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.withHandles([](const auto& suite) {
          const PF_Handle handle = suite.host_new_handle(24);
          suite.host_dispose_handle(handle);
@@ -206,7 +208,7 @@ const Case kCases[] = {
      },
      "a handle that was disposed of was disposed of"},
     {"byte past a handle's block", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.withHandles([](const auto& suite) {
          const PF_Handle handle = suite.host_new_handle(24);
          (*handle)[24] = static_cast<char>((*handle)[24] ^ 1);
@@ -215,7 +217,7 @@ const Case kCases[] = {
      },
      "bytes around a handle's block"},
     {"locked handle disposed of", PF_Cmd_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        g.withHandles([](const auto& suite) {
          const PF_Handle handle = suite.host_new_handle(24);
          suite.host_lock_handle(handle);
@@ -224,9 +226,9 @@ const Case kCases[] = {
      },
      "a locked handle was disposed of"},
     {"pre-render names one parameter of two", PF_Cmd_SMART_PRE_RENDER,
-     [](const Given& g) { g.checkout(1); }, "parameters never checked in: 1"},
+     [](const Arguments& g) { g.checkout(1); }, "parameters never checked in: 1"},
     {"pre-render names both parameters", PF_Cmd_SMART_PRE_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_ParamDef defs[2] = {};
        for (int i : {0, 1}) {
          g.in->inter.checkout_param(g.in->effect_ref, i + 1, 0, 1, 1, &defs[i]);
@@ -234,38 +236,38 @@ const Case kCases[] = {
      },
      ""},
     {"result beyond its largest", PF_Cmd_SMART_PRE_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        static_cast<PF_PreRenderExtra*>(g.extra)->output->result_rect = {0, 0, 1, 1};
      },
      "beyond its own largest rectangle"},
     {"pixels kept", PF_Cmd_SMART_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_EffectWorld* world = nullptr;
        g.smart().checkout_layer_pixels(g.in->effect_ref, 0, &world);
      },
      "pixels of check-out 0 never checked in (1)"},
     {"pixels given back unasked", PF_Cmd_SMART_RENDER,
-     [](const Given& g) { g.smart().checkin_layer_pixels(g.in->effect_ref, 0); },
+     [](const Arguments& g) { g.smart().checkin_layer_pixels(g.in->effect_ref, 0); },
      "pixels of check-out 0 checked in without check-out"},
     {"pixels that pre-render did not ask for", PF_Cmd_SMART_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_EffectWorld* world = nullptr;
        g.smart().checkout_layer_pixels(g.in->effect_ref, 5, &world);
      },
      "pixels of check-out 5, which pre-render did not ask for"},
     {"output taken twice", PF_Cmd_SMART_RENDER,
-     [](const Given& g) {
+     [](const Arguments& g) {
        PF_EffectWorld* world = nullptr;
        for (int i = 0; i < 2; ++i) g.smart().checkout_output(g.in->effect_ref, &world);
      },
      "output world never checked in (2)"},
     {"declared parameters miscounted", PF_Cmd_PARAMS_SETUP,
-     [](const Given& g) {
+     [](const Arguments& g) {
        addPopup(g, 2);
        g.out->num_params = 3;
      },
      "num_params is 3, but 2 parameters are there"},
-    {"choices miscounted", PF_Cmd_PARAMS_SETUP, [](const Given& g) { addPopup(g, 3); },
+    {"choices miscounted", PF_Cmd_PARAMS_SETUP, [](const Arguments& g) { addPopup(g, 3); },
      "another number of choices"},
 };
 
@@ -283,7 +285,7 @@ TEST(HostAudit, NamesEachFault) {
     if (c.command == PF_Cmd_SMART_RENDER) {
       // A pre-render that asks for check-out 0.
       actCommand = PF_Cmd_SMART_PRE_RENDER;
-      act = [](const Given& g) {
+      act = [](const Arguments& g) {
         const auto& extra = *static_cast<PF_PreRenderExtra*>(g.extra);
         PF_CheckoutResult result{};
         extra.cb->checkout_layer(g.in->effect_ref, 0, 0, &extra.input->output_request, 0, 1, 1,
@@ -308,7 +310,7 @@ TEST(HostAudit, NamesEachFault) {
 
 TEST(HostAudit, RepeatedFaultsAreCountedAndCanBeForgotten) {
   actCommand = PF_Cmd_RENDER;
-  act = [](const Given& g) { g.checkout(1); };
+  act = [](const Arguments& g) { g.checkout(1); };
   Host host(perform);
   host.paramsSetup();
   for (int i = 0; i < 3; ++i) host.plainRender({}, nullptr, nullptr);
@@ -321,7 +323,7 @@ TEST(HostAudit, PreRenderDataReachesTheRenderAndIsFreedOnce) {
   static int freed;
   freed = 0;
   actCommand = PF_Cmd_SMART_PRE_RENDER;
-  act = [](const Given& g) {
+  act = [](const Arguments& g) {
     PF_PreRenderOutput& output = *static_cast<PF_PreRenderExtra*>(g.extra)->output;
     output.pre_render_data = &freed;
     output.delete_pre_render_data_func = [](void* data) { ++*static_cast<int*>(data); };
@@ -334,7 +336,7 @@ TEST(HostAudit, PreRenderDataReachesTheRenderAndIsFreedOnce) {
     EXPECT_EQ(freed, 1);
     actCommand = PF_Cmd_SMART_RENDER;
     const void* seen = nullptr;
-    act = [&](const Given& g) {
+    act = [&](const Arguments& g) {
       seen = static_cast<PF_SmartRenderExtra*>(g.extra)->input->pre_render_data;
     };
     host.smartRender({}, &input, &output);
@@ -344,10 +346,11 @@ TEST(HostAudit, PreRenderDataReachesTheRenderAndIsFreedOnce) {
   EXPECT_EQ(freed, 2);
 }
 
-// The standard scene: layer n has the stream values n + 0.25 ... and stands at (100 n, 10 n, -n).
+// The standard scene: layer n has the stream values n + 0.25 ... and the position (100 n, 10 n,
+// -n).
 TEST(HostScene, AnswersLayerQueries) {
   actCommand = PF_Cmd_UPDATE_PARAMS_UI;
-  act = [](const Given& g) {
+  act = [](const Arguments& g) {
     const auto& interfaces = *g.acquire<AEGP_PFInterfaceSuite1>(kPFInterfaceSuite1Id);
     const auto& layers = *g.acquire<AEGP_LayerSuite5>(kLayerSuite5Id);
     const auto& layers8 = *g.acquire<AEGP_LayerSuite8>(kLayerSuite8Id);
@@ -444,7 +447,7 @@ TEST(HostAudit, EachByteOfAndAroundTheRowsIsWatched) {
 
 TEST(HostAudit, FillWorksOnTheWorldsOwnDepthAndRectangle) {
   actCommand = PF_Cmd_SMART_RENDER;
-  act = [](const Given& g) {
+  act = [](const Arguments& g) {
     PF_EffectWorld* world = nullptr;
     g.smart().checkout_output(g.in->effect_ref, &world);
     const PF_Pixel color{255, 51, 0, 102};
@@ -465,9 +468,9 @@ TEST(HostAudit, FillWorksOnTheWorldsOwnDepthAndRectangle) {
   EXPECT_THAT(host.audit(), IsEmpty());
 }
 
-TEST(HostAudit, HostErrorsSayWhatIsWrong) {
+TEST(HostAudit, HostErrorsNameCauseAndWayOut) {
   actCommand = PF_Cmd_RENDER;
-  act = [](const Given&) { throw std::runtime_error("inside the module"); };
+  act = [](const Arguments&) { throw std::runtime_error("inside the module"); };
   Host host(perform);
   host.paramsSetup();
   World eight(2, 2, 8), eightMore(2, 2, 8), floats(2, 2, 32), floatsMore(2, 2, 32);

@@ -1,3 +1,4 @@
+// Parameters by name, and values as people type them.
 #include <gmock/gmock.h>
 
 #include <cmath>

@@ -1,4 +1,4 @@
-// Looks in files: the built-in ones, those of the first format, and those that are wrong.
+// Presets: the built-in ones, those of the first format, and invalid ones.
 #include <gmock/gmock.h>
 
 #include <map>
@@ -36,7 +36,7 @@ std::string manyNames() {
   return text;
 }
 
-// The file stays as it is for ever: what was saved once has to load in every version.
+// The file never changes: every later version has to load what an earlier one saved.
 TEST_F(Presets, AFileOfTheFirstFormatMeansWhatItMeant) {
   const Preset preset = parse(read(PRESET_FORMAT_1));
   EXPECT_EQ(preset.name, "Everything");
@@ -56,7 +56,7 @@ TEST_F(Presets, AFileOfTheFirstFormatMeansWhatItMeant) {
   EXPECT_EQ(valuesAt(preset.look, 2), expected);
 }
 
-TEST_F(Presets, TheBuiltInOnesAreSoundAndSurviveBeingSaved) {
+TEST_F(Presets, TheBuiltInOnesAreValidAndSurviveBeingSaved) {
   EXPECT_GE(builtInPresets().size(), 12u);
   std::set<std::string> names, looks;
   for (const auto& [id, name, description, text] : builtInPresets()) {
@@ -80,7 +80,7 @@ TEST_F(Presets, TheBuiltInOnesAreSoundAndSurviveBeingSaved) {
   EXPECT_EQ(looks.size(), builtInPresets().size());
 }
 
-TEST_F(Presets, ASavedOneIsReplacedOnlyWhenTold) {
+TEST_F(Presets, ASavedOneIsReplacedOnlyOnRequest) {
   Look look;
   look.set(table().get("Noise", "").index, 30.0);
   savePreset(look, table(), path("a.json"), false);
@@ -93,7 +93,7 @@ TEST_F(Presets, ASavedOneIsReplacedOnlyWhenTold) {
   EXPECT_EQ(names(), std::set<std::string>{"a.json"});
 }
 
-TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
+TEST_F(Presets, ErrorsNameTheLineAndTheCause) {
   struct Case {
     std::string text;
     int line;
@@ -119,14 +119,14 @@ TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
            {"{\n\"format\": 1,\n\"description\": \"D\"}", 1, "\"name\" is missing"},
            {"{\"format\": 1,\n\"name\":\n3, \"description\": \"D\"}", 2, "\"name\" must be text"},
            {"{\"format\": 1, \"name\": \"N\",\n\"description\": \"a\\nb\"}", 2, "one line"},
-           {with("\"colour\": 1"), 4, "\"colour\" has no meaning here"},
+           {with("\"colour\": 1"), 4, "\"colour\" is not known here"},
            {with("\"parameters\": []"), 4, "\"parameters\" must be an object"},
            {with("\"parameters\": {\n\"Bars Overlay\": 1,\n\"Nose\": 3}"), 6, "'Noise'"},
            {with("\"parameters\": {\n\"Noise\": 101}"), 5, "Noise: 101 is out of range (use 0 %"},
            {with("\"parameters\": {\n\"Noise\": \"30\"}"), 5, "write a number"},
            {with("\"parameters\": {\"Distortion Mode\": 1}"), 4, "a choice in quotes"},
            {with("\"parameters\": {\"Distortion Mode\": \"Fold\"}"), 4, "Tile or Stretch"},
-           {with("\"parameters\": {\"Noise\": 1,\n\"Noise\": 2}"), 5, "second time"},
+           {with("\"parameters\": {\"Noise\": 1,\n\"Noise\": 2}"), 5, "already in this object"},
            {with("\"parameters\": {\"Noise\": 1,\n\"noise\": 2}"), 5, "set twice"},
            {with("\"parameters\": {\"Noise\": 1},\n\"keys\": {\n\"Noise\": []}"), 6, "no key"},
            {with("\"keys\": {\n\"Time Control\": []}"), 5, "cannot change over time"},
@@ -137,8 +137,7 @@ TEST_F(Presets, WhatIsWrongIsNamedWithItsLine) {
            {keys("[{\"seconds\": true, \"value\": 1}]"), 4, "\"seconds\" must be a number"},
            {keys("[{\"seconds\": 0, \"value\": 1},\n{\"seconds\": 0, \"value\": 1}]"), 5, "order"},
            {keys("[{\"seconds\": 0, \"value\": 1,\n\"interpolation\": \"fast\"}]"), 5, "\"hold\""},
-           {keys("[{\"seconds\": 0, \"value\": 1,\n\"ease\": true}]"), 5,
-            "\"ease\" has no meaning"},
+           {keys("[{\"seconds\": 0, \"value\": 1,\n\"ease\": true}]"), 5, "\"ease\" is not known"},
        }) {
     EXPECT_THAT([&] { parse(c.text); },
                 testing::ThrowsMessage<CommandError>(

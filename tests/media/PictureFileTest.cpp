@@ -35,7 +35,7 @@ class PictureFile : public ScratchFolder {
     return path(name);
   }
 
-  /// The stored values, channel after channel of each pixel, and what the file says of itself.
+  /// Returns the stored values, pixel by pixel, and keeps the description of the file in spec_.
   template <typename T>
   std::vector<T> stored(const std::string& name, TypeDesc type) {
     ImageSpec wish;
@@ -51,7 +51,7 @@ class PictureFile : public ScratchFolder {
   ImageSpec spec_;
 };
 
-// Every alpha meets many colours, alpha 0 too.
+// Returns a picture with many colours for every alpha, 0 included.
 Picture colourful() {
   Picture picture(16, 16, 8);
   picture.info.hasAlpha = true;
@@ -128,7 +128,7 @@ TEST_F(PictureFile, FloatsRoundToNearestAndClampInSixteenBits) {
 }
 
 TEST_F(PictureFile, HalvesWithPremultipliedAlphaRoundTripExactly) {
-  // Per pixel: colour under a quarter, light without cover, a brightness above 1, something odd.
+  // Pixels: a colour under alpha 0.25, a colour under alpha 0, a value above 1, an irregular one.
   const std::vector<float> values{0.5f,
                                   0.125f,
                                   0.0f,
@@ -158,7 +158,7 @@ TEST_F(PictureFile, HalvesWithPremultipliedAlphaRoundTripExactly) {
   EXPECT_EQ(spec_.format, TypeDesc::HALF);
 }
 
-TEST_F(PictureFile, FloatsOutsideTheUsualRangeAreKept) {
+TEST_F(PictureFile, FloatsOutsideZeroToOneAreKept) {
   const std::vector<float> values{-1.5f, 7.25f, 1e-30f, 3e30f, 0.1f, 70000.0f};
   for (const std::string extension : {".exr", ".tif"}) {
     make("in" + extension, ImageSpec(2, 1, 3, TypeDesc::FLOAT), TypeDesc::FLOAT, values);
@@ -236,7 +236,7 @@ TEST_F(PictureFile, TheFrameOfAnExrIsFilledOrCutAroundItsPixels) {
   EXPECT_EQ(spec_.y, 20);
 }
 
-TEST_F(PictureFile, WhatTheFileSaysOfThePictureIsCarriedOver) {
+TEST_F(PictureFile, AttributesOfThePictureAreCopied) {
   ImageSpec spec(1, 1, 3, TypeDesc::HALF);
   spec.attribute("PixelAspectRatio", 2.0f);
   spec.attribute("compression", "piz");
@@ -277,7 +277,7 @@ TEST_F(PictureFile, DamagedAndMissingInputsAreErrorsOfOneLine) {
   std::filesystem::create_directory(path("folder.png"));
   write(path("empty.exr"), "");
   write(path("text.png"), "This is not a picture.\n");
-  // 65535 by 65535 pixels of 32 bits, says the header; there is nothing behind it.
+  // The header says 65535 by 65535 pixels of 32 bits; no data follows.
   write(path("vast.tga"), std::string("\0\0\2\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\x20\x08", 18));
   for (const std::string extension : {".png", ".jpg", ".exr", ".tif"}) {
     Picture picture = colourful();
@@ -296,7 +296,7 @@ TEST_F(PictureFile, DamagedAndMissingInputsAreErrorsOfOneLine) {
   }
 }
 
-TEST(QuietStandardError, DropsWhatIsPrintedWhileTheLastOneLives) {
+TEST(QuietStandardError, DropsOutputUntilTheLastObjectIsDestroyed) {
   testing::internal::CaptureStderr();
   {
     const QuietStandardError outer;
@@ -311,8 +311,8 @@ TEST_F(PictureFile, ARefusedOutputLeavesTheFolderAsItWas) {
   write(path("existing.png"), "precious");
   std::filesystem::create_directory(path("folder.png"));
   const auto before = names();
-  // The last but one is too large for its format, which only its writer knows; the last lies where
-  // nobody may make files.
+  // The last but one is too large for its format, which only its writer checks; the last is in a
+  // folder that takes no files.
   Picture picture(300, 1, 8);
   for (const std::filesystem::path& file :
        {path("existing.png"), path("folder.png"), path("a.unknown"), path("noextension"),

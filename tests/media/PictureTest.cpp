@@ -1,3 +1,4 @@
+// Pictures in memory: sizes, depths, reduction and orientation.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -56,9 +57,9 @@ TEST(Picture, ReductionWeighsColoursByAlphaAndRoundsTheSizeUp) {
   put(1, 0, 0.5f, 0.0f);
   put(0, 1, 0.5f, 0.5f);
   put(1, 1, 0.0f, 9.0f);
-  put(2, 0, 1.0f, 0.25f);  // The column that is cut short.
+  put(2, 0, 1.0f, 0.25f);  // Blocks of the last column are 1 pixel wide.
   put(2, 1, 1.0f, 0.75f);
-  put(2, 2, 0.5f, 2.0f);  // The lone corner.
+  put(2, 2, 0.5f, 2.0f);  // The corner block is 1 pixel.
   const Picture small = reduced(picture, 2, 2);
   ASSERT_EQ(small.width(), 2);
   ASSERT_EQ(small.height(), 2);

@@ -1,3 +1,4 @@
+// The test card: its bars, grid, corner and symmetry.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -31,9 +32,9 @@ TEST(TestCard, ShowsTheBarsAtThreeQuartersInBroadcastOrder) {
   }
 }
 
-TEST(TestCard, GridLinesStandWhereFourteenSquaresOfTheHeightPutThem) {
+TEST(TestCard, GridLinesAreAFourteenthOfTheHeightApart) {
   const Picture card = drawTestCard(1280, 720);
-  // Row 30 lies between the border and everything else: ground and upright lines only.
+  // Row 30, just inside the border, has only the ground and vertical lines.
   const auto ground = pixel(card, 665, 30);
   std::vector<int> starts;
   for (int x = 27; x < 1253; ++x) {
@@ -62,8 +63,8 @@ TEST_P(CardSize, CircleIsRoundAndBorderMirrored) {
   const auto [width, height] = GetParam();
   const Picture card = drawTestCard(width, height);
   const double radius = 6.0 * std::min(width, height) / 14.0;
-  // Just inside the circle's line it is white, a few pixels outside there is the dark ground, at
-  // angles between the lines of the grid.
+  // At angles between the grid lines, just inside the circle is its white line, and a few pixels
+  // outside is the dark ground.
   for (const double angle : {0.33, 1.9, 3.6, 5.2}) {
     const auto at = [&](double r) {
       return pixel(card, static_cast<int>(width / 2.0 + r * std::cos(angle)),

@@ -1,3 +1,4 @@
+// A fixture for tests that write files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@
 
 namespace lomix {
 
-/// A test with an empty folder of its own, gone with it.
+/// Gives each test an empty folder and removes it afterwards.
 class ScratchFolder : public testing::Test {
  protected:
   ScratchFolder() {

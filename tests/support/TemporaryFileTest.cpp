@@ -1,3 +1,4 @@
+// Files that appear only when complete, and errors that a front end completes.
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -50,7 +51,7 @@ TEST_F(TemporaryFileIn, KeepsAFileThatTookTheNameMeanwhile) {
   EXPECT_EQ(read(path("a.png")), "theirs");
 }
 
-TEST_F(TemporaryFileIn, ReplacesWhenToldTo) {
+TEST_F(TemporaryFileIn, ReplacesOnRequest) {
   using std::filesystem::perms;
   write(path("a.png"), "old");
   std::filesystem::permissions(path("a.png"), perms::owner_read | perms::owner_write);
@@ -74,7 +75,7 @@ TEST_F(TemporaryFileIn, WritesThroughALink) {
 }
 
 TEST_F(TemporaryFileIn, AnInterruptRemovesEveryOne) {
-  // In a process of its own, which ends as the handler of a signal ends it.
+  // In a child process, which ends as the signal handler ends the command.
   const auto interrupted = [this] {
     TemporaryFile first(path("a.png"));
     TemporaryFile second(path("b.exr"));

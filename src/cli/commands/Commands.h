@@ -1,5 +1,4 @@
-// The commands of `lomix`: each adds its subcommand to the parser and runs once that has filled its
-// options in.
+// The commands of `lomix`.
 #pragma once
 
 #include <CLI/App.hpp>
@@ -10,14 +9,16 @@
 
 namespace lomix::cli {
 
-/// A subcommand and the work that it does.
+/// A subcommand. run() may be called after the parser has read the command line.
 struct Command {
-  CLI::App* parser;  ///< Owned by the parser of `lomix`.
+  CLI::App* parser;  ///< The subcommand's, owned by the parser of `lomix`.
   /// Does the work with the options that were parsed. Throws UsageError, CommandError,
   /// FramesFailed, Interrupted, MediaError or host::HostError.
   std::function<void(const Streams&)> run;
 };
 
+/// Add one subcommand with its options and help. lomix: the parser of the whole command line, which
+/// must outlive the result.
 Command addRenderCommand(CLI::App& lomix);
 Command addParamsCommand(CLI::App& lomix);
 Command addPresetsCommand(CLI::App& lomix);

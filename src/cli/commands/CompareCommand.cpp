@@ -29,7 +29,7 @@ std::string levelText(double level, int depth) {
   return shortest(level);
 }
 
-/// "12/255 in green at (14, 20), PSNR 34.21 dB"
+/// Returns a text such as "12/255 in green at (14, 20), PSNR 34.21 dB".
 std::string findingText(const media::Difference& difference, int depth) {
   constexpr std::array<const char*, 4> kChannels{"alpha", "red", "green", "blue"};
   if (difference.largest == 0.0) return "none, the pictures are the same";
@@ -41,7 +41,7 @@ std::string findingText(const media::Difference& difference, int depth) {
   return text.str();
 }
 
-/// The left half of one and the right half of the other, a white line between.
+/// Returns the left half of a and the right half of b with a white line between.
 Picture split(const Picture& a, const Picture& b) {
   Picture both = b;
   const int middle = a.width() / 2;
@@ -65,15 +65,17 @@ struct Options {
 
 void declare(CLI::App& app, Options& options) {
   app.add_option("A", options.a, "The first picture")->type_name("FILE")->required();
-  app.add_option("B", options.b, "The second one, of the same size")->type_name("FILE")->required();
-  app.add_option("OUTPUT", options.output, "A picture of both to write, if wanted")
+  app.add_option("B", options.b, "The second picture, of the same size")
+      ->type_name("FILE")
+      ->required();
+  app.add_option("OUTPUT", options.output, "A picture of both to write; optional")
       ->type_name("FILE");
   app.add_option("--view", options.view,
                  "What OUTPUT shows: side (A beside B, the default),\n"
                  "split (the left half of A, the right half of B) or\n"
-                 "difference (how far each colour is apart)")
+                 "difference (of each colour)")
       ->type_name("side|split|difference");
-  app.add_option("--gain", options.gain, "How much differences are brightened; 8 by default")
+  app.add_option("--gain", options.gain, "Factor that brightens differences; 8 by default")
       ->type_name("N")
       ->check(CLI::Range(0.001, 65536.0));
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
@@ -131,8 +133,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addCompareCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "compare", "Tell how far two pictures are apart, and show it",
-                             declare, run);
+  return addCommand<Options>(lomix, "compare",
+                             "Measure the difference of two pictures, and show it", declare, run);
 }
 
 }  // namespace lomix::cli

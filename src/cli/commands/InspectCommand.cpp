@@ -39,7 +39,7 @@ std::string hexadecimal(std::uint32_t word) {
   return "0x" + std::string(digits.data(), end);
 }
 
-/// Every set bit by its name, or by its number where it has none here.
+/// Returns the names of the bits that are set; a bit that has no name as a number.
 std::vector<std::string> namesOf(std::int32_t word, std::span<const FlagName> names) {
   std::vector<std::string> found;
   auto rest = static_cast<std::uint32_t>(word);
@@ -67,7 +67,7 @@ struct Options {
 };
 
 void declare(CLI::App& app, Options& options) {
-  app.add_option("MODULE", options.module, "The plug-in module to look at")
+  app.add_option("MODULE", options.module, "The plug-in module to load")
       ->type_name("FILE")
       ->required();
   app.add_flag("--json", options.json, "Print JSON for programs");
@@ -102,7 +102,7 @@ void run(const Options& options, const Streams& streams) {
     streams.out << report.dump(2) << "\n";
   } else {
     std::string aboutLines = about;
-    // Hosts break lines at a carriage return; the second and later ones are set in.
+    // Hosts break lines at a carriage return. Indents the lines after the first.
     for (std::size_t at; (at = aboutLines.find('\r')) != std::string::npos;) {
       aboutLines.replace(at, 1, "\n           ");
     }
@@ -122,8 +122,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addInspectCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "inspect", "Show what a plug-in module says about itself",
-                             declare, run);
+  return addCommand<Options>(
+      lomix, "inspect", "Show the version, flags and parameters of a plug-in module", declare, run);
 }
 
 }  // namespace lomix::cli

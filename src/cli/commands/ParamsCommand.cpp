@@ -19,7 +19,8 @@ struct Options {
 void declare(CLI::App& app, Options& options) {
   app.add_flag("--json", options.json, "Print JSON for programs");
   app.add_option("--plugin", options.plugin,
-                 "A module to ask instead of the effect in this program")
+                 "A plug-in module whose parameters to list, instead of\nthose of the effect in "
+                 "this program")
       ->type_name("FILE");
   app.footer(
       "Examples:\n"

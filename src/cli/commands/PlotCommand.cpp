@@ -16,7 +16,7 @@
 namespace lomix::cli {
 namespace {
 
-// Beyond, the profiles are made of rounding errors.
+// At later times the profiles consist of rounding errors.
 constexpr double kMostSeconds = 100000;
 constexpr media::Colour kWhite = media::grey(255);
 
@@ -52,14 +52,14 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--rows", options.rows, "Height of the frame in rows; 540 by default")
       ->type_name("N")
       ->check(CLI::Range(16, 16384));
-  app.add_option("--time", options.time, "The moment of the curves; 1 by default")
+  app.add_option("--time", options.time, "Time of the curves; 1 by default")
       ->type_name("SECONDS|N/D");
   app.add_option("--over", options.over, "The span of the time axis; 0:8 by default")
       ->type_name("FROM:TO");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
-      "Every row of a frame has three values, which only depend on its place and on the time:\n"
-      "the weight of the scan distortion, the brightness of the bars, the jitter of the signal.\n\n"
+      "Every row of a frame has three values, which depend only on its position and the time: the\n"
+      "weight of the scan distortion, the brightness of the bars, the jitter of the signal.\n\n"
       "Examples:\n"
       "  lomix plot profiles.png\n"
       "  lomix plot profiles.svg --rows 1080 --time 2.5 --over 0:20\n");
@@ -88,8 +88,7 @@ void run(const Options& options, const Streams&) {
 }  // namespace
 
 Command addPlotCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "plot", "Draw the row profiles that shape a frame", declare,
-                             run);
+  return addCommand<Options>(lomix, "plot", "Plot the row profiles of a frame", declare, run);
 }
 
 }  // namespace lomix::cli

@@ -20,13 +20,13 @@ struct Options {
 
 void declare(CLI::App& app, Options& options) {
   CLI::Option* json =
-      app.add_flag("--json", options.json, "Print all of them as JSON for programs");
+      app.add_flag("--json", options.json, "Print all presets as JSON for programs");
   CLI::Option* schema =
       app.add_flag("--schema", options.schema, "Print the JSON schema of preset files, for editors")
           ->excludes(json);
   app.add_option("--show", options.shown,
-                 "Print one preset as its file has it: a name from\n"
-                 "the list, or a file, which is checked")
+                 "Print the file of one preset: a name from the list,\n"
+                 "or a file, which is checked")
       ->type_name("NAME|FILE")
       ->excludes(json)
       ->excludes(schema);
@@ -67,7 +67,7 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addPresetsCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "presets", "List the looks that come with lomix", declare, run);
+  return addCommand<Options>(lomix, "presets", "List the built-in presets", declare, run);
 }
 
 }  // namespace lomix::cli

@@ -35,7 +35,7 @@ batch::Engine parseEngine(const std::string& text, const std::string& module) {
   return batch::Engine::Rows;
 }
 
-/// Nothing: as the input wants it.
+/// Returns bits per channel; nothing for the input's own.
 std::optional<int> parseDepth(const std::string& text, Personality personality) {
   if (text.empty()) return std::nullopt;
   if (text != "8" && text != "32") {
@@ -99,8 +99,8 @@ void declare(CLI::App& app, Options& options) {
 
   options.look.addTo(app);
   app.add_option("--save-preset", options.savedPreset,
-                 "Write what --preset, --set and --key make together\n"
-                 "as a preset, for use with --preset FILE")
+                 "Save the parameters of --preset, --set and --key as\n"
+                 "a preset, for use with --preset FILE")
       ->type_name("FILE")
       ->group("Effect");
   app.add_option("--time", options.time,
@@ -150,19 +150,19 @@ void declare(CLI::App& app, Options& options) {
       ->group(rendering);
   app.add_option("--downsample", options.downsample,
                  "Render as a host does at reduced resolution: INPUT is\n"
-                 "averaged to 1/X by 1/Y of its size, the effect is told\n"
-                 "the factors, and OUTPUT has the smaller size")
+                 "averaged to 1/X by 1/Y of its size, the effect scales\n"
+                 "its lengths to match, and OUTPUT has the smaller size")
       ->type_name("X[,Y]")
       ->group(rendering);
   app.add_option("--host", options.host,
-                 "The host to play: ae (After Effects, the default) or\n"
+                 "The host to imitate: ae (After Effects, the default) or\n"
                  "premiere (Premiere Pro, renders 8 bits only)")
       ->type_name("ae|premiere")
       ->group(rendering);
   app.add_option("--engine", options.engine,
                  "What computes the pixels: rows, the fast engine in\n"
-                 "this program (default), or plugin, a module loaded as\n"
-                 "a host loads it. The pixels are the same")
+                 "this program (default), or plugin, a module that is\n"
+                 "loaded as a host loads it. The pixels are the same")
       ->type_name("rows|plugin")
       ->group(rendering);
   app.add_option("--plugin", options.plugin,
@@ -179,8 +179,8 @@ void declare(CLI::App& app, Options& options) {
   CLI::Option* overwrite =
       app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(files);
   app.add_flag("--skip-existing", options.skipExisting,
-               "Keep the frames that exist and render the others: goes\n"
-               "on where an earlier run was stopped")
+               "Keep the frames that exist and render the others, to\n"
+               "continue a run that was stopped")
       ->excludes(overwrite)
       ->group(files);
   app.add_option("--report", options.report,
@@ -242,7 +242,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addRenderCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "render", "Put a picture through the effect", declare, run);
+  return addCommand<Options>(lomix, "render", "Apply the effect to pictures or a video", declare,
+                             run);
 }
 
 }  // namespace lomix::cli

@@ -18,7 +18,7 @@ namespace lomix::cli {
 namespace {
 
 constexpr int kUsualWidth = 320;
-// The most pictures that stand in one row when nobody says how many.
+// The most pictures in one row without --columns.
 constexpr int kUsualRow = 6;
 
 /// The options of `lomix sheet`.
@@ -44,15 +44,15 @@ void declare(CLI::App& app, Options& options) {
       ->type_name("FILE")
       ->required();
 
-  const char* shown = "What to show (several make a table, the last across)";
-  app.add_flag("--presets", options.presets, "Every preset that comes with lomix")->group(shown);
+  const char* shown = "What to show (several make a table; the last one goes across)";
+  app.add_flag("--presets", options.presets, "Every built-in preset")->group(shown);
   app.add_option("--sweep", options.sweeps,
                  "A parameter at COUNT values, or at those listed;\n"
                  "may be given many times")
       ->type_name("NAME=FROM:TO:COUNT|NAME=VALUE,...")
       ->allow_extra_args(false)
       ->group(shown);
-  app.add_option("--times", options.times, "The look at COUNT times, or at those listed")
+  app.add_option("--times", options.times, "COUNT times, or those listed")
       ->type_name("FROM:TO:COUNT|SECONDS,...")
       ->group(shown);
 
@@ -92,7 +92,7 @@ std::vector<std::vector<Step>> axesOf(const Options& options, const looks::Param
   for (const std::string& sweep : options.sweeps) all.push_back(parameterAxis(table, sweep));
   if (!options.times.empty()) all.push_back(timeAxis(options.times));
   if (all.empty()) {
-    throw UsageError("lomix sheet: nothing tells what to show (add --sweep, --presets or --times)");
+    throw UsageError("lomix sheet: there is nothing to show (add --sweep, --presets or --times)");
   }
   return all;
 }
@@ -109,7 +109,7 @@ std::vector<Cell> cellsOf(const Options& options, const looks::ParameterTable& t
   std::vector<Cell> all{{{}, {options.look.read(table), parseTime(options.time)}}};
   for (const std::vector<Step>& axis : axes) {
     if (all.size() * axis.size() > std::size_t{kMaxSheetCells}) {
-      throw UsageError("lomix sheet: these are more than " + std::to_string(kMaxSheetCells) +
+      throw UsageError("lomix sheet: this makes more than " + std::to_string(kMaxSheetCells) +
                        " pictures (ask for fewer)");
     }
     std::vector<Cell> product;
@@ -141,7 +141,8 @@ void run(const Options& options, const Streams&) {
 
   const int count = static_cast<int>(cells.size());
   const int width = options.width > 0 ? options.width : std::min(kUsualWidth, picture.width());
-  // What an odd pixel aspect makes too high for an int is too high for a picture all the same.
+  // An extreme pixel aspect could give a height beyond int. The limit is a size that pictures
+  // refuse.
   const double height = std::clamp(
       width * static_cast<double>(picture.height()) / (picture.width() * picture.info.pixelAspect),
       1.0, static_cast<double>(media::Picture::kMaxSide));
@@ -162,8 +163,8 @@ void run(const Options& options, const Streams&) {
 }  // namespace
 
 Command addSheetCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "sheet", "Show a picture with many looks side by side", declare,
-                             run);
+  return addCommand<Options>(
+      lomix, "sheet", "Show a picture with several presets or values side by side", declare, run);
 }
 
 }  // namespace lomix::cli

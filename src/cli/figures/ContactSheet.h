@@ -1,3 +1,4 @@
+// A sheet of labelled pictures.
 #pragma once
 
 #include <string>
@@ -8,24 +9,26 @@
 
 namespace lomix::cli {
 
-/// Pictures of one size in rows and columns, each with lines of text below it.
+/// Pictures of one size in rows and columns, each with a label of one or more lines below it.
 class ContactSheet {
  public:
+  /// Measures of a sheet.
   struct Size {
-    int count;         ///< Of the pictures.
+    int count;         ///< Number of pictures.
     int columns;       ///< Pictures in a row.
-    int pictureWidth;  ///< What each picture is scaled to.
+    int pictureWidth;  ///< Pictures are scaled to this size in pixels.
     int pictureHeight;
     int labelLines;
   };
 
-  /// title: a line above the pictures, may be empty. Throws MediaError when the sheet is too
+  /// title: a line above the pictures; empty for none. Throws MediaError when the sheet is too
   /// large for a picture.
   ContactSheet(const Size& size, std::string_view title);
 
-  /// Puts a picture of 8 bits in the place of that number, from 0, row by row.
+  /// Places an 8-bit picture. index: from 0, counted row by row.
   void place(int index, const media::Picture& picture, const std::vector<std::string>& label);
 
+  /// Returns the sheet.
   media::Picture finish() { return drawing_.picture(); }
 
  private:

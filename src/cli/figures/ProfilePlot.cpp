@@ -29,21 +29,21 @@ constexpr TextStyle kNumberEnd{12, kInk, Anchor::End};
 constexpr TextStyle kLabel{13, kInk, Anchor::Middle};
 constexpr TextStyle kLabelStart{13, kInk, Anchor::Start};
 
-/// A profile in the unit that it is shown in.
+/// How a profile is shown.
 struct Shown {
   const char* heading;
   const char* unit;
   int profile;       ///< LOMIX_SCAN_PROFILE, ...
-  double scale;      ///< From the profile's value to the shown one.
-  double low, high;  ///< Ends of the shown values.
+  double scale;      ///< Factor from the profile's values to the shown unit.
+  double low, high;  ///< Range of the axis, in that unit.
   Colour curve;
   Colour lowColour, middleColour, highColour;
 };
 
-// As the kernel uses them: the weight pushes rows one way by up to three tenths of the width, the
-// jitter both ways by up to half of it.
+// In the units of Lomix::Kernel: the scan profile shifts rows one way by up to 0.3 of the width,
+// the signal profile both ways by up to 0.5 of it.
 constexpr std::array<Shown, 3> kShown{{
-    {"Scan profile: how far Scan Distortion at 100 % pushes a row",
+    {"Scan profile: how far Scan Distortion at 100 % shifts a row",
      "% of the width",
      LOMIX_SCAN_PROFILE,
      100.0,
@@ -63,7 +63,7 @@ constexpr std::array<Shown, 3> kShown{{
      {0, 0, 0},
      {128, 128, 128},
      {255, 255, 255}},
-    {"Signal profile: how far Signal Distortion at 100 % pushes a row",
+    {"Signal profile: how far Signal Distortion at 100 % shifts a row",
      "% of the width",
      LOMIX_SIGNAL_PROFILE,
      -50.0,
@@ -86,7 +86,7 @@ Colour colourOf(const Shown& shown, double value) {
                     : mix(shown.middleColour, shown.highColour, 2 * part - 1);
 }
 
-/// Computes a profile as a frame of that height has it.
+/// Returns a profile of a frame of that height: one value per row.
 std::vector<float> profileAt(int profile, int rows, double seconds) {
   media::Picture source(1, 1, 8);
   media::Picture output(1, rows, 8);
@@ -102,7 +102,7 @@ std::vector<float> profileAt(int profile, int rows, double seconds) {
   return values;
 }
 
-/// A step of 1, 2 or 5 times a power of ten that divides the range into about count parts.
+/// Returns a step of 1, 2 or 5 times a power of ten that divides the range into about count parts.
 double niceStep(double range, int count) {
   const double rough = range / count;
   const double power = std::pow(10.0, std::floor(std::log10(rough)));
@@ -112,7 +112,7 @@ double niceStep(double range, int count) {
   return 10.0 * power;
 }
 
-/// Where a value stands between two ends of an axis, in pixels.
+/// An axis: maps values to pixels.
 struct Scale {
   double low, high;
   double first, last;  ///< Pixels of low and high.
@@ -214,8 +214,8 @@ class Panel {
     drawing_.text({(image_.left + image_.right) / 2, image_.bottom + 38}, "time (s)", kLabel);
   }
 
-  /// The value of a pixel that stands for several rows: the one farthest from 0. Their average
-  /// would make the jitter vanish.
+  /// Returns the value of a pixel that covers several rows: the one farthest from 0. An average
+  /// would hide the jitter.
   double valueAt(const std::vector<float>& profile, int y, int height) const {
     const auto rowAt = [&](int pixel) {
       return static_cast<int>(static_cast<std::int64_t>(pixel) * range_.rows / height);
@@ -228,7 +228,7 @@ class Panel {
     return shown_.scale * value;
   }
 
-  /// What the image's colours mean.
+  /// Draws the scale of the image's colours.
   void drawKey() {
     const Box bar{image_.right + 20, image_.top, image_.right + 38, image_.bottom};
     drawing_.textUpwards({bar.right + 52, (bar.top + bar.bottom) / 2}, shown_.unit, kLabel);
@@ -266,7 +266,7 @@ void drawProfiles(Drawing& drawing, const ProfileRange& range) {
   }
   drawing.text({left + 4, 68}, "the profile at " + numberText(range.seconds) + " s", kLabelStart);
   drawing.line(std::array{Point{470, 63}, Point{492, 63}}, kMarker, 2);
-  drawing.text({500, 68}, "the same moment among the others", kLabelStart);
+  drawing.text({500, 68}, "the same time in the image", kLabelStart);
   for (std::size_t i = 0; i < kShown.size(); ++i) {
     Panel(drawing, kShown[i], range, 122 + 345 * static_cast<double>(i)).draw();
   }

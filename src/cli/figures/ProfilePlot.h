@@ -1,13 +1,14 @@
+// A plot of the row profiles of a frame.
 #pragma once
 
 #include "media/drawing/Drawing.h"
 
 namespace lomix::cli {
 
-/// What a plot of the row profiles shows.
+/// The range that a plot of the row profiles covers.
 struct ProfileRange {
   int rows;            ///< Height of the frame.
-  double seconds;      ///< The moment of the curves.
+  double seconds;      ///< The time of the curves.
   double fromSeconds;  ///< The time axis of the images.
   double toSeconds;
 };
@@ -15,8 +16,8 @@ struct ProfileRange {
 inline constexpr int kProfilePlotWidth = 1200;
 inline constexpr int kProfilePlotHeight = 1140;
 
-/// Draws the three row profiles: each as a curve over the rows at one moment, and beside it over
-/// rows and time as an image. drawing: white, of the size above.
+/// Draws the three row profiles, each as a curve over the rows at one time, and beside it as an
+/// image over time and rows. drawing: white, of the size above. Throws CommandError.
 void drawProfiles(media::Drawing& drawing, const ProfileRange& range);
 
 }  // namespace lomix::cli

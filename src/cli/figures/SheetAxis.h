@@ -1,4 +1,4 @@
-// What changes from one picture of a contact sheet to the next.
+// The axes of a contact sheet: presets, parameter values or times.
 #pragma once
 
 #include <functional>
@@ -14,25 +14,26 @@ namespace lomix::cli {
 /// The most pictures on a sheet.
 inline constexpr int kMaxSheetCells = 1000;
 
-/// What one picture is made with.
+/// The parameters and the time of one picture.
 struct Moment {
   looks::Look look;
   batch::FrameTime time;
 };
 
-/// One place on an axis.
+/// One step of an axis: its label, and the change that it makes to a picture's parameters or time.
 struct Step {
   std::string label;
   std::function<void(Moment&)> apply;
 };
 
-/// "NAME=FROM:TO:COUNT" or "NAME=VALUE,VALUE,...": a parameter at those values. Throws UsageError.
+/// Returns the steps of one parameter: "NAME=FROM:TO:COUNT" or "NAME=VALUE,VALUE,...". Throws
+/// UsageError.
 std::vector<Step> parameterAxis(const looks::ParameterTable& table, std::string_view text);
 
-/// "FROM:TO:COUNT" or "SECONDS,SECONDS,...". Throws UsageError.
+/// Returns steps of time: "FROM:TO:COUNT" or "SECONDS,SECONDS,...". Throws UsageError.
 std::vector<Step> timeAxis(std::string_view text);
 
-/// Every built-in preset. Settings that stand in the moment already win over the preset's.
+/// Returns a step for each built-in preset. Parameters that are set already replace the preset's.
 std::vector<Step> presetAxis(const looks::ParameterTable& table);
 
 }  // namespace lomix::cli

@@ -1,3 +1,4 @@
+// A tiny built-in font for the test card, the same on every system.
 #pragma once
 
 #include <array>
@@ -10,8 +11,8 @@ using Glyph = std::array<std::uint8_t, 7>;
 inline constexpr int kGlyphWidth = 5;
 inline constexpr int kGlyphHeight = 7;
 
-/// The glyph of a character that captions use: digits, 'x' and the letters of LOMIX. Any other is
-/// blank.
+/// Returns the glyph of a character that the test card uses: digits, 'x' and the letters of LOMIX.
+/// Any other is blank.
 Glyph glyph(char character);
 
 }  // namespace lomix::media

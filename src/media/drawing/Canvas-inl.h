@@ -1,3 +1,4 @@
+// The templates of Canvas.h. Include that.
 #pragma once
 
 #include <algorithm>
@@ -6,14 +7,14 @@
 
 namespace lomix::media {
 
-/// The part of the pixel at (x, y) that lies in the shape, 0 to 1.
+/// Returns the part of the pixel at (x, y) that the box covers, 0 to 1.
 inline double coverageOf(const Box& box, int x, int y) {
   const double across = std::min(x + 1.0, box.right) - std::max<double>(x, box.left);
   const double down = std::min(y + 1.0, box.bottom) - std::max<double>(y, box.top);
   return std::max(0.0, across) * std::max(0.0, down);
 }
 
-/// The same for a disc, taking its edge for straight within a pixel.
+/// Returns the same for a disc, whose edge is approximated by a straight line within a pixel.
 inline double coverageOf(const Disc& disc, int x, int y) {
   const double dx = x + 0.5 - disc.x;
   const double dy = y + 0.5 - disc.y;

@@ -1,3 +1,4 @@
+// Antialiased shapes for the test card, drawn without a library: the same bytes on every system.
 #pragma once
 
 #include <string_view>
@@ -6,40 +7,44 @@
 
 namespace lomix::media {
 
+/// An opaque colour.
 struct Colour {
   double red, green, blue;  ///< 0 to 255.
 };
 
 constexpr Colour grey(double level) { return {level, level, level}; }
 
-/// A rectangle in pixels; edges between two pixels cover them in part.
+/// A rectangle in pixels. A pixel that an edge crosses is covered in part.
 struct Box {
   double left, top, right, bottom;
 };
 
+/// A filled circle, in pixels.
 struct Disc {
   double x, y, radius;
 };
 
-/// Draws antialiased shapes on an 8-bit picture. Whatever lies outside the picture is left out.
+/// Draws antialiased shapes on an 8-bit picture and clips them to it. Alpha is kept.
 class Canvas {
  public:
+  /// picture: must outlive the canvas.
   explicit Canvas(Picture& picture) : picture_(picture) {}
 
-  /// Until the next call shapes are drawn within this disc only; radius 0 lifts that.
+  /// Clips the shapes that follow to a disc, until the next call. Radius 0 ends that.
   void clipTo(const Disc& disc) { clip_ = disc; }
 
   void fill(const Box& box, const Colour& colour);
   void fill(const Disc& disc, const Colour& colour);
-  /// A circle's line, thickness pixels wide, its outer edge at the disc's.
+  /// Draws a circle, thickness pixels wide, inside the edge of the disc.
   void ring(const Disc& disc, double thickness, const Colour& colour);
-  /// A shape whose colour depends on the place: shade takes the centre of a pixel.
+  /// Fills a box with colours that depend on the place. shade: Colour(double x, double y), called
+  /// with the centre of each pixel.
   template <typename Shade>
   void shade(const Box& box, Shade shade);
-  /// One line of text in whole-pixel dots, as large as fits, in the middle of the box. Nothing is
-  /// drawn where not even dots of one pixel fit.
+  /// Writes one line of text in the middle of the box, in square dots of as many whole pixels as
+  /// fit. Draws nothing where dots of one pixel do not fit.
   void write(const Box& box, std::string_view text, const Colour& colour);
-  /// Takes the alpha of the disc's pixels away; their colours stay.
+  /// Makes the disc transparent. The colours stay.
   void cutOut(const Disc& disc);
 
  private:

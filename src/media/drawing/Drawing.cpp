@@ -27,8 +27,8 @@ using Context = std::unique_ptr<cairo_t, With<cairo_destroy>>;
 using Font = std::unique_ptr<cairo_font_face_t, With<cairo_font_face_destroy>>;
 using Pattern = std::unique_ptr<FcPattern, With<FcPatternDestroy>>;
 
-/// The installed letters that come nearest to DejaVu Sans. Asked for here, since without any the
-/// drawing library falls back on crude ones of its own and says nothing.
+/// Returns the installed font nearest to DejaVu Sans. Throws MediaError when there is none, where
+/// cairo would silently use a crude built-in one.
 Font findFont(int weight) {
   const auto* family = reinterpret_cast<const FcChar8*>("DejaVu Sans");
   const Pattern wanted(FcPatternBuild(nullptr, FC_FAMILY, FcTypeString, family, FC_FAMILY,
@@ -43,7 +43,7 @@ Font findFont(int weight) {
   FcChar8* file = nullptr;
   if (!found || FcPatternGetString(found.get(), FC_FILE, 0, &file) != FcResultMatch) {
     throw MediaError(
-        "text in pictures: no letters are installed (install the package fonts-dejavu-core)");
+        "text in pictures: no font is installed (install the package fonts-dejavu-core)");
   }
   return Font(cairo_ft_font_face_create_for_pattern(found.get()));
 }
@@ -53,7 +53,7 @@ cairo_status_t append(void* text, const unsigned char* bytes, unsigned length) {
   return CAIRO_STATUS_SUCCESS;
 }
 
-/// The picture as the drawing library holds pixels: premultiplied, a word each.
+/// Copies a picture to cairo's form: premultiplied, one 32-bit word per pixel.
 Surface surfaceOf(const Picture& picture) {
   Surface surface(
       cairo_image_surface_create(CAIRO_FORMAT_ARGB32, picture.width(), picture.height()));
@@ -64,7 +64,7 @@ Surface surfaceOf(const Picture& picture) {
     const auto row = picture.row8(y);
     unsigned char* target = data + std::ptrdiff_t{y} * stride;
     for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
-      // The effect leaves a little less than the whole of an alpha that nobody will see.
+      // The effect may leave alpha slightly below 255 in pictures without alpha.
       const std::uint32_t alpha = picture.info.hasAlpha ? row[i] : 255;
       std::uint32_t word = alpha;
       for (std::size_t c = 1; c < Picture::kChannels; ++c) {
@@ -89,7 +89,7 @@ struct Drawing::Cairo {
 
 Drawing::Drawing(Kind kind, int width, int height, const Colour& background)
     : cairo_(std::make_unique<Cairo>()) {
-  // Refuses what no picture can be, before the drawing library does it in its own way.
+  // Throws MediaError for an impossible size, which cairo would report less clearly.
   if (kind == Kind::Pixels) Picture(width, height, 8);
   cairo_->surface.reset(
       kind == Kind::Svg ? cairo_svg_surface_create_for_stream(append, &cairo_->svg, width, height)
@@ -170,7 +170,7 @@ std::string Drawing::fitted(std::string_view text, double width, const TextStyle
   for (;;) {
     cairo_text_extents(cairo_->context.get(), shown.c_str(), &extents);
     if (extents.x_advance <= width || kept == 0) return shown;
-    // Not within a letter of several bytes.
+    // Does not cut within a UTF-8 sequence.
     do --kept;
     while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0U) == 0x80U);
     shown = std::string(text.substr(0, kept)) + "…";
@@ -185,7 +185,7 @@ void Drawing::place(const Picture& picture, const Box& box) {
   cairo_scale(context, (box.right - box.left) / picture.width(),
               (box.bottom - box.top) / picture.height());
   cairo_set_source_surface(context, source.get(), 0, 0);
-  // Beyond its edge the picture goes on, so that the edge does not fade into the background.
+  // Repeats the edge pixels outside, so that scaling does not blend the edge with the background.
   cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
   cairo_rectangle(context, 0, 0, picture.width(), picture.height());
   cairo_fill(context);

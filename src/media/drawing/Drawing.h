@@ -1,4 +1,4 @@
-// Pictures with text: shapes, labels and other pictures, drawn on pixels or as SVG.
+// Figures of shapes, text and pictures, drawn as pixels or as SVG.
 #pragma once
 
 #include <memory>
@@ -15,44 +15,44 @@ struct Point {
   double x, y;
 };
 
+/// The point of a line of text that a position refers to.
 enum class Anchor { Start, Middle, End };
 
 struct TextStyle {
-  double size = 13.0;  ///< Height of the letters' body in pixels.
+  double size = 13.0;  ///< Font size in pixels.
   Colour colour{};
   Anchor anchor = Anchor::Start;
   bool bold = false;
 };
 
-/// A sheet to draw on, its first pixel in the upper left corner. Coordinates are pixels. Text is
-/// UTF-8 in the system's sans-serif letters, DejaVu Sans where it has it.
+/// A figure to draw on. Coordinates are pixels from the upper left corner. Text is UTF-8, in DejaVu
+/// Sans or the system's nearest sans-serif font.
 class Drawing {
  public:
   enum class Kind { Pixels, Svg };
 
-  /// Throws MediaError for a size that a picture cannot have and where no letters are installed.
+  /// Throws MediaError for a size that a picture cannot have, and when no font is installed.
   Drawing(Kind kind, int width, int height, const Colour& background);
   ~Drawing();
   Drawing(const Drawing&) = delete;
   Drawing& operator=(const Drawing&) = delete;
 
   void fill(const Box& box, const Colour& colour);
-  /// The outline of a box, inside it.
+  /// Draws the outline of a box, inside its edges.
   void frame(const Box& box, const Colour& colour, double thickness = 1.0);
   void line(std::span<const Point> points, const Colour& colour, double thickness = 1.0);
-  /// One line of text, its baseline at that point.
+  /// Draws one line of text. at: on the baseline, at the style's anchor.
   void text(Point at, std::string_view text, const TextStyle& style);
-  /// The same, turned to read upwards.
+  /// Draws the same turned by 90 degrees, to be read upwards.
   void textUpwards(Point at, std::string_view text, const TextStyle& style);
-  /// The text, or as much of its beginning as is not wider than width, with an ellipsis.
+  /// Returns the text or, where it is wider than width, its beginning with an ellipsis.
   std::string fitted(std::string_view text, double width, const TextStyle& style);
-  /// A picture scaled to the box; 1 to 1 its pixels stay as they are. What is transparent shows
-  /// what lies below.
+  /// Draws a picture scaled to the box, over the background. At 1 to 1 opaque pixels stay exact.
   void place(const Picture& picture, const Box& box);
 
-  /// What was drawn so far, 8 bits and opaque. For Kind::Pixels.
+  /// Returns what was drawn so far, 8 bits and opaque. Only for Kind::Pixels.
   Picture picture();
-  /// The file's text; nothing more can be drawn afterwards. For Kind::Svg. Throws MediaError.
+  /// Returns the SVG file; nothing can be drawn afterwards. Only for Kind::Svg. Throws MediaError.
   std::string svg() &&;
 
  private:

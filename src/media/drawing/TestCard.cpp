@@ -25,7 +25,7 @@ constexpr Colour kWhite = grey(255);
 constexpr Colour kGround = grey(96);
 constexpr Colour kGrid = grey(176);
 
-/// The 75 % bars in the order of falling brightness.
+/// The 75 % colour bars, from bright to dark.
 constexpr double kBar = 191;
 constexpr std::array<Colour, 8> kBars{{{kBar, kBar, kBar},
                                        {kBar, kBar, 0},
@@ -39,7 +39,7 @@ constexpr std::array<Colour, 8> kBars{{{kBar, kBar, kBar},
 /// Lines per square in the gratings, coarse to fine.
 constexpr std::array kGratings{2.0, 4.0, 8.0, 12.0, 20.0};
 
-/// A colour of full saturation; turn: 0 red, 1/3 green, 2/3 blue, 1 red.
+/// Returns a fully saturated colour. turn: 0 is red, 1/3 green, 2/3 blue, 1 red again.
 Colour hue(double turn) {
   const auto channel = [turn](double peak) {
     const double distance = std::abs(std::remainder(turn - peak, 1.0));
@@ -76,8 +76,8 @@ class Card {
   }
 
  private:
-  // Places are told in grid squares from the middle of the picture. Edges snap to whole pixels, and
-  // do it alike on both sides, so that the card is a mirror image of itself.
+  // Coordinates are grid squares from the middle of the picture. Edges snap to whole pixels, the
+  // same way on both sides, so that the card is symmetrical.
   double reachX() const { return width_ / 2.0 / unit_; }
   double reachY() const { return height_ / 2.0 / unit_; }
 
@@ -91,9 +91,10 @@ class Card {
     return {x(left), y(top), x(right), y(bottom)};
   }
 
-  /// Begin and end of a grid line, in pixels.
+  /// Returns begin and end of a grid line, in pixels.
   std::pair<double, double> lineAt(double squares, double size) const {
-    // The middle line takes the parity of the size: only so it can stand in the middle.
+    // The middle line is odd or even in thickness as the picture's side is, so that it can be
+    // centred.
     const double thickness =
         squares == 0.0 && std::fmod(size - line_, 2.0) != 0.0 ? line_ + 1.0 : line_;
     if (squares < 0.0) {
@@ -119,7 +120,8 @@ class Card {
     for (int i = -rows; i <= rows; ++i) horizontalLine(i, -reachX(), reachX(), kGrid);
   }
 
-  /// Battlements: white and black in turn, one to a square, counted from the middles of the sides.
+  /// Draws the border of alternating white and black, one per square, from the middles of the
+  /// sides.
   void drawBorder() {
     const double inX = reachX() - kBorder;
     const double inY = reachY() - kBorder;
@@ -157,7 +159,7 @@ class Card {
     }
   }
 
-  /// A rainbow and a fall of grey beside the circle, or above and below it in tall pictures.
+  /// Draws a rainbow and a grey ramp beside the circle, or above and below it in tall pictures.
   void drawSidePanels() {
     const double from = kRadius + 1.0;
     const double to = from + 1.0;
@@ -204,7 +206,7 @@ class Card {
   }
 
   void drawRamp(double top, double bottom) {
-    // The circle is 4.8 squares wide to each side where the band is narrowest.
+    // Where the band is narrowest, the circle reaches 4.8 squares to each side.
     canvas_.shade(box(-6, top, 6, bottom), [this](double px, double) {
       const double along = (px - width_ / 2.0) / unit_ / 9.6 + 0.5;
       return grey(255.0 * std::clamp(along, 0.0, 1.0));
@@ -222,7 +224,7 @@ class Card {
     canvas_.fill(box(-6, top, 6, bottom), grey(127.5));
     for (std::size_t i = 0; i < kGratings.size(); ++i) {
       const double middle = -4.4 + 2.2 * static_cast<double>(i);
-      // Two pixels are the finest that a picture can hold.
+      // A period of two pixels is the finest that a picture can show.
       const double period = std::max(2.0, 2.0 * unit_ / kGratings[i]);
       const double phase = x(middle);
       canvas_.shade(box(middle - 1.0, top, middle + 1.0, bottom), [&](double px, double) {

@@ -1,5 +1,5 @@
-// The basic side of the seam: stb's headers alone, for systems without the image library. Reads PNG
-// (8 and 16 bits), JPEG, BMP and TGA, and writes them with 8 bits.
+// PictureCodec.h by stb's headers alone, for builds without OpenImageIO. Reads PNG (8 and 16 bits),
+// JPEG, BMP and TGA; writes them with 8 bits.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -64,7 +64,7 @@ Format formatOf(const fs::path& file) {
                    " (check that it is a whole PNG, JPEG, BMP or TGA picture)");
 }
 
-/// The library's red, green, blue, alpha to the picture's order.
+/// Copies the library's pixels (red, green, blue, alpha) to a picture (alpha, red, green, blue).
 template <typename Sample, typename Row, typename Convert>
 void fill(Picture& picture, const Sample* samples, Row row, Convert convert) {
   for (int y = 0; y < picture.height(); ++y) {
@@ -97,7 +97,7 @@ Picture decodePicture(const fs::path& file) {
   if (stbi_info_from_memory(data, size, &width, &height, &channels) == 0) {
     refuseReading(file, stbi_failure_reason());
   }
-  // The JPEG decoder makes up what is missing at the end.
+  // The JPEG decoder fills a missing end with made-up pixels and reports success.
   if (bytes.starts_with("\xFF\xD8") && bytes.rfind("\xFF\xD9") == std::string::npos) {
     refuseReading(file, "it ends too early");
   }
@@ -126,7 +126,7 @@ Picture decodePicture(const fs::path& file) {
 
 void requireWritableFormat(const fs::path& file) {
   if (!file.has_extension()) {
-    throw MediaError(cannotWrite(file) + "it has no extension that tells the format (use " +
+    throw MediaError(cannotWrite(file) + "its name has no extension to choose the format by (use " +
                      kExtensions + ")");
   }
   if (formatOf(file) == Format::Unknown) {

@@ -8,8 +8,8 @@
 namespace lomix::media {
 namespace {
 
-// The library's names. What describes the file rather than the picture (tile sizes, strips, counts
-// of bits, software) stays behind: the output has its own.
+// The library's names of the attributes that describe the picture. Those that describe the file
+// (tile sizes, strips, bit counts, software) are not inherited: the output has other values.
 constexpr std::array kInherited{
     "ICCProfile",     "oiio:ColorSpace", "oiio:Gamma",       "chromaticities",
     "whiteLuminance", "XResolution",     "YResolution",      "ResolutionUnit",
@@ -32,7 +32,7 @@ Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec)
   };
   for (const char* name : kInherited) take(name);
   take(kCompression);
-  // 10 and 12 bits in 16; a count below 8 would throw picture away.
+  // For 10 and 12 bits in 16. A count below 8 would lose bits of the picture.
   if (spec.get_int_attribute(kBitsPerSample) > 8) take(kBitsPerSample);
   return metadata;
 }

@@ -1,4 +1,4 @@
-// What reading and writing share of the image library. For src/media only: brings its headers in.
+// Helpers for OpenImageIO that reading and writing share. For src/media only: includes its headers.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -9,7 +9,7 @@
 
 namespace lomix::media {
 
-/// The attributes of a file that its output inherits, and where its frame stood.
+/// Attributes of a file that its output inherits, and the origin of its display window.
 struct Metadata {
   std::string format;  ///< The library's name of the file's format.
   OIIO::ParamValueList attributes;
@@ -24,8 +24,8 @@ Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec)
 void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec);
 
-/// The first line of a message of the library that says something, one file name in it
-/// replaced by another.
+/// Returns the first line of a library message that is not empty, without control characters. name:
+/// a file name in it that is replaced by shownAs; empty for none.
 std::string firstLine(const std::string& message, const std::string& name = {},
                       const std::string& shownAs = {});
 

@@ -1,4 +1,4 @@
-// Pictures in memory: straight alpha, the values as the file stores them, no colour conversion.
+// A picture in memory. Alpha is straight; colours have the values of the file, without conversion.
 #pragma once
 
 #include <cstddef>
@@ -14,11 +14,11 @@ struct Metadata;
 /// How a file stores one channel.
 enum class Storage { UInt8, UInt16, Half, Float };
 
-/// What a file says about its picture besides the pixels. Carried from input to output.
+/// Properties of a picture's file besides the pixels. Carried from input to output.
 struct PictureInfo {
   bool hasAlpha = false;                     ///< False: every alpha is opaque, and none is written.
   bool storedPremultiplied = false;          ///< The file's colours were multiplied by alpha.
-  Storage storage = Storage::UInt8;          ///< The file's own precision.
+  Storage storage = Storage::UInt8;          ///< The precision of the file's channels.
   double pixelAspect = 1.0;                  ///< Width of a pixel over its height; finite, above 0.
   std::shared_ptr<const Metadata> metadata;  ///< Null when there is none.
 };
@@ -34,20 +34,21 @@ class Picture {
   static constexpr std::size_t kMaxPixels = std::size_t{1} << 28;
 
   Picture() = default;
-  /// A transparent black picture. width, height: 1 to kMaxSide, together kMaxPixels at most; depth:
-  /// 8 or 32 bits per channel. Throws MediaError for any other, std::bad_alloc when memory runs
-  /// out.
+  /// Makes a transparent black picture. width, height: 1 to kMaxSide, kMaxPixels in total at most;
+  /// depth: 8 or 32 bits per channel. Throws MediaError for other sizes and depths, std::bad_alloc
+  /// when memory runs out.
   Picture(int width, int height, int depth);
 
-  /// Makes it a picture of that size and depth, as the constructor does, but leaves the pixels as
-  /// they come; memory is used again where it fits. info is kept.
+  /// Changes size and depth, with the constructor's limits and errors. Reuses the memory where it
+  /// fits; the pixels are then unspecified. info is kept.
   void reset(int width, int height, int depth);
 
   int width() const { return width_; }
   int height() const { return height_; }
   int depth() const { return depth_; }
 
-  /// Row y, width() * kChannels values. Only for pictures of the depth in the name.
+  /// Returns row y, 0 <= y < height(): width() * kChannels values. row8() only for depth 8, row32()
+  /// only for depth 32.
   std::span<std::uint8_t> row8(int y) { return {bytes_.data() + offset(y), rowLength()}; }
   std::span<const std::uint8_t> row8(int y) const {
     return {bytes_.data() + offset(y), rowLength()};
@@ -68,19 +69,20 @@ class Picture {
   std::vector<float> floats_;
 };
 
-/// The nearest whole value from 0 to max for a channel of nominal range 0 to 1; NaN gives 0.
+/// Returns the nearest whole value from 0 to max for a channel of nominal range 0 to 1; 0 for NaN.
 unsigned quantize(float value, unsigned max);
 
-/// The picture at the given depth (8 or 32). 8 to 32: value / 255; 32 to 8: clamped to 0-1 and
-/// rounded to nearest, NaN gives 0.
+/// Converts a picture to depth 8 or 32. 8 to 32: value / 255. 32 to 8: clamped to 0-1 and rounded
+/// to nearest; NaN gives 0.
 Picture toDepth(Picture picture, int depth);
 
-/// The picture at 1/factorX by 1/factorY of its size, sizes rounded up: each pixel is the average
-/// of its block weighted by alpha. Factors from 1. The pixel aspect follows unequal factors.
+/// Returns the picture at 1/factorX by 1/factorY of its size, rounded up. Each pixel is the average
+/// of a block, colours weighted by alpha. Factors are from 1. Unequal factors change the pixel
+/// aspect.
 Picture reduced(Picture picture, int factorX, int factorY);
 
-/// The picture as it is to be looked at, by the orientation number that cameras store: 1 upright
-/// as it is, 2 to 8 mirrored or turned. Any other number leaves it as it is.
+/// Turns a picture upright. orientation: as cameras store it (Exif); 1 is upright already, 2 to 8
+/// are mirrored or turned. Any other number leaves the picture unchanged.
 Picture upright(Picture picture, int orientation);
 
 }  // namespace lomix::media

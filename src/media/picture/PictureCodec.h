@@ -1,5 +1,6 @@
-// The seam to the library that knows the formats; each build links one side of it. For src/media
-// only. All throw MediaError, and std::bad_alloc when memory runs out.
+// Interface to the library that decodes and encodes pictures. A build links one implementation:
+// OpenImageIO (ReadPicture.cpp, WritePicture.cpp) or stb (BasicCodec.cpp). For src/media only. All
+// functions throw MediaError, and std::bad_alloc when memory runs out.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +9,7 @@
 
 namespace lomix::media {
 
-/// The picture in a file that exists and is not empty.
+/// Reads the picture of a file that exists and is not empty.
 Picture decodePicture(const std::filesystem::path& file);
 
 /// Throws unless the extension names a format that can be written.

@@ -1,4 +1,5 @@
-// What reading and writing a picture share whatever library knows the formats.
+// The parts of reading and writing pictures that do not depend on the library behind
+// PictureCodec.h.
 #include "media/picture/PictureFile.h"
 
 #include <array>
@@ -19,8 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Whether a PNG file stops before its last chunk. Asked before the decoder meets the end, since
-/// the image library loses memory on the way out of that decoder's errors.
+/// Returns whether a PNG file ends before its last chunk. Checked before decoding, because the
+/// image library leaks memory when its PNG decoder meets the end too early.
 bool isCutPng(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   std::array<char, 8> head{};
@@ -62,7 +63,7 @@ Picture readPicture(const fs::path& file) {
   try {
     return decodePicture(file);
   } catch (const std::bad_alloc&) {
-    throw MediaError(cannotRead(file) + "it is too large for the memory (use a smaller picture)");
+    throw MediaError(cannotRead(file) + "there is not enough memory (use a smaller picture)");
   }
 }
 
@@ -78,7 +79,7 @@ void writePicture(const Picture& picture, const fs::path& file, bool overwrite) 
   try {
     encodePicture(picture, file, temporary.path());
   } catch (const std::bad_alloc&) {
-    throw MediaError(cannotWrite(file) + "the memory does not suffice (use a smaller picture)");
+    throw MediaError(cannotWrite(file) + "there is not enough memory (use a smaller picture)");
   }
   temporary.publish(overwrite);
 }

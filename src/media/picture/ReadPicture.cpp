@@ -1,3 +1,4 @@
+// Decodes pictures with OpenImageIO.
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -16,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Where a file keeps the channels of a picture, in the order alpha, red, green, blue; -1: nowhere.
+/// Indices of a file's channels in the order alpha, red, green, blue; -1: the file has none.
 using ChannelMap = std::array<int, Picture::kChannels>;
 
 int findChannel(const OIIO::ImageSpec& spec, std::initializer_list<std::string_view> names) {
@@ -44,7 +45,7 @@ ChannelMap mapChannels(const fs::path& file, const OIIO::ImageSpec& spec) {
     names += (i == 0 ? "" : ", ") + std::string(spec.channel_name(i));
   }
   throw MediaError(cannotRead(file) + "it has no channels R, G and B or Y, only " + names +
-                   " (extract the wanted layer to a file of its own)");
+                   " (extract the wanted layer to a separate file)");
 }
 
 Storage storageOf(OIIO::TypeDesc type) {
@@ -60,11 +61,11 @@ Storage storageOf(OIIO::TypeDesc type) {
   }
 }
 
-/// True when the pixels arrive with colours multiplied by alpha although straight ones were asked
-/// for.
+/// Returns whether the library delivers premultiplied colours although straight ones were
+/// requested.
 bool arrivesPremultiplied(const std::string& format, const OIIO::ImageSpec& spec) {
   if (spec.get_int_attribute("oiio:UnassociatedAlpha") != 0) return false;
-  // These hold whatever their writer had, which by convention is straight.
+  // These formats do not say; by convention their colours are straight.
   return format != "bmp" && format != "ico" && format != "dpx" && format != "jpeg2000";
 }
 
@@ -79,12 +80,12 @@ void unpremultiply(Picture& picture) {
   }
 }
 
-/// An opened file and what is to be taken from it.
+/// Reads one opened file.
 class Reader {
  public:
   explicit Reader(const fs::path& file) : file_(file) {
-    // Asked for straight colours, the library hands over the stored bytes; by default it would
-    // multiply them, which loses what 8 bits cannot hold.
+    // Requests the stored bytes of files with straight alpha. By default the library would
+    // premultiply them, which loses precision in 8 bits.
     OIIO::ImageSpec wish;
     wish.attribute("oiio:UnassociatedAlpha", 1);
     input_ = OIIO::ImageInput::open(file.string(), &wish);
@@ -141,7 +142,7 @@ class Reader {
   }
 
  private:
-  /// Said here and not left to the picture: the message must name the file.
+  /// Throws what Picture's constructor would throw, but with the name of the file.
   void requirePossibleSize(int width, int height) const {
     if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
         static_cast<std::size_t>(width) * static_cast<std::size_t>(height) <= Picture::kMaxPixels) {
@@ -152,7 +153,7 @@ class Reader {
                      std::to_string(Picture::kMaxPixels) + " pixels)");
   }
 
-  /// Reads the channels as From and puts them, converted to To, where they lie in the frame.
+  /// Reads the channels as From, converts them to To and places them at their offset in the frame.
   template <typename From, typename To, typename Convert>
   Picture copyPixels(OIIO::TypeDesc type, To opaque, Convert convert) {
     int first = spec_.nchannels;
@@ -167,7 +168,7 @@ class Reader {
     std::vector<From> pixels(stride * width * static_cast<std::size_t>(spec_.height));
     const bool complete = input_->read_image(0, 0, first, last + 1, type, pixels.data());
     const std::string message = input_->geterror();
-    // The JPEG reader makes up what is missing at the end and only mentions it.
+    // The JPEG reader fills a missing end with made-up pixels and only mentions it.
     if (!complete || message.find("Premature end") != std::string::npos) fail(message);
 
     Picture picture(spec_.full_width, spec_.full_height, sizeof(To) * 8);

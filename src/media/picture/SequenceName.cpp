@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Longer numbers than this name no frame.
+// The most digits of a frame's number.
 constexpr std::size_t kMaxDigits = 18;
 
 std::string padded(std::int64_t number, std::size_t digits) {
@@ -24,14 +24,15 @@ std::string padded(std::int64_t number, std::size_t digits) {
   return sign + std::string(length < digits ? digits - length : 0, '0') + plain;
 }
 
-/// The part of a name that stands for the number.
+/// The place of the number in a pattern.
 struct Sign {
   std::size_t begin;
   std::size_t length;
   std::size_t digits;
 };
 
-/// "####", "%d" or "%04d" at a place of the text.
+/// Returns the "####", "%d" or "%04d" that begins at that place of the text; nothing for other
+/// text.
 std::optional<Sign> signAt(const std::string& text, std::size_t at) {
   if (text[at] == '#') {
     const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
@@ -59,7 +60,7 @@ std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
     const std::optional<Sign> sign = signAt(text, at);
     if (sign && found) {
       throw MediaError(std::string("'") + name.string() +
-                       "': more than one part stands for the frame's number (leave one)");
+                       "': it has more than one place for the frame number (leave one)");
     }
     if (sign) found = sign;
     at += sign ? sign->length : 1;
@@ -86,7 +87,7 @@ std::optional<std::int64_t> SequenceName::numberOf(const std::string& fileName) 
       fileName.substr(before_.size(), fileName.size() - before_.size() - after_.size());
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  // What this name would not have been given is another sequence's.
+  // Skips files whose number has other padding: they belong to another sequence.
   if (error != std::errc() || text.size() > kMaxDigits || padded(number, digits_) != text) {
     return std::nullopt;
   }

@@ -1,3 +1,4 @@
+// Names of numbered picture sequences.
 #pragma once
 
 #include <cstdint>
@@ -8,18 +9,20 @@
 
 namespace lomix::media {
 
-/// The name of a numbered sequence: "shot.####.exr" (at least as many digits as signs) or
-/// "shot.%04d.png".
+/// The pattern of a numbered sequence: "shot.####.exr" or "shot.%04d.png". Numbers are padded with
+/// zeros to at least as many digits as there are # signs, or as the pattern says.
 class SequenceName {
  public:
-  /// Nothing for a name without a pattern. Throws MediaError for one with two patterns.
+  /// Reads a pattern. Returns nothing for a name without a place for the number. Throws MediaError
+  /// for one with several.
   static std::optional<SequenceName> parse(const std::filesystem::path& name);
 
+  /// Returns the file of a frame.
   std::filesystem::path file(std::int64_t number) const;
-  /// The numbers of the files that exist, ascending. Throws MediaError when the folder cannot be
-  /// read.
+  /// Returns the numbers of the files that exist, ascending. Throws MediaError when the folder
+  /// cannot be read.
   std::vector<std::int64_t> existing() const;
-  /// As it was given.
+  /// Returns the name that was parsed.
   const std::filesystem::path& pattern() const { return pattern_; }
 
  private:
@@ -31,7 +34,8 @@ class SequenceName {
   std::size_t digits_ = 1;
 };
 
-/// "1, 3-5, 9" for ascending numbers; after some ranges only how many more there are.
+/// Returns ascending numbers as text, such as "1, 3-5, 9". After eight ranges it only counts the
+/// rest: "... and 12 more".
 std::string listed(const std::vector<std::int64_t>& numbers);
 
 }  // namespace lomix::media

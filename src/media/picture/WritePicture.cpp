@@ -1,3 +1,4 @@
+// Encodes pictures with OpenImageIO.
 #include <OpenImageIO/filesystem.h>
 
 #include <array>
@@ -26,11 +27,11 @@ const std::string kExtensions = ".png, .jpg, .tif or .exr";
 
 std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
   if (!file.has_extension()) {
-    throw MediaError(cannotWrite(file) + "it has no extension that tells the format (use " +
+    throw MediaError(cannotWrite(file) + "its name has no extension to choose the format by (use " +
                      kExtensions + ")");
   }
   std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file.string());
-  OIIO::geterror();  // What is not fetched, the library prints when the program ends.
+  OIIO::geterror();  // The library prints errors that are not fetched when the program ends.
   const std::string_view format = output ? output->format_name() : "";
   // Two of the library's writers make no file: one discards, one prints on the terminal.
   if (!output || format == "null" || format == "term") {
@@ -40,7 +41,7 @@ std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
   return output;
 }
 
-/// What the channels should be stored as, the best first.
+/// Returns the types to store the channels as, the best first.
 std::vector<OIIO::TypeDesc> wantedTypes(const Picture& picture) {
   using OIIO::TypeDesc;
   if (picture.depth() == 8) return {TypeDesc::UINT8};
@@ -59,8 +60,9 @@ bool storesPremultiplied(const std::string_view format, const PictureInfo& info)
   return format == "openexr" || format == "sgi" || format == "rla" || format == "iff";
 }
 
-/// Colour under alpha 0 is light that adds nothing to what lies below, if it came from a file of
-/// premultiplied colours; then it is kept. Elsewhere it is hidden and must not come to light.
+/// Multiplies the colours by alpha. Colour under alpha 0 is kept if the input stored premultiplied
+/// colours: there it is light that adds to the background (glows, flames). From straight colours it
+/// is hidden and becomes 0.
 void premultiply(Picture& picture) {
   const bool keepUnderZero = picture.info.storedPremultiplied;
   for (int y = 0; y < picture.height(); ++y) {
@@ -92,7 +94,7 @@ bool writeRows(OIIO::ImageOutput& output, OIIO::TypeDesc type, Row row, Convert 
   return output.write_image(type, pixels.data());
 }
 
-/// Hands the pixels over in the file's own type, so that the library has nothing to round.
+/// Writes the pixels in the file's own type, so that the library rounds nothing itself.
 bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied) {
   const auto type = static_cast<OIIO::TypeDesc::BASETYPE>(output.spec().format.basetype);
   if (picture.depth() == 8 && type == OIIO::TypeDesc::UINT8 && !premultiplied) {
@@ -116,7 +118,7 @@ bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied)
   return writeRows<float>(output, OIIO::TypeDesc::FLOAT, row, [](float value) { return value; });
 }
 
-/// The description of a picture's file, apart from the type of its channels.
+/// Returns the description of a picture's file without the type of its channels.
 OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool withAlpha,
                          bool premultiplied) {
   OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, OIIO::TypeDesc::UINT8);
@@ -135,21 +137,22 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   return spec;
 }
 
-/// Where a writer writes: in memory, where it can, since few writers notice that a disk is full and
-/// one of them then ends the process.
+/// Where a writer of the library writes: to memory if it supports that, else to the file. Few
+/// writers notice a full disk, and one of them ends the process then.
 class Destination {
  public:
   Destination(OIIO::ImageOutput& output, const fs::path& file) : file_(file) {
-    // What the TIFF writer makes in memory is not always whole.
+    // The TIFF writer's output in memory is not always complete.
     isTiff_ = std::string_view(output.format_name()) == "tiff";
     if (isTiff_ || output.supports("ioproxy") == 0) return;
     memory_.emplace();
     output.set_ioproxy(&*memory_);
   }
 
-  /// Brings what is in memory to the disk; false where that fails.
+  /// Writes the memory to the file. Returns whether the file is complete.
   bool store() const {
-    // It hears of every failure but that of its last step, which writes what a reader reads first.
+    // The TIFF writer reports every failure but that of its last write, the file's directory,
+    // without which the file cannot be opened.
     if (isTiff_) return isReadable();
     if (!memory_) return true;
     std::ofstream stream(file_, std::ios::binary);
@@ -163,7 +166,7 @@ class Destination {
  private:
   bool isReadable() const {
     const bool readable = OIIO::ImageInput::open(file_.string()) != nullptr;
-    OIIO::geterror();  // What is not fetched, the library prints when the program ends.
+    OIIO::geterror();  // As in createWriter().
     return readable;
   }
 
@@ -190,7 +193,7 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
                      firstLine(output->geterror(), temporary.string(), file.string()) +
                      " (check the free space, or try another format)");
   };
-  // A writer that lacks the wanted type takes one of its own choice, not always the nearest.
+  // A writer that lacks the wanted type chooses another one, not always the nearest.
   const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
   std::optional<Destination> destination;
   for (std::size_t i = 0; i < types.size(); ++i) {
@@ -207,7 +210,7 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
   require(writePixels(*output, picture, premultiplied));
   require(output->close());
   if (!destination->store()) {
-    throw MediaError(cannotWrite(file) + "the disk does not take it (check the free space)");
+    throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
 }
 

@@ -1,3 +1,4 @@
+// Chooses codec, container and pixel format of a video output.
 #pragma once
 
 #include <string>
@@ -9,28 +10,30 @@ namespace lomix::media {
 
 /// One of the codecs that can be chosen for output.
 struct CodecChoice {
-  const char* name;     ///< As on the command line.
+  const char* name;     ///< As users write it.
   const char* encoder;  ///< FFmpeg's name.
-  bool alpha;
+  bool alpha;           ///< Whether it stores alpha.
   // Pixel formats: opaque and with alpha, for 8-bit and for float pictures.
   AVPixelFormat plain8, alpha8, plain32, alpha32;
 
-  /// Frames after frames: without timestamps and other streams.
+  /// Returns whether the output is only a series of frames, without timestamps or other streams.
   bool isPlain() const {
     return std::string_view(name) == "raw" || std::string_view(name) == "y4m";
   }
 
+  /// Returns the pixel format for pictures of depth 8 or 32.
   AVPixelFormat formatFor(int depth, bool withAlpha) const {
     if (depth == 8) return withAlpha ? alpha8 : plain8;
     return withAlpha ? alpha32 : plain32;
   }
 };
 
-/// The codec for an output: the one that was asked for or the one that its extension suggests.
-/// Throws MediaError.
+/// Returns the codec that the output asks for or, by default, the one for its extension. Throws
+/// AvoidableError for one that does not exist or cannot be written here.
 const CodecChoice& chooseCodec(const VideoOutput& output);
 
-/// The container for it. Throws MediaError where they do not fit together.
+/// Returns the container for the output's name. Throws MediaError where there is none,
+/// AvoidableError where it cannot hold the codec.
 const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoice& codec);
 
 }  // namespace lomix::media

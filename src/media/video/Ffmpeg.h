@@ -1,5 +1,5 @@
-// What reading and writing video share of FFmpeg's libraries. For src/media/video only: brings
-// their headers in.
+// Helpers for FFmpeg's libraries that reading and writing share. For src/media/video only: includes
+// their headers.
 #pragma once
 
 extern "C" {
@@ -18,7 +18,7 @@ extern "C" {
 
 namespace lomix::media {
 
-/// Frees what the libraries gave, by the right one of their functions.
+/// Frees objects of the libraries with the functions that belong to them.
 struct FfmpegDeleter {
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
@@ -28,11 +28,11 @@ struct FfmpegDeleter {
 template <typename T>
 using FfmpegPtr = std::unique_ptr<T, FfmpegDeleter>;
 
-/// Throws std::bad_alloc for null.
+/// Allocate an empty frame or packet. Throw std::bad_alloc.
 FfmpegPtr<AVFrame> newFrame();
 FfmpegPtr<AVPacket> newPacket();
 
-/// Options for one call of the libraries.
+/// A dictionary of options for one call of the libraries.
 class FfmpegOptions {
  public:
   FfmpegOptions() = default;
@@ -49,19 +49,20 @@ class FfmpegOptions {
   AVDictionary* entries_ = nullptr;
 };
 
-/// The libraries' words for an error.
+/// Returns the libraries' text for an error code.
 std::string ffmpegMessage(int error);
 
-/// Keeps the libraries from printing; their errors come back as codes.
+/// Keeps the libraries from printing. Their errors are returned as codes.
 void muteFfmpeg();
 
+/// Returns the ratio in lowest terms, rounded where FFmpeg's integers cannot hold it.
 inline AVRational toAv(const Ratio& ratio) {
   AVRational result;
   av_reduce(&result.num, &result.den, ratio.num, ratio.den, 1 << 30);
   return result;
 }
 
-/// The most bits of a channel.
+/// Returns the bits of the format's largest channel.
 int channelBits(AVPixelFormat format);
 bool hasAlphaChannel(AVPixelFormat format);
 bool isRgb(AVPixelFormat format);

@@ -10,7 +10,7 @@
 namespace lomix::media {
 namespace {
 
-// Full interpolation of the colour differences, rounded, not truncated.
+// Interpolates the chroma planes at full precision and rounds instead of truncating.
 constexpr int kQuality =
     SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
 
@@ -18,13 +18,13 @@ constexpr std::size_t kChannels = Picture::kChannels;
 
 AVPixelFormat formatOf(const AVFrame& frame) { return static_cast<AVPixelFormat>(frame.format); }
 
-/// Row y of a plane as values of type T.
+/// Returns row y of a plane as values of type T.
 template <typename T>
 T* plane(const AVFrame& frame, int index, int y) {
   return reinterpret_cast<T*>(frame.data[index] + std::ptrdiff_t{y} * frame.linesize[index]);
 }
 
-/// Planes green, blue, red and, where the format has it, alpha, to pixels.
+/// Copies the planes green, blue, red and, where the format has it, alpha to a picture's pixels.
 template <typename From, typename To, typename Row, typename Convert>
 void interleave(const AVFrame& frame, Row row, To opaque, Convert convert) {
   const bool alpha = hasAlphaChannel(formatOf(frame));
@@ -46,7 +46,7 @@ void interleave(const AVFrame& frame, Row row, To opaque, Convert convert) {
   }
 }
 
-/// A float picture to planes of 16 bits.
+/// Copies a float picture to planes of 16 bits.
 void separate(const Picture& picture, AVFrame& frame) {
   const bool alpha = hasAlphaChannel(formatOf(frame));
   constexpr std::array<int, kChannels> kPlanes{3, 2, 0, 1};
@@ -103,7 +103,7 @@ void reorderToPicture(const AVFrame& frame, Picture& picture) {
   }
 }
 
-/// A frame that is the picture's own memory.
+/// Returns a frame that refers to the picture's memory, which must outlive it.
 FfmpegPtr<AVFrame> frameAround(const Picture& picture) {
   FfmpegPtr<AVFrame> frame = newFrame();
   frame->format = AV_PIX_FMT_ARGB;

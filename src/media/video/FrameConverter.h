@@ -1,3 +1,4 @@
+// Converts between FFmpeg's frames and pictures.
 #pragma once
 
 #include <map>
@@ -8,30 +9,25 @@
 
 namespace lomix::media {
 
-/// How luma and colour differences stand for colours.
-struct YuvCoding {
-  AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
-  bool fullRange = false;
-};
-
-/// The matrix that is meant: the tagged one, or by convention that of the picture's size.
+/// Returns the Y'CbCr matrix of a frame: the tagged one; untagged, BT.709 from a height of 720
+/// pixels and BT.601 below, as is the convention.
 AVColorSpace effectiveMatrix(AVColorSpace tagged, int height);
 
-/// Frames of FFmpeg's libraries to pictures and back. Keeps what it needs for frames of one kind;
-/// one thread at a time.
+/// Converts frames to pictures and back. Keeps its scaler and buffer for the next frame of the same
+/// kind. One thread at a time.
 class FrameConverter {
  public:
-  /// picture takes the frame's size and is made of 8 bits for frames of 8 bits or less, else of
-  /// float. Throws MediaError.
+  /// Converts a frame to a picture of the frame's size: depth 8 for frames of up to 8 bits,
+  /// else 32. Throws MediaError.
   void toPicture(const AVFrame& frame, Picture& picture);
 
-  /// Whether frames of the format are 8-bit pictures with their bytes in another order.
+  /// Returns whether the format has the bytes of an 8-bit picture in another order.
   static bool isReordered(AVPixelFormat format);
-  /// Puts a picture's bytes in the format's order.
+  /// Reorders an 8-bit picture's bytes to those of such a format.
   static void reorderInPlace(Picture& picture, AVPixelFormat format);
 
-  /// frame: its buffers made, its format, size and coding set. picture of that size. Throws
-  /// MediaError.
+  /// Converts a picture to a frame. frame: of the picture's size, its format, colour tags and
+  /// buffers already set. Throws MediaError.
   void toFrame(const Picture& picture, AVFrame& frame);
 
  private:
@@ -43,7 +39,7 @@ class FrameConverter {
   FfmpegPtr<AVFrame> scratch_;
 };
 
-/// Converters that wait for work: one for each thread that asks at a time.
+/// Idle converters. use() runs work with one of them, or with a new one. Any thread.
 class ConverterPool {
  public:
   template <typename Work>

@@ -1,4 +1,4 @@
-// Stands in for the video readers and writers in a build without them.
+// Replaces the video readers and writers in builds without FFmpeg: every call is an error.
 #include "media/picture/PictureFile.h"
 #include "media/video/Video.h"
 #include "support/MediaError.h"
@@ -7,7 +7,7 @@
 namespace lomix::media {
 namespace {
 
-constexpr const char* kCause = "this build knows no video (build it with LOMIX_VIDEO=ON)";
+constexpr const char* kCause = "this build has no video support (build it with LOMIX_VIDEO=ON)";
 
 }  // namespace
 

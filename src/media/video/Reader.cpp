@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kUnknown = "check that it is a whole video";
 
-/// Sound, subtitles and what they need; the rest has no place in another file.
+/// Returns whether streams of the type are copied: sound, subtitles and their attachments (fonts).
 bool isCopied(AVMediaType type) {
   return type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_SUBTITLE ||
          type == AVMEDIA_TYPE_ATTACHMENT;
@@ -60,7 +60,7 @@ void Reader::open(const VideoInput& input) {
   error = avformat_find_stream_info(container_, nullptr);
   if (error < 0) fail(error, kUnknown);
   const int index = av_find_best_stream(container_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (index < 0) throw MediaError(cannotRead(name_) + "it holds no video (name another file)");
+  if (index < 0) throw MediaError(cannotRead(name_) + "it has no video stream (name another file)");
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     AVStream* stream = container_->streams[i];
     if (static_cast<int>(i) != index && !isCopied(stream->codecpar->codec_type)) {
@@ -105,16 +105,17 @@ std::optional<std::int64_t> Reader::frameCount() const {
                       av_q2d(stream_->avg_frame_rate));
 }
 
-/// Damage is left out, as every player does; recordings often begin in the middle of a frame.
+/// Skips damaged parts, as players do, and counts those after the first frame: recordings often
+/// begin in the middle of one.
 void Reader::requireDecoded(int error) {
   if (error >= 0) return;
   if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
   constexpr int kMaxErrorsInARow = 1000;
-  if (++errorsInARow_ > kMaxErrorsInARow) fail(error, "mend it first");
+  if (++errorsInARow_ > kMaxErrorsInARow) fail(error, "repair the file first");
   if (firstTime_) ++damaged_;
 }
 
-/// Gives the decoder a packet, or the news that there are no more.
+/// Sends the decoder the next packet or, once, the end of the file. Returns false after that.
 bool Reader::feed() {
   if (atEnd_) return false;
   int error = av_read_frame(container_, packet_.get());
@@ -138,7 +139,7 @@ bool Reader::feed() {
   return true;
 }
 
-/// A frame's timestamp, made up from the one before where the file gives none.
+/// Sets a frame's timestamp; where the file gives none, the end of the frame before.
 void Reader::stamp(AVFrame& frame) {
   frame.pts = frame.best_effort_timestamp;
   if (frame.pts == AV_NOPTS_VALUE) frame.pts = nextTime_;

@@ -1,3 +1,4 @@
+// Reads videos with FFmpeg's libraries.
 #pragma once
 
 #include <vector>
@@ -7,14 +8,14 @@
 
 namespace lomix::media {
 
-/// A decoded frame with what the file had between it and the frame before.
+/// A decoded frame, and the packets of the other streams between it and the frame before.
 class DecodedFrame : public VideoFrame {
  public:
   FfmpegPtr<AVFrame> frame;                  ///< Timestamp in the stream's time base.
   std::vector<FfmpegPtr<AVPacket>> packets;  ///< Of the other streams.
 };
 
-/// Reads any container and codec that FFmpeg's libraries know.
+/// Reads any container and codec that FFmpeg's libraries support.
 class Reader : public VideoReader {
  public:
   explicit Reader(const VideoInput& input);
@@ -25,12 +26,12 @@ class Reader : public VideoReader {
   std::unique_ptr<VideoFrame> next() override;
   void toPicture(const VideoFrame& frame, Picture& picture) override;
 
-  /// Packets of the other streams after the last frame.
+  /// Returns the packets of the other streams after the last frame.
   std::vector<FfmpegPtr<AVPacket>> takePackets() { return std::move(packets_); }
   const AVFormatContext& container() const { return *container_; }
   const AVStream& stream() const { return *stream_; }
   const AVCodecContext& decoder() const { return *decoder_; }
-  /// How the picture is turned to stand upright, as an orientation number (Picture.h).
+  /// Returns the stored orientation, as upright() in Picture.h takes it.
   int orientation() const { return orientation_; }
   bool isRaw() const { return isRaw_; }
 
@@ -55,7 +56,7 @@ class Reader : public VideoReader {
   std::int64_t damaged_ = 0;
   int errorsInARow_ = 0;
   std::optional<std::int64_t> firstTime_;
-  std::int64_t nextTime_ = 0;  ///< Where a frame without a timestamp stands.
+  std::int64_t nextTime_ = 0;  ///< Timestamp for the next frame if the file gives none.
   ConverterPool converters_;
 };
 

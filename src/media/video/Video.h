@@ -1,5 +1,5 @@
-// Video files, as far as the rest of the program sees them. Timestamps, sound, subtitles and tags
-// go past the effect inside the frames.
+// Reads and writes video files. Timestamps, sound, subtitles and tags are copied from input to
+// output along with the frames.
 #pragma once
 
 #include <cstdint>
@@ -21,29 +21,31 @@ struct Ratio {
 /// The name that means standard input or output.
 inline constexpr const char* kStandardStream = "-";
 
-/// Whether a file of that name is a video: by its extension, or the standard stream.
+/// Returns whether the name is a video's: by its extension, or the standard stream.
 bool isVideoName(const std::string& name);
 
+/// The video to read.
 struct VideoInput {
   std::string name;
   int threads = 1;        ///< Of the decoder.
-  std::string rawFormat;  ///< Pixel format of frames without a container; empty: there is one.
+  std::string rawFormat;  ///< FFmpeg's pixel format of raw frames; empty: a container says it.
   int rawWidth = 0;
   int rawHeight = 0;
   Ratio rawRate{24, 1};
 };
 
+/// The video to write.
 struct VideoOutput {
   std::string name;
   std::string codec;       ///< h264, prores, ffv1, png, raw or y4m; empty: by the name.
   int crf = 16;            ///< Of h264, 0 to 51.
   int threads = 1;         ///< Of the encoder.
   Ratio rate{24, 1};       ///< Of frames that come from pictures.
-  bool videoOnly = false;  ///< Leave sound and subtitles out.
+  bool videoOnly = false;  ///< Sound and subtitles are left out.
   bool overwrite = false;
 };
 
-/// A decoded frame.
+/// A decoded frame. Its reader must outlive it.
 class VideoFrame {
  public:
   VideoFrame() = default;
@@ -55,6 +57,7 @@ class VideoFrame {
   Ratio time;
 };
 
+/// Reads the frames of one video.
 class VideoReader {
  public:
   VideoReader() = default;
@@ -62,13 +65,16 @@ class VideoReader {
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
 
-  /// How many frames there are, as far as the file tells; it may be wrong.
+  /// Returns the number of frames that the file states or implies; nothing when it does not. It may
+  /// be wrong.
   virtual std::optional<std::int64_t> frameCount() const = 0;
-  /// The next frame as it is shown; null after the last. One thread at a time. Throws MediaError.
+  /// Returns the next frame in the order of display; null after the last. One thread at a time.
+  /// Throws MediaError.
   virtual std::unique_ptr<VideoFrame> next() = 0;
-  /// Parts of the file after the first frame that could not be decoded and were left out.
+  /// Returns the number of parts after the first frame that could not be decoded and were skipped.
   virtual std::int64_t damagedCount() const = 0;
-  /// The frame set upright, 8 bits for 8-bit videos, else float. Any thread. Throws MediaError.
+  /// Converts a frame of next() to a picture, upright, of depth 8 for 8-bit videos and 32 for
+  /// others. Any thread. Throws MediaError.
   virtual void toPicture(const VideoFrame& frame, Picture& picture) = 0;
 };
 
@@ -85,6 +91,7 @@ class EncodableFrame {
   virtual void append() = 0;
 };
 
+/// Writes one video.
 class VideoWriter {
  public:
   VideoWriter() = default;
@@ -103,11 +110,13 @@ class VideoWriter {
   virtual void finish() = 0;
 };
 
-/// Throws MediaError when the file is missing, damaged or holds no video that can be decoded.
+/// Opens a video. Throws MediaError when the file is missing, damaged or has no video stream that
+/// can be decoded.
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input);
 
-/// source: the video whose sound, subtitles, timestamps and tags go along; null for none. It must
-/// outlive the writer. Throws MediaError for an impossible codec, container or name.
+/// Starts a video. source: the video whose sound, subtitles, timestamps and tags are copied, which
+/// must outlive the writer; null for none. Throws MediaError for a codec, container or name that
+/// cannot be used, and AvoidableError for a source stream that the container cannot hold.
 std::unique_ptr<VideoWriter> createVideo(const VideoOutput& output, VideoReader* source);
 
 }  // namespace lomix::media

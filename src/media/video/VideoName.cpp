@@ -1,3 +1,4 @@
+// Tells videos from pictures by their names. Part of builds without video too.
 #include <algorithm>
 #include <array>
 #include <string_view>

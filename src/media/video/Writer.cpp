@@ -24,7 +24,7 @@ class Writer::PreparedFrame : public EncodableFrame {
 
 namespace {
 
-/// The orientation that undoes another one.
+/// Returns the orientation that undoes another one.
 int inverse(int orientation) { return orientation == 6 ? 8 : orientation == 8 ? 6 : orientation; }
 
 template <typename T>
@@ -83,15 +83,15 @@ void Writer::open(const Picture& picture) {
   if (output_.name != kStandardStream) file_.emplace(output_.name);
   const std::string url = file_ ? "file:" + file_->path().string() : "pipe:1";
   require(avformat_alloc_output_context2(&container_, format_, nullptr, url.c_str()));
-  // Y4M of more than 8 bits is an extension that every reader knows.
+  // Allows Y4M of more than 8 bits, an extension that all common readers support.
   container_->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
   openEncoder(picture);
   addStreams();
   require(avio_open(&container_->pb, url.c_str(), AVIO_FLAG_WRITE));
   FfmpegOptions options;
   require(avformat_write_header(container_, options.address()));
-  // Where the pixels are the same bytes and the encoder is through with a frame when it returns, a
-  // frame is the picture's own memory.
+  // Where the pixels are the same bytes in another order, and the encoder does not keep a frame
+  // after it returns, a frame refers to the picture's memory instead of a copy.
   const AVCodecID codec = encoder_->codec_id;
   wraps_ = picture.depth() == 8 && FrameConverter::isReordered(encoder_->pix_fmt) &&
            (codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_RAWVIDEO);
@@ -129,7 +129,8 @@ void Writer::openEncoder(const Picture& picture) {
   if (codec->id == AV_CODEC_ID_H264) options.set("crf", std::to_string(output_.crf));
   if (codec->id == AV_CODEC_ID_PRORES) options.set("profile", "4444");
   if (codec->id == AV_CODEC_ID_FFV1) {
-    // Every frame by itself, in parts that threads share and damage does not cross.
+    // Only key frames, so that every frame can be cut at; 16 slices for threads, each with a
+    // checksum.
     encoder.gop_size = 1;
     encoder.level = 3;
     options.set("slices", "16");
@@ -138,7 +139,7 @@ void Writer::openEncoder(const Picture& picture) {
   require(avcodec_open2(encoder_.get(), codec, options.address()));
 }
 
-/// The source's tags, as far as they are true of what is written.
+/// Copies the source's colour tags where they apply to the pixels that are written.
 void Writer::setColours(AVCodecContext& encoder) const {
   const AVCodecContext* from = source_ != nullptr ? &source_->decoder() : nullptr;
   if (from != nullptr) {
@@ -188,7 +189,7 @@ void Writer::addVideoStream() {
   const AVStream& from = source_->stream();
   stream_->disposition = from.disposition;
   av_dict_copy(&stream_->metadata, from.metadata, 0);
-  // The encoder is another one now.
+  // Names the encoder of the source.
   av_dict_set(&stream_->metadata, "encoder", nullptr, 0);
   for (int i = 0; i < from.nb_side_data; ++i) {
     const AVPacketSideData& data = from.side_data[i];
@@ -201,7 +202,7 @@ void Writer::addVideoStream() {
 void Writer::addCopiedStream(const AVStream& from) {
   AVStream* to = required(avformat_new_stream(container_, nullptr));
   require(avcodec_parameters_copy(to->codecpar, from.codecpar));
-  // Another container may have another mark for the codec; it finds its own.
+  // The codec's tag depends on the container. 0: the container chooses.
   to->codecpar->codec_tag = 0;
   to->time_base = from.time_base;
   to->disposition = from.disposition;
@@ -288,7 +289,7 @@ void Writer::fill(AVFrame& frame, std::shared_ptr<Picture> picture) {
   frame.linesize[0] = static_cast<int>(row.size());
 }
 
-/// Raw frames in the picture's memory are what the file wants: no encoder need copy them.
+/// Writes a raw frame from the picture's memory: the encoder would only copy it.
 void Writer::writeWrapped(AVFrame& frame) {
   packet_->buf = required(av_buffer_ref(frame.buf[0]));
   packet_->data = frame.data[0];

@@ -1,3 +1,4 @@
+// Writes videos with FFmpeg's libraries.
 #pragma once
 
 #include <map>
@@ -11,7 +12,7 @@
 
 namespace lomix::media {
 
-/// Writes a video with what its source has besides the pictures.
+/// Writes a video and copies its source's sound, subtitles, chapters and tags.
 class Writer : public VideoWriter {
  public:
   Writer(const VideoOutput& output, Reader* source);
@@ -51,11 +52,11 @@ class Writer : public VideoWriter {
   AVFormatContext* container_ = nullptr;
   FfmpegPtr<AVCodecContext> encoder_;
   AVStream* stream_ = nullptr;
-  std::vector<int> copies_;  ///< Where an input stream goes, -1: nowhere.
+  std::vector<int> copies_;  ///< Index of the output stream for each input stream; -1: none.
   FfmpegPtr<AVPacket> packet_ = newPacket();
   std::map<std::int64_t, std::int64_t> durations_;  ///< Of the frames in the encoder, by timestamp.
   ConverterPool converters_;
-  std::mutex mutex_;  ///< Of opening.
+  std::mutex mutex_;  ///< Guards open().
   int depth_ = 0;     ///< Of the pictures; 0 until the file is open.
   bool wraps_ = false;
 };
