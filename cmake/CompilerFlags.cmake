@@ -1,5 +1,5 @@
-# Flags of every target of the project. The picture must not depend on the compiler's mood: no
-# contraction of a product and a sum into one fused operation, no fast maths.
+# Flags of every target of the project. The pixels must not depend on the compiler: it must not fuse
+# multiplications and additions, and must not use fast maths.
 if(MSVC)
   add_compile_options(/fp:precise /W4 /utf-8)
   if(LOMIX_WERROR)
@@ -34,7 +34,22 @@ if(LOMIX_SANITIZE)
   endif()
 endif()
 
+# A project around this one chooses its own launcher.
 find_program(LOMIX_CCACHE ccache)
-if(LOMIX_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${LOMIX_CCACHE})
+if(LOMIX_CCACHE AND PROJECT_IS_TOP_LEVEL)
+  # ccache keeps what is compiled with precompiled headers only if it may ignore these two.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+      CCACHE_SLOPPINESS=pch_defines,time_macros ${LOMIX_CCACHE})
 endif()
+
+# lomix_precompile(TARGET HEADER...): precompiles large headers that many files of TARGET include.
+# The files go on including what they use.
+function(lomix_precompile target)
+  if(NOT LOMIX_PRECOMPILE)
+    return()
+  endif()
+  target_precompile_headers(${target} PRIVATE ${ARGN})
+  if(LOMIX_CCACHE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(${target} PRIVATE -fpch-preprocess)
+  endif()
+endfunction()

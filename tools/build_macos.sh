@@ -43,7 +43,7 @@ for arch in arm64 x86_64; do
   make_tools "${arch/arm64/aarch64}" "$tools"
   quietly cmake -G Ninja -S . -B "build/macos/$arch" -DCMAKE_BUILD_TYPE=Release -DLOMIX_WERROR=ON \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DLOMIX_MACOS_ARCH="$arch" \
-    -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_TOOLS=OFF -DLOMIX_BUILD_TESTS=OFF
+    -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_LIBRARY=OFF -DLOMIX_BUILD_COMMAND=OFF -DLOMIX_BUILD_TESTS=OFF
   quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows
 done
 

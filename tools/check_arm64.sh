@@ -23,7 +23,8 @@ if [ ! -d "$build/prefix/lib/cmake/GTest" ]; then
   quietly cmake --build "$build/googletest" --target install
 fi
 quietly cmake -G Ninja -S . -B "$build/lomix" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
-  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLOMIX_WERROR=ON -DLOMIX_BUILD_TOOLS=OFF \
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLOMIX_WERROR=ON -DLOMIX_BUILD_LIBRARY=OFF \
+  -DLOMIX_BUILD_MODULE=OFF -DLOMIX_BUILD_COMMAND=OFF \
   -DGTest_DIR="$build/prefix/lib/cmake/GTest"
 quietly cmake --build "$build/lomix" --target lomix_engine_tests lomix_differential \
   lomix_mutant_columns_rounded_down

@@ -1,11 +1,12 @@
 # The plug-in module that a host loads. It exports EntryPointFunc and nothing else: a symbol of the
 # standard library that leaked out would clash with the host's own copy.
 function(lomix_module target engine)
-  set(objects $<TARGET_OBJECTS:lomix_hostapi_objects> $<TARGET_OBJECTS:lomix_effect_objects>)
+  set(objects $<TARGET_OBJECTS:lomix_hostapi_objects> $<TARGET_OBJECTS:lomix_effect_objects>
+              $<TARGET_OBJECTS:lomix_draw_${engine}>)
   if(engine STREQUAL "rows")
     list(APPEND objects $<TARGET_OBJECTS:lomix_engine_objects>)
   endif()
-  add_library(${target} MODULE ${objects} ${LOMIX_DRAW_FRAME_${engine}})
+  add_library(${target} MODULE ${objects})
   target_include_directories(${target} PRIVATE ${LOMIX_SOURCE_FOLDER})
   set_target_properties(${target} PROPERTIES OUTPUT_NAME Lomix PREFIX "" LINKER_LANGUAGE CXX)
   if(WIN32)
@@ -34,24 +35,25 @@ function(lomix_module target engine)
   endif()
 endfunction()
 
-if(NOT DEFINED LOMIX_DRAW_FRAME_${LOMIX_RENDERER})
+if(NOT TARGET lomix_draw_${LOMIX_RENDERER})
   message(FATAL_ERROR "LOMIX_RENDERER is '${LOMIX_RENDERER}' (choose reference or rows)")
 endif()
 
-# The module of the chosen engine, and beside it one of each.
+# The module of the chosen renderer, and beside it one of each.
 lomix_module(Lomix ${LOMIX_RENDERER})
 foreach(engine reference rows)
   lomix_module(Lomix_${engine} ${engine})
-  set_target_properties(Lomix_${engine} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
-                        ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${engine})
+  set_target_properties(Lomix_${engine} PROPERTIES
+                        LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin/${engine})
 endforeach()
 
-# The command looks for the module in lib/lomix; the other kind lies in a folder of its engine.
-if(NOT WIN32 AND NOT APPLE)
-  install(TARGETS Lomix LIBRARY DESTINATION lib/lomix)
+# The command looks for the module in lib/lomix, whatever the system calls its folder of libraries;
+# the module of the other renderer is in a folder below.
+if(LOMIX_INSTALL AND NOT WIN32 AND NOT APPLE)
+  install(TARGETS Lomix LIBRARY DESTINATION lib/lomix COMPONENT command)
   foreach(engine reference rows)
     if(NOT engine STREQUAL LOMIX_RENDERER)
-      install(TARGETS Lomix_${engine} LIBRARY DESTINATION lib/lomix/${engine})
+      install(TARGETS Lomix_${engine} LIBRARY DESTINATION lib/lomix/${engine} COMPONENT command)
     endif()
   endforeach()
 endif()

@@ -25,10 +25,12 @@ function(lomix_engine_mutant name target source)
     file(WRITE ${copy} "${mutated}")
   endif()
 
+  # Of the files that include a header of the vector code, the one of the target is compiled anew.
   set(sources ${copy})
-  if(source MATCHES "\\.h$")
-    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx2Target.cpp
-                ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx512Target.cpp)
+  if(source MATCHES "\\.h$" AND target STREQUAL "avx2")
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx2Target.cpp)
+  elseif(source MATCHES "\\.h$")
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx512Target.cpp)
   endif()
   # The linker takes the mutated objects first and leaves the library's out.
   add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}
