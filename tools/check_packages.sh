@@ -40,13 +40,26 @@ use() {
 
 tree=$(echo "$work"/*-linux-*)
 use "$tree/bin/lomix"
+# use_library PREFIX: builds a program with the library there and draws the card with it.
+use_library() {
+  local libraries=$1/lib
+  cc -std=c11 examples/ppm.c -o "$work/ppm" \
+    $(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs lomix)
+  "$tree/bin/lomix" testcard "$work/card.ppm" --size 64x48 --overwrite
+  LD_LIBRARY_PATH=$libraries "$work/ppm" "$work/card.ppm" "$work/drawn.ppm" weak-aerial 1.5
+  "$tree/bin/lomix" render "$work/card.ppm" "$work/expected.ppm" --preset weak-aerial --time 1.5 \
+    --overwrite --quiet
+  cmp "$work/drawn.ppm" "$work/expected.ppm"
+}
+use_library "$tree"
 for engine in rows reference; do
   "$tree/install.sh" --engine "$engine" "$work/prefix" >/dev/null
   use "$work/prefix/bin/lomix"
+  use_library "$work/prefix"
 done
 cmp "$tree/lib/lomix/reference/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
 "$tree/install.sh" --remove "$work/prefix" >/dev/null
-[ -z "$(find "$work/prefix" -type f)" ] || fail "install.sh --remove left files"
+[ -z "$(find "$work/prefix" ! -type d)" ] || fail "install.sh --remove left files"
 
 if command -v wine >/dev/null; then
   export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
@@ -62,6 +75,7 @@ if [ "$(id -u)" -ne 0 ] || dpkg-query -s lomix >/dev/null 2>&1; then
 else
   export DEBIAN_FRONTEND=noninteractive
   apt-get install -y -qq "$PWD"/dist/lomix_*.deb >"$work/apt" 2>&1 || fail "$(cat "$work/apt")"
+  use_library /usr
   cd /
   use lomix
   lomix inspect /usr/lib/lomix/reference/Lomix.so >/dev/null

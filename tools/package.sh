@@ -98,7 +98,8 @@ package_linux() {
   cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_RENDERER=rows \
     -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF >"$build/build.log"
   echo "Building (linux)..." >&2
-  cmake --build "$build" -j "$(nproc)" --target lomix Lomix Lomix_reference >>"$build/build.log" 2>&1 ||
+  cmake --build "$build" -j "$(nproc)" --target lomix Lomix Lomix_reference \
+    lomix_shared lomix_static >>"$build/build.log" 2>&1 ||
     { cat "$build/build.log" >&2; exit 1; }
 
   root=$stage/Lomix-$version-linux-$architecture
@@ -118,7 +119,7 @@ package_debian() {
   root=$stage/debian
   local documents=$root/usr/share/doc/lomix folder
   mkdir -p "$root/DEBIAN" "$documents"
-  for folder in bin lib share; do
+  for folder in bin include lib share; do
     [ ! -d "$tree/$folder" ] || cp -R "$tree/$folder" "$root/usr/"
   done
   cp "$tree/README.md" "$tree/install.md" "$documents/"

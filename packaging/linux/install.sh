@@ -1,7 +1,8 @@
 #!/bin/sh
 # Usage: ./install.sh [--engine rows|reference] [--remove] [PREFIX]
-# Puts the lomix command and its module under PREFIX, /usr/local by default, or takes them away. Both
-# engines draw the same pixels; rows, the default, is the fast one.
+# Puts the lomix command, its module, the library and what programs need to build with it under PREFIX,
+# /usr/local by default, or takes them away. Both engines draw the same pixels; rows, the default, is the
+# fast one.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 engine=rows
@@ -31,13 +32,25 @@ case "$engine" in
     ;;
 esac
 
+# Names of the library's files below the prefix; links are among them.
+library_files() {
+  (cd "$here" && find lib/liblomix* lib/cmake/Lomix lib/pkgconfig/lomix.pc include/lomix ! -type d)
+}
+
 if [ "$remove" = yes ]; then
   rm -f "$prefix/bin/lomix" "$prefix/lib/lomix/Lomix.so"
-  rmdir "$prefix/lib/lomix" 2>/dev/null || true
+  library_files | while read -r file; do rm -f "$prefix/$file"; done
+  for folder in lib/lomix lib/cmake/Lomix lib/cmake lib/pkgconfig include/lomix; do
+    rmdir "$prefix/$folder" 2>/dev/null || true
+  done
   echo "Removed Lomix from '$prefix'."
   exit 0
 fi
 mkdir -p "$prefix/bin" "$prefix/lib/lomix"
 cp "$here/bin/lomix" "$prefix/bin/lomix"
 cp "$module" "$prefix/lib/lomix/Lomix.so"
-echo "Installed '$prefix/bin/lomix' (engine $engine)."
+library_files | while read -r file; do
+  mkdir -p "$prefix/$(dirname "$file")"
+  cp -P "$here/$file" "$prefix/$file"
+done
+echo "Installed '$prefix/bin/lomix' (engine $engine) and '$prefix/lib/liblomix.so'."
