@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tools/make_docs.sh
-# Builds the command and makes anew what the documents take from it: the pictures under docs/images,
-# the schema of preset files, and the tables and ranges between the markers in the texts.
+# Builds the command and generates what the documents take from it and from the sources: the pictures
+# under docs/images, the schema of preset files, and the tables and ranges between the markers in the
+# texts.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -57,5 +58,6 @@ done
 lomix sheet "$scratch/card.png" "$images/presets.jpg" --presets --time 1.3 --columns 6 --width 180 \
   --overwrite
 lomix plot "$images/profiles.png" --overwrite
+tools/draw_rooms.py
 
 tools/fill_docs.py lomix
