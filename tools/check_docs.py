@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Usage: tools/check_docs.py LOMIX [--with FEATURE]...
 
-Runs the commands of README.md and docs/*.md as a reader would paste them: every block fenced as sh,
-in an empty folder of its own for each document. In a document with a heading "Preparation" each
-other heading starts from what the preparation left. A block below <!-- needs: FEATURE --> runs only
-with that feature. Then checks that the documents are up to date, that their links lead somewhere,
-that presets follow their schema, and that the folder stays small. Names every fault; exits 1 if
-there is any.
+Runs the commands of *.md and docs/*.md as a reader would paste them: every block fenced as sh, in an
+empty folder for each document. In a document with a heading "Preparation" each other heading starts
+from a copy of the folder after the preparation. A block below <!-- needs: FEATURE --> runs only with
+that feature. Then checks that generated text is up to date, that linked files exist, that every room of
+the sources is described, that presets follow their schema, and that docs stays small. Prints every
+fault; exits 1 if there is any.
 """
 import argparse
 import json
@@ -20,12 +20,15 @@ import tempfile
 
 import jsonschema
 
+sys.dont_write_bytecode = True  # Nothing is written into the source tree.
+import draw_rooms
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MAX_DOCS_BYTES = 6_000_000
 PART = re.compile(r"^(?P<heading>#{1,6} [^\n]*)$"
                   r"|(?:<!-- needs: (?P<needs>\S+) -->\n)?^```(?P<kind>\w*)\n(?P<code>.*?)^```$",
                   re.MULTILINE | re.DOTALL)
-# Where a machine is slow.
+# Printed where a machine is slow.
 PROGRESS = re.compile(r"^\d+ (of \d+ )?frames.*\n", re.MULTILINE)
 LINK = re.compile(r"\]\(([^)#]+)")
 
@@ -41,13 +44,13 @@ def blocks(text):
 
 
 def run(code, folder, environment):
-    """What went wrong, or nothing."""
+    """Runs commands. Returns what went wrong, or None."""
     done = subprocess.run(["bash", "-euo", "pipefail", "-c", code], cwd=folder, env=environment,
                           stdin=subprocess.DEVNULL, capture_output=True, text=True)
     if done.returncode != 0:
         return f"exit code {done.returncode}: {done.stderr.strip()}"
-    said = PROGRESS.sub("", done.stderr).strip()
-    return f"it says: {said}" if said else None
+    messages = PROGRESS.sub("", done.stderr).strip()
+    return f"unexpected messages: {messages}" if messages else None
 
 
 def command_faults(document, features, environment):
@@ -81,6 +84,21 @@ def link_faults(document):
             yield f"there is no '{target}'"
 
 
+def room_faults():
+    try:
+        rooms_of_sources = set(draw_rooms.read_rooms()) - {"lomix.h"}
+    except draw_rooms.Fault as fault:
+        yield str(fault)
+        return
+    for document, rooms in (
+            ("docs/architecture.md", rooms_of_sources),
+            ("README.md", [f"src/{f.name}" for f in (ROOT / "src").iterdir() if f.is_dir()])):
+        tables = re.findall(r"^\| (`[^|]*`) \|", (ROOT / document).read_text(encoding="utf-8"), re.MULTILINE)
+        for room in sorted(rooms):
+            if not any(f"`{room}`" in cell for cell in tables):
+                yield f"{document}: no table has a row for `{room}` (add one)"
+
+
 def preset_faults():
     schema = json.loads((ROOT / "docs/preset.schema.json").read_text(encoding="utf-8"))
     validator = jsonschema.Draft7Validator(schema)
@@ -104,10 +122,11 @@ def main():
     environment["PATH"] = f"{arguments.lomix.resolve().parent}:{environment['PATH']}"
 
     faults = []
-    for document in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]:
+    for document in [*sorted(ROOT.glob("*.md")), *sorted((ROOT / "docs").glob("*.md"))]:
         name = document.relative_to(ROOT)
         faults += [f"{name}: {f}" for f in command_faults(document, arguments.features, environment)]
         faults += [f"{name}: {f}" for f in link_faults(document)]
+    faults += room_faults()
     faults += [f"presets: {f}" for f in preset_faults()]
     size = sum(f.stat().st_size for f in (ROOT / "docs").rglob("*") if f.is_file())
     if size > MAX_DOCS_BYTES:
