@@ -133,12 +133,12 @@ const Value* LocatedJson::Value::find(std::string_view name) const {
 }
 
 std::string LocatedJson::Value::shown() const {
+  if (kind == Kind::List) return "[...]";
+  if (kind == Kind::Object) return "{...}";
   constexpr std::size_t kLength = 40;
-  std::string shown = text;
-  if (kind == Kind::Text) shown = json(text).dump(-1, ' ', true, json::error_handler_t::replace);
-  if (kind == Kind::List) shown = "[...]";
-  if (kind == Kind::Object) shown = "{...}";
-  return shown.size() <= kLength ? shown : shown.substr(0, kLength) + "...";
+  const std::string whole =
+      kind == Kind::Text ? json(text).dump(-1, ' ', true, json::error_handler_t::replace) : text;
+  return whole.size() <= kLength ? whole : whole.substr(0, kLength) + "...";
 }
 
 LocatedJson::LocatedJson(const std::string& text, std::string source)

@@ -125,8 +125,9 @@ int main(void) {
   settings.time_denominator = 30;
   settings.scale_x = settings.scale_y = 0.5;
   expect(lomix_context_create(2, &context, &error) == LOMIX_OK, error.message);
-  expect(lomix_context_render(context, &settings, &from, &to, countCalls, &calls, &error) == LOMIX_OK,
-         error.message);
+  expect(
+      lomix_context_render(context, &settings, &from, &to, countCalls, &calls, &error) == LOMIX_OK,
+      error.message);
   expect(calls > 0 && calls < 1000, "calls of the progress callback");
   lomix_context_destroy(context);
   whole = hashOf(&output[0][0][0], sizeof output);
