@@ -39,8 +39,10 @@ function(lomix_engine_mutant name target source)
   set_target_properties(lomix_mutant_${name} PROPERTIES
                         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   target_include_directories(lomix_mutant_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  lomix_engine_optimise(lomix_mutant_${name})
   target_link_libraries(lomix_mutant_${name} PRIVATE lomix_engine Threads::Threads)
   add_test(NAME "mutant is found: ${name}"
            COMMAND lomix_mutant_${name} --expect-difference --target ${target} --pixels 100M)
-  set_tests_properties("mutant is found: ${name}" PROPERTIES SKIP_RETURN_CODE 77)
+  set_tests_properties("mutant is found: ${name}" PROPERTIES
+                       SKIP_RETURN_CODE 77 COST 10 LABELS long)
 endfunction()
