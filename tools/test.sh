@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers, and runs every test in both builds; then the row engine's tests,
+# undefined-behaviour sanitizers, and runs every test in both builds; then the tests of row engine and
+# library,
 # where the threads are, with the thread sanitizer; then what is built for Windows, under Wine, where
 # the compiler and Wine can be installed.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
@@ -29,11 +30,12 @@ tools/setup.sh $(tools/setup_packaging.sh --list-windows) ||
 for preset in dev asan; do
   tools/build.sh "$preset"
 done
-tools/build.sh tsan --target lomix_engine_tests
+tools/build.sh tsan --target lomix_engine_tests library_test
 for preset in dev asan; do
   echo "Testing ($preset)..."
   ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
 done
 echo "Testing (tsan)..."
 build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter=-ByteMap.*
+build/tsan/tests/library_test --gtest_brief=1
 tools/check_windows.sh
