@@ -8,7 +8,7 @@ if(MSVC)
 else()
   add_compile_options(-ffp-contract=off -fno-fast-math -Wall -Wextra -Wpedantic -Wconversion)
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    # GCC 12 sees overlapping copies in the standard library's own strings.
+    # GCC 12 warns of overlapping copies in std::string where there are none.
     add_compile_options(-Wno-restrict)
   endif()
   if(LOMIX_WERROR)
@@ -17,11 +17,11 @@ else()
 endif()
 
 if(MINGW)
-  # Both hosts ask for a processor with AVX2. Only in-line, with FMA, is std::fma exact: this runtime's
-  # own function is not. The compiler aligns the stack to 16 bytes only and yet moves 32 bytes as if
-  # they were aligned there, so the assembler is told to write moves that need no alignment.
+  # Both hosts require a processor with AVX2. std::fma is exact only when the compiler writes the FMA
+  # instruction: the function of this C runtime is not exact. GCC aligns the stack to 16 bytes, yet
+  # writes aligned moves of 32 bytes; the assembler turns them into unaligned ones.
   add_compile_options(-march=x86-64-v3 -Wa,-muse-unaligned-vector-move)
-  # No library beside the system's own, and no date in the file.
+  # Needs no library but the system's; the same sources give the same bytes.
   add_link_options(-static LINKER:--no-insert-timestamp,--strip-all)
 endif()
 
@@ -29,7 +29,7 @@ if(LOMIX_SANITIZE)
   add_compile_options(-fsanitize=${LOMIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LOMIX_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    # What the sanitizers put between hides from GCC 12 that the standard library's own is initialised.
+    # With sanitizers GCC 12 takes variables of the standard library for uninitialised.
     add_compile_options(-Wno-maybe-uninitialized)
   endif()
 endif()

@@ -1,5 +1,5 @@
 # lomix_embed_presets(OUT_SOURCE FOLDER): writes a source file that holds every preset of a folder,
-# in the order of their names, and tells its path. Configuring is done again when a preset changes.
+# in the order of their names, and sets OUT_SOURCE to its path. CMake runs again when a preset changes.
 function(lomix_embed_presets out_source folder)
   file(GLOB presets CONFIGURE_DEPENDS ${folder}/*.json)
   list(SORT presets)

@@ -1,7 +1,6 @@
 # lomix_header_library(NAME HEADER): a target lomix_headers_NAME with the folder in which HEADER, as
-# NAME/..., is found on this machine. Headers are the same for every system, but those that lie
-# beside them belong to this one: when cross-compiling they must not be found before the other
-# system's, so the target sees a link to the one folder only.
+# NAME/..., is found on this machine. When cross-compiling, the target sees a link to the folder NAME
+# alone: the other headers of /usr/include belong to this machine's system, not to the target's.
 function(lomix_header_library name header)
   find_path(LOMIX_HEADERS_${name} ${header} REQUIRED NO_CMAKE_FIND_ROOT_PATH
             PATHS /usr/include /usr/local/include)

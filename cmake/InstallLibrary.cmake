@@ -22,7 +22,7 @@ install(FILES ${PROJECT_BINARY_DIR}/cmake/LomixConfig.cmake
               ${PROJECT_BINARY_DIR}/cmake/LomixConfigVersion.cmake
         DESTINATION ${package_folder} COMPONENT development)
 
-# The pkg-config file names its prefix from where it lies itself, unless folders are given in full.
+# The pkg-config file computes its prefix from its own place, unless the folders are absolute.
 set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
   set(LOMIX_PC_PREFIX ${CMAKE_INSTALL_PREFIX})

@@ -1,12 +1,12 @@
-# Cross-compilation of the plug-in for macOS; tools/build_macos.sh makes what stands in
-# LOMIX_MACOS_TOOLS, the compiler and the static C++ library of one processor. Its own linker makes no
-# bundles, so LLVM's does.
+# Cross-compilation of the plug-in for macOS. tools/build_macos.sh makes the folder LOMIX_MACOS_TOOLS
+# with the compiler and the static C++ library for one processor. The compiler's own linker makes no
+# bundles, so LLVM's linker does.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR ${LOMIX_MACOS_ARCH})
 set(CMAKE_CXX_COMPILER ${LOMIX_MACOS_TOOLS}/c++)
 set(CMAKE_CXX_COMPILER_WORKS TRUE)
-# With a frame pointer a function's frame fits the short form in which the system unwinds exceptions;
-# what the compiler notes for debuggers depends on where the sources lie.
+# Frame pointers let every function use the compact form of unwind information. Debug information would
+# contain the folder of the sources, so that packages would differ from folder to folder.
 set(CMAKE_CXX_FLAGS_INIT "-fno-omit-frame-pointer -g0")
 set(CMAKE_AR llvm-ar-14)
 set(CMAKE_RANLIB llvm-ranlib-14)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tools/bench.sh [--json FILE] [--filter TEXT] [--target NAME] [--quick]
 #                       [--processor-time]
-# Installs what is missing, builds and runs the benchmark. Tells the load of the machine before and
-# after, because a busy one makes the figures uncertain.
+# Installs what is missing, builds and runs the benchmark. Prints the machine's load before and after,
+# because figures from a busy machine are uncertain.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/bless_golden.sh "REASON"
-# Renders the golden frames anew and takes their hashes as the right ones. For a change of the
-# picture that is meant; the reason, in a few words, joins the history on top of the file of hashes.
+# Renders the golden frames and stores their hashes as the expected ones. Only for an intended change
+# of the picture; the reason is added to the history at the top of the file of hashes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

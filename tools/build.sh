@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Usage: tools/build.sh PRESET [CMAKE BUILD ARGUMENTS...]
-# Configures a preset where it was not yet and builds it, quietly unless something fails.
+# Configures a preset if that was not done before and builds it. Prints the log only when it fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

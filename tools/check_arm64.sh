@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/check_arm64.sh [PIXELS]
 # Builds the effect and the engine's tests for 64-bit ARM with warnings as errors and runs them in
-# an emulator, the comparison with the reference path for so many pixels (3M unless told). Installs the
+# an emulator, the comparison with the reference path for PIXELS pixels (3M by default). Installs the
 # cross-compiler and the emulator where they are missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/check_packages.sh
-# Makes the packages twice and compares them, unpacks each, checks it against its manifest and uses
-# what can be used here. As root the Debian package is installed, used and purged.
+# Makes the packages twice and compares them, unpacks each, checks it against its manifest and runs
+# the programs that run on this system. As root the Debian package is installed, used and purged.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

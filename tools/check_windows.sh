@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tools/check_windows.sh
-# Builds for Windows, looks at what the files import and export, and runs them under Wine: the tests
-# of the effect through its host interface, the golden frames, and the command beside this system's.
+# Builds for Windows, checks the imports and exports of the files, and runs them under Wine: the tests
+# of the effect through its host interface, the golden frames, and the command, whose results are
+# compared with those of this system's command.
 # Skipped where tools/setup_packaging.sh did not install what it takes.
 set -euo pipefail
 cd "$(dirname "$0")/.."

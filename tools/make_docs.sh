@@ -15,7 +15,7 @@ images=docs/images
 mkdir -p "$images/parameters" "$images/presets"
 
 lomix testcard "$scratch/card.png" --size 960x540
-# Shown pixel by pixel, where one row more or less is what matters.
+# Enlarged without smoothing, because single rows matter here.
 lomix testcard "$scratch/small.png" --size 240x135
 
 # strip NAME CARD ARGUMENTS...: the pictures of one control.
@@ -43,7 +43,7 @@ strip blend-w-original card --sweep "Blend w/Original=0:100:5" --preset horizont
 
 for preset in presets/*.json; do
   id=$(basename "$preset" .json)
-  # Where keys make something happen.
+  # At times at which the keys show.
   case $id in
     channel-change) times=0.2,0.6,1.1,1.6 ;;
     dying-tape) times=0.8,1.6,2.6,3.7 ;;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/run.sh [LOMIX ARGUMENTS...]
 # Installs what is missing, builds, and runs the lomix command. Without arguments it renders a test
-# card with a strong look into out/.
+# card with strong parameters into out/.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers, and runs every test in both builds; then the tests of row engine and
-# library,
-# where the threads are, with the thread sanitizer; then what is built for Windows, under Wine, where
-# the compiler and Wine can be installed.
+# undefined-behaviour sanitizers, and runs every test in both builds; then the tests of the row engine
+# and the library, which draw on several threads, with the thread sanitizer; then the Windows build
+# under Wine, where the compiler and Wine can be installed.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
 # the long one, and without documents, installed folders and mutants.
 set -euo pipefail

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Usage: ./install.sh [--engine rows|reference] [--remove] [PREFIX]
 # Puts the lomix command, its module, the library and what programs need to build with it under PREFIX,
-# /usr/local by default, or takes them away. Both engines draw the same pixels; rows, the default, is the
+# /usr/local by default, or removes them. Both engines draw the same pixels; rows, the default, is the
 # fast one.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)

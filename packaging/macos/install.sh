@@ -1,7 +1,7 @@
 #!/bin/bash
 # Usage: sudo ./install.sh [--engine rows|reference]
 #        sudo ./install.sh --remove
-# Puts Lomix.plugin where After Effects and Premiere Pro find it, or takes it away. Both engines draw
+# Puts Lomix.plugin where After Effects and Premiere Pro find it, or removes it. Both engines draw
 # the same pixels; rows, the default, is the fast one.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -29,6 +29,6 @@ esac
 mkdir -p "$folder"
 rm -Rf "$target"
 cp -R "$source" "$target"
-# What came from the internet carries a mark for which the system refuses to load it.
+# macOS marks downloaded files and refuses to load a marked bundle.
 xattr -dr com.apple.quarantine "$target" 2>/dev/null || true
 echo "Installed '$target' from $source."

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: sign_and_notarise.sh BUNDLE "Developer ID Application: NAME (TEAM)" KEYCHAIN_PROFILE
-# On a Mac: signs a plug-in bundle with your own certificate, has Apple notarise it, and fastens the
-# ticket to it. The profile holds the account for it; 'xcrun notarytool store-credentials' makes one.
+# On a Mac: signs a plug-in bundle with your own certificate, has Apple notarise it, and staples the
+# ticket to it. The profile names the account; 'xcrun notarytool store-credentials' makes one.
 set -euo pipefail
 
 if [ "$#" -ne 3 ]; then

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kResourceId = 16000;
 
-// Of the host's interface that the effect is written for.
+// Version of the host's interface that the effect uses.
 constexpr std::uint16_t kPropertyListMajor = 2, kPropertyListMinor = 0;
 constexpr std::uint16_t kInterfaceMajor = 13, kInterfaceMinor = 28;
 
@@ -90,7 +90,7 @@ std::string properties(System system) {
     list.add("mi64", pascalText(kEntryPointName));
     list.add("ma64", pascalText(kEntryPointName));
   }
-  // Pairs of halves stand in this order on both systems.
+  // Both systems store the major half first.
   list.add("ePVR", write.half(kPropertyListMajor) + write.half(kPropertyListMinor));
   list.add("eSVR", write.half(kInterfaceMajor) + write.half(kInterfaceMinor));
   list.add("eVER", write.word(kVersionWord));
@@ -157,7 +157,7 @@ std::string macResourceFile() {
   const std::string header = write.word(kDataOffset) + write.word(kDataOffset + dataSize) +
                              write.word(dataSize) + write.word(kMapSize);
   const std::string zeros(8, '\0');
-  // One type with one resource: the counts are stored less one.
+  // One type with one resource. The format stores each count minus one.
   const std::string types =
       write.half(0) + write.code("PiPL") + write.half(0) + write.half(kReferenceOffset);
   const std::string reference =

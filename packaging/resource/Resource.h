@@ -1,5 +1,5 @@
-// The resource by which hosts know the effect before they run it, from the words that the effect
-// itself reports.
+// The resource from which hosts read an effect's name, version and flags before they run it. It is
+// made from the constants that the effect itself reports.
 #pragma once
 
 #include <string>

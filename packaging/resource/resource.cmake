@@ -1,5 +1,5 @@
-# The resource that describes the effect to its hosts. Its generator runs on the building machine,
-# also where all else is built for another one.
+# The resource that describes the effect to its hosts. Its generator runs while building, so it is
+# compiled for the building machine even when everything else is cross-compiled.
 set(LOMIX_RESOURCE_GENERATOR_SOURCES main.cpp Resource.cpp)
 list(TRANSFORM LOMIX_RESOURCE_GENERATOR_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
 set(LOMIX_RESOURCE_FOLDER ${PROJECT_BINARY_DIR}/resource)

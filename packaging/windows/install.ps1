@@ -15,7 +15,7 @@ $target = Join-Path $Folder 'Lomix'
 try {
     New-Item -ItemType Directory -Force $target | Out-Null
     Copy-Item $source (Join-Path $target 'Lomix.aex') -Force
-    # What came from the internet carries a mark for which some systems refuse to load it.
+    # Windows marks downloaded files, and some systems refuse to load a marked module.
     Unblock-File (Join-Path $target 'Lomix.aex')
 } catch {
     Stop-WithError "${target}: $($_.Exception.Message) (close After Effects and Premiere Pro)"

@@ -22,7 +22,7 @@ function(lomix_module target engine)
     set(exports ${LOMIX_SOURCE_FOLDER}/effect/module.symbols)
     set_target_properties(${target} PROPERTIES BUNDLE TRUE BUNDLE_EXTENSION plugin
                           MACOSX_BUNDLE_INFO_PLIST ${package}/Info.plist.in LINK_DEPENDS ${exports})
-    # Cross-compiling, the linker is called by itself.
+    # Cross-compiling, CMake calls the linker without the compiler.
     if(CMAKE_CROSSCOMPILING)
       target_link_options(${target} PRIVATE -exported_symbols_list ${exports})
     else()
@@ -48,7 +48,7 @@ foreach(engine reference rows)
 endforeach()
 
 # The command looks for the module in lib/lomix, whatever the system calls its folder of libraries;
-# the module of the other renderer is in a folder below.
+# the module of the other renderer is in a sub-folder.
 if(LOMIX_INSTALL AND NOT WIN32 AND NOT APPLE)
   install(TARGETS Lomix LIBRARY DESTINATION lib/lomix COMPONENT command)
   foreach(engine reference rows)

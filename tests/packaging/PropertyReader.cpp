@@ -115,7 +115,7 @@ Properties readWindowsModule(const std::filesystem::path& file) {
   };
   const std::size_t tree = toOffset(treeAddress);
 
-  // Three levels: type, number, language. Names lie elsewhere as a length and 16-bit characters.
+  // Three levels: type, number, language. A name is an offset to a length and 16-bit characters.
   constexpr std::uint32_t kElsewhere = 0x80000000U;
   const auto nameAt = [&](std::uint32_t field) {
     const std::size_t at = tree + (field & ~kElsewhere);

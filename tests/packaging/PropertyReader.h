@@ -1,5 +1,5 @@
-// Reads the resource that describes an effect, out of what hosts find: a Windows module, a macOS
-// resource file, or a resource script.
+// Reads the resource that describes an effect from a Windows module, a macOS resource file or a
+// resource script, without the code that writes it.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace lomix::packaging {
 
-/// The properties by key, their data as it stands in the file, texts and numbers made equal.
+/// Properties by key. Data is that of the file, with texts and numbers in one form for all systems.
 struct Properties {
   bool bigEndian = false;
   std::map<std::string, std::string> data;
