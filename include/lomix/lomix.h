@@ -317,8 +317,8 @@ enum {
 typedef struct lomix_image {
   uint32_t struct_size;
   int32_t format;    /**< LOMIX_ARGB8, ... */
-  int32_t width;     /**< Pixels, from 1. */
-  int32_t height;    /**< Rows, from 1. */
+  int32_t width;     /**< Pixels, 1 to 2^24. */
+  int32_t height;    /**< Rows, 1 to 2^24. */
   int64_t row_bytes; /**< From a row to the next row below it; negative in bottom-up memory. Its
                           absolute value: at least a row's bytes, at most 2^31 - 1. Floats: a
                           multiple of 4. */

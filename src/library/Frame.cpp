@@ -68,6 +68,12 @@ PF_LayerDef layerOf(const lomix_image& image, const char* name) {
     failImage(name, std::to_string(image.width) + " x " + std::to_string(image.height) +
                         " is no size (use at least 1 x 1)");
   }
+  // Far beyond any picture: a damaged size must not ask for all the memory.
+  constexpr std::int32_t kMostPixels = 1 << 24;
+  if (image.width > kMostPixels || image.height > kMostPixels) {
+    failImage(name, std::to_string(image.width) + " x " + std::to_string(image.height) +
+                        " is too large (use at most 16777216 pixels a side)");
+  }
   constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
   const std::int64_t needed = std::int64_t{image.width} * pixelBytes;
   if (needed > kMost || image.row_bytes > kMost || image.row_bytes < -kMost) {
@@ -148,9 +154,15 @@ struct Callback {
   void* user;
 };
 
+/// A callback that throws, which C functions never do, ends the frame: the worker threads must have
+/// left it before the exception may go on.
 bool callBack(void* callback, int rowsDone, int rowCount) {
   const auto& [function, user] = *static_cast<const Callback*>(callback);
-  return function == nullptr || function(user, rowsDone, rowCount) == 0;
+  try {
+    return function == nullptr || function(user, rowsDone, rowCount) == 0;
+  } catch (...) {
+    return false;
+  }
 }
 
 }  // namespace

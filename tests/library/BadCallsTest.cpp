@@ -43,6 +43,7 @@ const BadFrame kBadFrames[] = {
     {"width 0", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.source.width = 0; }},
     {"height -1", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.height = -1; }},
     {"least height", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.height = INT_MIN; }},
+    {"enormous height", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.height = INT_MAX; }},
     {"format 0", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.source.format = 0; }},
     {"format 99", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.format = 99; }},
     {"two formats", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.format = LOMIX_RGBA8; }},

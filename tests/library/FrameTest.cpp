@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -384,6 +385,23 @@ TEST(Context, ReportsProgressAndEndsWhenAsked) {
     }
     lomix_context_destroy(context);
   }
+}
+
+TEST(Context, ACallbackThatThrowsEndsTheFrame) {
+  ImageBuffer source(50, 300, LOMIX_ARGB8);
+  ImageBuffer output(50, 300, LOMIX_ARGB8);
+  const lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  lomix_context* context = nullptr;
+  ASSERT_EQ(lomix_context_create(3, &context, nullptr), LOMIX_OK);
+  const lomix_progress thrower = [](void*, std::int32_t, std::int32_t) -> std::int32_t {
+    throw std::runtime_error("not a C function");
+  };
+  for (int round = 0; round < 20; ++round) {
+    EXPECT_EQ(lomix_context_render(context, &settings, &source.image, &output.image, thrower,
+                                   nullptr, nullptr),
+              LOMIX_ABORTED);
+  }
+  lomix_context_destroy(context);
 }
 
 TEST(Context, ManyContextsWorkAtOnce) {
