@@ -61,7 +61,7 @@ TEST(Version, IsTheEffects) {
                                       std::to_string(kVersionMinor) + "." +
                                       std::to_string(kVersionBugfix));
   EXPECT_EQ(lomix_api_2(), LOMIX_API_NUMBER);
-  EXPECT_THAT(lomix_instruction_set(), testing::AnyOf("avx512", "avx2", "portable"));
+  EXPECT_THAT(std::string(lomix_instruction_set()), testing::AnyOf("avx512", "avx2", "portable"));
 }
 
 TEST(Status, EveryOneHasATextOfItsOwn) {
