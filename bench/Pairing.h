@@ -32,8 +32,8 @@ struct Path {
 
 struct Effort {
   double sampleSeconds;  ///< A sample is the mean of as many frames as fill this, at least one.
-  double totalSeconds;   ///< Turns are added until this time has passed
-  int leastTurns;        ///< and at least so many are done.
+  double totalSeconds;   ///< Turns are added until this time has passed.
+  int leastTurns;        ///< Fewest turns, however long they take.
 };
 
 /// Seconds per frame of each turn, for each path.

@@ -15,14 +15,9 @@ namespace looks = lomix::looks;
 
 namespace {
 
-/// The texts of a choice as C has them.
-struct ChoiceTexts {
-  std::vector<const char*> texts;
-};
-
 /// The library's description of every parameter; the strings are those of the effect's table.
 struct Descriptions {
-  std::vector<ChoiceTexts> choices;
+  std::vector<std::vector<const char*>> choices;
   std::vector<lomix_parameter_info> infos;
 
   Descriptions() {
@@ -30,7 +25,7 @@ struct Descriptions {
     choices.resize(all.size());
     for (std::size_t i = 0; i < all.size(); ++i) {
       const looks::Parameter& parameter = all[i];
-      for (const std::string& text : parameter.choices) choices[i].texts.push_back(text.c_str());
+      for (const std::string& text : parameter.choices) choices[i].push_back(text.c_str());
       lomix_parameter_info info = LOMIX_PARAMETER_INFO_INIT;
       info.index = parameter.index;
       info.key = parameter.key.c_str();
@@ -46,7 +41,7 @@ struct Descriptions {
       info.default_value = parameter.defaultValue;
       info.decimals = parameter.decimals;
       info.choice_count = static_cast<std::int32_t>(parameter.choices.size());
-      info.choices = parameter.isChoice ? choices[i].texts.data() : nullptr;
+      info.choices = parameter.isChoice ? choices[i].data() : nullptr;
       infos.push_back(info);
     }
   }

@@ -164,7 +164,7 @@ lomix_status lomix_look_set_keys(lomix_look* look, const char* name, const lomix
     std::vector<looks::Key> list;
     const std::size_t size = elementSize(keys);
     for (int32_t i = 0; i < count; ++i) {
-      lomix_key key = readStruct(keys, "keys");
+      lomix_key key{};
       std::memcpy(&key, elementOf(keys, size, i), std::min(size, sizeof key));
       list.push_back(keyOf(parameter, key));
     }
