@@ -5,16 +5,19 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <exception>
+#include <iostream>
 #include <new>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "batch/Interrupt.h"
 #include "cli/commands/Commands.h"
 #include "lomix/lomix.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
+#include "support/StandardErrorCopy.h"
 
 namespace lomix::cli {
 namespace {
@@ -137,6 +140,12 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
   } catch (const std::exception& error) {
     return fail(streams, error.what(), kExitFailed);
   }
+}
+
+int runProgram(const std::vector<std::string>& arguments) {
+  batch::endOnSignals();
+  StandardErrorCopy errors;
+  return runCommandLine(arguments, {std::cout, errors, errors.isTerminal()});
 }
 
 }  // namespace lomix::cli

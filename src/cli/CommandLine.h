@@ -19,4 +19,8 @@ inline constexpr int kExitSignal = 128;  ///< Plus the signal's number: 130 for 
 /// error as one line, "error: subject: cause (way out)", and throws nothing.
 int runCommandLine(const std::vector<std::string>& arguments, const Streams& streams);
 
+/// Does what the program does: runs one command line on standard output and standard error, removes
+/// temporary files when a signal ends it, and returns the exit code.
+int runProgram(const std::vector<std::string>& arguments);
+
 }  // namespace lomix::cli

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/ForkedCommand.h"
 #include "support/ScratchFolder.h"
 
 namespace lomix {
@@ -30,18 +31,18 @@ class CommandProcess : public ScratchFolder {
   ~CommandProcess() override { std::filesystem::remove_all(outputs_); }
 
   /// Starts the command. out: a file for its standard output.
-  pid_t start(std::vector<std::string> arguments, const std::string& out = "") {
-    arguments.insert(arguments.begin(), LOMIX_COMMAND);
-    return startProgram(std::move(arguments), out);
+  pid_t start(const std::vector<std::string>& arguments, const std::string& out = "") {
+    return ForkedCommand::start(arguments, folder_, out.empty() ? (outputs_ / "out").string() : out,
+                                outputs_ / "err");
   }
-  pid_t startProgram(std::vector<std::string> arguments, const std::string& out = "") {
+  pid_t startProgram(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
-    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
+    const std::string outFile = (outputs_ / "out").string();
     const std::string errFile = (outputs_ / "err").string();
     const int flags = O_WRONLY | O_CREAT | O_TRUNC;
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outFile.c_str(), flags, 0600);
@@ -58,10 +59,10 @@ class CommandProcess : public ScratchFolder {
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     return {code, read(outputs_ / "out"), read(outputs_ / "err")};
   }
-  Result run(std::vector<std::string> arguments) { return finish(start(std::move(arguments))); }
+  Result run(const std::vector<std::string>& arguments) { return finish(start(arguments)); }
 
-  void expectDone(std::vector<std::string> arguments) {
-    const Result result = run(std::move(arguments));
+  void expectDone(const std::vector<std::string>& arguments) {
+    const Result result = run(arguments);
     EXPECT_EQ(result.exitCode, 0) << result.err;
     // On a slow machine lines of progress appear.
     const std::regex progress("[0-9]+( of [0-9]+)? frames[^\n]*\n");
