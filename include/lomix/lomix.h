@@ -86,8 +86,9 @@ LOMIX_API int32_t lomix_api_2(void);
 __attribute__((used)) static int32_t (*const lomix_required_api)(void) = lomix_api_2;
 #endif
 
-/** Returns the name of the instruction set that draws on this processor: "avx512", "avx2" or
- *  "portable". The bytes are the same with all of them. [any thread] */
+/** Returns the name of the instruction set that draws on this processor, for example "avx2";
+ *  "portable" is the code that every processor runs. The bytes are the same with all of them. Later
+ *  versions may return names that this one does not know. [any thread] */
 LOMIX_API const char* lomix_instruction_set(void);
 
 /* ------------------------------------------------------------------------------------ errors -- */
