@@ -1,5 +1,6 @@
 #include "effect/kernel/Grain.h"
 
+#include "effect/numeric/ZeroIfNegative.h"
 #include "effect/signal/SyncFunctions.h"
 
 namespace lomix {
@@ -10,9 +11,7 @@ float grainLevel(const PF_LayerDef& src, double invXDown, double invYDown, float
       legacyRandom(fullResolution(x + kGrainOrigin, invXDown),
                    fullResolution(y + kGrainOrigin, invYDown), fullResolution(src.width, invXDown),
                    fullResolution(src.height, invYDown), time + time, kGrainRate);
-  if (r < 0.0f) return 0.0f;
-  if (r > 1.0f) return 1.0f;
-  return r;
+  return zeroIfNegative(r > 1.0f ? 1.0f : r);
 }
 
 }  // namespace lomix

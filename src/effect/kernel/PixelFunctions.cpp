@@ -5,6 +5,7 @@
 
 #include "effect/kernel/ByteArithmetic.h"
 #include "effect/numeric/Truncate.h"
+#include "effect/numeric/ZeroIfNegative.h"
 
 namespace lomix {
 namespace {
@@ -22,7 +23,7 @@ float hardLight32(float d, float s, float alpha) {
   const float kept = (1.0f - alpha) * d;
   const float blended =
       static_cast<float>(h * static_cast<double>(alpha) + static_cast<double>(kept));
-  return blended < 0.0f ? 0.0f : blended;
+  return zeroIfNegative(blended);
 }
 
 template <auto kChannel, typename Pixel>

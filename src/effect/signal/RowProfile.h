@@ -2,6 +2,7 @@
 // are counted at full resolution, so that downsampling does not change the pattern.
 #pragma once
 
+#include "effect/numeric/ZeroIfNegative.h"
 #include "effect/signal/SmoothStep.h"
 
 namespace lomix {
@@ -19,11 +20,10 @@ float scanSum(float row, float height, float p);
 /// Returns the sum of two sines that barBrightness() shapes; arguments as for scanSum().
 float barSum(float row, float height, float p);
 
-/// Returns value, raised to 0 or lowered to high where it is beyond them; NaN stays NaN.
+/// Returns value, raised to 0 or lowered to high where it is beyond them; -0 and NaN stay. high >
+/// 0.
 constexpr float clampProfile(float value, float high) {
-  if (value < 0.0f) return 0.0f;
-  if (value > high) return high;
-  return value;
+  return value > high ? high : zeroIfNegative(value);
 }
 
 /// Returns the scan weight of a row in [0, 0.3] from its scanSum(). Most rows get 0; neighbours
