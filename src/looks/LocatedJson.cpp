@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <utility>
 
 #include "looks/LookErrors.h"
 
@@ -61,8 +62,8 @@ class Builder : public nlohmann::json_sax<json> {
     if (object.find(name) != nullptr) {
       failAt(source_, line(), "\"" + name + "\" is already in this object (remove one of the two)");
     }
-    object.members.emplace_back(name, Value{});
-    object.members.back().second.line = line();
+    object.members.push_back({name, Value{}});
+    object.members.back().value.line = line();
     return true;
   }
 
@@ -89,7 +90,7 @@ class Builder : public nlohmann::json_sax<json> {
       return root_;
     }
     Value& parent = *open_.back();
-    if (parent.kind == Kind::Object) return parent.members.back().second;
+    if (parent.kind == Kind::Object) return parent.members.back().value;
     parent.items.emplace_back().line = line();
     return parent.items.back();
   }
@@ -128,8 +129,8 @@ class Builder : public nlohmann::json_sax<json> {
 }  // namespace
 
 const Value* LocatedJson::Value::find(std::string_view name) const {
-  const auto found = std::ranges::find(members, name, &std::pair<std::string, Value>::first);
-  return found == members.end() ? nullptr : &found->second;
+  const auto found = std::ranges::find(members, name, &Member::name);
+  return found == members.end() ? nullptr : &found->value;
 }
 
 std::string LocatedJson::Value::shown() const {

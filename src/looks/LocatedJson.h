@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace lomix::looks {
@@ -12,6 +11,8 @@ class LocatedJson {
  public:
   enum class Kind { Null, Boolean, Number, Text, List, Object };
 
+  struct Member;
+
   /// A value of the text. Of a member of an object, line is its name's; else it is where the value
   /// begins.
   struct Value {
@@ -19,12 +20,17 @@ class LocatedJson {
     int line = 1;
     std::string text;          ///< Of a text, without quotes; of a number or a boolean, as written.
     std::vector<Value> items;  ///< Of a list.
-    std::vector<std::pair<std::string, Value>> members;  ///< Of an object, in order.
+    std::vector<Member> members;  ///< Of an object, in order.
 
     /// Finds a member by its name. Returns null when there is none.
     const Value* find(std::string_view name) const;
     /// Returns the value as messages show it: at most its first 40 bytes.
     std::string shown() const;
+  };
+
+  struct Member {
+    std::string name;
+    Value value;
   };
 
   /// Parses a text. source: what the text is, for messages: "'my.json'". Throws BadPreset, which
