@@ -72,7 +72,11 @@ class ReferencePath {
 
   RandomFrame& frame_;
   unit::HostCall call_;
-  std::optional<Lomix> effect_;
+  // Final, as std::optional calls its destructor and Lomix has no virtual one.
+  struct Effect final : Lomix {
+    using Lomix::Lomix;
+  };
+  std::optional<Effect> effect_;
 };
 
 template <typename Channel>

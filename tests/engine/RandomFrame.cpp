@@ -25,15 +25,15 @@ struct Size {
 // ---------------------------------------------------------------------------------------
 
 double percent(Random& random, bool wild) {
-  constexpr std::array kWild{150.0,      -20.0,
-                             1000.0,     -0.0,
-                             1e-30,      255.0,
-                             100.4,      1e30,
-                             -1e30,      3e9,
-                             100.00001,  201.0,
-                             256.0,      -0.001,
-                             1e300,      -kInfinity + 0.0,
-                             kNaN + 0.0, kInfinity + 0.0};
+  constexpr std::array kWild{150.0,        -20.0,
+                             1000.0,       -0.0,
+                             1e-30,        255.0,
+                             100.4,        1e30,
+                             -1e30,        3e9,
+                             100.00001,    201.0,
+                             256.0,        -0.001,
+                             1e300,        -double{kInfinity},
+                             double{kNaN}, double{kInfinity}};
   if (wild && random.oneIn(3)) return random.pick(kWild);
   switch (random.below(14)) {
     case 0:
