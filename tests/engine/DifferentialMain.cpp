@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/Differential.h"
 
@@ -17,9 +18,10 @@ using lomix::differential::Options;
 constexpr const char* kUsage =
     "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
     "                          [--target all|portable|avx2|avx512] [--expect-difference]\n"
+    "                          [--expect-targets NAME,...]\n"
     "Compares the row engine with the reference path on random frames, with alpha first and alpha\n"
     "last, until a limit is met (200M pixels by default). --frame draws that one frame of the "
-    "seed.\n"
+    "seed. --expect-targets: fails unless this processor runs exactly these, the fastest first.\n"
     "Exits with 0 where all bytes are equal, 1 at a difference (the other way round with\n"
     "--expect-difference), 2 for wrong usage, 77 where the processor lacks the target asked for.\n";
 constexpr int kExitUsage = 2;
@@ -51,6 +53,13 @@ void setTargets(Options& options, std::string_view name) {
   }
 }
 
+std::string namesOf(const std::vector<const lomix::engine::SimdTarget*>& targets) {
+  std::string names;
+  for (const auto* target : targets)
+    names += (names.empty() ? "" : ",") + std::string(target->name);
+  return names;
+}
+
 int run(int argc, char** argv) {
   Options options;
   options.pixels = 200'000'000;
@@ -74,6 +83,11 @@ int run(int argc, char** argv) {
     } else if (option == "--frame") {
       options.firstFrame = numberOf<std::uint64_t>(option, value);
       options.endFrame = options.firstFrame + 1;
+    } else if (option == "--expect-targets") {
+      const std::string available = namesOf(lomix::engine::availableTargets());
+      if (value == available) continue;
+      std::printf("this processor runs %s, not %s\n", available.c_str(), argv[i]);
+      return 1;
     } else if (option == "--target") {
       setTargets(options, value);
     } else {
@@ -83,8 +97,8 @@ int run(int argc, char** argv) {
   if (options.targets.empty()) return std::puts("skipped: not on this processor"), kExitSkipped;
 
   const auto outcome = lomix::differential::compareFrames(options);
-  std::printf("seed %llu: %llu frames, %llu pixels compared, %s\n%s",
-              static_cast<unsigned long long>(options.seed),
+  std::printf("%s, seed %llu: %llu frames, %llu pixels compared, %s\n%s",
+              namesOf(options.targets).c_str(), static_cast<unsigned long long>(options.seed),
               static_cast<unsigned long long>(outcome.frames),
               static_cast<unsigned long long>(outcome.pixels),
               outcome.difference.empty() ? "all equal" : "a difference",
