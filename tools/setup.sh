@@ -8,6 +8,7 @@ packages=(
   libopenimageio-dev libopenexr-dev libcairo2-dev libfontconfig-dev fonts-dejavu-core
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev ffmpeg
+  qemu-user
   "$@"
 )
 

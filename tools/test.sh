@@ -4,7 +4,8 @@
 # undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine
 # and the library that draw on several threads with the thread sanitizer; then the Windows build under
 # Wine, where the compiler and Wine can be installed; then the edge values of floats and the golden
-# frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be installed.
+# frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be installed, and
+# the instructions that a pixel takes there.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
 # the long one, and without documents, installed folders and mutants.
 set -euo pipefail
@@ -40,3 +41,4 @@ build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter='Threads.*'
 build/tsan/tests/library_test --gtest_brief=1 --gtest_filter='*Frames.*:Context.*'
 tools/check_windows.sh
 tools/check_clang.sh --quick
+tools/count_instructions.sh --quick
