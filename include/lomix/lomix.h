@@ -411,6 +411,33 @@ LOMIX_API lomix_status lomix_context_render(lomix_context* context,
 /** Destroys a context and ends its worker threads. [one thread per object] */
 LOMIX_API void lomix_context_destroy(lomix_context* context);
 
+/* ----------------------------------------------------------------------------------- windows -- */
+
+/** Prepares a frame that has no output image: lomix_frame_draw_window() draws parts of it into memory
+ *  of their own. For hosts that request tiles, and for callers that convert the pixels band by band.
+ *  settings, source: as in lomix_frame_create(). width, height: of the whole output.
+ *  lomix_frame_draw_rows() refuses such a frame.
+ *  Errors: as lomix_frame_create(). [any thread] */
+LOMIX_API lomix_status lomix_frame_create_for_windows(const lomix_frame_settings* settings,
+                                                      const lomix_image* source, int32_t width,
+                                                      int32_t height, lomix_frame** frame,
+                                                      lomix_error* error);
+
+/** Draws a part of any frame: pixel (x, y) of the window receives pixel (left + x, top + y) of the
+ *  output, with the same bytes as in a whole frame. Allocates nothing and takes no lock.
+ *  window: in the source's format, inside the output; its memory must not overlap the source's.
+ *  Errors: LOMIX_BAD_ARGUMENT. [shared] */
+LOMIX_API lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int32_t top,
+                                               const lomix_image* window, lomix_error* error);
+
+/* ------------------------------------------------------------------------------------ effect -- */
+
+/** Return what menus and panels of hosts show: "Lomix", the name of the group of effects that it
+ *  belongs to, and a sentence about it. [any thread] */
+LOMIX_API const char* lomix_effect_name(void);
+LOMIX_API const char* lomix_effect_category(void);
+LOMIX_API const char* lomix_effect_description(void);
+
 #ifdef __cplusplus
 }
 #endif

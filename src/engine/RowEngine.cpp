@@ -134,16 +134,22 @@ RowEngine::RowEngine(Frame frame, const SimdTarget& target, const ForRowBands& f
 }
 
 void RowEngine::drawRows(int first, int last) const {
-  if (frame_.source.data == nullptr || frame_.output.data == nullptr) return;
-  for (int y = first; y < last; ++y) {
-    if (frame_.depth == 8) drawRow<PF_Pixel>(y);
-    if (frame_.depth == 32) drawRow<PF_PixelFloat>(y);
+  const PF_LayerDef& output = frame_.output;
+  if (output.data == nullptr) return;
+  drawWindow({0, first, output.width, last, rowOf<char>(output, first), output.rowbytes});
+}
+
+void RowEngine::drawWindow(const Window& window) const {
+  if (frame_.source.data == nullptr) return;
+  for (int y = window.top; y < window.bottom; ++y) {
+    if (frame_.depth == 8) drawRow<PF_Pixel>(window, y);
+    if (frame_.depth == 32) drawRow<PF_PixelFloat>(window, y);
   }
   if (streaming_) target_.finishStreaming();
 }
 
 template <typename Pixel>
-void RowEngine::drawRow(int y) const {
+void RowEngine::drawRow(const Window& window, int y) const {
   std::conditional_t<std::is_same_v<Pixel, PF_Pixel>, Row8, Row32> row;
   row.alphaPlace = frame_.alphaPlace;
   setBarsAndDark(row, y);
@@ -152,7 +158,7 @@ void RowEngine::drawRow(int y) const {
   row.blend = frame_.record.effectAmount < 1.0f;
   row.effectAmount = frame_.record.effectAmount;
   finishRow(row);
-  drawPixels<decltype(row), Pixel>(row, y);
+  drawPixels<decltype(row), Pixel>(row, window, y);
 }
 
 template <typename Row>
@@ -298,22 +304,25 @@ GrainRow RowEngine::grainRow(int y) const {
 }
 
 template <typename Row, typename Pixel>
-void RowEngine::drawPixels(const Row& row, int y) const {
+void RowEngine::drawPixels(const Row& row, const Window& window, int y) const {
   const int sourceY = sourceRow(frame_.record, frame_.source, y);
   const Pixel* source = rowOf<Pixel>(frame_.source, sourceY);
-  Pixel* output = rowOf<Pixel>(frame_.output, y);
+  // The row's column 0, which may be left of the window's memory; only the window's columns are
+  // addressed.
+  Pixel* output = reinterpret_cast<Pixel*>(static_cast<char*>(window.data) +
+                                           (y - window.top) * window.rowBytes) -
+                  window.left;
   const bool blended = row.blend && y < frame_.source.height;
   const Pixel* original = blended ? rowOf<Pixel>(frame_.source, y) : nullptr;
 
-  const int width = frame_.output.width;
   SpanList spans;
   if (columns_.spansOfRow(y, spans)) {
-    return drawRun<Row, Pixel>(row, {source, output, original, 0, width, spans.begin(), streaming_,
-                                     frame_.source.rowbytes});
+    return drawRun<Row, Pixel>(row, {source, output, original, window.left, window.right,
+                                     spans.begin(), streaming_, frame_.source.rowbytes});
   }
   Pixel gathered[kChunk];
-  for (int first = 0; first < width; first += kChunk) {
-    const int end = std::min(width, first + kChunk);
+  for (int first = window.left; first < window.right; first += kChunk) {
+    const int end = std::min(window.right, first + kChunk);
     for (int x = first; x < end; ++x) {
       gathered[x - first] = source[sourceColumn(frame_.record, frame_.source, x, y)];
     }

@@ -1,6 +1,7 @@
 // The row engine: the reference path's pixels, a row at a time.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -49,6 +50,16 @@ Frame frameOf(const ParameterValues& values, double seconds, const Scale& scale,
 /// counts, padding after the last row does not.
 bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
 
+/// A rectangle of the output, and memory of its own to draw it into.
+struct Window {
+  int left;  ///< Columns left ... right - 1 and rows top ... bottom - 1 of the output.
+  int top;
+  int right;
+  int bottom;
+  void* data;  ///< Of the pixel (left, top). Must not overlap the source's memory.
+  std::ptrdiff_t rowBytes;
+};
+
 /// Draws a frame row by row, with the bytes of the reference path (Lomix::Kernel for every pixel,
 /// then AERender::Lerp).
 class RowEngine {
@@ -61,20 +72,26 @@ class RowEngine {
   RowEngine(const RowEngine&) = delete;
   RowEngine& operator=(const RowEngine&) = delete;
 
+  /// Returns the frame as it was given, with its profiles.
+  const Frame& frame() const { return frame_; }
   /// Returns the frame's record with its profiles.
   const LomixStruct& record() const { return frame_.record; }
-  /// Rows of the output.
+  /// Columns and rows of the output.
+  int width() const { return frame_.output.width; }
   int height() const { return frame_.output.height; }
 
   /// Draws rows first ... last - 1 of the output, in [0, height], blend with the original included.
   /// Allocates nothing and takes no lock; any threads may draw different rows at once.
   void drawRows(int first, int last) const;
+  /// Draws a window, inside the output, into the window's memory. The output's own is not touched
+  /// and may be null. Allocates nothing; any threads may draw different windows at once.
+  void drawWindow(const Window& window) const;
 
  private:
   template <typename Pixel>
-  void drawRow(int y) const;
+  void drawRow(const Window& window, int y) const;
   template <typename Row, typename Pixel>
-  void drawPixels(const Row& row, int y) const;
+  void drawPixels(const Row& row, const Window& window, int y) const;
   template <typename Row, typename Pixel>
   void drawRun(const Row& row, const Run<Pixel>& run) const;
   template <typename Row>

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "engine/RowEngine.h"
 #include "library/Guard.h"
@@ -23,8 +24,10 @@ using lomix::library::require;
 using lomix::library::WorkerPool;
 
 struct lomix_frame {
-  explicit lomix_frame(engine::Frame frame) : rows(std::move(frame)) {}
+  lomix_frame(engine::Frame frame, std::int32_t pixelFormat)
+      : rows(std::move(frame)), format(pixelFormat) {}
   engine::RowEngine rows;
+  std::int32_t format;  ///< LOMIX_ARGB8, ..., of source and output.
 };
 
 struct lomix_context {
@@ -128,24 +131,48 @@ double scaleOf(double scale) {
   return scale;
 }
 
-engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_image* givenSource,
-                      const lomix_image* givenOutput) {
+engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_image& source,
+                      const PF_LayerDef& output) {
   const auto settings = readStruct(givenSettings, "settings");
-  const auto source = readStruct(givenSource, "source");
-  const auto output = readStruct(givenOutput, "output");
   const double scaleX = scaleOf(settings.scale_x);
   const double scaleY = scaleOf(settings.scale_y);
   const Format format = formatOf(source, "source");
-  const engine::Frame frame = engine::frameOf(
-      valuesOf(settings), secondsOf(settings), {scaleX, scaleY}, layerOf(source, "source"),
-      layerOf(output, "output"), format.depth, format.alpha);
-  if (output.format != source.format) {
-    failImage("output", "its format is not the source's (use one format for both)");
+  return engine::frameOf(valuesOf(settings), secondsOf(settings), {scaleX, scaleY},
+                         layerOf(source, "source"), output, format.depth, format.alpha);
+}
+
+/// Returns the image as the engine has it. Throws LOMIX_BAD_ARGUMENT where frames of that format
+/// and source cannot be drawn into it.
+PF_LayerDef targetOf(const lomix_image& image, const char* name, std::int32_t format,
+                     const PF_LayerDef& source) {
+  const PF_LayerDef target = layerOf(image, name);
+  if (image.format != format) {
+    failImage(name, "its format is not the source's (use one format for both)");
   }
-  if (engine::worldsOverlap(frame.source, frame.output, frame.depth)) {
-    failImage("output", "its memory overlaps the source's (draw into memory of its own)");
+  if (engine::worldsOverlap(source, target, formatOf(image, name).depth)) {
+    failImage(name, "its memory overlaps the source's (draw into memory of its own)");
   }
+  return target;
+}
+
+engine::Frame frameOf(const lomix_frame_settings* settings, const lomix_image* givenSource,
+                      const lomix_image* givenOutput) {
+  const auto source = readStruct(givenSource, "source");
+  const auto output = readStruct(givenOutput, "output");
+  engine::Frame frame = frameOf(settings, source, layerOf(output, "output"));
+  targetOf(output, "output", source.format, frame.source);
   return frame;
+}
+
+/// Returns an output of that size without memory.
+PF_LayerDef outputOf(std::int32_t width, std::int32_t height, const lomix_image& source) {
+  lomix_image output = source;  // For its format and any memory.
+  output.width = width;
+  output.height = height;
+  output.row_bytes = std::int64_t{width} * (formatOf(source, "source").depth / 2);
+  PF_LayerDef layer = layerOf(output, "output");
+  layer.data = nullptr;
+  return layer;
 }
 
 /// The caller's progress callback and its argument.
@@ -173,7 +200,36 @@ lomix_status lomix_frame_create(const lomix_frame_settings* settings, const lomi
   if (frame != nullptr) *frame = nullptr;
   return guarded(error, [&] {
     require(frame != nullptr, "frame: it is null (pass the address of a pointer)");
-    *frame = new lomix_frame(frameOf(settings, source, output));
+    engine::Frame prepared = frameOf(settings, source, output);
+    *frame = new lomix_frame(std::move(prepared), source->format);
+  });
+}
+
+lomix_status lomix_frame_create_for_windows(const lomix_frame_settings* settings,
+                                            const lomix_image* source, int32_t width,
+                                            int32_t height, lomix_frame** frame,
+                                            lomix_error* error) {
+  if (frame != nullptr) *frame = nullptr;
+  return guarded(error, [&] {
+    require(frame != nullptr, "frame: it is null (pass the address of a pointer)");
+    const auto image = readStruct(source, "source");
+    *frame =
+        new lomix_frame(frameOf(settings, image, outputOf(width, height, image)), image.format);
+  });
+}
+
+lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int32_t top,
+                                     const lomix_image* window, lomix_error* error) {
+  return guarded(error, [&] {
+    require(frame != nullptr, "frame: it is null (create one first)");
+    const auto image = readStruct(window, "window");
+    const engine::RowEngine& rows = frame->rows;
+    const PF_LayerDef target = targetOf(image, "window", frame->format, rows.frame().source);
+    require(left >= 0 && top >= 0 && left <= rows.width() - image.width &&
+                top <= rows.height() - image.height,
+            "window: it is not inside the output (use 0 <= left, left + width <= the output's)");
+    rows.drawWindow(
+        {left, top, left + image.width, top + image.height, target.data, target.rowbytes});
   });
 }
 
@@ -183,6 +239,8 @@ lomix_status lomix_frame_draw_rows(const lomix_frame* frame, int32_t first, int3
     require(frame != nullptr, "frame: it is null (create one first)");
     require(first >= 0 && first <= last && last <= frame->rows.height(),
             "rows: they are not the output's (use 0 <= first <= last <= its height)");
+    require(frame->rows.frame().output.data != nullptr,
+            "frame: it has no output (use lomix_frame_draw_window)");
     frame->rows.drawRows(first, last);
   });
 }

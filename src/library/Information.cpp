@@ -66,6 +66,10 @@ const char* lomix_version_text(void) {
 
 int32_t lomix_api_2(void) { return LOMIX_API_NUMBER; }
 
+const char* lomix_effect_name(void) { return looks::effectTexts().name; }
+const char* lomix_effect_category(void) { return looks::effectTexts().category; }
+const char* lomix_effect_description(void) { return looks::effectTexts().description; }
+
 const char* lomix_instruction_set(void) { return lomix::engine::bestTarget().name; }
 
 const char* lomix_status_text(lomix_status status) {

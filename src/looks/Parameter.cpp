@@ -1,5 +1,6 @@
 #include "looks/Parameter.h"
 
+#include "effect/shell/EffectInfo.h"
 #include "effect/shell/Parameters.h"
 #include "support/Text.h"
 
@@ -32,6 +33,8 @@ Parameter parameterOf(const ParameterSpec& spec, int index) {
 }
 
 }  // namespace
+
+EffectTexts effectTexts() noexcept { return {kEffectName, kEffectCategory, kEffectDescription}; }
 
 std::vector<Parameter> effectParameters() {
   std::vector<Parameter> parameters;

@@ -29,6 +29,14 @@ struct Parameter {
   bool isPercent() const { return unit == "%"; }
 };
 
+/// What the effect says about itself in menus.
+struct EffectTexts {
+  const char* name;
+  const char* category;
+  const char* description;
+};
+EffectTexts effectTexts() noexcept;
+
 /// Returns the effect's own parameters, in panel order.
 std::vector<Parameter> effectParameters();
 /// Returns the number of the effect's own parameters.

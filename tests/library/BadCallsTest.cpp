@@ -157,6 +157,50 @@ TEST(BadCalls, RowsBeyondTheFrame) {
   lomix_frame_destroy(frame);
 }
 
+TEST(BadCalls, WindowsBeyondTheFrame) {
+  Arguments a;
+  lomix_frame* frame = nullptr;
+  ASSERT_EQ(lomix_frame_create_for_windows(&a.settings, &a.source, 6, 5, &frame, nullptr),
+            LOMIX_OK);
+  const auto before = a.outputBuffer.bytes();
+  const auto refused = [&](const char* name, int left, int top, const lomix_image* window) {
+    lomix_error error = LOMIX_ERROR_INIT;
+    EXPECT_EQ(lomix_frame_draw_window(frame, left, top, window, &error), LOMIX_BAD_ARGUMENT)
+        << name;
+    expectOneLine(error, LOMIX_BAD_ARGUMENT, name);
+  };
+  lomix_image part = a.output;
+  part.width = 2;
+  part.height = 2;
+  refused("left of it", -1, 0, &part);
+  refused("right of it", 5, 0, &part);
+  refused("above it", 0, -1, &part);
+  refused("below it", 0, 4, &part);
+  refused("far away", INT_MAX, INT_MIN, &part);
+  lomix_image wide = a.output;
+  wide.width = 7;
+  wide.row_bytes = 28;
+  refused("wider than it", 0, 0, &wide);
+  lomix_image other = part;
+  other.format = a.source.format == LOMIX_ARGB8 ? LOMIX_RGBA8 : LOMIX_ARGB8;
+  refused("another format", 0, 0, &other);
+  lomix_image same = part;
+  same.data = a.source.data;
+  refused("the source's memory", 0, 0, &same);
+  refused("null", 0, 0, nullptr);
+  EXPECT_EQ(lomix_frame_draw_rows(frame, 0, 1, nullptr), LOMIX_BAD_ARGUMENT) << "no output";
+  EXPECT_EQ(a.outputBuffer.bytes(), before);
+  EXPECT_EQ(lomix_frame_draw_window(frame, 4, 3, &part, nullptr), LOMIX_OK) << "the last corner";
+  EXPECT_NE(a.outputBuffer.bytes(), before);
+  lomix_frame_destroy(frame);
+  for (const auto& [width, height] : {std::pair(0, 5), {6, -1}, {INT_MAX, 5}}) {
+    EXPECT_EQ(
+        lomix_frame_create_for_windows(&a.settings, &a.source, width, height, &frame, nullptr),
+        LOMIX_BAD_ARGUMENT);
+    EXPECT_EQ(frame, nullptr);
+  }
+}
+
 TEST(BadCalls, NullsAndNonsense) {
   Arguments a;
   lomix_look* look = nullptr;

@@ -82,15 +82,15 @@ void fill(ImageBuffer& buffer, Random random) {
   }
 }
 
-/// Copies the pixels to an image of any format of that depth.
-void convert(const ImageBuffer& from, ImageBuffer& to) {
+/// Copies the pixels to a place in an image of any format of that depth.
+void convert(const ImageBuffer& from, ImageBuffer& to, int left = 0, int top = 0) {
   for (int y = 0; y < from.image.height; ++y) {
     for (int x = 0; x < from.image.width; ++x) {
       for (int channel = 0; channel < 4; ++channel) {
         if (isFloat(from.image.format)) {
-          to.set(x, y, channel, from.get<float>(x, y, channel));
+          to.set(left + x, top + y, channel, from.get<float>(x, y, channel));
         } else {
-          to.set(x, y, channel, from.get<std::uint8_t>(x, y, channel));
+          to.set(left + x, top + y, channel, from.get<std::uint8_t>(x, y, channel));
         }
       }
     }
@@ -184,6 +184,36 @@ void drawInDisorder(const lomix_frame* frame, int height, Random& random, int th
   EXPECT_EQ(failures, 0);
 }
 
+/// Cuts a length into parts of random lengths, and returns where they begin and the length itself.
+std::vector<int> randomCuts(Random& random, int length) {
+  std::vector<int> cuts{0};
+  while (cuts.back() < length) {
+    cuts.push_back(std::min(length, cuts.back() + random.between(1, 40)));
+  }
+  return cuts;
+}
+
+/// Draws windows that cover the output, each into guarded memory of its own, and puts them
+/// together.
+void drawInWindows(const lomix_frame* frame, Random& random, ImageBuffer& output) {
+  const std::int32_t format = output.image.format;
+  const std::vector<int> columns = randomCuts(random, output.image.width);
+  const std::vector<int> rows = randomCuts(random, output.image.height);
+  for (std::size_t i = 0; i + 1 < rows.size(); ++i) {
+    for (std::size_t j = 0; j + 1 < columns.size(); ++j) {
+      const int unit = isFloat(format) ? 4 : 1;
+      ImageBuffer window(columns[j + 1] - columns[j], rows[i + 1] - rows[i], format,
+                         {random.below(5) * unit, random.oneIn(2), random.below(7) * unit});
+      lomix_error error = LOMIX_ERROR_INIT;
+      EXPECT_EQ(lomix_frame_draw_window(frame, columns[j], rows[i], &window.image, &error),
+                LOMIX_OK)
+          << error.message;
+      EXPECT_TRUE(window.surroundingsIntact());
+      convert(window, output, columns[j], rows[i]);
+    }
+  }
+}
+
 class Frames : public testing::TestWithParam<int> {};
 
 TEST_P(Frames, EqualTheReferencePathInEveryFormat) {
@@ -227,6 +257,14 @@ TEST_P(Frames, EqualTheReferencePathInEveryFormat) {
                                      &error),
                 LOMIX_OK)
           << name << ": " << error.message;
+      lomix_frame* windowed = nullptr;
+      ASSERT_EQ(lomix_frame_create_for_windows(&given, &source.image, outputWidth, outputHeight,
+                                               &windowed, &error),
+                LOMIX_OK)
+          << name << ": " << error.message;
+      ImageBuffer byWindows(outputWidth, outputHeight, format);
+      drawInWindows(FramePtr(windowed).get(), random, byWindows);
+      EXPECT_EQ(difference(expected, byWindows), "") << name << ", by windows";
       EXPECT_EQ(difference(expected, byRows), "") << name << ", by rows";
       EXPECT_EQ(difference(expected, whole), "") << name << ", whole";
       EXPECT_TRUE(byRows.surroundingsIntact() && whole.surroundingsIntact()) << name;

@@ -299,6 +299,12 @@ TEST(Looks, ADescriptionOfEverythingStillFitsAPreset) {
   EXPECT_EQ(valuesOf(LookPtr(read), 1.0), valuesOf(look, 1.0));
 }
 
+TEST(Effect, SaysWhatMenusShow) {
+  EXPECT_STREQ(lomix_effect_name(), "Lomix");
+  EXPECT_STREQ(lomix_effect_category(), "Distort");
+  EXPECT_THAT(lomix_effect_description(), HasSubstr("Distortion"));
+}
+
 TEST(Presets, AreListedAndMakeLooks) {
   ASSERT_GE(lomix_preset_count(), 18);
   std::string last;
