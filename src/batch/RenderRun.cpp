@@ -55,14 +55,12 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }
 
-/// Writes the report. The constructor checks its file, before the render.
+/// Writes the report.
 class Report {
  public:
   Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
          const Pipeline& pipeline)
-      : options_(options), renderer_(renderer), look_(look), pipeline_(pipeline) {
-    if (!options.reportFile.empty()) checkNewFile(options.reportFile, true);
-  }
+      : options_(options), renderer_(renderer), look_(look), pipeline_(pipeline) {}
 
   void write(double seconds, const std::string& error) const {
     if (options_.reportFile.empty()) return;
@@ -75,7 +73,8 @@ class Report {
                                      {"settings", settingsOf(renderer_.parameters(), look_)}};
     report.update(reportOf(pipeline_, seconds));
     if (!error.empty()) report["error"] = error;
-    writeText(report.dump(2) + "\n", options_.reportFile, true);
+    writeText(report.dump(2) + "\n", options_.reportFile,
+              options_.route.existing == Existing::Overwrite);
   }
 
  private:
@@ -89,7 +88,14 @@ class Report {
 
 void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
                const Streams& streams) {
-  const Route route = makeRoute(options.route);
+  RouteOptions routeOptions = options.route;
+  if (!options.savedPreset.empty()) {
+    routeOptions.otherOutputs.push_back({"--save-preset", options.savedPreset});
+  }
+  if (!options.reportFile.empty()) {
+    routeOptions.otherOutputs.push_back({"--report", options.reportFile});
+  }
+  const Route route = makeRoute(routeOptions);
   if (!options.savedPreset.empty()) {
     looks::savePreset(look, renderer.parameters(), options.savedPreset,
                       options.route.existing == Existing::Overwrite);

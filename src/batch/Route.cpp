@@ -6,6 +6,7 @@
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 #include "support/NewFile.h"
+#include "support/TemporaryFile.h"
 
 namespace lomix::batch {
 namespace {
@@ -18,24 +19,33 @@ std::optional<SequenceName> inputSequence(const std::string& name) {
   return SequenceName::parse(name);
 }
 
+enum class Kind { Still, Sequence, Video };
+
 /// Builds a route from its options.
 class Planner {
  public:
   explicit Planner(const RouteOptions& options) : options_(options) {}
 
   Route plan() {
-    const bool toStream = options_.output == media::kStandardStream;
-    if (options_.existing == Existing::Skip && !toStream && !SequenceName::parse(options_.output) &&
-        fileExists(options_.output)) {
+    classifyInput();
+    classifyOutput();
+    requireDistinct();
+    for (const NamedFile& other : options_.otherOutputs) {
+      checkNewFile(other.file, options_.existing == Existing::Overwrite);
+      // Fails where the folder takes no files.
+      const TemporaryFile probe(other.file);
+    }
+    const bool one = !outputSequence_ && options_.output != media::kStandardStream;
+    if (options_.existing == Existing::Skip && one && fileExists(options_.output)) {
       route_.done = true;
       return std::move(route_);
     }
     if (media::isVideoName(options_.output)) {
       openInput();
       openVideoOutput();
-    } else if (const auto sequence = SequenceName::parse(options_.output)) {
+    } else if (outputSequence_) {
+      auto sink = std::make_unique<SequenceSink>(*outputSequence_, options_.existing);
       openInput();
-      auto sink = std::make_unique<SequenceSink>(*sequence, options_.existing);
       sink->checkFree(numbers_);
       route_.sink = std::move(sink);
     } else {
@@ -48,27 +58,82 @@ class Planner {
   }
 
  private:
-  void openInput() {
-    if (options_.input == media::kStandardStream || options_.rawFormat.size() > 0) {
-      openVideoInput();
-    } else if (const auto sequence = inputSequence(options_.input)) {
-      openSequence(*sequence);
+  bool readsStream() const { return options_.input == media::kStandardStream; }
+
+  void classifyInput() {
+    if (readsStream() || !options_.rawFormat.empty()) {
+      kind_ = Kind::Video;
+    } else if ((inputSequence_ = inputSequence(options_.input))) {
+      kind_ = Kind::Sequence;
+      refuseTime("the times of a sequence come from the frame numbers (use --fps)");
+      selection_ = selectFrames(*inputSequence_, options_.frames);
     } else if (media::isVideoName(options_.input)) {
-      openVideoInput();
-    } else {
-      openStill();
+      kind_ = Kind::Video;
     }
   }
 
-  void openSequence(const SequenceName& sequence) {
-    refuseTime("the times of a sequence come from the frame numbers (use --fps)");
-    SequenceSelection selection = selectFrames(sequence, options_.frames);
-    if (!selection.gaps.empty()) {
-      route_.note = "'" + options_.input + "': frames " + media::listed(selection.gaps) +
+  void classifyOutput() {
+    const bool onePicture = kind_ == Kind::Still && options_.frames.empty();
+    if (options_.output == media::kStandardStream || onePicture) return;
+    outputSequence_ = SequenceName::parse(options_.output);
+    if (media::isVideoName(options_.output)) outputSequence_.reset();
+  }
+
+  /// Checks that no file is used twice.
+  void requireDistinct() const {
+    std::vector<NamedFile> inputs = options_.otherInputs;
+    std::vector<NamedFile> outputs = options_.otherOutputs;
+    const std::vector<std::int64_t>& numbers =
+        inputSequence_ ? selection_.numbers : options_.frames;
+    if (inputSequence_) {
+      for (const std::int64_t n : numbers) inputs.push_back({"INPUT", inputSequence_->file(n)});
+    } else if (!readsStream()) {
+      inputs.push_back({"INPUT", options_.input});
+    }
+    if (outputSequence_) {
+      if (numbers.empty()) {
+        for (const auto& files : {inputs, outputs}) refuseFrameNames(files);
+      }
+      for (const std::int64_t n : numbers) outputs.push_back({"OUTPUT", outputSequence_->file(n)});
+    } else if (options_.output != media::kStandardStream) {
+      outputs.push_back({"OUTPUT", options_.output});
+    }
+    requireDistinctFiles(outputs, inputs);
+  }
+
+  /// Refuses files that have the name of a frame of the output sequence, whichever frames there
+  /// are.
+  void refuseFrameNames(const std::vector<NamedFile>& files) const {
+    const auto folder = linkedFile(outputSequence_->file(0)).parent_path();
+    for (const NamedFile& other : files) {
+      const auto number = outputSequence_->numberOf(other.file.filename().string());
+      if (number && linkedFile(other.file).parent_path() == folder) {
+        throw UsageError("OUTPUT: '" + options_.output + "' has the file '" + other.file.string() +
+                         "' of " + other.role + " as frame " + std::to_string(*number) +
+                         " (name another file)");
+      }
+    }
+  }
+
+  void openInput() {
+    switch (kind_) {
+      case Kind::Still:
+        return openStill();
+      case Kind::Sequence:
+        return openSequence();
+      case Kind::Video:
+        return openVideoInput();
+    }
+  }
+
+  void openSequence() {
+    if (!selection_.gaps.empty()) {
+      route_.note = "'" + options_.input + "': frames " + media::listed(selection_.gaps) +
                     " do not exist (they are left out)";
     }
-    numbers_ = selection.numbers;
-    route_.source = std::make_unique<SequenceSource>(sequence, std::move(selection), rate());
+    numbers_ = selection_.numbers;
+    route_.source =
+        std::make_unique<SequenceSource>(*inputSequence_, std::move(selection_), rate());
   }
 
   void openStill() {
@@ -130,6 +195,10 @@ class Planner {
 
   const RouteOptions& options_;
   Route route_;
+  Kind kind_ = Kind::Still;
+  std::optional<SequenceName> inputSequence_;
+  SequenceSelection selection_;  ///< Of the input sequence.
+  std::optional<SequenceName> outputSequence_;
   std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video only those of --frames.
   media::VideoReader* reader_ = nullptr;
 };

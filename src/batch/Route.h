@@ -9,6 +9,7 @@
 #include "batch/Frame.h"
 #include "batch/FrameTime.h"
 #include "batch/PictureFrames.h"
+#include "support/NewFile.h"
 
 namespace lomix::batch {
 
@@ -27,6 +28,9 @@ struct RouteOptions {
   bool videoOnly = false;
   std::string rawFormat;  ///< Pixel format of raw input frames; empty: the input is not raw.
   PairOfWholes rawSize{0, 0};
+  // Files of the run beside input and output. Their names must not be those of other files.
+  std::vector<NamedFile> otherInputs;
+  std::vector<NamedFile> otherOutputs;  ///< A report or preset to write.
 };
 
 /// The source and the sink of a run.
@@ -37,8 +41,11 @@ struct Route {
   bool done = false;  ///< The output exists already and is kept; there is no source and sink.
 };
 
-/// Opens the source and the sink: picture, sequence or video, by the names. Throws UsageError for
-/// options that contradict each other, MediaError when something cannot be read or written.
+/// Opens the source and the sink: picture, sequence or video. Before that, checks that no output is
+/// the file of an input or of another output, and that each can be written. OUTPUT is a pattern
+/// where several frames are written or the input is a sequence or a video; the output of a single
+/// picture has the very name that is given. Throws UsageError for options that contradict each
+/// other and for shared files, MediaError when something cannot be read or written.
 Route makeRoute(const RouteOptions& options);
 
 }  // namespace lomix::batch

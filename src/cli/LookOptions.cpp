@@ -63,6 +63,11 @@ void LookOptions::addTo(CLI::App& app) {
       ->group(group);
 }
 
+std::vector<NamedFile> LookOptions::files() const {
+  if (!looks::isPresetFile(preset_)) return {};
+  return {{"--preset", preset_}};
+}
+
 looks::Look LookOptions::read(const looks::ParameterTable& table) const {
   looks::Look look;
   if (!preset_.empty()) {

@@ -8,6 +8,7 @@
 
 #include "looks/Look.h"
 #include "looks/PresetStore.h"
+#include "support/NewFile.h"
 
 namespace lomix::cli {
 
@@ -36,6 +37,9 @@ class LookOptions {
   /// --key; later values replace earlier ones. Throws UsageError, MediaError, and CommandError for
   /// an invalid preset.
   looks::Look read(const looks::ParameterTable& table) const;
+
+  /// Returns the files that read() reads.
+  std::vector<NamedFile> files() const;
 
  private:
   std::string preset_;

@@ -13,10 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isFileName(const std::string& text) {
-  return text.find_first_of("/\\") != std::string::npos || text.ends_with(".json");
-}
-
 /// Returns a file's name as a preset's name: "tape-damage" gives "Tape damage".
 std::string readable(std::string name) {
   std::ranges::replace_if(
@@ -40,8 +36,12 @@ const BuiltInPreset& builtInPreset(std::string_view id) {
   throw UnknownName("there is no preset '" + std::string(id) + "'", nearest->id);
 }
 
+bool isPresetFile(const std::string& nameOrFile) {
+  return nameOrFile.find_first_of("/\\") != std::string::npos || nameOrFile.ends_with(".json");
+}
+
 PresetText findPreset(const std::string& nameOrFile) {
-  if (isFileName(nameOrFile)) {
+  if (isPresetFile(nameOrFile)) {
     return {"'" + nameOrFile + "'", readText(nameOrFile, kMaxPresetBytes)};
   }
   const BuiltInPreset& preset = builtInPreset(nameOrFile);

@@ -1,12 +1,33 @@
 #include "support/NewFile.h"
 
+#include <cstdint>
+#include <map>
 #include <system_error>
+#include <utility>
 
+#include "support/Errors.h"
 #include "support/MediaError.h"
 
 namespace lomix {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// Returns whether the file has more names than one.
+bool isHardLinked(const fs::path& file) {
+  std::error_code ignored;
+  const std::uintmax_t links = fs::hard_link_count(file, ignored);
+  return !ignored && links > 1 && fs::is_regular_file(file, ignored);
+}
+
+[[noreturn]] void throwShared(const NamedFile& output, const NamedFile& other) {
+  throw UsageError(
+      output.role + ": '" + output.file.string() + "' is the same file as " + other.role +
+      (other.file == output.file ? "" : " '" + other.file.string() + "'") + " (name another file)");
+}
+
+}  // namespace
 
 std::string cannotRead(const fs::path& file) { return "cannot read '" + file.string() + "': "; }
 
@@ -43,6 +64,40 @@ void checkNewFile(const fs::path& file, bool overwrite) {
   if (!fs::is_directory(folder, error)) {
     throw MediaError(cannotWrite(file) + "there is no folder '" + folder.string() +
                      "' (make it first)");
+  }
+}
+
+fs::path linkedFile(const fs::path& name) {
+  std::error_code error;
+  fs::path file = name;
+  // weakly_canonical() keeps a link to a file that does not exist.
+  constexpr int kMaxLinks = 40;
+  for (int i = 0; i < kMaxLinks && fs::is_symlink(file, error); ++i) {
+    file = file.parent_path() / fs::read_symlink(file, error);
+  }
+  fs::path canonical = fs::weakly_canonical(fs::absolute(file, error), error);
+  return canonical.empty() ? file : canonical;
+}
+
+void requireDistinctFiles(const std::vector<NamedFile>& outputs,
+                          const std::vector<NamedFile>& inputs) {
+  std::map<fs::path, const NamedFile*> known;
+  std::vector<const NamedFile*> hardLinked;
+  const auto add = [&](const NamedFile& file) {
+    known.emplace(linkedFile(file.file), &file);
+    if (isHardLinked(file.file)) hardLinked.push_back(&file);
+  };
+  for (const NamedFile& input : inputs) add(input);
+  for (const NamedFile& output : outputs) {
+    const auto found = known.find(linkedFile(output.file));
+    if (found != known.end()) throwShared(output, *found->second);
+    if (isHardLinked(output.file)) {
+      for (const NamedFile* other : hardLinked) {
+        std::error_code ignored;
+        if (fs::equivalent(output.file, other->file, ignored)) throwShared(output, *other);
+      }
+    }
+    add(output);
   }
 }
 

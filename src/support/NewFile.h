@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace lomix {
 
@@ -15,6 +16,21 @@ void checkNewFile(const std::filesystem::path& file, bool overwrite);
 
 /// Returns whether a file or folder of that name exists; false where that cannot be found out.
 bool fileExists(const std::filesystem::path& file);
+
+/// Returns the file that a name leads to: an absolute path with all links resolved, also one to a
+/// file that does not exist yet.
+std::filesystem::path linkedFile(const std::filesystem::path& name);
+
+/// A file of a command, with the argument or option that names it: "OUTPUT", "--report".
+struct NamedFile {
+  std::string role;
+  std::filesystem::path file;
+};
+
+/// Throws UsageError when an output is the same file as an input or another output, also through
+/// symbolic or hard links. Reads no file.
+void requireDistinctFiles(const std::vector<NamedFile>& outputs,
+                          const std::vector<NamedFile>& inputs);
 
 /// Returns "cannot read 'file': ", the beginning of an error message.
 std::string cannotRead(const std::filesystem::path& file);

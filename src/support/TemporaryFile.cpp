@@ -55,10 +55,8 @@ char* copyOf(const std::string& text) {
 }  // namespace
 
 TemporaryFile::TemporaryFile(const std::filesystem::path& target) : name_(target) {
-  std::error_code ignored;
   // Replaces the file that a link leads to, not the link.
-  target_ = std::filesystem::weakly_canonical(target, ignored);
-  if (target_.empty()) target_ = target;
+  target_ = linkedFile(target);
   path_ = target_.parent_path() / (randomName() + target_.extension().string());
 
   // Registered before it is created, so that a signal in between leaves no file behind.

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <thread>
 #include <vector>
@@ -33,6 +34,12 @@ class Lomix : public CommandProcess {
     }
     return all;
   }
+  /// Returns every file of the folder with its bytes.
+  std::map<std::string, std::string> contents() {
+    std::map<std::string, std::string> all;
+    for (const std::string& name : names()) all[name] = read(path(name));
+    return all;
+  }
 };
 
 TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
@@ -40,6 +47,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
   write(path("cut.png"), card.substr(0, card.size() / 2));
   write(path("empty.exr"), "");
   write(path("text.so"), "no module");
+  write(path("cut.so"), read(LOMIX_MODULE).substr(0, 5000));
   write(path("taken.png"), "precious");
   std::filesystem::create_directory(path("folder"));
   struct Case {
@@ -93,6 +101,9 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {with({"--plugin", "missing.so"}), 1, "missing.so"},
       {with({"--plugin", "text.so"}), 1, "text.so"},
       {with({"--plugin", "folder"}), 1, "folder"},
+      {with({"--plugin", "cut.so"}), 1, "cut.so"},
+      {{"params", "--plugin", "cut.so"}, 1, "ends before"},
+      {{"inspect", "cut.so"}, 1, "ends before"},
       {{"render", "missing.png", "out.png"}, 1, "no such file"},
       {{"render", "folder", "out.png"}, 1, "folder"},
       {{"render", "cut.png", "out.png"}, 1, "cut.png"},
@@ -275,12 +286,71 @@ TEST_F(Lomix, AFaultyModuleIsAnErrorAndNothingIsWritten) {
   expectDone({"render", "card.png", "out.png", "--plugin", FAULTY_MODULE, "--host", "premiere"});
 }
 
-TEST_F(Lomix, APictureMayReplaceItself) {
-  const auto before = pixels("card.png");
-  expectDone({"render", "card.png", "card.png", "--overwrite", "--set", "Noise=100"});
-  EXPECT_EQ(names(), std::set<std::string>{"card.png"});
-  EXPECT_EQ(pixels("card.png").size(), before.size());
-  EXPECT_NE(pixels("card.png"), before);
+TEST_F(Lomix, NoOutputIsTheFileOfAnInputOrOfAnotherOutput) {
+  namespace fs = std::filesystem;
+  fs::create_symlink("card.png", path("soft.png"));
+  fs::create_hard_link(path("card.png"), path("hard.png"));
+  fs::create_symlink("later.png", path("dangling.png"));
+  fs::copy_file(path("card.png"), path("f.01.png"));
+  fs::copy_file(path("card.png"), path("f.02.png"));
+  fs::create_hard_link(path("f.02.png"), path("g.01.png"));
+  ASSERT_EQ(run({"render", "card.png", "o.png", "--set", "Noise=3", "--save-preset", "look.json"})
+                .exitCode,
+            0);
+  const auto before = contents();
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"render", "card.png", "./card.png"},
+           {"render", "card.png", "soft.png"},
+           {"render", "soft.png", "hard.png"},
+           {"render", "card.png", "p.png", "--report", "card.png"},
+           {"render", "card.png", "p.png", "--report", "hard.png"},
+           {"render", "card.png", "p.png", "--report",
+            "../" + folder_.filename().string() + "/p.png"},
+           {"render", "card.png", "later.png", "--report", "dangling.png"},
+           {"render", "card.png", "p.png", "--report", "r.json", "--save-preset", "r.json"},
+           {"render", "card.png", "p.png", "--preset", "look.json", "--save-preset", "./look.json"},
+           {"render", "card.png", "p.png", "--preset", "look.json", "--report", "look.json"},
+           {"render", "f.##.png", "f.%02d.png"},
+           {"render", "f.##.png", "g.##.png"},
+           {"render", "f.01.png", "f.##.png", "--frames", "1-3"},
+           {"render", "card.png", "p.##.png", "--frames", "1-3", "--report", "p.02.png"},
+           {"compare", "card.png", "o.png", "soft.png"},
+           {"sheet", "card.png", "hard.png", "--presets"},
+           {"sheet", "card.png", "look.json", "--preset", "look.json", "--times", "0,1"}}) {
+    std::vector<std::string> line = arguments;
+    line.push_back("--overwrite");
+    const Result result = run(line);
+    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(line) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("(name another file)")) << testing::PrintToString(line);
+    EXPECT_TRUE(contents() == before) << testing::PrintToString(line);
+  }
+}
+
+TEST_F(Lomix, ReportsAndPresetsReplaceFilesOnlyWhenAsked) {
+  write(path("r.json"), "precious");
+  for (const std::string option : {"--report", "--save-preset"}) {
+    const Result refused = run({"render", "card.png", "out.png", option, "r.json"});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.err, HasSubstr("cannot write 'r.json': it exists"));
+    EXPECT_EQ(names(), (std::set<std::string>{"card.png", "r.json"}));
+    EXPECT_EQ(read(path("r.json")), "precious");
+  }
+  expectDone({"render", "card.png", "out.png", "--report", "r.json", "--overwrite"});
+  EXPECT_THAT(read(path("r.json")), StartsWith("{"));
+}
+
+TEST_F(Lomix, ASinglePictureHasTheVeryNameThatIsGiven) {
+  std::filesystem::copy_file(path("card.png"), path("Photo #2.png"));
+  for (const std::string name : {"Photo #3.png", "100%d.png", "50%%.png", "##.png"}) {
+    const Result result = run({"render", "Photo #2.png", name});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.out, StartsWith("wrote '" + name + "'"));
+    EXPECT_TRUE(names().contains(name)) << testing::PrintToString(names());
+  }
+  expectDone({"render", "card.png", "take #2, 100%%.%02d.png", "--frames", "7"});
+  EXPECT_TRUE(names().contains("take #2, 100%.07.png"));
+  expectDone({"render", "take #2, 100%%.%02d.png", "b.#.png"});
+  EXPECT_TRUE(names().contains("b.7.png"));
 }
 
 TEST_F(Lomix, ParametersComeFromTheModule) {

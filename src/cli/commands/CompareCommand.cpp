@@ -13,6 +13,7 @@
 #include "media/picture/Difference.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/NewFile.h"
 #include "support/Text.h"
 
 namespace lomix::cli {
@@ -112,6 +113,9 @@ void run(const Options& options, const Streams& streams) {
   if (options.view != "side" && options.view != "split" && options.view != "difference") {
     throw UsageError("--view: there is no view '" + options.view +
                      "' (use side, split or difference)");
+  }
+  if (!options.output.empty()) {
+    requireDistinctFiles({{"OUTPUT", options.output}}, {{"A", options.a}, {"B", options.b}});
   }
   if (!options.output.empty()) media::checkWritable(options.output, options.overwrite);
   Picture a = media::readPicture(options.a);

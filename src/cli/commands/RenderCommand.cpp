@@ -176,8 +176,9 @@ void declare(CLI::App& app, Options& options) {
       ->group(rendering);
 
   const char* files = "Files and messages";
-  CLI::Option* overwrite =
-      app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(files);
+  CLI::Option* overwrite = app.add_flag("--overwrite", options.overwrite,
+                                        "Replace files that exist: OUTPUT, the report, the preset")
+                               ->group(files);
   app.add_flag("--skip-existing", options.skipExisting,
                "Keep the frames that exist and render the others, to\n"
                "continue a run that was stopped")
@@ -224,6 +225,8 @@ void run(const Options& options, const Streams& streams) {
   if (options.overwrite) route.existing = batch::Existing::Overwrite;
   if (options.skipExisting) route.existing = batch::Existing::Skip;
   route.threads = run.threads;
+  route.otherInputs = options.look.files();
+  if (!options.plugin.empty()) route.otherInputs.push_back({"--plugin", options.plugin});
   route.codec = options.codec;
   route.crf = options.crf;
   route.videoOnly = options.videoOnly;

@@ -13,6 +13,7 @@
 #include "cli/figures/SheetAxis.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/NewFile.h"
 
 namespace lomix::cli {
 namespace {
@@ -133,6 +134,9 @@ int columnsFor(const Options& options, const std::vector<std::vector<Step>>& axe
 }
 
 void run(const Options& options, const Streams&) {
+  std::vector<NamedFile> inputs = options.look.files();
+  inputs.push_back({"INPUT", options.input});
+  requireDistinctFiles({{"OUTPUT", options.output}}, inputs);
   batch::FrameRenderer renderer({});
   const std::vector<std::vector<Step>> axes = axesOf(options, renderer.parameters());
   const std::vector<Cell> cells = cellsOf(options, renderer.parameters(), axes);

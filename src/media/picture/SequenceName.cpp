@@ -25,20 +25,14 @@ std::string padded(std::int64_t number, std::size_t digits) {
 }
 
 /// The place of the number in a pattern.
-struct Sign {
+struct Place {
   std::size_t begin;
   std::size_t length;
   std::size_t digits;
 };
 
-/// Returns the "####", "%d" or "%04d" that begins at that place of the text; nothing for other
-/// text.
-std::optional<Sign> signAt(const std::string& text, std::size_t at) {
-  if (text[at] == '#') {
-    const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
-    return Sign{at, end - at, end - at};
-  }
-  if (text[at] != '%') return std::nullopt;
+/// Returns the "%d" or "%04d" that begins at that % sign of the text; nothing for other text.
+std::optional<Place> printfPlace(const std::string& text, std::size_t at) {
   std::size_t end = at + 1;
   std::size_t digits = 1;
   if (end < text.size() && text[end] == '0') {
@@ -48,29 +42,66 @@ std::optional<Sign> signAt(const std::string& text, std::size_t at) {
     if (error != std::errc() || digits > kMaxDigits) return std::nullopt;
   }
   if (end == text.size() || text[end] != 'd') return std::nullopt;
-  return Sign{at, end + 1 - at, std::max<std::size_t>(digits, 1)};
+  return Place{at, end + 1 - at, std::max<std::size_t>(digits, 1)};
+}
+
+bool isEscape(const std::string& text, std::size_t at) { return text.compare(at, 2, "%%") == 0; }
+
+/// Returns every "%d" and "%04d" of a pattern.
+std::vector<Place> printfPlaces(const std::string& text) {
+  std::vector<Place> places;
+  for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos;) {
+    if (isEscape(text, at)) {
+      at += 2;
+    } else if (const auto place = printfPlace(text, at)) {
+      places.push_back(*place);
+      at += place->length;
+    } else {
+      ++at;
+    }
+  }
+  return places;
+}
+
+/// Returns every run of # signs.
+std::vector<Place> signRuns(const std::string& text) {
+  std::vector<Place> places;
+  for (std::size_t at = 0; (at = text.find('#', at)) != std::string::npos;) {
+    const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
+    places.push_back({at, end - at, end - at});
+    at = end;
+  }
+  return places;
+}
+
+/// Returns a part of a pattern as it is in the name: "100%%" gives "100%".
+std::string unescaped(const std::string& part) {
+  std::string name;
+  for (std::size_t at = 0; at < part.size(); ++at) {
+    name += part[at];
+    if (isEscape(part, at)) ++at;
+  }
+  return name;
 }
 
 }  // namespace
 
 std::optional<SequenceName> SequenceName::parse(const fs::path& name) {
   const std::string text = name.filename().string();
-  std::optional<Sign> found;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::optional<Sign> sign = signAt(text, at);
-    if (sign && found) {
-      throw MediaError(std::string("'") + name.string() +
-                       "': it has more than one place for the frame number (leave one)");
-    }
-    if (sign) found = sign;
-    at += sign ? sign->length : 1;
+  const bool printf = !printfPlaces(text).empty();
+  const std::vector<Place> places = printf ? printfPlaces(text) : signRuns(text);
+  if (places.empty()) return std::nullopt;
+  if (places.size() > 1) {
+    throw MediaError("'" + name.string() +
+                     "': it has more than one place for the frame number (write the number as " +
+                     "%04d, once; # signs beside it are part of the name)");
   }
-  if (!found) return std::nullopt;
+  const Place& place = places.front();
   SequenceName sequence;
   sequence.pattern_ = name;
-  sequence.before_ = text.substr(0, found->begin);
-  sequence.after_ = text.substr(found->begin + found->length);
-  sequence.digits_ = found->digits;
+  sequence.before_ = unescaped(text.substr(0, place.begin));
+  sequence.after_ = unescaped(text.substr(place.begin + place.length));
+  sequence.digits_ = place.digits;
   return sequence;
 }
 

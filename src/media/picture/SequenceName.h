@@ -10,7 +10,8 @@
 namespace lomix::media {
 
 /// The pattern of a numbered sequence: "shot.####.exr" or "shot.%04d.png". Numbers are padded with
-/// zeros to at least as many digits as there are # signs, or as the pattern says.
+/// zeros to at least as many digits as there are # signs, or as the pattern says. Beside a %d or
+/// %04d, # signs are part of the name: "take #2.%04d.png". In a pattern, %% is a % of the name.
 class SequenceName {
  public:
   /// Reads a pattern. Returns nothing for a name without a place for the number. Throws MediaError
@@ -19,6 +20,9 @@ class SequenceName {
 
   /// Returns the file of a frame.
   std::filesystem::path file(std::int64_t number) const;
+  /// Returns the number in a file's name, without its folder; nothing for a name that is not of
+  /// this sequence.
+  std::optional<std::int64_t> numberOf(const std::string& fileName) const;
   /// Returns the numbers of the files that exist, ascending. Throws MediaError when the folder
   /// cannot be read.
   std::vector<std::int64_t> existing() const;
@@ -26,8 +30,6 @@ class SequenceName {
   const std::filesystem::path& pattern() const { return pattern_; }
 
  private:
-  std::optional<std::int64_t> numberOf(const std::string& fileName) const;
-
   std::filesystem::path pattern_;
   std::string before_;  ///< Of the file's name, without its folder.
   std::string after_;
