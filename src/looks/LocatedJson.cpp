@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "looks/LookErrors.h"
+#include "support/Text.h"
 
 namespace lomix::looks {
 namespace {
@@ -60,7 +61,8 @@ class Builder : public nlohmann::json_sax<json> {
              "an object has too many names (the limit is " + std::to_string(kMaxMembers) + ")");
     }
     if (object.find(name) != nullptr) {
-      failAt(source_, line(), "\"" + name + "\" is already in this object (remove one of the two)");
+      failAt(source_, line(),
+             "\"" + shortened(name) + "\" is already in this object (remove one of the two)");
     }
     object.members.push_back({name, Value{}});
     object.members.back().value.line = line();

@@ -87,13 +87,13 @@ const Parameter* ParameterTable::find(std::string_view name) const {
 
 const Parameter& ParameterTable::get(std::string_view name, std::string_view subject) const {
   if (const Parameter* parameter = find(name)) return *parameter;
-  const std::string wanted = normalisedName(name);
-  const auto nearest = std::ranges::min_element(parameters_, {}, [&](const Parameter& p) {
-    return editDistance(wanted, normalisedName(p.name));
-  });
-  std::string message = "there is no parameter " + quoted(name);
+  std::vector<std::string> names;
+  for (const Parameter& parameter : parameters_) names.push_back(normalisedName(parameter.name));
+  const Parameter* nearest = find(nearestName(normalisedName(name), names));
+  std::string message = name.empty() ? "the name of the parameter is missing"
+                                     : "there is no parameter '" + shortened(name) + "'";
   if (!subject.empty()) message = std::string(subject) + ": " + message;
-  throw UnknownName(message, nearest == parameters_.end() ? "" : nearest->name);
+  throw UnknownName(message, nearest == nullptr ? "" : nearest->name);
 }
 
 double parseValue(const Parameter& parameter, std::string_view text) {

@@ -18,7 +18,7 @@ using nlohmann::ordered_json;
 using Kind = LocatedJson::Kind;
 using Value = LocatedJson::Value;
 
-std::string inQuotes(std::string_view name) { return "\"" + std::string(name) + "\""; }
+std::string inQuotes(std::string_view name) { return "\"" + shortened(name) + "\""; }
 
 bool isPresetLine(const std::string& text) {
   const bool oneLine = std::ranges::none_of(

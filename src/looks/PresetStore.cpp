@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
+#include <vector>
 
 #include "looks/LookErrors.h"
 #include "support/Text.h"
@@ -31,9 +32,9 @@ const BuiltInPreset& builtInPreset(std::string_view id) {
   const std::string wanted = normalisedName(id);
   const auto found = std::ranges::find(presets, wanted, &BuiltInPreset::id);
   if (found != presets.end()) return *found;
-  const auto nearest = std::ranges::min_element(
-      presets, {}, [&](const BuiltInPreset& p) { return editDistance(wanted, p.id); });
-  throw UnknownName("there is no preset '" + std::string(id) + "'", nearest->id);
+  std::vector<std::string> ids;
+  for (const BuiltInPreset& preset : presets) ids.emplace_back(preset.id);
+  throw UnknownName("there is no preset '" + shortened(id) + "'", nearestName(wanted, ids));
 }
 
 bool isPresetFile(const std::string& nameOrFile) {

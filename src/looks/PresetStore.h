@@ -34,7 +34,8 @@ struct PresetText {
 /// Returns whether a preset is named by its file: the text ends in ".json" or contains a slash.
 bool isPresetFile(const std::string& nameOrFile);
 
-/// Finds a preset by the id of a built-in one, or by a file name as isPresetFile() tells it. Throws UnknownName as builtInPreset() does, MediaError when the file cannot be read.
+/// Finds a preset by the id of a built-in one, or by a file name as isPresetFile() tells it. Throws
+/// UnknownName as builtInPreset() does, MediaError when the file cannot be read.
 PresetText findPreset(const std::string& nameOrFile);
 
 /// Writes parameters as a preset that is named after the file. With overwrite false an existing

@@ -38,6 +38,15 @@ std::string_view trimmed(std::string_view text) {
 
 std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
+std::string shortened(std::string_view text) {
+  constexpr std::size_t kMost = 60;
+  if (text.size() <= kMost) return std::string(text);
+  std::size_t length = kMost;
+  // Not within a letter of several bytes.
+  while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U) --length;
+  return std::string(text.substr(0, length)) + "...";
+}
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (;;) {
@@ -61,6 +70,18 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
     }
   }
   return row.back();
+}
+
+std::string nearestName(std::string_view text, const std::vector<std::string>& names) {
+  const auto distance = [&](const std::string& name) { return editDistance(text, name); };
+  const auto nearest = std::ranges::min_element(names, {}, distance);
+  // Up to a third of the letters, and two in short names: typing errors.
+  if (nearest == names.end() ||
+      distance(*nearest) > std::max<std::size_t>(2, nearest->size() / 3) ||
+      distance(*nearest) >= std::max<std::size_t>(1, std::min(text.size(), nearest->size()))) {
+    return {};
+  }
+  return *nearest;
 }
 
 std::optional<double> parseNumber(std::string_view text) {

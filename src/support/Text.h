@@ -24,12 +24,19 @@ std::string_view trimmed(std::string_view text);
 /// Returns the text in single quotes, as error messages show what a user wrote.
 std::string quoted(std::string_view text);
 
+/// Returns the text, at most 60 bytes of it with "..." behind, as error messages show long ones.
+std::string shortened(std::string_view text);
+
 /// Splits a text at every separator. Returns one part more than there are separators, as views into
 /// the text; parts may be empty.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
 /// Returns how many letters must be inserted, deleted or replaced to turn one text into the other.
 std::size_t editDistance(std::string_view a, std::string_view b);
+
+/// Returns the name that resembles a text most; empty where none is so similar that it may be
+/// meant.
+std::string nearestName(std::string_view text, const std::vector<std::string>& names);
 
 /// Reads a finite decimal number, with or without exponent and sign. Returns nothing for any other
 /// text.
