@@ -23,4 +23,17 @@ FrameTime fittedTime(std::int64_t value, std::int64_t scale) {
   return {static_cast<std::int32_t>(value), static_cast<std::uint32_t>(scale)};
 }
 
+std::optional<FrameTime> frameTime(std::int64_t number, const FrameRate& rate) {
+  constexpr std::int64_t kLimit = std::numeric_limits<std::int32_t>::max();
+  const std::int64_t divisor = std::gcd(number, std::int64_t{rate.frames});
+  const std::int64_t scale = rate.frames / divisor;
+  const std::int64_t whole = number / divisor;
+  // seconds shares no factor with frames, but a rate need not be in lowest terms.
+  const std::int64_t common = std::gcd(std::int64_t{rate.seconds}, scale);
+  const std::int64_t seconds = rate.seconds / common;
+  if (whole > kLimit / seconds || whole < -kLimit / seconds) return std::nullopt;
+  return FrameTime{static_cast<std::int32_t>(whole * seconds),
+                   static_cast<std::uint32_t>(scale / common)};
+}
+
 }  // namespace lomix::batch

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace lomix::batch {
 
@@ -27,6 +28,10 @@ struct FrameRate {
   std::int32_t seconds = 1;
   bool operator==(const FrameRate&) const = default;
 };
+
+/// Returns the time of a frame: number / rate seconds in lowest terms; nothing where that does not
+/// fit into 31 bits.
+std::optional<FrameTime> frameTime(std::int64_t number, const FrameRate& rate);
 
 /// Two whole numbers: width and height, or factors for them.
 struct PairOfWholes {

@@ -32,8 +32,11 @@ void endOn(int number) {
 void endOnSignals() {
   endOn(SIGINT);
   endOn(SIGTERM);
-#ifdef SIGHUP
+#ifndef _WIN32
   endOn(SIGHUP);
+  endOn(SIGQUIT);
+  // The reader of standard output or standard error has ended: "lomix ... | head -1".
+  endOn(SIGPIPE);
 #endif
 }
 

@@ -3,8 +3,9 @@
 
 namespace lomix::batch {
 
-/// Makes SIGINT, SIGTERM and SIGHUP remove all temporary files and end the program with exit code
-/// 128 plus the signal's number. A signal that the parent process ignores stays ignored.
+/// Makes SIGINT, SIGTERM, SIGHUP, SIGQUIT and SIGPIPE remove all temporary files and end the
+/// program with exit code 128 plus the signal's number. A signal that the parent process ignores
+/// stays ignored.
 void endOnSignals();
 
 /// While an object of this class exists, the first such signal is only recorded, so that the caller

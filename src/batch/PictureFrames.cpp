@@ -27,13 +27,17 @@ std::vector<std::int64_t> gapsOf(const std::vector<std::int64_t>& numbers) {
 
 }  // namespace
 
-FrameTime frameTime(std::int64_t number, const FrameRate& rate) {
-  return fittedTime(number * rate.seconds, rate.frames);
-}
-
 NumberedSource::NumberedSource(std::vector<std::int64_t> numbers, std::optional<FrameRate> rate,
                                const FrameTime& onlyTime)
-    : numbers_(std::move(numbers)), rate_(rate), onlyTime_(onlyTime) {}
+    : numbers_(std::move(numbers)), rate_(rate), onlyTime_(onlyTime) {
+  if (!rate_) return;
+  for (const std::int64_t number : numbers_) {
+    if (frameTime(number, *rate_)) continue;
+    throw MediaError("frame " + std::to_string(number) + ": its time at " +
+                     std::to_string(rate_->frames) + "/" + std::to_string(rate_->seconds) +
+                     " frames a second is too long a number (renumber the frames)");
+  }
+}
 
 std::optional<std::int64_t> NumberedSource::count() const {
   return static_cast<std::int64_t>(numbers_.size());
@@ -42,7 +46,7 @@ std::optional<std::int64_t> NumberedSource::count() const {
 std::optional<Frame> NumberedSource::next() {
   if (next_ == numbers_.size()) return std::nullopt;
   const std::int64_t number = numbers_[next_++];
-  return Frame{number, rate_ ? frameTime(number, *rate_) : onlyTime_, nullptr};
+  return Frame{number, rate_ ? frameTime(number, *rate_).value() : onlyTime_, nullptr};
 }
 
 StillSource::StillSource(fs::path file, const FrameTime& time)

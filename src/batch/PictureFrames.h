@@ -28,6 +28,7 @@ class NumberedSource : public FrameSource {
 
  protected:
   /// rate: gives each frame the time number / rate; nothing: the only frame has the time onlyTime.
+  /// Throws MediaError where a frame has no exact time.
   NumberedSource(std::vector<std::int64_t> numbers, std::optional<FrameRate> rate,
                  const FrameTime& onlyTime);
 
@@ -110,8 +111,5 @@ class SequenceSink : public FrameSink {
   media::SequenceName name_;
   Existing existing_;
 };
-
-/// Returns the time of a frame: number / rate seconds.
-FrameTime frameTime(std::int64_t number, const FrameRate& rate);
 
 }  // namespace lomix::batch

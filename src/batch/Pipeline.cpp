@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "batch/Interrupt.h"
-#include "support/MediaError.h"
 
 namespace lomix::batch {
 namespace {
@@ -131,7 +130,8 @@ bool Pipeline::load(const Frame& frame, media::Picture& picture) {
   try {
     source_.load(frame, picture);
     return true;
-  } catch (const MediaError& error) {
+  } catch (const std::exception& error) {
+    // Of any kind: the libraries behind a reader throw their own for damaged files.
     if (!sink_.allowsGaps()) throw;
     addFailure({frame.number, error.what()});
     if (onFailure) onFailure(error.what());
