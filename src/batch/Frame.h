@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "batch/FrameTime.h"
@@ -36,6 +37,8 @@ class FrameSource {
   virtual std::vector<std::int64_t> missing() const { return {}; }
   /// Returns the number of damaged parts of the input that next() has skipped.
   virtual std::int64_t damagedCount() const { return 0; }
+  /// Returns what the input promises but does not have, as VideoReader::loss() in Video.h.
+  virtual std::string loss() const { return {}; }
   /// Reads the picture of a frame that next() returned. picture: its memory is reused where it
   /// fits. Any thread. Throws MediaError, after which the other frames can still be read.
   virtual void load(const Frame& frame, media::Picture& picture) = 0;

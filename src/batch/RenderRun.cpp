@@ -8,6 +8,7 @@
 #include "batch/Pipeline.h"
 #include "batch/Progress.h"
 #include "batch/RunReport.h"
+#include "batch/Warnings.h"
 #include "lomix/lomix.h"
 #include "looks/PresetStore.h"
 #include "media/picture/PictureFile.h"
@@ -45,6 +46,10 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
     throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
                        " damaged and left out (the others are written; repair the input)");
   }
+  if (const std::string loss = route.source->loss(); !loss.empty()) {
+    throw FramesFailed("'" + options.route.input + "': " + loss +
+                       " (what is there is written; copy or repair the input)");
+  }
   if (pipeline.failures().empty()) return;
   std::vector<std::int64_t> numbers;
   for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);
@@ -59,8 +64,12 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
 class Report {
  public:
   Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
-         const Pipeline& pipeline)
-      : options_(options), renderer_(renderer), look_(look), pipeline_(pipeline) {}
+         const Pipeline& pipeline, const Warnings& warnings)
+      : options_(options),
+        renderer_(renderer),
+        look_(look),
+        pipeline_(pipeline),
+        warnings_(warnings) {}
 
   void write(double seconds, const std::string& error) const {
     if (options_.reportFile.empty()) return;
@@ -72,8 +81,11 @@ class Report {
                                      {"threads", options_.threads},
                                      {"settings", settingsOf(renderer_.parameters(), look_)}};
     report.update(reportOf(pipeline_, seconds));
+    report["warnings"] = warnings_.all();
     if (!error.empty()) report["error"] = error;
-    writeText(report.dump(2) + "\n", options_.reportFile,
+    // Names of files need not be UTF-8.
+    const auto replace = nlohmann::ordered_json::error_handler_t::replace;
+    writeText(report.dump(2, ' ', false, replace) + "\n", options_.reportFile,
               options_.route.existing == Existing::Overwrite);
   }
 
@@ -82,13 +94,18 @@ class Report {
   const FrameRenderer& renderer_;
   const looks::Look& look_;
   const Pipeline& pipeline_;
+  const Warnings& warnings_;
 };
 
 }  // namespace
 
 void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
                const Streams& streams) {
+  Warnings warnings;
+  const auto printLine = [&](const std::string& line) { streams.err << line + "\n" << std::flush; };
+  if (!options.quiet) warnings.setPrint(printLine);
   RouteOptions routeOptions = options.route;
+  routeOptions.warn = [&](const std::string& text) { warnings.add(text); };
   if (!options.savedPreset.empty()) {
     routeOptions.otherOutputs.push_back({"--save-preset", options.savedPreset});
   }
@@ -100,14 +117,13 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     looks::savePreset(look, renderer.parameters(), options.savedPreset,
                       options.route.existing == Existing::Overwrite);
   }
-  if (!options.quiet && !route.note.empty()) streams.err << "note: " + route.note + "\n";
   if (route.done) {
     if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
     return;
   }
 
   Pipeline pipeline(*route.source, renderer, look, *route.sink, options.threads);
-  const Report report(options, renderer, look, pipeline);
+  const Report report(options, renderer, look, pipeline, warnings);
   const std::vector<std::int64_t> missing = route.source->missing();
   if (!missing.empty()) {
     streams.err << "error: " + cannotRead(options.route.input) + "frames " +
@@ -124,10 +140,19 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     pipeline.onFailure = [&progress](const std::string& message) {
       progress.say("error: " + message);
     };
+    if (!options.quiet) warnings.setPrint([&](const std::string& line) { progress.say(line); });
     pipeline.run();
+    if (!options.quiet) warnings.setPrint(printLine);
   } catch (const std::exception& error) {
+    warnings.setPrint({});
     report.write(seconds(), error.what());
     throw;
+  }
+  if (const std::string loss = route.source->loss(); !loss.empty()) {
+    warnings.add("'" + options.route.input + "': " + loss);
+  }
+  if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
+    warnings.add("'" + options.route.input + "': " + frames(damaged) + " damaged and left out");
   }
   report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
   throwUnlessDone(options, pipeline, route);

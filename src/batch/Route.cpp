@@ -40,7 +40,7 @@ class Planner {
       route_.done = true;
       return std::move(route_);
     }
-    if (media::isVideoName(options_.output)) {
+    if (writesVideo_) {
       openInput();
       openVideoOutput();
     } else if (outputSequence_) {
@@ -57,6 +57,12 @@ class Planner {
     return std::move(route_);
   }
 
+  std::unique_ptr<FrameSource> openAlone() {
+    classifyInput();
+    openInput();
+    return std::move(route_.source);
+  }
+
  private:
   bool readsStream() const { return options_.input == media::kStandardStream; }
 
@@ -67,16 +73,22 @@ class Planner {
       kind_ = Kind::Sequence;
       refuseTime("the times of a sequence come from the frame numbers (use --fps)");
       selection_ = selectFrames(*inputSequence_, options_.frames);
-    } else if (media::isVideoName(options_.input)) {
+    } else if (media::isVideoName(options_.input) || media::isVideoFile(options_.input)) {
       kind_ = Kind::Video;
     }
   }
 
   void classifyOutput() {
     const bool onePicture = kind_ == Kind::Still && options_.frames.empty();
-    if (options_.output == media::kStandardStream || onePicture) return;
-    outputSequence_ = SequenceName::parse(options_.output);
-    if (media::isVideoName(options_.output)) outputSequence_.reset();
+    writesVideo_ = media::isVideoName(options_.output);
+    if (!writesVideo_ && !onePicture) outputSequence_ = SequenceName::parse(options_.output);
+    if (writesVideo_) return;
+    for (const auto& [given, option] :
+         {std::pair{!options_.codec.empty(), "--codec"}, {options_.crf.has_value(), "--crf"}}) {
+      if (!given) continue;
+      throw UsageError(std::string(option) + ": '" + options_.output +
+                       "' is no video (leave it out, or name a video)");
+    }
   }
 
   /// Checks that no file is used twice.
@@ -128,8 +140,8 @@ class Planner {
 
   void openSequence() {
     if (!selection_.gaps.empty()) {
-      route_.note = "'" + options_.input + "': frames " + media::listed(selection_.gaps) +
-                    " do not exist (they are left out)";
+      options_.warn("'" + options_.input + "': frames " + media::listed(selection_.gaps) +
+                    " do not exist (they are left out)");
     }
     numbers_ = selection_.numbers;
     route_.source =
@@ -161,7 +173,8 @@ class Planner {
     input.rawWidth = options_.rawSize.first;
     input.rawHeight = options_.rawSize.second;
     input.rawRate = {rate().frames, rate().seconds};
-    auto source = std::make_unique<VideoSource>(input, options_.frames);
+    input.frames.numbers = options_.frames;
+    auto source = std::make_unique<VideoSource>(input);
     reader_ = &source->reader();
     route_.source = std::move(source);
   }
@@ -170,10 +183,14 @@ class Planner {
     media::VideoOutput output;
     output.name = options_.output;
     output.codec = options_.codec;
-    output.crf = options_.crf;
+    output.crf = options_.crf.value_or(output.crf);
     output.threads = options_.threads;
     output.rate = {rate().frames, rate().seconds};
-    output.videoOnly = options_.videoOnly;
+    output.sound = options_.sound;
+    output.subtitles = options_.subtitles;
+    output.data = options_.data;
+    output.keepTimestamps = options_.keepTimestamps;
+    output.warn = options_.warn;
     output.overwrite = options_.existing == Existing::Overwrite;
     route_.sink =
         std::make_unique<VideoSink>(output, reader_, numbers_.empty() ? 0 : numbers_.front());
@@ -198,6 +215,7 @@ class Planner {
   Kind kind_ = Kind::Still;
   std::optional<SequenceName> inputSequence_;
   SequenceSelection selection_;  ///< Of the input sequence.
+  bool writesVideo_ = false;
   std::optional<SequenceName> outputSequence_;
   std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video only those of --frames.
   media::VideoReader* reader_ = nullptr;
@@ -206,5 +224,9 @@ class Planner {
 }  // namespace
 
 Route makeRoute(const RouteOptions& options) { return Planner(options).plan(); }
+
+std::unique_ptr<FrameSource> openSource(const RouteOptions& options) {
+  return Planner(options).openAlone();
+}
 
 }  // namespace lomix::batch

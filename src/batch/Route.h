@@ -24,20 +24,23 @@ struct RouteOptions {
   int threads = 1;  ///< Of decoders and encoders.
   // Of videos, as in media::VideoInput and media::VideoOutput.
   std::string codec;
-  int crf = 16;
-  bool videoOnly = false;
+  std::optional<int> crf;
+  bool sound = true;
+  bool subtitles = true;
+  bool data = true;
+  bool keepTimestamps = false;
   std::string rawFormat;  ///< Pixel format of raw input frames; empty: the input is not raw.
   PairOfWholes rawSize{0, 0};
   // Files of the run beside input and output. Their names must not be those of other files.
   std::vector<NamedFile> otherInputs;
-  std::vector<NamedFile> otherOutputs;  ///< A report or preset to write.
+  std::vector<NamedFile> otherOutputs;           ///< A report or preset to write.
+  media::Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
 };
 
 /// The source and the sink of a run.
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
-  std::string note;   ///< What the user should know; empty for nothing.
   bool done = false;  ///< The output exists already and is kept; there is no source and sink.
 };
 
@@ -47,5 +50,8 @@ struct Route {
 /// picture has the very name that is given. Throws UsageError for options that contradict each
 /// other and for shared files, MediaError when something cannot be read or written.
 Route makeRoute(const RouteOptions& options);
+
+/// Opens the source alone, as makeRoute() does. Ignores all that concerns the output.
+std::unique_ptr<FrameSource> openSource(const RouteOptions& options);
 
 }  // namespace lomix::batch

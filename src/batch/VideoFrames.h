@@ -12,23 +12,21 @@ namespace lomix::batch {
 /// The frames of a video, numbered from 0. The first frame has time 0.
 class VideoSource : public FrameSource {
  public:
-  /// wanted: the frames to take, ascending; empty for all. Throws MediaError.
-  VideoSource(const media::VideoInput& input, std::vector<std::int64_t> wanted);
+  /// Throws MediaError.
+  explicit VideoSource(const media::VideoInput& input) : reader_(media::openVideo(input)) {}
 
   /// Returns the reader, which lives as long as the source.
   media::VideoReader& reader() { return *reader_; }
 
-  std::optional<std::int64_t> count() const override;
+  std::optional<std::int64_t> count() const override { return reader_->frameCount(); }
   std::optional<Frame> next() override;
   void load(const Frame& frame, media::Picture& picture) override;
   std::vector<std::int64_t> missing() const override;
   std::int64_t damagedCount() const override { return reader_->damagedCount(); }
+  std::string loss() const override { return reader_->loss(); }
 
  private:
   std::unique_ptr<media::VideoReader> reader_;
-  std::vector<std::int64_t> wanted_;
-  std::size_t nextWanted_ = 0;
-  std::int64_t number_ = 0;
   bool atEnd_ = false;
 };
 

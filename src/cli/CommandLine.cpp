@@ -18,6 +18,7 @@
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/StandardErrorCopy.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -57,6 +58,12 @@ class Parser {
   /// Returns the command that the arguments name, its options filled in. Prints help or the version
   /// to out where they ask for that, and returns null. Throws UsageError.
   const Command* parse(std::vector<std::string> arguments, std::ostream& out) {
+    // "lomix help render" is "lomix render --help".
+    if (!arguments.empty() && arguments.front() == "help") {
+      arguments.erase(arguments.begin());
+      arguments.insert(arguments.begin() + (arguments.empty() ? 0 : 1), "--help");
+    }
+    requireCommand(arguments);
     std::ranges::reverse(arguments);  // The parser reads them from the back.
     try {
       app_.parse(std::move(arguments));
@@ -67,12 +74,55 @@ class Parser {
       throw UsageError(explain(error));
     }
     for (const Command& command : commands_) {
-      if (command.parser->parsed()) return &command;
+      if (!command.parser->parsed()) continue;
+      requireValues(*command.parser);
+      return &command;
     }
     throw UsageError("lomix: no command is given (see 'lomix --help')");
   }
 
  private:
+  /// Throws UsageError, which suggests a command, where the first argument is the name of none.
+  void requireCommand(const std::vector<std::string>& arguments) const {
+    if (arguments.empty() || arguments.front().starts_with('-')) return;
+    std::vector<std::string> names;
+    for (const Command& command : commands_) names.push_back(command.parser->get_name());
+    if (std::ranges::find(names, arguments.front()) != names.end()) return;
+    throw UsageError("lomix: there is no command '" + arguments.front() + "' (" +
+                     suggestion(arguments.front(), names) + "see 'lomix --help')");
+  }
+
+  /// Throws UsageError for an option or argument with an empty value.
+  static void requireValues(const CLI::App& parser) {
+    for (const CLI::Option* option : parser.get_options()) {
+      for (const std::string& value : option->results()) {
+        if (!trimmed(value).empty()) continue;
+        throw UsageError(option->get_name() + ": its value is empty (give one, or leave it out)");
+      }
+    }
+  }
+
+  /// Returns "did you mean 'x'? " for the most similar name; empty where none is similar.
+  static std::string suggestion(const std::string& wanted, const std::vector<std::string>& names) {
+    const std::string nearest = nearestName(wanted, names);
+    return nearest.empty() ? "" : "did you mean '" + nearest + "'? ";
+  }
+
+  /// Returns a suggestion for the first option among the arguments that the command does not have.
+  std::string optionSuggestion() const {
+    for (const Command& command : commands_) {
+      if (!command.parser->parsed()) continue;
+      std::vector<std::string> names;
+      for (const CLI::Option* option : command.parser->get_options()) {
+        if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames().front());
+      }
+      for (const std::string& extra : command.parser->remaining()) {
+        if (extra.starts_with("--")) return suggestion(extra.substr(0, extra.find('=')), names);
+      }
+    }
+    return {};
+  }
+
   /// Returns the parser's message as "lomix COMMAND: cause (see 'lomix COMMAND --help')".
   std::string explain(const CLI::ParseError& error) const {
     std::string name = "lomix";
@@ -83,7 +133,7 @@ class Parser {
     std::ranges::replace(cause, '\n', ' ');
     constexpr std::string_view kExtra = "The following argument";
     if (cause.starts_with(kExtra)) cause[0] = 't';
-    return name + ": " + cause + " (see '" + name + " --help')";
+    return name + ": " + cause + " (" + optionSuggestion() + "see '" + name + " --help')";
   }
 
   CLI::App app_{"Makes pictures look like badly received analogue television.", "lomix"};
@@ -99,8 +149,8 @@ const char* optionFor(Remedy remedy) {
       return "--overwrite, or keep them with --skip-existing";
     case Remedy::ChooseCodec:
       return "--codec";
-    case Remedy::VideoOnly:
-      return "--video-only";
+    case Remedy::NoSound:
+      return "--no-audio";
     case Remedy::NameModule:
       return "--plugin FILE";
   }

@@ -19,7 +19,7 @@ enum class Remedy {
   Overwrite,        ///< Replace the file that exists.
   OverwriteOrSkip,  ///< Replace the frames that exist, or keep them.
   ChooseCodec,      ///< Another video codec.
-  VideoOnly,        ///< A video without the input's sound and subtitles.
+  NoSound,          ///< A video without the input's sound.
   NameModule        ///< A plug-in module by its file name.
 };
 

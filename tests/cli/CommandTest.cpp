@@ -47,6 +47,14 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
   write(path("cut.png"), card.substr(0, card.size() / 2));
   write(path("empty.exr"), "");
   write(path("text.so"), "no module");
+  write(path("s.20240131123059123.png"), card);
+  // A second of silence.
+  write(path("tone.wav"),
+        std::string("RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1f\0\0\x40\x1f\0\0"
+                    "\1\0\x8\0"
+                    "data\x40\x1f\0\0",
+                    44) +
+            std::string(8000, '\x80'));
   write(path("cut.so"), read(LOMIX_MODULE).substr(0, 5000));
   write(path("taken.png"), "precious");
   std::filesystem::create_directory(path("folder"));
@@ -63,6 +71,25 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
   const std::vector<Case> cases{
       {{}, 2, "no command"},
       {{"sparkle"}, 2, "sparkle"},
+      {{"rendr", "card.png"}, 2, "did you mean 'render'?"},
+      {with({"--ovrwrite"}), 2, "did you mean '--overwrite'?"},
+      {with({"--preset", ""}), 2, "--preset: its value is empty"},
+      {with({"--time", ""}), 2, "--time"},
+      {with({"--frames", ""}), 2, "--frames"},
+      {with({"--codec", ""}), 2, "--codec"},
+      {with({"--report", ""}), 2, "--report"},
+      {with({"--save-preset", " "}), 2, "--save-preset"},
+      {with({"--raw", "4x4:"}), 2, "--raw"},
+      {with({"--preset", "list"}), 2, "'list' ('lomix presets' lists all"},
+      {with({"--set", "=5"}), 2, "--set: the name of the parameter is missing"},
+      {with({"--set", std::string(9999, 'x') + "=5"}), 2, "xxx...'"},
+      {with({"--codec", "h264"}), 2, "'out.png' is no video"},
+      {with({"--crf", "20"}), 2, "'out.png' is no video"},
+      {{"render", "tone.wav", "out.png"}, 1, "sound but no video"},
+      {{"render", "card.png", "o.##.png", "--frames", "999999999", "--fps", "29.97"},
+       1,
+       "its time"},
+      {{"render", "s.##.png", "o.##.png", "--fps", "29.97"}, 1, "its time"},
       {{"render"}, 2, "INPUT"},
       {{"render", "card.png"}, 2, "OUTPUT"},
       {with({"more.png"}), 2, "more.png"},
@@ -119,7 +146,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"testcard", "out.png", "--size", "16385x9"}, 2, "16384"},
       {{"testcard", "taken.png"}, 1, "--overwrite"},
       {{"params", "extra"}, 2, "extra"},
-      {{"presets", "--show", "fog"}, 2, "'snow'"},
+      {{"presets", "--show", "snov"}, 2, "'snow'"},
       {{"sheet", "card.png", "out.png"}, 2, "--sweep"},
       {{"sheet", "card.png", "out.png", "--sweep", "Noise"}, 2, "NAME=FROM:TO:COUNT"},
       {{"sheet", "card.png", "out.png", "--sweep", "Noise=0:100"}, 2, "FROM:TO:COUNT"},
@@ -374,6 +401,8 @@ TEST_F(Lomix, InspectShowsVersionFlagsAndAbout) {
 
 TEST_F(Lomix, HelpAndVersionAreNoErrors) {
   for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                    {"help"},
+                                                    {"help", "sheet"},
                                                     {"render", "--help"},
                                                     {"params", "-h"},
                                                     {"inspect", "--help"},

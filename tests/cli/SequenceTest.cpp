@@ -128,7 +128,7 @@ TEST_F(Sequence, MissingAndBrokenFramesAreNamedAndTheRestIsThere) {
 
   const Result gaps = run(render({"in.####.png", "out.####.png", "--skip-existing"}));
   EXPECT_EQ(gaps.exitCode, 3);
-  EXPECT_THAT(gaps.err, testing::StartsWith("note: 'in.####.png': frames 3 do not exist"));
+  EXPECT_THAT(gaps.err, testing::StartsWith("warning: 'in.####.png': frames 3 do not exist"));
   EXPECT_EQ(run(render({"in.####.png", "x.####.png", "--frames", "5"})).exitCode, 1);
 }
 

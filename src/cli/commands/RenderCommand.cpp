@@ -1,4 +1,5 @@
 #include <CLI/App.hpp>
+#include <algorithm>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -47,6 +48,15 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
   return text == "8" ? 8 : 32;
 }
 
+void requireCodec(const std::string& name) {
+  const auto names = media::videoCodecNames();
+  if (name.empty() || std::ranges::find(names, name) != names.end()) return;
+  std::string list;
+  for (const std::string_view known : names)
+    list += (list.empty() ? "" : ", ") + std::string(known);
+  throw UsageError("--codec: there is no codec '" + name + "' (use one of " + list + ")");
+}
+
 /// Prints a hint where Time is set but has no effect.
 void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, std::ostream& err) {
   const looks::Parameter* time = table.find("Time");
@@ -75,9 +85,13 @@ struct Options {
   int threads = 0;
   std::string report;
   std::string codec;
-  int crf = 16;
+  std::optional<int> crf;
   std::string raw;
   bool videoOnly = false;
+  bool noAudio = false;
+  bool noSubtitles = false;
+  bool noData = false;
+  bool keepTimestamps = false;
   bool overwrite = false;
   bool skipExisting = false;
   bool quiet = false;
@@ -140,7 +154,15 @@ void declare(CLI::App& app, Options& options) {
                  "frames of the same kind")
       ->type_name("WxH[:FORMAT]")
       ->group(video);
-  app.add_flag("--video-only", options.videoOnly, "Leave sound and subtitles out")->group(video);
+  app.add_flag("--video-only", options.videoOnly, "Leave all but the pictures out")->group(video);
+  app.add_flag("--no-audio", options.noAudio, "Leave the sound out")->group(video);
+  app.add_flag("--no-subtitles", options.noSubtitles, "Leave subtitles and their fonts out")
+      ->group(video);
+  app.add_flag("--no-data", options.noData, "Leave other data out without a warning")->group(video);
+  app.add_flag("--keep-timestamps", options.keepTimestamps,
+               "Keep the input's timestamps; by default the output\n"
+               "begins at 0")
+      ->group(video);
 
   const char* rendering = "Rendering";
   app.add_option("--depth", options.depth,
@@ -229,11 +251,19 @@ void run(const Options& options, const Streams& streams) {
   if (!options.plugin.empty()) route.otherInputs.push_back({"--plugin", options.plugin});
   route.codec = options.codec;
   route.crf = options.crf;
-  route.videoOnly = options.videoOnly;
+  route.sound = !options.videoOnly && !options.noAudio;
+  route.subtitles = !options.videoOnly && !options.noSubtitles;
+  route.data = !options.videoOnly && !options.noData;
+  route.keepTimestamps = options.keepTimestamps;
+  requireCodec(options.codec);
   if (!options.raw.empty()) {
     const std::size_t colon = options.raw.find(':');
     route.rawSize = parseSize(options.raw.substr(0, colon), "--raw");
     route.rawFormat = colon == std::string::npos ? "rgba" : options.raw.substr(colon + 1);
+    if (route.rawFormat.empty()) {
+      throw UsageError("--raw: '" + options.raw +
+                       "' names no pixel format after the colon (write one such as rgba)");
+    }
     if (options.codec.empty() && options.output == media::kStandardStream) route.codec = "raw";
   }
   batch::FrameRenderer renderer(rendering);

@@ -1,8 +1,15 @@
 #include "media/video/Reader.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <new>
 #include <utility>
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
 
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
@@ -13,18 +20,32 @@ namespace {
 
 constexpr const char* kUnknown = "check that it is a whole video";
 
-/// Returns whether streams of the type are copied: sound, subtitles and their attachments (fonts).
-bool isCopied(AVMediaType type) {
-  return type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_SUBTITLE ||
-         type == AVMEDIA_TYPE_ATTACHMENT;
+/// Returns the end of a stream as Matroska's tags state it: "00:01:02.500000000".
+std::optional<Moment> taggedEnd(const AVStream& stream) {
+  const AVDictionaryEntry* tag = av_dict_get(stream.metadata, "DURATION", nullptr, 0);
+  std::int64_t microseconds = 0;
+  if (tag == nullptr || av_parse_time(&microseconds, tag->value, 1) < 0) return std::nullopt;
+  return Moment{microseconds, AV_TIME_BASE_Q};
+}
+
+std::string secondsText(double seconds) {
+  std::array<char, 32> text;
+  std::snprintf(text.data(), text.size(), "%.2f", seconds);
+  return text.data();
+}
+
+double secondsOf(const Moment& moment) {
+  return static_cast<double>(moment.value) * av_q2d(moment.base);
 }
 
 }  // namespace
 
-Reader::Reader(const VideoInput& input) : name_(input.name), isRaw_(!input.rawFormat.empty()) {
+Reader::Reader(const VideoInput& input)
+    : name_(input.name), isRaw_(!input.rawFormat.empty()), choice_(input.frames) {
   muteFfmpeg();
   try {
     open(input);
+    chooseStream();
     openDecoder(input.threads);
     readOrientation();
   } catch (...) {
@@ -44,6 +65,11 @@ void Reader::open(const VideoInput& input) {
   if (!standard && !fileExists(name_)) {
     throw MediaError(cannotRead(name_) + "there is no such file (check the name)");
   }
+  if (!standard && isAnimatedWebp(name_)) {
+    throw MediaError(cannotRead(name_) +
+                     "the frames of an animated WebP cannot be decoded here (convert it to GIF or "
+                     "PNG first)");
+  }
   const AVInputFormat* format = nullptr;
   FfmpegOptions options;
   if (isRaw_) {
@@ -59,15 +85,35 @@ void Reader::open(const VideoInput& input) {
   if (error < 0) fail(error, isRaw_ ? "check the pixel format and the size" : kUnknown);
   error = avformat_find_stream_info(container_, nullptr);
   if (error < 0) fail(error, kUnknown);
+  copied_ = std::make_unique<CopiedPackets>(*container_);
+}
+
+void Reader::chooseStream() {
   const int index = av_find_best_stream(container_, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  const bool sound = av_find_best_stream(container_, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+  const bool cover =
+      index >= 0 && (container_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+  if (sound && (index < 0 || cover)) {
+    throw MediaError(cannotRead(name_) + "it has sound but no video (name a video)");
+  }
   if (index < 0) throw MediaError(cannotRead(name_) + "it has no video stream (name another file)");
+  stream_ = container_->streams[index];
+  copy({});
+}
+
+void Reader::copy(const Copying& copying) {
+  copying_ = copying;
+  copying_.streams.resize(container_->nb_streams, false);
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     AVStream* stream = container_->streams[i];
-    if (static_cast<int>(i) != index && !isCopied(stream->codecpar->codec_type)) {
-      stream->discard = AVDISCARD_ALL;
-    }
+    // Without a promise of its own, the video's end is known from those of all streams.
+    const bool needed = stream == stream_ || copying_.streams[i] || !promisedEnd(*stream_);
+    stream->discard = needed ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
   }
-  stream_ = container_->streams[index];
+}
+
+bool Reader::isCopied(int stream) const {
+  return copying_.streams[static_cast<std::size_t>(stream)];
 }
 
 void Reader::openDecoder(int threads) {
@@ -99,10 +145,61 @@ void Reader::readOrientation() {
 }
 
 std::optional<std::int64_t> Reader::frameCount() const {
+  if (!choice_.isAll()) return static_cast<std::int64_t>(choice_.numbers.size());
   if (stream_->nb_frames > 0) return stream_->nb_frames;
   if (container_->duration <= 0 || stream_->avg_frame_rate.num <= 0) return std::nullopt;
   return std::llround(static_cast<double>(container_->duration) / AV_TIME_BASE *
                       av_q2d(stream_->avg_frame_rate));
+}
+
+std::vector<std::int64_t> Reader::missingFrames() const {
+  return {choice_.numbers.begin() + static_cast<std::ptrdiff_t>(nextChosen_),
+          choice_.numbers.end()};
+}
+
+/// Returns the end that the file states for a stream of its own.
+std::optional<Moment> Reader::promisedEnd(const AVStream& stream) const {
+  if (const auto tagged = taggedEnd(stream)) return tagged;
+  // Estimates from the timestamps or the size of the file tell nothing about its completeness.
+  if (container_->duration_estimation_method != AVFMT_DURATION_FROM_STREAM) return std::nullopt;
+  if (stream.duration <= 0 || stream.start_time == AV_NOPTS_VALUE) return std::nullopt;
+  return Moment{stream.start_time + stream.duration, stream.time_base};
+}
+
+/// Returns a text where the end is before the promised one, by more than rounding explains.
+std::string Reader::lossOf(const std::string& what, const std::optional<Moment>& end,
+                           const std::optional<Moment>& promised) const {
+  if (!promised) return {};
+  const double start = std::min(secondsOf(start_), secondsOf(*promised));
+  const double whole = secondsOf(*promised) - start;
+  const double missing = secondsOf(*promised) - (end ? secondsOf(*end) : start);
+  const AVRational rate = stream_->avg_frame_rate;
+  const double frame = rate.num > 0 ? 1.0 / av_q2d(rate) : 0.1;
+  const double tolerance = std::max(3 * frame + 0.05, 0.002 * whole);
+  if (missing <= tolerance) return {};
+  return secondsText(missing) + " of " + secondsText(whole) + " seconds" + what +
+         " are missing at the end";
+}
+
+std::string Reader::loss() const {
+  const bool complete = !choice_.isAll() && nextChosen_ == choice_.numbers.size();
+  if (complete || !begun_) return {};
+  std::string loss;
+  if (const auto promised = promisedEnd(*stream_)) {
+    loss = lossOf("", lastEnd_, promised);
+  } else if (container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM &&
+             container_->duration > 0) {
+    const std::int64_t start =
+        container_->start_time == AV_NOPTS_VALUE ? 0 : container_->start_time;
+    loss = lossOf("", anyEnd_, Moment{start + container_->duration, AV_TIME_BASE_Q});
+  }
+  for (unsigned i = 0; i < container_->nb_streams && loss.empty(); ++i) {
+    const AVStream& stream = *container_->streams[i];
+    if (!isCopied(stream.index) || stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    loss = lossOf(" of sound", copied_->reached(stream.index), promisedEnd(stream));
+  }
+  if (loss.empty() && !breakOff_.empty()) loss = "it breaks off, " + breakOff_;
+  return loss;
 }
 
 /// Skips damaged parts, as players do, and counts those after the first frame: recordings often
@@ -115,27 +212,53 @@ void Reader::requireDecoded(int error) {
   if (firstTime_) ++damaged_;
 }
 
+/// Reads the next packet of any stream; null at the end of the file.
+FfmpegPtr<AVPacket> Reader::readPacket() {
+  if (atFileEnd_) return nullptr;
+  FfmpegPtr<AVPacket> packet = newPacket();
+  const int error = av_read_frame(container_, packet.get());
+  if (error < 0) {
+    atFileEnd_ = true;
+    if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
+    if (error == AVERROR_EOF) return nullptr;
+    if (!firstTime_) fail(error, kUnknown);
+    breakOff_ = ffmpegMessage(error);
+    return nullptr;
+  }
+  const std::int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (time != AV_NOPTS_VALUE) {
+    const Moment end{time + packet->duration, container_->streams[packet->stream_index]->time_base};
+    if (!anyEnd_ || *anyEnd_ < end) anyEnd_ = end;
+  }
+  return packet;
+}
+
+/// Reads packets of all streams until enough() is true or the file ends. keepVideo: packets of the
+/// video are decoded later; false: they are dropped.
+template <typename Enough>
+void Reader::readAhead(bool keepVideo, Enough enough) {
+  while (!enough()) {
+    FfmpegPtr<AVPacket> packet = readPacket();
+    if (!packet) return;
+    if (packet->stream_index == stream_->index) {
+      if (keepVideo) ahead_.push_back(std::move(packet));
+    } else if (isCopied(packet->stream_index)) {
+      copied_->add(std::move(packet));
+    }
+  }
+}
+
 /// Sends the decoder the next packet or, once, the end of the file. Returns false after that.
 bool Reader::feed() {
-  if (atEnd_) return false;
-  int error = av_read_frame(container_, packet_.get());
-  if (error == AVERROR_EOF) {
-    atEnd_ = true;
-    error = avcodec_send_packet(decoder_.get(), nullptr);
-    return error >= 0;
+  if (drained_) return false;
+  readAhead(true, [this] { return !ahead_.empty(); });
+  if (ahead_.empty()) {
+    drained_ = true;
+    return avcodec_send_packet(decoder_.get(), nullptr) >= 0;
   }
-  if (error < 0) fail(error, kUnknown);
-  if (packet_->stream_index == stream_->index) {
-    error = avcodec_send_packet(decoder_.get(), packet_.get());
-    av_packet_unref(packet_.get());
-    requireDecoded(error);
-    return true;
-  }
-  if (isCopied(container_->streams[packet_->stream_index]->codecpar->codec_type)) {
-    packets_.push_back(std::exchange(packet_, newPacket()));
-  } else {
-    av_packet_unref(packet_.get());
-  }
+  const FfmpegPtr<AVPacket> packet = std::move(ahead_.front());
+  ahead_.pop_front();
+  requireDecoded(avcodec_send_packet(decoder_.get(), packet.get()));
   return true;
 }
 
@@ -154,7 +277,17 @@ void Reader::stamp(AVFrame& frame) {
   }
 }
 
-std::unique_ptr<VideoFrame> Reader::next() {
+Moment Reader::beginOf(const DecodedFrame& frame) const {
+  return {frame.frame->pts, stream_->time_base};
+}
+
+Moment Reader::endOf(const DecodedFrame& frame) const {
+  return {frame.frame->pts + std::max<std::int64_t>(0, frame.frame->pkt_duration),
+          stream_->time_base};
+}
+
+/// Decodes the next frame; null after the last.
+std::unique_ptr<DecodedFrame> Reader::decode() {
   auto decoded = std::make_unique<DecodedFrame>();
   decoded->frame = newFrame();
   for (;;) {
@@ -169,11 +302,109 @@ std::unique_ptr<VideoFrame> Reader::next() {
   }
   errorsInARow_ = 0;
   stamp(*decoded->frame);
-  decoded->packets = std::move(packets_);
-  packets_.clear();
+  decoded->number = nextNumber_++;
   decoded->time = {(decoded->frame->pts - *firstTime_) * stream_->time_base.num,
                    stream_->time_base.den};
+  const Moment end = endOf(*decoded);
+  if (!lastEnd_ || *lastEnd_ < end) lastEnd_ = end;
   return decoded;
+}
+
+/// Decodes up to the next chosen frame; null after the last.
+std::unique_ptr<DecodedFrame> Reader::findChosen() {
+  while (choice_.isAll() || nextChosen_ < choice_.numbers.size()) {
+    std::unique_ptr<DecodedFrame> decoded = decode();
+    if (!decoded || choice_.isAll()) return decoded;
+    if (choice_.numbers[nextChosen_] == decoded->number) {
+      ++nextChosen_;
+      return decoded;
+    }
+    if (!begun_) copied_->forgetBefore(beginOf(*decoded));
+  }
+  return nullptr;
+}
+
+/// Finds the beginning of the output and cuts the other streams there.
+void Reader::begin(const DecodedFrame& first) {
+  firstFrame_.reset(av_frame_clone(first.frame.get()));
+  if (!firstFrame_) throw std::bad_alloc();
+  firstNumber_ = first.number;
+  start_ = zero_ = beginOf(first);
+  std::vector<int> sounds;
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    const AVStream& stream = *container_->streams[i];
+    if (!isCopied(stream.index) || stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    sounds.push_back(stream.index);
+    const Moment start{std::max<std::int64_t>(0, stream.start_time), stream.time_base};
+    if (choice_.isAll() && stream.start_time != AV_NOPTS_VALUE && start < zero_) zero_ = start;
+  }
+  // The header of the output says how the sound begins: its first packets are needed. They may be
+  // stored later, but not without a limit.
+  constexpr std::int64_t kMostSeconds = 20;
+  constexpr std::size_t kMostPackets = 5000;
+  const Moment limit{zero_.in({1, 1}) + kMostSeconds, {1, 1}};
+  readAhead(true, [&] {
+    if (ahead_.size() > kMostPackets || (anyEnd_ && limit < *anyEnd_)) return true;
+    return std::ranges::all_of(sounds, [&](int i) {
+      const auto reached = copied_->reached(i);
+      return reached && zero_ < *reached;
+    });
+  });
+  if (!choice_.isAll()) copied_->cutBefore(zero_, copying_.lead);
+  if (copying_.keepTimestamps) zero_ = {};
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    firstPackets_.push_back(copied_->first(static_cast<int>(i)));
+  }
+}
+
+std::optional<std::pair<Moment, Moment>> Reader::span() const {
+  if (choice_.isAll()) return std::nullopt;
+  const AVRational rate = av_guess_frame_rate(container_, stream_, nullptr);
+  if (rate.num <= 0) return std::pair{start_, start_};
+  const std::int64_t frames = choice_.numbers.back() - choice_.numbers.front() + 1;
+  const AVRational base = stream_->time_base;
+  return std::pair{start_, Moment{start_.value + av_rescale_q(frames, av_inv_q(rate), base), base}};
+}
+
+std::unique_ptr<VideoFrame> Reader::next() {
+  if (!begun_) {
+    upcoming_ = findChosen();
+    begun_ = true;
+    if (upcoming_) begin(*upcoming_);
+  }
+  if (!upcoming_) return nullptr;
+  std::unique_ptr<DecodedFrame> current = std::move(upcoming_);
+  // Known before the current frame is returned, because the sound is cut at the end of the last.
+  upcoming_ = findChosen();
+  if (choice_.isAll()) {
+    current->packets = copied_->takeAll();
+    return current;
+  }
+  const Moment end = endOf(*current);
+  if (!upcoming_) copied_->cutAfter(end);
+  current->packets = copied_->takeUntil(end);
+  return current;
+}
+
+std::vector<FfmpegPtr<AVPacket>> Reader::takePackets() {
+  if (!choice_.isAll() && lastEnd_) {
+    const Moment end = *lastEnd_;
+    // Subtitles are stored near the pictures that they belong to.
+    constexpr std::int64_t kMargin = 10;
+    const Moment afterwards{end.in({1, 1}) + kMargin, {1, 1}};
+    readAhead(false, [&] {
+      const bool far = anyEnd_ && afterwards < *anyEnd_;
+      for (unsigned i = 0; i < container_->nb_streams; ++i) {
+        if (!copying_.streams[i]) continue;
+        const AVMediaType type = container_->streams[i]->codecpar->codec_type;
+        const auto reached = copied_->reached(static_cast<int>(i));
+        if (type == AVMEDIA_TYPE_AUDIO && (!reached || *reached < end)) return false;
+        if (type == AVMEDIA_TYPE_SUBTITLE && !far) return false;
+      }
+      return true;
+    });
+  }
+  return copied_->takeAll();
 }
 
 void Reader::toPicture(const VideoFrame& frame, Picture& picture) {

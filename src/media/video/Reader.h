@@ -1,18 +1,20 @@
 // Reads videos with FFmpeg's libraries.
 #pragma once
 
+#include <deque>
 #include <vector>
 
+#include "media/video/CopiedPackets.h"
 #include "media/video/Ffmpeg.h"
 #include "media/video/FrameConverter.h"
 
 namespace lomix::media {
 
-/// A decoded frame, and the packets of the other streams between it and the frame before.
+/// A decoded frame, and the packets of the copied streams that belong before the next one.
 class DecodedFrame : public VideoFrame {
  public:
   FfmpegPtr<AVFrame> frame;                  ///< Timestamp in the stream's time base.
-  std::vector<FfmpegPtr<AVPacket>> packets;  ///< Of the other streams.
+  std::vector<FfmpegPtr<AVPacket>> packets;  ///< Of the copied streams.
 };
 
 /// Reads any container and codec that FFmpeg's libraries support.
@@ -23,11 +25,39 @@ class Reader : public VideoReader {
 
   std::optional<std::int64_t> frameCount() const override;
   std::int64_t damagedCount() const override { return damaged_; }
+  std::vector<std::int64_t> missingFrames() const override;
+  std::string loss() const override;
   std::unique_ptr<VideoFrame> next() override;
   void toPicture(const VideoFrame& frame, Picture& picture) override;
 
-  /// Returns the packets of the other streams after the last frame.
-  std::vector<FfmpegPtr<AVPacket>> takePackets() { return std::move(packets_); }
+  /// How the streams are copied.
+  struct Copying {
+    std::vector<bool> streams;    ///< By stream: whether its packets are wanted.
+    bool lead = false;            ///< As in CopiedPackets::cutBefore().
+    bool keepTimestamps = false;  ///< The output has the input's timestamps.
+  };
+  /// Call before the first next(). Without a call no stream is copied.
+  void copy(const Copying& copying);
+
+  /// Returns the packets of the copied streams after the last frame. Reads on where they may be
+  /// stored later.
+  std::vector<FfmpegPtr<AVPacket>> takePackets();
+  /// Returns the time of the input that is 0 in the output. Valid after the first frame.
+  Moment zero() const { return zero_; }
+  /// Returns the first and last time of the input that the chosen frames show; nothing where all
+  /// frames are chosen. The last time is estimated. Valid after the first frame.
+  std::optional<std::pair<Moment, Moment>> span() const;
+  /// Returns the timestamp of the first packet of a copied stream, in its time base, where it is
+  /// known before the first frame is written.
+  std::optional<std::int64_t> firstPacket(int stream) const {
+    return firstPackets_.at(static_cast<std::size_t>(stream));
+  }
+  /// Returns the number of the first chosen frame. Valid after next() was called.
+  std::int64_t firstNumber() const { return firstNumber_; }
+  /// Returns the first chosen frame. Valid after next() was called, as long as the frame exists.
+  const AVFrame& firstFrame() const { return *firstFrame_; }
+
+  const std::string& name() const { return name_; }
   const AVFormatContext& container() const { return *container_; }
   const AVStream& stream() const { return *stream_; }
   const AVCodecContext& decoder() const { return *decoder_; }
@@ -37,24 +67,54 @@ class Reader : public VideoReader {
 
  private:
   void open(const VideoInput& input);
+  void chooseStream();
   void openDecoder(int threads);
   void readOrientation();
+  bool isCopied(int stream) const;
+  FfmpegPtr<AVPacket> readPacket();
   bool feed();
+  template <typename Enough>
+  void readAhead(bool keepVideo, Enough enough);
+  bool copiesReach(const Moment& end) const;
   void requireDecoded(int error);
   void stamp(AVFrame& frame);
+  std::unique_ptr<DecodedFrame> decode();
+  std::unique_ptr<DecodedFrame> findChosen();
+  void begin(const DecodedFrame& first);
+  Moment beginOf(const DecodedFrame& frame) const;
+  Moment endOf(const DecodedFrame& frame) const;
+  std::optional<Moment> promisedEnd(const AVStream& stream) const;
+  std::string lossOf(const std::string& what, const std::optional<Moment>& end,
+                     const std::optional<Moment>& promised) const;
   [[noreturn]] void fail(int error, const char* hint) const;
 
   std::string name_;
   bool isRaw_;
+  FrameChoice choice_;
   AVFormatContext* container_ = nullptr;
   AVStream* stream_ = nullptr;
   FfmpegPtr<AVCodecContext> decoder_;
-  FfmpegPtr<AVPacket> packet_ = newPacket();
-  std::vector<FfmpegPtr<AVPacket>> packets_;
+  std::unique_ptr<CopiedPackets> copied_;
+  std::deque<FfmpegPtr<AVPacket>> ahead_;  ///< The video's packets that were read ahead.
+  Copying copying_;
   int orientation_ = 1;
-  bool atEnd_ = false;
   std::int64_t damaged_ = 0;
   int errorsInARow_ = 0;
+  bool atFileEnd_ = false;
+  bool drained_ = false;
+  std::string breakOff_;  ///< Why the file could not be read to its end; empty: it could.
+
+  bool begun_ = false;
+  std::unique_ptr<DecodedFrame> upcoming_;
+  std::int64_t nextNumber_ = 0;
+  std::size_t nextChosen_ = 0;
+  Moment zero_;
+  Moment start_;                   ///< Of the first chosen frame.
+  std::optional<Moment> lastEnd_;  ///< Of the frames decoded so far: the largest.
+  std::optional<Moment> anyEnd_;   ///< Of all packets read so far: the largest.
+  FfmpegPtr<AVFrame> firstFrame_;
+  std::int64_t firstNumber_ = 0;
+  std::vector<std::optional<std::int64_t>> firstPackets_;  ///< By stream.
   std::optional<std::int64_t> firstTime_;
   std::int64_t nextTime_ = 0;  ///< Timestamp for the next frame if the file gives none.
   ConverterPool converters_;

@@ -4,9 +4,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "media/picture/Picture.h"
 
@@ -24,9 +28,31 @@ inline constexpr const char* kStandardStream = "-";
 /// Returns whether the name is a video's: by its extension, or the standard stream.
 bool isVideoName(const std::string& name);
 
+/// Returns whether a file without a video's name is to be read as one: a picture of several frames
+/// (GIF, PNG, WebP), which its content tells, or a file of sound, for which the reader has a clear
+/// error. False for a file that cannot be read.
+bool isVideoFile(const std::filesystem::path& file);
+
+/// Returns whether such a file is an animated WebP, which FFmpeg cannot decode.
+bool isAnimatedWebp(const std::filesystem::path& file);
+
+/// Returns the names of the codecs that can be chosen for output.
+std::span<const std::string_view> videoCodecNames();
+
+/// Takes a warning: one line, "subject: what is lost or changed (way out)". Any thread.
+using Warn = std::function<void(const std::string&)>;
+
+/// Frames of a video.
+struct FrameChoice {
+  std::vector<std::int64_t> numbers;  ///< Ascending, from 0.
+
+  bool isAll() const { return numbers.empty(); }
+};
+
 /// The video to read.
 struct VideoInput {
   std::string name;
+  FrameChoice frames;     ///< Those that next() returns.
   int threads = 1;        ///< Of the decoder.
   std::string rawFormat;  ///< FFmpeg's pixel format of raw frames; empty: a container says it.
   int rawWidth = 0;
@@ -37,12 +63,16 @@ struct VideoInput {
 /// The video to write.
 struct VideoOutput {
   std::string name;
-  std::string codec;       ///< h264, prores, ffv1, png, raw or y4m; empty: by the name.
-  int crf = 16;            ///< Of h264, 0 to 51.
-  int threads = 1;         ///< Of the encoder.
-  Ratio rate{24, 1};       ///< Of frames that come from pictures.
-  bool videoOnly = false;  ///< Sound and subtitles are left out.
+  std::string codec;            ///< h264, prores, ffv1, png, raw or y4m; empty: by the name.
+  int crf = 16;                 ///< Of h264, 0 to 51.
+  int threads = 1;              ///< Of the encoder.
+  Ratio rate{24, 1};            ///< Of frames that come from pictures.
+  bool sound = true;            ///< Whether sound of the source is copied.
+  bool subtitles = true;        ///< Whether subtitles and their fonts are copied.
+  bool data = true;             ///< Whether data that cannot be copied is worth a warning.
+  bool keepTimestamps = false;  ///< False: the output begins at time 0.
   bool overwrite = false;
+  Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
 };
 
 /// A decoded frame. Its reader must outlive it.
@@ -53,8 +83,8 @@ class VideoFrame {
   VideoFrame(const VideoFrame&) = delete;
   VideoFrame& operator=(const VideoFrame&) = delete;
 
-  /// Seconds since the video's first frame.
-  Ratio time;
+  std::int64_t number = 0;  ///< Among all frames of the video, from 0.
+  Ratio time;               ///< Seconds since the video's first frame.
 };
 
 /// Reads the frames of one video.
@@ -65,14 +95,20 @@ class VideoReader {
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
 
-  /// Returns the number of frames that the file states or implies; nothing when it does not. It may
-  /// be wrong.
+  /// Returns the number of frames that next() returns, as far as the file states or implies it;
+  /// nothing when it does not. It may be wrong.
   virtual std::optional<std::int64_t> frameCount() const = 0;
-  /// Returns the next frame in the order of display; null after the last. One thread at a time.
-  /// Throws MediaError.
+  /// Returns the next chosen frame in the order of display; null after the last. One thread at a
+  /// time. Throws MediaError.
   virtual std::unique_ptr<VideoFrame> next() = 0;
   /// Returns the number of parts after the first frame that could not be decoded and were skipped.
   virtual std::int64_t damagedCount() const = 0;
+  /// Returns the numbers of the chosen frames that the video does not have. Call after the last
+  /// frame.
+  virtual std::vector<std::int64_t> missingFrames() const = 0;
+  /// Returns what the file promises but does not have, such as "2.48 of 5 seconds are missing at
+  /// the end"; empty where it is whole or promises nothing. Call after the last frame.
+  virtual std::string loss() const = 0;
   /// Converts a frame of next() to a picture, upright, of depth 8 for 8-bit videos and 32 for
   /// others. Any thread. Throws MediaError.
   virtual void toPicture(const VideoFrame& frame, Picture& picture) = 0;

@@ -1,7 +1,14 @@
 #include "media/video/Writer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavutil/timecode.h>
+}
 
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
@@ -33,6 +40,44 @@ T* required(T* pointer) {
   return pointer;
 }
 
+bool isTranslucent(const Picture& picture) {
+  for (int y = 0; y < picture.height(); ++y) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(picture.width()); ++i) {
+      const std::size_t at = i * Picture::kChannels;
+      if (picture.depth() == 8 ? picture.row8(y)[at] != 255 : picture.row32(y)[at] != 1.0f) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+/// Copies tags without those that describe how the input was encoded.
+void copyTagsOf(const AVDictionary* from, AVDictionary** to) {
+  constexpr std::array<std::string_view, 6> kOfTheFile{
+      "DURATION", "BPS", "NUMBER_OF_FRAMES", "NUMBER_OF_BYTES", "_STATISTICS_", "rotate"};
+  const AVDictionaryEntry* tag = nullptr;
+  while ((tag = av_dict_get(from, "", tag, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+    const std::string_view key = tag->key;
+    const bool ofTheFile = std::ranges::any_of(
+        kOfTheFile, [&](std::string_view start) { return key.starts_with(start); });
+    if (!ofTheFile) av_dict_set(to, tag->key, tag->value, 0);
+  }
+}
+
+/// Advances a tag "timecode" by a number of frames.
+void advanceTimecode(AVDictionary** tags, AVRational rate, std::int64_t frames) {
+  const AVDictionaryEntry* tag = av_dict_get(*tags, "timecode", nullptr, 0);
+  AVTimecode timecode;
+  if (tag == nullptr || frames == 0 ||
+      av_timecode_init_from_string(&timecode, rate, tag->value, nullptr) < 0) {
+    return;
+  }
+  std::array<char, AV_TIMECODE_STR_SIZE> text;
+  av_dict_set(tags, tag->key,
+              av_timecode_make_string(&timecode, text.data(), static_cast<int>(frames)), 0);
+}
+
 }  // namespace
 
 Writer::Writer(const VideoOutput& output, Reader* source)
@@ -41,11 +86,17 @@ Writer::Writer(const VideoOutput& output, Reader* source)
       codec_(chooseCodec(output)),
       format_(chooseContainer(output, codec_)) {
   muteFfmpeg();
-  if (codec_.isPlain()) output_.videoOnly = true;
   if (output_.name != kStandardStream) checkNewFile(output_.name, output_.overwrite);
-  if (source_ == nullptr || output_.videoOnly) return;
-  const AVFormatContext& from = source_->container();
-  for (unsigned i = 0; i < from.nb_streams; ++i) requireCarriable(*from.streams[i]);
+  if (source_ == nullptr) return;
+  treatments_ = planCopies(*source_, *format_, output_);
+  Reader::Copying copying;
+  // Without a beginning at 0 there is no place for what is decoded before it.
+  copying.lead = isMp4Family(*format_) && !output_.keepTimestamps;
+  copying.keepTimestamps = output_.keepTimestamps;
+  for (const Treatment treatment : treatments_) {
+    copying.streams.push_back(treatment == Treatment::Copy || treatment == Treatment::ConvertText);
+  }
+  source_->copy(copying);
 }
 
 Writer::~Writer() {
@@ -60,21 +111,8 @@ void Writer::require(int error) const {
                    " (check the free space, or try another codec)");
 }
 
-void Writer::requireCarriable(const AVStream& stream) const {
-  if (&stream == &source_->stream() || stream.discard == AVDISCARD_ALL) return;
-  const AVCodecParameters& codec = *stream.codecpar;
-  if (avformat_query_codec(format_, codec.codec_id, FF_COMPLIANCE_NORMAL) != 0) return;
-  throw AvoidableError(Remedy::VideoOnly,
-                       cannotWrite(output_.name) + "such a file cannot hold the " +
-                           av_get_media_type_string(codec.codec_type) + " stream " +
-                           std::to_string(stream.index) + " (" + avcodec_get_name(codec.codec_id) +
-                           ") of the input",
-                       "use another extension such as .mkv, or leave sound and subtitles out");
-}
-
-bool Writer::keepsRotation() const {
-  const std::string_view name = format_->name;
-  return name == "mp4" || name == "mov" || name == "ipod" || name == "3gp";
+void Writer::warn(const std::string& subject, const std::string& what) const {
+  output_.warn("'" + subject + "': " + what);
 }
 
 void Writer::open(const Picture& picture) {
@@ -89,7 +127,10 @@ void Writer::open(const Picture& picture) {
   addStreams();
   require(avio_open(&container_->pb, url.c_str(), AVIO_FLAG_WRITE));
   FfmpegOptions options;
+  // MP4 gets a track of timecodes, as QuickTime does, where the source has one.
+  if (isMp4Family(*format_)) options.set("write_tmcd", "1");
   require(avformat_write_header(container_, options.address()));
+  writeCovers();
   // Where the pixels are the same bytes in another order, and the encoder does not keep a frame
   // after it returns, a frame refers to the picture's memory instead of a copy.
   const AVCodecID codec = encoder_->codec_id;
@@ -124,9 +165,13 @@ void Writer::openEncoder(const Picture& picture) {
   encoder.thread_count = output_.threads;
   encoder.strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
   setColours(encoder);
+  setFieldOrder(encoder);
   if ((format_->flags & AVFMT_GLOBALHEADER) != 0) encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   FfmpegOptions options;
   if (codec->id == AV_CODEC_ID_H264) options.set("crf", std::to_string(output_.crf));
+  if (codec->id == AV_CODEC_ID_H264 && (encoder.flags & AV_CODEC_FLAG_INTERLACED_DCT) != 0) {
+    options.set("x264-params", encoder.field_order == AV_FIELD_BB ? "bff=1" : "tff=1");
+  }
   if (codec->id == AV_CODEC_ID_PRORES) options.set("profile", "4444");
   if (codec->id == AV_CODEC_ID_FFV1) {
     // Only key frames, so that every frame can be cut at; 16 slices for threads, each with a
@@ -161,6 +206,25 @@ void Writer::setColours(AVCodecContext& encoder) const {
   }
 }
 
+/// Keeps the source's order of fields where codec and container have it.
+void Writer::setFieldOrder(AVCodecContext& encoder) {
+  if (source_ == nullptr) return;
+  const AVFrame& first = source_->firstFrame();
+  AVFieldOrder order = source_->stream().codecpar->field_order;
+  if (first.interlaced_frame != 0) order = first.top_field_first != 0 ? AV_FIELD_TT : AV_FIELD_BB;
+  if (order == AV_FIELD_UNKNOWN) return;
+  encoder.field_order = order;
+  if (order == AV_FIELD_PROGRESSIVE) return;
+  const AVCodecID id = encoder.codec_id;
+  const bool inCodec = id == AV_CODEC_ID_H264 || id == AV_CODEC_ID_PRORES;
+  const bool inContainer = isMatroska(*format_) || std::string_view(format_->name) == "mov" ||
+                           std::string_view(format_->name) == "yuv4mpegpipe";
+  if (inCodec) encoder.flags |= AV_CODEC_FLAG_INTERLACED_DCT;
+  if (!inCodec && !inContainer) {
+    warn(output_.name, "that the pictures are interlaced is left out (the output cannot hold it)");
+  }
+}
+
 void Writer::addStreams() {
   if (source_ == nullptr) {
     addVideoStream();
@@ -171,12 +235,27 @@ void Writer::addStreams() {
   for (unsigned i = 0; i < from.nb_streams; ++i) {
     if (from.streams[i] == &source_->stream()) {
       addVideoStream();
-    } else if (!output_.videoOnly && from.streams[i]->discard != AVDISCARD_ALL) {
-      addCopiedStream(*from.streams[i]);
+      continue;
+    }
+    switch (treatments_[i]) {
+      case Treatment::LeaveOut:
+        break;
+      case Treatment::CoverArt:
+        addCover(*from.streams[i]);
+        break;
+      default:
+        addCopiedStream(*from.streams[i]);
     }
   }
-  av_dict_copy(&container_->metadata, from.metadata, 0);
+  copyTags();
   copyChapters();
+}
+
+void Writer::copyTags() {
+  copyTagsOf(source_->container().metadata, &container_->metadata);
+  const AVRational rate = source_->stream().avg_frame_rate;
+  advanceTimecode(&container_->metadata, rate, source_->firstNumber());
+  advanceTimecode(&stream_->metadata, rate, source_->firstNumber());
 }
 
 void Writer::addVideoStream() {
@@ -188,47 +267,182 @@ void Writer::addVideoStream() {
   if (source_ == nullptr) return;
   const AVStream& from = source_->stream();
   stream_->disposition = from.disposition;
-  av_dict_copy(&stream_->metadata, from.metadata, 0);
+  copyTagsOf(from.metadata, &stream_->metadata);
   // Names the encoder of the source.
   av_dict_set(&stream_->metadata, "encoder", nullptr, 0);
+  addSideData(from);
+}
+
+/// Copies what belongs to the whole video: its orientation, and the light levels of HDR, which some
+/// files have in the stream and others in the frames.
+void Writer::addSideData(const AVStream& from) {
+  const auto add = [this](AVPacketSideDataType type, const std::uint8_t* data, std::size_t size) {
+    std::memcpy(required(av_stream_new_side_data(stream_, type, size)), data, size);
+  };
+  bool light = false;
   for (int i = 0; i < from.nb_side_data; ++i) {
     const AVPacketSideData& data = from.side_data[i];
-    if (data.type == AV_PKT_DATA_DISPLAYMATRIX && !keepsRotation()) continue;
-    std::uint8_t* copy = required(av_stream_new_side_data(stream_, data.type, data.size));
-    std::memcpy(copy, data.data, data.size);
+    switch (data.type) {
+      case AV_PKT_DATA_DISPLAYMATRIX:
+        if (isMp4Family(*format_)) add(data.type, data.data, data.size);
+        break;
+      case AV_PKT_DATA_MASTERING_DISPLAY_METADATA:
+      case AV_PKT_DATA_CONTENT_LIGHT_LEVEL:
+        light = true;
+        add(data.type, data.data, data.size);
+        break;
+      case AV_PKT_DATA_STEREO3D:
+      case AV_PKT_DATA_SPHERICAL:
+        add(data.type, data.data, data.size);
+        break;
+      case AV_PKT_DATA_DOVI_CONF:
+        warn(output_.name, "the data of Dolby Vision are left out (no encoder here writes them)");
+        break;
+      default:
+        break;
+    }
+  }
+  struct Kind {
+    AVFrameSideDataType inFrame;
+    AVPacketSideDataType inStream;
+  };
+  for (const auto& [inFrame, inStream] :
+       {Kind{AV_FRAME_DATA_MASTERING_DISPLAY_METADATA, AV_PKT_DATA_MASTERING_DISPLAY_METADATA},
+        Kind{AV_FRAME_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_CONTENT_LIGHT_LEVEL}}) {
+    const AVFrameSideData* data = av_frame_get_side_data(&source_->firstFrame(), inFrame);
+    if (data == nullptr) continue;
+    light = true;
+    if (av_stream_get_side_data(stream_, inStream, nullptr) != nullptr) continue;
+    add(inStream, data->data, data->size);
+  }
+  if (light && !isMp4Family(*format_) && !isMatroska(*format_)) {
+    warn(output_.name,
+         "the mastering display and light levels of HDR are left out (the output cannot hold "
+         "them)");
+  }
+  if (av_frame_get_side_data(&source_->firstFrame(), AV_FRAME_DATA_DYNAMIC_HDR_PLUS) != nullptr) {
+    warn(output_.name, "the dynamic data of HDR10+ are left out (no encoder here writes them)");
   }
 }
 
 void Writer::addCopiedStream(const AVStream& from) {
   AVStream* to = required(avformat_new_stream(container_, nullptr));
-  require(avcodec_parameters_copy(to->codecpar, from.codecpar));
+  if (treatments_[static_cast<std::size_t>(from.index)] == Treatment::ConvertText) {
+    const auto converter = converted_.try_emplace(from.index, from, textSubtitleCodec(*format_));
+    converter.first->second.describe(*to->codecpar);
+  } else {
+    require(avcodec_parameters_copy(to->codecpar, from.codecpar));
+    setPadding(from, *to);
+  }
   // The codec's tag depends on the container. 0: the container chooses.
   to->codecpar->codec_tag = 0;
   to->time_base = from.time_base;
   to->disposition = from.disposition;
-  av_dict_copy(&to->metadata, from.metadata, 0);
+  copyTagsOf(from.metadata, &to->metadata);
   copies_[static_cast<std::size_t>(from.index)] = to->index;
 }
 
+/// Matroska says with a number of samples what MP4 says with an edit list: how much is decoded
+/// before the sound begins.
+void Writer::setPadding(const AVStream& from, AVStream& to) const {
+  if (!isMatroska(*format_) || from.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) return;
+  if (source_->span()) {
+    // A trim has no packet before its begin.
+    to.codecpar->initial_padding = 0;
+    return;
+  }
+  const std::optional<std::int64_t> first = source_->firstPacket(from.index);
+  const std::int64_t zero = source_->zero().in(from.time_base);
+  if (!first || *first >= zero || from.codecpar->sample_rate <= 0) return;
+  if (to.codecpar->initial_padding == 0) {
+    to.codecpar->initial_padding = static_cast<int>(
+        av_rescale_q(zero - *first, from.time_base, {1, from.codecpar->sample_rate}));
+  }
+  // The container adds the padding to the stream's timestamps, so that none is below 0. Without
+  // this the library would move all streams instead.
+  container_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+}
+
+void Writer::addCover(const AVStream& from) {
+  AVStream* to = required(avformat_new_stream(container_, nullptr));
+  require(avcodec_parameters_copy(to->codecpar, from.codecpar));
+  to->codecpar->codec_tag = 0;
+  to->time_base = from.time_base;
+  copyTagsOf(from.metadata, &to->metadata);
+  if (!isMatroska(*format_)) {
+    to->disposition = AV_DISPOSITION_ATTACHED_PIC;
+    copies_[static_cast<std::size_t>(from.index)] = to->index;
+    return;
+  }
+  // An attached file there.
+  const bool png = from.codecpar->codec_id == AV_CODEC_ID_PNG;
+  const auto size = static_cast<std::size_t>(from.attached_pic.size);
+  AVCodecParameters& parameters = *to->codecpar;
+  parameters.codec_type = AVMEDIA_TYPE_ATTACHMENT;
+  av_freep(&parameters.extradata);
+  parameters.extradata =
+      static_cast<std::uint8_t*>(required(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE)));
+  parameters.extradata_size = from.attached_pic.size;
+  std::memcpy(parameters.extradata, from.attached_pic.data, size);
+  av_dict_set(&to->metadata, "filename", png ? "cover.png" : "cover.jpg", 0);
+  av_dict_set(&to->metadata, "mimetype", png ? "image/png" : "image/jpeg", 0);
+}
+
+void Writer::writeCovers() {
+  for (std::size_t i = 0; i < copies_.size(); ++i) {
+    if (treatments_[i] != Treatment::CoverArt || copies_[i] < 0) continue;
+    const AVPacket& picture = source_->container().streams[i]->attached_pic;
+    const FfmpegPtr<AVPacket> copy(required(av_packet_clone(&picture)));
+    copy->stream_index = copies_[i];
+    copy->pts = copy->dts = 0;
+    write(*copy);
+  }
+}
+
+/// Copies the chapters that the output shows, cut where it is.
 void Writer::copyChapters() {
   const AVFormatContext& from = source_->container();
-  if (from.nb_chapters == 0) return;
+  if (from.nb_chapters == 0 || codec_.isPlain()) return;
   container_->chapters =
       static_cast<AVChapter**>(required(av_calloc(from.nb_chapters, sizeof(AVChapter*))));
   for (unsigned i = 0; i < from.nb_chapters; ++i) {
+    const AVChapter& old = *from.chapters[i];
+    std::int64_t start = old.start;
+    std::int64_t end = old.end;
+    if (const auto span = source_->span()) {
+      start = std::max(start, span->first.in(old.time_base));
+      end = std::min(end, span->second.in(old.time_base));
+      if (start >= end) continue;
+    }
     auto* chapter = static_cast<AVChapter*>(required(av_mallocz(sizeof(AVChapter))));
-    chapter->id = from.chapters[i]->id;
-    chapter->time_base = from.chapters[i]->time_base;
-    chapter->start = from.chapters[i]->start;
-    chapter->end = from.chapters[i]->end;
-    av_dict_copy(&chapter->metadata, from.chapters[i]->metadata, 0);
+    const std::int64_t zero = source_->zero().in(old.time_base);
+    chapter->id = old.id;
+    chapter->time_base = old.time_base;
+    chapter->start = std::max<std::int64_t>(0, start - zero);
+    chapter->end = std::max(chapter->start, end - zero);
+    av_dict_copy(&chapter->metadata, old.metadata, 0);
     container_->chapters[container_->nb_chapters++] = chapter;
   }
 }
 
+/// Warns once where the output drops transparency.
+void Writer::noteTransparency(const Picture& picture) {
+  if (hasAlphaChannel(encoder_->pix_fmt) || !picture.info.hasAlpha) return;
+  {
+    const std::lock_guard lock(mutex_);
+    if (transparencyNoted_) return;
+  }
+  if (!isTranslucent(picture)) return;
+  const std::lock_guard lock(mutex_);
+  if (std::exchange(transparencyNoted_, true)) return;
+  warn(output_.name, std::string("transparency is left out, colours are written as they are (") +
+                         codec_.name + " has none; prores, ffv1 and png do)");
+}
+
 std::unique_ptr<EncodableFrame> Writer::prepare(std::shared_ptr<Picture> picture,
                                                 const VideoFrame* origin, std::int64_t place) {
-  if (source_ != nullptr && source_->orientation() != 1 && keepsRotation() && origin != nullptr) {
+  if (source_ != nullptr && source_->orientation() != 1 && isMp4Family(*format_) &&
+      origin != nullptr) {
     picture =
         std::make_shared<Picture>(upright(std::move(*picture), inverse(source_->orientation())));
   }
@@ -257,11 +471,15 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
   frame.sample_aspect_ratio = encoder_->sample_aspect_ratio;
   frame.pts = place;
   frame.pkt_duration = 1;
+  noteTransparency(*picture);
   fill(frame, std::move(picture));
   if (origin != nullptr) {
     const auto& decoded = static_cast<const DecodedFrame&>(*origin);
     const AVRational from = source_->stream().time_base;
-    frame.pts = av_rescale_q(decoded.frame->pts, from, encoder_->time_base);
+    frame.interlaced_frame = (encoder_->flags & AV_CODEC_FLAG_INTERLACED_DCT) != 0 ? 1 : 0;
+    frame.top_field_first = encoder_->field_order == AV_FIELD_TT ? 1 : 0;
+    frame.pts =
+        av_rescale_q(decoded.frame->pts - source_->zero().in(from), from, encoder_->time_base);
     frame.pkt_duration = av_rescale_q(decoded.frame->pkt_duration, from, encoder_->time_base);
     for (const FfmpegPtr<AVPacket>& packet : decoded.packets) {
       prepared->packets.emplace_back(required(av_packet_clone(packet.get())));
@@ -311,14 +529,19 @@ void Writer::append(PreparedFrame& prepared) {
 }
 
 void Writer::copy(std::vector<FfmpegPtr<AVPacket>>& packets) {
-  if (output_.videoOnly) return;
   for (FfmpegPtr<AVPacket>& packet : packets) {
-    const AVStream& from = *source_->container().streams[packet->stream_index];
-    const int index = copies_[static_cast<std::size_t>(packet->stream_index)];
-    const AVStream& to = *container_->streams[index];
-    av_packet_rescale_ts(packet.get(), from.time_base, to.time_base);
-    packet->stream_index = index;
+    const int from = packet->stream_index;
+    if (const auto converter = converted_.find(from); converter != converted_.end()) {
+      packet = converter->second.convert(*packet);
+      if (!packet) continue;
+    }
+    const AVRational base = source_->container().streams[from]->time_base;
+    const std::int64_t zero = source_->zero().in(base);
+    packet->pts -= zero;
+    packet->dts -= zero;
+    packet->stream_index = copies_[static_cast<std::size_t>(from)];
     packet->pos = -1;
+    av_packet_rescale_ts(packet.get(), base, container_->streams[packet->stream_index]->time_base);
     write(*packet);
   }
 }

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "media/video/Codecs.h"
+#include "media/video/CopyPlan.h"
 #include "media/video/Reader.h"
+#include "media/video/Subtitles.h"
 #include "support/TemporaryFile.h"
 
 namespace lomix::media {
@@ -30,18 +32,24 @@ class Writer : public VideoWriter {
                                                 const VideoFrame* origin, std::int64_t place);
   void fill(AVFrame& frame, std::shared_ptr<Picture> picture);
   void writeWrapped(AVFrame& frame);
-  void requireCarriable(const AVStream& stream) const;
   void open(const Picture& picture);
   void openEncoder(const Picture& picture);
   void setColours(AVCodecContext& encoder) const;
+  void setFieldOrder(AVCodecContext& encoder);
   void addStreams();
   void addVideoStream();
+  void addSideData(const AVStream& from);
   void addCopiedStream(const AVStream& from);
+  void addCover(const AVStream& from);
+  void setPadding(const AVStream& from, AVStream& to) const;
+  void copyTags();
   void copyChapters();
+  void writeCovers();
+  void noteTransparency(const Picture& picture);
   void encode(const AVFrame* frame);
   void write(AVPacket& packet);
   void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
-  bool keepsRotation() const;
+  void warn(const std::string& subject, const std::string& what) const;
   void require(int error) const;
 
   VideoOutput output_;
@@ -52,12 +60,15 @@ class Writer : public VideoWriter {
   AVFormatContext* container_ = nullptr;
   FfmpegPtr<AVCodecContext> encoder_;
   AVStream* stream_ = nullptr;
+  std::vector<Treatment> treatments_;  ///< Of each input stream.
   std::vector<int> copies_;  ///< Index of the output stream for each input stream; -1: none.
+  std::map<int, SubtitleConverter> converted_;  ///< By input stream.
   FfmpegPtr<AVPacket> packet_ = newPacket();
   std::map<std::int64_t, std::int64_t> durations_;  ///< Of the frames in the encoder, by timestamp.
   ConverterPool converters_;
-  std::mutex mutex_;  ///< Guards open().
-  int depth_ = 0;     ///< Of the pictures; 0 until the file is open.
+  std::mutex mutex_;  ///< Guards open() and transparencyNoted_.
+  bool transparencyNoted_ = false;
+  int depth_ = 0;  ///< Of the pictures; 0 until the file is open.
   bool wraps_ = false;
 };
 

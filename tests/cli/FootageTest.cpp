@@ -1,0 +1,241 @@
+// The built command on footage as people have it: cut, late, interlaced, with chapters and covers.
+// What the outputs show is read with ffprobe and ffmpeg.
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "cli/VideoProcess.h"
+
+namespace lomix {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class Footage : public Video {
+ protected:
+  /// Makes six seconds of pictures, and of a tone whose loudness says the time.
+  void makeFilm(const std::string& name, const std::string& options) {
+    shell(
+        "ffmpeg -v error -f lavfi -i testsrc2=s=96x64:r=25:d=6 -f lavfi -i "
+        "'sine=f=440:d=6,aeval=val(0)*t/6' " +
+        options + " " + name);
+  }
+  /// Returns the decoded sound, mono, 16 bits.
+  std::vector<std::int16_t> sound(const std::string& name) {
+    const std::string bytes =
+        shell("ffmpeg -v error -i " + name + " -map a -f s16le -ac 1 -ar 44100 -");
+    std::vector<std::int16_t> samples(bytes.size() / 2);
+    std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+    return samples;
+  }
+  nlohmann::json report(const std::string& name) { return nlohmann::json::parse(read(path(name))); }
+  /// Renders, expects the exit code, and returns what was printed on standard error.
+  std::string render(const std::string& arguments, int exitCode = 0) {
+    const Result result = finish(startProgram({"sh", "-c", LOMIX_COMMAND " render " + arguments}));
+    EXPECT_EQ(result.exitCode, exitCode) << arguments << result.err;
+    return result.err;
+  }
+};
+
+TEST_F(Footage, ATrimBeginsAtZeroWithTheSoundOfItsFrames) {
+  makeFilm("film.mp4", "-g 12 -c:a aac");
+  shell("ffmpeg -v error -i film.mp4 -c:v copy -c:a pcm_s16le film.mov");
+  shell("ffmpeg -v error -i film.mp4 -c copy -output_ts_offset 36000 late.mkv");
+  shell("ffmpeg -v error -i film.mp4 -c copy film.ts");
+  // The sound in chunks of two seconds, apart from its pictures.
+  shell(
+      "ffmpeg -v error -i film.mp4 -c:v copy -c:a pcm_s16le -max_interleave_delta 0 "
+      "-chunk_duration 2000000 chunks.mov");
+  struct Case {
+    const char* in;
+    const char* out;
+    int lost;  ///< The most samples of sound that may be missing or too many: of one packet, or
+               ///< none.
+  };
+  for (const Case& c : {Case{"film.mp4", "a.mp4", 1024},
+                        {"film.mov", "b.mov", 0},
+                        {"chunks.mov", "c.mov", 0},
+                        {"late.mkv", "d.mkv", 1024},
+                        {"film.ts", "e.mp4", 1024}}) {
+    render(std::string(c.in) + " " + c.out + " --codec h264 --frames 50-74 --quiet");
+    const std::string frames = probe(c.out, "v", "frame=pts_time");
+    EXPECT_THAT(frames, StartsWith("frame,0.000000\nframe,0.040000\n")) << c.out;
+    EXPECT_EQ(std::ranges::count(frames, '\n'), 25) << c.out;
+    EXPECT_NEAR(std::stod(shell("ffprobe -v error -of csv=p=0 -show_entries format=duration " +
+                                std::string(c.out))),
+                1.0, 0.03)
+        << c.out;
+    const auto whole = sound(c.in);
+    const auto part = sound(c.out);
+    EXPECT_NEAR(static_cast<double>(part.size()), 44100, c.lost) << c.out;
+    // The tone grows: the loudest sample tells the time.
+    const auto peak = [](const auto& samples, std::size_t from) {
+      const auto first = samples.begin() + static_cast<std::ptrdiff_t>(from);
+      return *std::max_element(first, first + 2000);
+    };
+    ASSERT_GT(part.size(), 42000u) << c.out;
+    EXPECT_NEAR(peak(part, 20000), peak(whole, 2 * 44100 + 20000), 40) << c.out;
+  }
+  render("late.mkv kept.mkv --codec h264 --frames 50-51 --keep-timestamps --quiet");
+  EXPECT_THAT(probe("kept.mkv", "v", "frame=pts_time"), StartsWith("frame,36002.0"));
+  render("late.mkv whole.mp4 --quiet");
+  EXPECT_NEAR(
+      std::stod(shell("ffprobe -v error -of csv=p=0 -show_entries format=duration whole.mp4")), 6.0,
+      0.05);
+}
+
+TEST_F(Footage, WhatAFileLacksIsNamedAndTheRestIsWritten) {
+  makeFilm("film.mkv", "-c:a libopus");
+  makeFilm("film.webm", "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -c:a libopus");
+  makeFilm("film.mp4", "-c:a aac -movflags +faststart");
+  for (const std::string extension : {"mkv", "webm", "mp4"}) {
+    const std::string film = read(path("film." + extension));
+    write(path("cut." + extension), film.substr(0, film.size() * 2 / 3));
+    const std::string message =
+        render("cut." + extension + " out.mkv --overwrite --report r.json", 3);
+    EXPECT_THAT(message, HasSubstr("of 6.0")) << extension;
+    EXPECT_THAT(message, HasSubstr(" seconds are missing at the end")) << extension;
+    EXPECT_THAT(report("r.json")["warnings"].dump(), HasSubstr("are missing at the end"));
+    EXPECT_GT(report("r.json")["frames"]["rendered"], 50);
+    EXPECT_THAT(render("film." + extension + " out.mkv --overwrite --report r.json"), IsEmpty());
+    EXPECT_TRUE(report("r.json")["warnings"].empty()) << extension;
+    // What was asked for is there.
+    EXPECT_THAT(render("cut." + extension + " out.mkv --frames 3-9 --overwrite"), IsEmpty());
+  }
+}
+
+TEST_F(Footage, SubtitlesAreConvertedAndWhatHasNoPlaceIsNamed) {
+  write(path("w.srt"),
+        "1\n00:00:00,500 --> 00:00:01,500\nHello\n\n2\n00:00:02,500 --> 00:00:05,500\nWorld\n");
+  makeFilm("film.mp4", "-i w.srt -map 0 -map 1 -map 2 -c:s mov_text -c:a aac");
+  EXPECT_THAT(render("film.mp4 a.mkv --codec h264"), IsEmpty());
+  const std::string packets = "packet=pts_time,duration_time";
+  EXPECT_EQ(probe("a.mkv", "s", packets), "packet,0.500000,1.000000\npacket,2.500000,3.000000\n");
+  EXPECT_EQ(probe("a.mkv", "s", "stream=codec_name"), "stream,subrip\n");
+  render("a.mkv b.mp4 --frames 50-74 --quiet");
+  EXPECT_THAT(shell("ffmpeg -v error -i b.mp4 -map s -f srt -"),
+              HasSubstr("00:00:00,500 --> 00:00:01,000\nWorld"));
+  EXPECT_THAT(render("film.mp4 a.avi --codec h264"),
+              HasSubstr("warning: 'film.mp4': stream 2, subtitles (mov_text), is left out"));
+  EXPECT_THAT(render("film.mp4 c.mkv --no-subtitles --no-audio"), IsEmpty());
+  EXPECT_EQ(shell("ffprobe -v error -of csv=p=0 -show_entries stream=codec_type c.mkv"), "video\n");
+  render("film.mp4 d.mp4 --video-only --quiet");
+  EXPECT_EQ(shell("ffprobe -v error -of csv=p=0 -show_entries stream=codec_type d.mp4"), "video\n");
+}
+
+TEST_F(Footage, ChaptersCoversAndTimecodesStayOrAreNamed) {
+  write(path("m.txt"),
+        ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=2400\ntitle=One\n"
+        "[CHAPTER]\nTIMEBASE=1/1000\nSTART=2400\nEND=6000\ntitle=Two\n");
+  ASSERT_EQ(run({"testcard", "card.png", "--size", "32x32"}).exitCode, 0);
+  makeFilm("plain.mp4", "-c:a aac -timecode 01:00:00:00");
+  shell(
+      "ffmpeg -v error -i plain.mp4 -i m.txt -i card.png -map 0:0 -map 0:1 -map 2 -map_chapters 1 "
+      "-c copy "
+      "-disposition:v:1 attached_pic -metadata title=Name film.mp4");
+  const std::string chapters =
+      " -v error -of csv=p=0 -show_entries chapter=start_time,end_time:chapter_tags=title ";
+  for (const std::string out : {"a.mp4", "b.mkv"}) {
+    EXPECT_THAT(render("film.mp4 " + out + " --codec h264"), IsEmpty());
+    EXPECT_EQ(shell("ffprobe" + chapters + out), shell("ffprobe" + chapters + "film.mp4")) << out;
+    EXPECT_EQ(shell("ffprobe -v error -of csv=p=0 -show_entries format_tags=title " + out),
+              "Name\n");
+    EXPECT_THAT(probe(out, "v:1", "stream=codec_name:stream_disposition=attached_pic"),
+                HasSubstr("png,1"));
+    shell("ffmpeg -v error -y -i " + out + " -map v:1 -c copy cover.png");
+    EXPECT_EQ(read(path("cover.png")), read(path("card.png"))) << out;
+  }
+  EXPECT_THAT(render("film.mp4 c.mov"), HasSubstr("cover art (png), is left out"));
+  render("film.mp4 d.mp4 --frames 50-74 --quiet");
+  EXPECT_EQ(shell("ffprobe" + chapters + "d.mp4"),
+            "0.000000,0.400000,One\n0.400000,1.000000,Two\n");
+  render("plain.mp4 e.mov --frames 50-74 --quiet");
+  EXPECT_THAT(probe("e.mov", "v", "stream_tags=timecode"), HasSubstr("01:00:02:00"));
+}
+
+TEST_F(Footage, LightLevelsFieldsAndTransparencyStayOrAreNamed) {
+  // HDR10 whose light levels are in the frames only.
+  makeClip("hdr.mp4", "s=96x64:r=25:d=0.4",
+           "-c:v libx265 -pix_fmt yuv420p10le -x265-params "
+           "log-level=none:hdr10=1:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:"
+           "master-display='G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1)':"
+           "max-cll=1000,400");
+  const std::string light =
+      "stream_side_data=max_content,max_average,max_luminance,red_x:stream=color_transfer";
+  for (const std::string out : {"a.mp4 --codec h264", "b.mkv --codec h264"}) {
+    EXPECT_THAT(render("hdr.mp4 " + out), IsEmpty());
+    EXPECT_THAT(probe(out.substr(0, 5), "v", light),
+                testing::AllOf(HasSubstr("smpte2084"), HasSubstr("1000,400"),
+                               testing::ContainsRegex("34000/50000|17/25")))
+        << out;
+  }
+  EXPECT_THAT(render("hdr.mp4 c.avi"), HasSubstr("light levels of HDR are left out"));
+  makeClip("fields.mov", "s=96x64:r=25:d=0.4", "-c:v prores -flags +ildct -top 1 -field_order tt");
+  for (const std::string out : {"d.mov", "e.mkv", "f.mp4"}) {
+    EXPECT_THAT(render("fields.mov " + out), IsEmpty());
+    EXPECT_THAT(probe(out, "v", "stream=field_order"), HasSubstr("tt")) << out;
+  }
+  EXPECT_THAT(render("fields.mov g.avi"), HasSubstr("interlaced is left out"));
+  makeClip("clear.mov", "s=96x64:r=25:d=0.4", "-c:v png -vf format=rgba,colorchannelmixer=aa=0.5");
+  EXPECT_THAT(render("clear.mov h.mp4 --report r.json"), HasSubstr("transparency is left out"));
+  EXPECT_THAT(report("r.json")["warnings"].dump(), HasSubstr("transparency"));
+  EXPECT_THAT(render("clear.mov i.mov"), IsEmpty());
+  makeClip("opaque.mov", "s=96x64:r=25:d=0.4", "-c:v png -vf format=rgba");
+  EXPECT_THAT(render("opaque.mov j.mp4"), IsEmpty());
+}
+
+TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {
+  makeClip("a.gif", "s=32x32:r=10:d=0.5", "");
+  makeClip("a.apng", "s=32x32:r=10:d=0.5", "-plays 0");
+  std::filesystem::rename(path("a.apng"), path("b.png"));
+  makeClip("c.webp", "s=32x32:r=10:d=0.5", "-c:v libwebp_anim");
+  makeClip("one.gif", "s=32x32:r=10:d=0.1", "-frames:v 1");
+  for (const std::string in : {"a.gif", "b.png"}) {
+    render(in + " out.mkv --overwrite --quiet");
+    EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,5\n") << in;
+    EXPECT_THAT(render(in + " one.png", 2), HasSubstr("one picture for several frames"));
+  }
+  EXPECT_THAT(render("c.webp out.mkv --overwrite", 1), HasSubstr("animated WebP"));
+  render("one.gif one.png --quiet");
+  write(path("broken.gif"), std::string("GIF89a\x20\0\x20\0\xf7\0\0", 13));
+  EXPECT_THAT(render("broken.gif broken.png", 1), StartsWith("error: "));
+}
+
+TEST_F(Footage, ComparisonsLookAtEveryFrame) {
+  makeClip("a.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
+  shell(
+      "ffmpeg -v error -i a.mkv -vf \"drawbox=5:5:2:2:white:fill:enable='eq(n,7)',format=bgr0\" "
+      "-c:v ffv1 b.mkv");
+  shell(
+      "ffmpeg -v error -i a.mkv -frames:v 8 -c copy short.mkv; ffmpeg -v error -i a.mkv "
+      "f.%02d.png");
+  const auto compare = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "compare");
+    return run(arguments);
+  };
+  EXPECT_EQ(compare({"a.mkv", "a.mkv", "--fail-above", "0"}).exitCode, 0);
+  const Result differs = compare({"a.mkv", "b.mkv", "worst.png"});
+  EXPECT_EQ(differs.exitCode, 0);
+  EXPECT_THAT(differs.out,
+              HasSubstr("frames compared: 10, 1 differ\nlargest difference: frame 7, "));
+  EXPECT_THAT(differs.out, HasSubstr("in frame 7\n"));
+  EXPECT_TRUE(names().contains("worst.png"));
+  EXPECT_EQ(compare({"a.mkv", "b.mkv", "--fail-above", "3"}).exitCode, 1);
+  EXPECT_EQ(compare({"a.mkv", "b.mkv", "--fail-above", "1.0"}).exitCode, 0);
+  const Result shorter = compare({"a.mkv", "short.mkv", "--fail-above", "255"});
+  EXPECT_EQ(shorter.exitCode, 1);
+  EXPECT_THAT(shorter.out, HasSubstr("only in 'a.mkv': frames 8-9\n"));
+  EXPECT_THAT(compare({"a.mkv", "f.%02d.png"}).out, HasSubstr("the frames are the same"));
+  std::filesystem::remove(path("f.04.png"));
+  std::filesystem::copy_file(path("f.05.png"), path("g.05.png"));
+  EXPECT_THAT(compare({"f.%02d.png", "g.%02d.png"}).out,
+              HasSubstr("only in 'f.%02d.png': frames 1-3, 6-10"));
+  EXPECT_EQ(compare({"a.mkv", "b.mkv", "--fail-above", "much"}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace lomix
