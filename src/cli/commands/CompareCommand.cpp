@@ -4,15 +4,23 @@
 #include <cmath>
 #include <filesystem>
 #include <iomanip>
+#include <limits>
+#include <memory>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "batch/Route.h"
+#include "cli/OptionValues.h"
 #include "cli/commands/Commands.h"
 #include "cli/figures/ContactSheet.h"
 #include "media/picture/Difference.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/Text.h"
 
@@ -61,15 +69,18 @@ struct Options {
   std::string output;
   std::string view = "side";
   double gain = 8.0;
+  std::string failAbove;
   bool overwrite = false;
 };
 
 void declare(CLI::App& app, Options& options) {
-  app.add_option("A", options.a, "The first picture")->type_name("FILE")->required();
-  app.add_option("B", options.b, "The second picture, of the same size")
+  app.add_option("A", options.a, "The first picture, sequence or video")
       ->type_name("FILE")
       ->required();
-  app.add_option("OUTPUT", options.output, "A picture of both to write; optional")
+  app.add_option("B", options.b, "The second one, of the same size")->type_name("FILE")->required();
+  app.add_option("OUTPUT", options.output,
+                 "A picture of both to write; optional. Of several frames\n"
+                 "it shows those that differ most")
       ->type_name("FILE");
   app.add_option("--view", options.view,
                  "What OUTPUT shows: side (A beside B, the default),\n"
@@ -79,13 +90,23 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--gain", options.gain, "Factor that brightens differences; 8 by default")
       ->type_name("N")
       ->check(CLI::Range(0.001, 65536.0));
+  app.add_option("--fail-above", options.failAbove,
+                 "Exit with code 1 where the largest difference is above\n"
+                 "this, or a frame is in one of the two only. A whole\n"
+                 "number counts levels of 8 bits, as 5 and 5/255; 0.02\n"
+                 "is a part of the range")
+      ->type_name("DIFFERENCE");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
-      "Prints the largest difference and the peak signal-to-noise ratio.\n\n"
+      "Prints the largest difference and the peak signal-to-noise ratio. Of sequences and videos, "
+      "all\n"
+      "frames are compared: those of two sequences by their numbers, others by their order.\n\n"
       "Examples:\n"
       "  lomix compare before.png after.png\n"
       "  lomix compare before.png after.png both.png --view split\n"
-      "  lomix compare a.exr b.exr where.png --view difference --gain 100\n");
+      "  lomix compare a.exr b.exr where.png --view difference --gain 100\n"
+      "  lomix compare before.mov after.mov --fail-above 2\n"
+      "  lomix compare 'a.####.png' 'b.####.png' worst.png --view difference\n");
 }
 
 Picture draw(const Options& options, const Picture& a, const Picture& b,
@@ -109,36 +130,193 @@ Picture draw(const Options& options, const Picture& a, const Picture& b,
   return sheet.finish();
 }
 
+/// Reads DIFFERENCE. Returns a part of the range.
+double parseLimit(const std::string& text) {
+  const std::size_t slash = text.find('/');
+  const auto value = parseNumber(std::string_view(text).substr(0, slash));
+  double scale = text.find('.') == std::string::npos ? 255.0 : 1.0;
+  if (slash != std::string::npos) {
+    scale = parseNumber(std::string_view(text).substr(slash + 1)).value_or(0.0);
+  }
+  if (!value || *value < 0 || scale <= 0) {
+    throw UsageError("--fail-above: '" + text +
+                     "' is not a difference (use levels such as 5, or a part such as 0.02)");
+  }
+  return *value / scale;
+}
+
+/// One of the two sides: its frames in order.
+class Side {
+ public:
+  explicit Side(const std::string& name) : name_(name) {
+    batch::RouteOptions options;
+    options.input = name;
+    options.threads = threadCount(0);
+    source_ = batch::openSource(options);
+    next();
+  }
+
+  const std::string& name() const { return name_; }
+  const std::optional<batch::Frame>& frame() const { return frame_; }
+  void next() { frame_ = source_->next(); }
+  Picture load() {
+    Picture picture;
+    source_->load(*frame_, picture);
+    return picture;
+  }
+  /// Returns whether the frames have the numbers of files.
+  bool isSequence() const { return dynamic_cast<batch::SequenceSource*>(source_.get()) != nullptr; }
+  /// Throws where the input has less than it promises.
+  void requireWhole() const {
+    const std::string loss = source_->loss();
+    if (!loss.empty()) throw MediaError(cannotRead(name_) + loss + " (copy it again)");
+    if (source_->damagedCount() > 0) {
+      throw MediaError(cannotRead(name_) + "frames are damaged (repair it)");
+    }
+  }
+
+ private:
+  std::string name_;
+  std::unique_ptr<batch::FrameSource> source_;
+  std::optional<batch::Frame> frame_;
+};
+
+/// The result of comparing all frames.
+struct Comparison {
+  std::int64_t compared = 0;
+  std::vector<std::int64_t> onlyA, onlyB;  ///< Numbers of frames that the other side lacks.
+  media::Difference worst;
+  std::int64_t worstNumber = 0;
+  Picture worstA, worstB;
+  int depth = 8;
+  double psnrSum = 0.0;  ///< Of the frames that differ.
+  std::int64_t differing = 0;
+  double lowestPsnr = std::numeric_limits<double>::infinity();
+  std::int64_t lowestNumber = 0;
+};
+
+void compareFrames(Comparison& result, const std::string& nameA, Picture a,
+                   const std::string& nameB, Picture b, std::int64_t number) {
+  if (a.width() != b.width() || a.height() != b.height()) {
+    throw CommandError("lomix compare: '" + nameA + "' is " + sizeText(a) + " and '" + nameB +
+                       "' is " + sizeText(b) + " (compare pictures of one size)");
+  }
+  const int depth = std::max(a.depth(), b.depth());
+  a = toDepth(std::move(a), depth);
+  b = toDepth(std::move(b), depth);
+  const media::Difference difference = measureDifference(a, b);
+  if (difference.largest > 0.0) {
+    result.psnrSum += difference.psnr;
+    ++result.differing;
+  }
+  if (difference.psnr < result.lowestPsnr) {
+    result.lowestPsnr = difference.psnr;
+    result.lowestNumber = number;
+  }
+  const bool worse =
+      difference.largest > result.worst.largest ||
+      (difference.largest == result.worst.largest && difference.psnr < result.worst.psnr);
+  if (result.compared++ > 0 && !worse) return;
+  result.worst = difference;
+  result.worstNumber = number;
+  result.depth = depth;
+  result.worstA = std::move(a);
+  result.worstB = std::move(b);
+}
+
+Comparison compareAll(Side& a, Side& b) {
+  const bool byNumber = a.isSequence() && b.isSequence();
+  Comparison result;
+  for (std::int64_t place = 0; a.frame() || b.frame(); ++place) {
+    const bool takeA =
+        a.frame() && (!byNumber || !b.frame() || a.frame()->number <= b.frame()->number);
+    const bool takeB =
+        b.frame() && (!byNumber || !a.frame() || b.frame()->number <= a.frame()->number);
+    const std::int64_t number = byNumber ? (takeA ? a : b).frame()->number : place;
+    if (takeA && takeB) {
+      compareFrames(result, a.name(), a.load(), b.name(), b.load(), number);
+    } else {
+      (takeA ? result.onlyA : result.onlyB).push_back(number);
+    }
+    if (takeA) a.next();
+    if (takeB) b.next();
+  }
+  a.requireWhole();
+  b.requireWhole();
+  if (result.compared == 0) {
+    throw CommandError("lomix compare: '" + a.name() + "' and '" + b.name() +
+                       "' have no frame in common (check the names)");
+  }
+  return result;
+}
+
+std::string decibels(double psnr) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(2) << psnr << " dB";
+  return text.str();
+}
+
+void print(const Comparison& result, const Side& a, const Side& b, std::ostream& out) {
+  const bool several = result.compared > 1 || !result.onlyA.empty() || !result.onlyB.empty();
+  const std::string finding = findingText(result.worst, result.depth);
+  if (!several) {
+    out << "largest difference: " << finding << "\n";
+    return;
+  }
+  out << "frames compared: " << result.compared << ", " << result.differing << " differ\n";
+  if (result.differing > 0) {
+    out << "largest difference: frame " << result.worstNumber << ", " << finding << "\n"
+        << "PSNR of the frames that differ: mean "
+        << decibels(result.psnrSum / static_cast<double>(result.differing)) << ", lowest "
+        << decibels(result.lowestPsnr) << " in frame " << result.lowestNumber << "\n";
+  } else {
+    out << "largest difference: none, the frames are the same\n";
+  }
+  for (const auto& [side, numbers] : {std::pair{&a, &result.onlyA}, {&b, &result.onlyB}}) {
+    if (!numbers->empty()) {
+      out << "only in '" << side->name() << "': frames " << media::listed(*numbers) << "\n";
+    }
+  }
+}
+
 void run(const Options& options, const Streams& streams) {
   if (options.view != "side" && options.view != "split" && options.view != "difference") {
     throw UsageError("--view: there is no view '" + options.view +
                      "' (use side, split or difference)");
   }
+  const double limit = options.failAbove.empty() ? std::numeric_limits<double>::infinity()
+                                                 : parseLimit(options.failAbove);
   if (!options.output.empty()) {
     requireDistinctFiles({{"OUTPUT", options.output}}, {{"A", options.a}, {"B", options.b}});
+    media::checkWritable(options.output, options.overwrite);
   }
-  if (!options.output.empty()) media::checkWritable(options.output, options.overwrite);
-  Picture a = media::readPicture(options.a);
-  Picture b = media::readPicture(options.b);
-  if (a.width() != b.width() || a.height() != b.height()) {
-    throw CommandError("lomix compare: '" + options.a + "' is " + sizeText(a) + " and '" +
-                       options.b + "' is " + sizeText(b) + " (compare pictures of one size)");
-  }
-  const int depth = std::max(a.depth(), b.depth());
-  a = toDepth(std::move(a), depth);
-  b = toDepth(std::move(b), depth);
-  const std::string finding = findingText(measureDifference(a, b), depth);
+  Side a(options.a);
+  Side b(options.b);
+  const Comparison result = compareAll(a, b);
   if (!options.output.empty()) {
-    media::writePicture(draw(options, a, b, finding), options.output, options.overwrite);
+    const std::string finding = findingText(result.worst, result.depth);
+    media::writePicture(draw(options, result.worstA, result.worstB, finding), options.output,
+                        options.overwrite);
   }
-  streams.out << "largest difference: " << finding << "\n";
+  print(result, a, b, streams.out);
+  if (options.failAbove.empty()) return;
+  if (!result.onlyA.empty() || !result.onlyB.empty()) {
+    throw CommandError("lomix compare: '" + options.a + "' and '" + options.b +
+                       "' have different frames (see above)");
+  }
+  if (result.worst.largest > limit) {
+    throw CommandError("lomix compare: the largest difference, " +
+                       levelText(result.worst.largest, result.depth) + ", is above " +
+                       options.failAbove + " (see above)");
+  }
 }
 
 }  // namespace
 
 Command addCompareCommand(CLI::App& lomix) {
   return addCommand<Options>(lomix, "compare",
-                             "Measure the difference of two pictures, and show it", declare, run);
+                             "Measure the difference of two pictures or videos, and show it",
+                             declare, run);
 }
 
 }  // namespace lomix::cli
