@@ -296,6 +296,34 @@ TEST_F(PictureFile, DamagedAndMissingInputsAreErrorsOfOneLine) {
   }
 }
 
+TEST_F(PictureFile, ATiffWithoutItsLastPixelsIsAnError) {
+  // A directory at the front and one strip of 4x4 floats behind it.
+  std::string tiff("II*\0\x08\0\0\0\x08\0", 10);
+  const auto entry = [&](int tag, int type, int count, int value) {
+    for (const int part : {tag, type}) {
+      tiff += {static_cast<char>(part), static_cast<char>(part / 256)};
+    }
+    for (const int part : {count, value}) {
+      tiff += {static_cast<char>(part), static_cast<char>(part / 256), '\0', '\0'};
+    }
+  };
+  entry(256, 3, 1, 4);
+  entry(257, 3, 1, 4);
+  entry(258, 3, 1, 32);
+  entry(259, 3, 1, 1);
+  entry(262, 3, 1, 1);
+  entry(273, 4, 1, 110);
+  entry(279, 4, 1, 64);
+  entry(339, 3, 1, 3);
+  tiff += std::string(4, '\0') + std::string(64, '\x3f');
+  write(path("whole.tif"), tiff);
+  EXPECT_EQ(readPicture(path("whole.tif")).depth(), 32);
+  for (const std::size_t lost : {1u, 32u, 63u}) {
+    write(path("cut.tif"), tiff.substr(0, tiff.size() - lost));
+    EXPECT_THROW(readPicture(path("cut.tif")), MediaError) << lost;
+  }
+}
+
 TEST(QuietStandardError, DropsOutputUntilTheLastObjectIsDestroyed) {
   testing::internal::CaptureStderr();
   {

@@ -1,6 +1,7 @@
 // Decodes pictures with OpenImageIO.
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -80,6 +81,39 @@ void unpremultiply(Picture& picture) {
   }
 }
 
+/// Returns the library's name of the format that a file's first bytes tell; empty where they tell
+/// none.
+std::string contentFormat(const fs::path& file) {
+  struct Signature {
+    std::string_view bytes;
+    const char* format;
+  };
+  using namespace std::string_view_literals;
+  constexpr std::array kSignatures{
+      Signature{"\x89PNG"sv, "png"},
+      Signature{"\xff\xd8\xff"sv, "jpeg"},
+      Signature{"II*\0"sv, "tiff"},
+      Signature{"MM\0*"sv, "tiff"},
+      Signature{"II+\0"sv, "tiff"},
+      Signature{"MM\0+"sv, "tiff"},
+      Signature{"\x76\x2f\x31\x01"sv, "openexr"},
+      Signature{"GIF8"sv, "gif"},
+      Signature{"SDPX"sv, "dpx"},
+      Signature{"XPDS"sv, "dpx"},
+      Signature{"8BPS"sv, "psd"},
+      Signature{"#?RADIANCE"sv, "hdr"},
+      Signature{"\0\0\0\x0cjP  "sv, "jpeg2000"},
+      Signature{"BM"sv, "bmp"},
+  };
+  std::array<char, 12> start{};
+  std::ifstream(file, std::ios::binary).read(start.data(), start.size());
+  const std::string_view head(start.data(), start.size());
+  for (const Signature& signature : kSignatures) {
+    if (head.starts_with(signature.bytes)) return signature.format;
+  }
+  return head.starts_with("RIFF") && head.substr(8) == "WEBP" ? "webp" : "";
+}
+
 /// Reads one opened file.
 class Reader {
  public:
@@ -88,9 +122,11 @@ class Reader {
     // premultiply them, which loses precision in 8 bits.
     OIIO::ImageSpec wish;
     wish.attribute("oiio:UnassociatedAlpha", 1);
-    input_ = OIIO::ImageInput::open(file.string(), &wish);
+    // One reader only: tried on another format's files, some crash.
+    const std::string named = contentFormat(file);
+    input_ = OIIO::ImageInput::create(named.empty() ? file.string() : named);
     if (!input_) fail(OIIO::geterror());
-    spec_ = input_->spec();
+    if (!input_->open(file.string(), spec_, wish)) fail(input_->geterror());
     if (spec_.deep || spec_.depth > 1) {
       throw MediaError(cannotRead(file_) + "it is deep or a volume (flatten it first)");
     }
