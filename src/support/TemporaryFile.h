@@ -25,6 +25,11 @@ class TemporaryFile {
   /// overwrite false also when a file of that name exists by now, which is kept.
   void publish(bool overwrite);
 
+  /// Removes the temporary files that processes which no longer run have left in a folder: those that
+  /// were killed. Does nothing on Windows, where a file that is being written cannot be told from
+  /// them.
+  static void removeLeftovers(const std::filesystem::path& folder);
+
   /// Removes every temporary file of the process. Safe to call from a signal handler; the process
   /// must end afterwards without using a TemporaryFile.
   static void removeAllBeforeExit() noexcept;
@@ -36,6 +41,7 @@ class TemporaryFile {
   std::filesystem::path target_;  ///< The same with links resolved.
   std::filesystem::path path_;
   std::atomic<const char*>* slot_ = nullptr;
+  int lock_ = -1;  ///< Open and locked while the process writes the file; -1 on Windows.
 };
 
 }  // namespace lomix

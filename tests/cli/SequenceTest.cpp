@@ -1,5 +1,6 @@
 // The built command on numbered sequences: frame numbers, times, and the files that are left after
 // failures.
+#include <sys/file.h>
 #include <sys/mount.h>
 
 #include <chrono>
@@ -160,8 +161,14 @@ TEST_F(Sequence, KilledAtRandomAndResumedItIsWholeAndTheSame) {
     if (finish(process).exitCode == 1000 + SIGKILL) ++killed;
   }
   EXPECT_GT(killed, 0);
+  // What another process is writing stays.
+  write(path(".lomix-0123456789abcdef.png"), "");
+  const int other = open(path(".lomix-0123456789abcdef.png").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
   expectDone(render({"in.####.png", "out.####.png", "--skip-existing"}));
   ASSERT_EQ(namesWith("out").size(), 30u);
+  EXPECT_THAT(namesWith(".lomix-"), ElementsAre(".lomix-0123456789abcdef.png"));
+  close(other);
   for (const std::string& name : namesWith("out")) {
     EXPECT_EQ(read(path(name)), read(path("good" + name.substr(3)))) << name;
   }
