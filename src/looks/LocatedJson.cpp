@@ -19,6 +19,9 @@ using Value = LocatedJson::Value;
 constexpr std::size_t kMaxDepth = 32;
 // Names are compared with all before them.
 constexpr std::size_t kMaxMembers = 256;
+// Of one name or text, in bytes, and of all values of a preset. They bound the memory.
+constexpr std::size_t kMaxText = 4096;
+constexpr std::size_t kMaxValues = 100'000;
 
 [[noreturn]] void failAt(const std::string& source, int line, const std::string& message) {
   throw BadPreset(source + " line " + std::to_string(line) + ": " + message);
@@ -56,6 +59,7 @@ class Builder : public nlohmann::json_sax<json> {
 
   bool key(string_t& name) override {
     Value& object = *open_.back();
+    requireShort(name);
     if (object.members.size() == kMaxMembers) {
       failAt(source_, line(),
              "an object has too many names (the limit is " + std::to_string(kMaxMembers) + ")");
@@ -87,6 +91,10 @@ class Builder : public nlohmann::json_sax<json> {
 
   /// Returns the place of the value that begins now.
   Value& next() {
+    if (++values_ > kMaxValues) {
+      failAt(source_, line(),
+             "there are too many values (the limit is " + std::to_string(kMaxValues) + ")");
+    }
     if (open_.empty()) {
       root_.line = line();
       return root_;
@@ -97,7 +105,14 @@ class Builder : public nlohmann::json_sax<json> {
     return parent.items.back();
   }
 
+  void requireShort(const std::string& text) {
+    if (text.size() <= kMaxText) return;
+    failAt(source_, line(),
+           "a text is too long (the limit is " + std::to_string(kMaxText) + " bytes)");
+  }
+
   bool leaf(Kind kind, std::string text) {
+    requireShort(text);
     Value& value = next();
     value.kind = kind;
     value.text = std::move(text);
@@ -124,6 +139,7 @@ class Builder : public nlohmann::json_sax<json> {
   std::istringstream stream_;
   Value root_;
   std::vector<Value*> open_;
+  std::size_t values_ = 0;
   std::size_t counted_ = 0;
   int line_ = 1;
 };

@@ -79,7 +79,12 @@ std::string nearestName(std::string_view text, const std::vector<std::string>& n
   if (nearest == names.end() ||
       distance(*nearest) > std::max<std::size_t>(2, nearest->size() / 3) ||
       distance(*nearest) >= std::max<std::size_t>(1, std::min(text.size(), nearest->size()))) {
-    return {};
+    // Or a part of the name.
+    constexpr std::size_t kShortest = 3;
+    const auto whole = std::ranges::find_if(names, [&](const std::string& name) {
+      return text.size() >= kShortest && name.find(text) != std::string::npos;
+    });
+    return whole == names.end() ? std::string() : *whole;
   }
   return *nearest;
 }

@@ -93,6 +93,25 @@ TEST_F(Presets, ASavedOneIsReplacedOnlyOnRequest) {
   EXPECT_EQ(names(), std::set<std::string>{"a.json"});
 }
 
+TEST_F(Presets, LongTextsAndManyValuesAreRefused) {
+  const std::string begin = R"({"format": 1, "name": "a", "description": "b", ")";
+  std::string many = begin + R"(keys": {"Noise": [0)";
+  for (int i = 0; i < 100'000; ++i) many += ",1";
+  for (const auto& [text, cause] :
+       {std::pair{begin + std::string(5000, 'k') + R"(": 1})", "too long"},
+        {begin + R"(x": ")" + std::string(5000, 'v') + R"("})", "too long"},
+        {many + "]}}", "too many values"},
+        {begin + std::string(3000, 'k') + R"(": 1})", "kkk...\""}}) {
+    try {
+      parsePreset(text, "it", table());
+      ADD_FAILURE() << cause;
+    } catch (const CommandError& error) {
+      EXPECT_THAT(error.what(), HasSubstr(cause));
+      EXPECT_LT(std::string(error.what()).size(), 300u);
+    }
+  }
+}
+
 TEST_F(Presets, ErrorsNameTheLineAndTheCause) {
   struct Case {
     std::string text;
