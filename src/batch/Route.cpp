@@ -7,6 +7,7 @@
 #include "support/Errors.h"
 #include "support/NewFile.h"
 #include "support/TemporaryFile.h"
+#include "support/Text.h"
 
 namespace lomix::batch {
 namespace {
@@ -30,6 +31,9 @@ class Planner {
     classifyInput();
     classifyOutput();
     requireDistinct();
+    if (options_.existing != Existing::Refuse && options_.output != media::kStandardStream) {
+      TemporaryFile::removeLeftovers(linkedFile(options_.output).parent_path());
+    }
     for (const NamedFile& other : options_.otherOutputs) {
       checkNewFile(other.file, options_.existing == Existing::Overwrite);
       // Fails where the folder takes no files.
@@ -80,7 +84,12 @@ class Planner {
 
   void classifyOutput() {
     const bool onePicture = kind_ == Kind::Still && options_.frames.empty();
-    writesVideo_ = media::isVideoName(options_.output);
+    // Such a file holds one picture or several.
+    const bool webp =
+        lowerCase(std::filesystem::path(options_.output).extension().string()) == ".webp";
+    const bool several =
+        webp && options_.frames.size() != 1 && !onePicture && !SequenceName::parse(options_.output);
+    writesVideo_ = media::isVideoName(options_.output) || several;
     if (!writesVideo_ && !onePicture) outputSequence_ = SequenceName::parse(options_.output);
     if (writesVideo_) return;
     for (const auto& [given, option] :
@@ -183,7 +192,7 @@ class Planner {
     media::VideoOutput output;
     output.name = options_.output;
     output.codec = options_.codec;
-    output.crf = options_.crf.value_or(output.crf);
+    output.crf = options_.crf;
     output.threads = options_.threads;
     output.rate = {rate().frames, rate().seconds};
     output.sound = options_.sound;

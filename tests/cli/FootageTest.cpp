@@ -205,6 +205,65 @@ TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {
   EXPECT_THAT(render("broken.gif broken.png", 1), StartsWith("error: "));
 }
 
+TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
+  makeClip("deep.mkv", "s=96x64:r=25:d=0.4", "-pix_fmt gbrp16le -c:v ffv1");
+  makeClip("clear.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgra,colorchannelmixer=aa=0.5 -c:v ffv1");
+  struct Case {
+    const char* in;
+    const char* arguments;
+    const char* stream;
+  };
+  for (const Case& c : {Case{"deep.mkv", "a.mp4", "h264,96,64,yuv420p10le"},
+                        {"deep.mkv", "b.mp4 --codec hevc", "hevc,96,64,yuv420p10le"},
+                        {"deep.mkv", "c.webm", "vp9,96,64,yuv420p10le"},
+                        {"clear.mkv", "d.webm", "vp9,96,64,yuv420p"},
+                        {"clear.mkv", "e.apng", "apng,96,64,rgba"},
+                        {"deep.mkv", "f.mp4 --depth 8", "h264,96,64,yuv420p"}}) {
+    EXPECT_THAT(render(std::string(c.in) + " " + c.arguments), IsEmpty());
+    const std::string out(c.arguments, std::strcspn(c.arguments, " "));
+    EXPECT_EQ(probe(out, "v", "stream=codec_name,width,height,pix_fmt"),
+              std::string("stream,") + c.stream + "\n");
+    EXPECT_EQ(probe(out, "v", "frame=pts_time"), probe(c.in, "v", "frame=pts_time")) << out;
+  }
+  EXPECT_THAT(probe("d.webm", "v", "stream_tags=alpha_mode"), HasSubstr("1"));
+  EXPECT_THAT(probe("a.mp4", "v", "stream=color_range"), HasSubstr("tv"));
+  EXPECT_THAT(render("clear.mkv g.webp"), IsEmpty());
+  EXPECT_THAT(read(path("g.webp")).substr(0, 64), HasSubstr("ANIM"));
+  render("deep.mkv small.mp4 --crf 45 --quiet");
+  EXPECT_LT(std::filesystem::file_size(path("small.mp4")),
+            std::filesystem::file_size(path("a.mp4")) * 2 / 3);
+}
+
+TEST_F(Footage, TimesAndTurnsAreThoseOfThePictures) {
+  const std::string look = " --set Noise=30 --set 'Vertical Sync=30' --overwrite --quiet";
+  makeClip("film.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
+  shell("ffmpeg -v error -i film.mkv -c copy -output_ts_offset 500 late.mkv");
+  render("film.mkv a.png --frames 3" + look);
+  render("late.mkv b.png --frames 3" + look);
+  EXPECT_EQ(read(path("a.png")), read(path("b.png")));
+  // A sequence with a gap, and a picture turned by its container.
+  shell("ffmpeg -v error -i film.mkv f.%02d.png; rm f.03.png f.04.png");
+  render("f.%02d.png gap.mkv --fps 25 --quiet");
+  EXPECT_THAT(probe("gap.mkv", "v", "frame=pts_time"),
+              StartsWith("frame,0.000000\nframe,0.040000\nframe,0.160000\n"));
+  shell("ffmpeg -v error -i film.mkv -c:v libx264 -qp 0 -pix_fmt yuv444p flat.mp4");
+  shell("ffmpeg -v error -i flat.mp4 -c copy -metadata:s:v rotate=90 turned.mp4");
+  render("turned.mp4 same.mp4 --crf 1 --quiet --set blend-w-original=100");
+  const Result same = run({"compare", "turned.mp4", "same.mp4"});
+  EXPECT_THAT(same.out, testing::ContainsRegex("mean [2-9][0-9]\\.")) << same.out;
+  EXPECT_THAT(probe("same.mp4", "v", "stream=width,height:stream_side_data=rotation"),
+              HasSubstr("96,64"));
+  // Kept frames are counted, and failures have the numbers of their frames.
+  write(path("f.07.png"), "no picture");
+  const Result kept = run({"render", "f.%02d.png", "f-%02d.png", "--report", "r.json"});
+  EXPECT_EQ(kept.exitCode, 3);
+  EXPECT_EQ(report("r.json")["failures"][0]["frame"], 7);
+  std::filesystem::remove(path("f-05.png"));
+  std::filesystem::remove(path("f.07.png"));
+  const Result again = run({"render", "f.%02d.png", "f-%02d.png", "--skip-existing"});
+  EXPECT_THAT(again.out, HasSubstr(": 1 frame, 6 frames kept in "));
+}
+
 TEST_F(Footage, ComparisonsLookAtEveryFrame) {
   makeClip("a.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
   shell(

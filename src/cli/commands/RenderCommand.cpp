@@ -138,15 +138,20 @@ void declare(CLI::App& app, Options& options) {
 
   const char* video = "Video";
   app.add_option("--codec", options.codec,
-                 "How to write a video: h264, prores (4444, with alpha),\n"
-                 "ffv1 (lossless, 8 or 16 bits), png, raw (frames without\n"
-                 "a container) or y4m. By default h264, prores for .mov,\n"
-                 "ffv1 for .mkv and .avi, y4m for standard output")
+                 "How to write a video: h264, hevc, vp9 (with alpha),\n"
+                 "prores (4444, with alpha), ffv1 (lossless, 8 or 16\n"
+                 "bits), png, webp, apng, raw (frames without a\n"
+                 "container) or y4m. By default h264, prores for .mov,\n"
+                 "ffv1 for .mkv and .avi, vp9 for .webm, y4m for standard\n"
+                 "output. Of pictures with more than 8 bits, h264, hevc\n"
+                 "and vp9 keep 10")
       ->type_name("NAME")
       ->group(video);
-  app.add_option("--crf", options.crf, "Quality of h264, 0 (best) to 51; 16 by default")
+  app.add_option("--crf", options.crf,
+                 "Quality of h264, hevc and vp9, 0 (best) to 51, vp9 63;\n"
+                 "16, 18 and 20 by default")
       ->type_name("N")
-      ->check(CLI::Range(0, 51))
+      ->check(CLI::Range(0, 63))
       ->group(video);
   app.add_option("--raw", options.raw,
                  "INPUT is raw frames of this size and FFmpeg pixel format\n"

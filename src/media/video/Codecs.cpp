@@ -12,17 +12,26 @@ namespace lomix::media {
 namespace {
 
 constexpr std::array kCodecs{
-    CodecChoice{"h264", "libx264", false, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P,
-                AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P},
-    CodecChoice{"prores", "prores_ks", true, AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUVA444P10,
+    // 10 bits for float pictures.
+    CodecChoice{"h264", "libx264", false, 16, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P,
+                AV_PIX_FMT_YUV420P10, AV_PIX_FMT_YUV420P10},
+    CodecChoice{"hevc", "libx265", false, 18, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P,
+                AV_PIX_FMT_YUV420P10, AV_PIX_FMT_YUV420P10},
+    CodecChoice{"vp9", "libvpx-vp9", true, 20, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P,
+                AV_PIX_FMT_YUV420P10, AV_PIX_FMT_YUVA420P},
+    CodecChoice{"prores", "prores_ks", true, 0, AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUVA444P10,
                 AV_PIX_FMT_YUV444P10, AV_PIX_FMT_YUVA444P10},
-    CodecChoice{"ffv1", "ffv1", true, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_GBRP16,
+    CodecChoice{"ffv1", "ffv1", true, 0, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_GBRP16,
                 AV_PIX_FMT_GBRAP16},
-    CodecChoice{"png", "png", true, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE,
+    CodecChoice{"png", "png", true, 0, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE,
                 AV_PIX_FMT_RGBA64BE},
-    CodecChoice{"raw", "rawvideo", true, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA64LE,
+    CodecChoice{"webp", "libwebp_anim", true, 0, AV_PIX_FMT_BGRA, AV_PIX_FMT_BGRA, AV_PIX_FMT_BGRA,
+                AV_PIX_FMT_BGRA},
+    CodecChoice{"apng", "apng", true, 0, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE,
+                AV_PIX_FMT_RGBA64BE},
+    CodecChoice{"raw", "rawvideo", true, 0, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA64LE,
                 AV_PIX_FMT_RGBA64LE},
-    CodecChoice{"y4m", "wrapped_avframe", false, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV444P,
+    CodecChoice{"y4m", "wrapped_avframe", false, 0, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV444P,
                 AV_PIX_FMT_YUV444P16, AV_PIX_FMT_YUV444P16},
 };
 
@@ -36,6 +45,9 @@ std::string codecFor(const VideoOutput& output) {
   if (output.name == kStandardStream || extension == ".y4m") return "y4m";
   if (extension == ".mkv" || extension == ".avi" || extension == ".nut") return "ffv1";
   if (extension == ".mov" || extension == ".qt" || extension == ".mxf") return "prores";
+  if (extension == ".webm") return "vp9";
+  if (extension == ".hevc" || extension == ".h265") return "hevc";
+  if (extension == ".webp" || extension == ".apng") return extension.substr(1);
   return "h264";
 }
 

@@ -13,6 +13,7 @@ struct CodecChoice {
   const char* name;     ///< As users write it.
   const char* encoder;  ///< FFmpeg's name.
   bool alpha;           ///< Whether it stores alpha.
+  int crf;              ///< Its usual constant rate factor; 0: it has none.
   // Pixel formats: opaque and with alpha, for 8-bit and for float pictures.
   AVPixelFormat plain8, alpha8, plain32, alpha32;
 

@@ -63,8 +63,8 @@ struct VideoInput {
 /// The video to write.
 struct VideoOutput {
   std::string name;
-  std::string codec;            ///< h264, prores, ffv1, png, raw or y4m; empty: by the name.
-  int crf = 16;                 ///< Of h264, 0 to 51.
+  std::string codec;            ///< One of videoCodecNames(); empty: by the name.
+  std::optional<int> crf;       ///< Of h264, hevc and vp9: 0 (best) to 51 or, vp9, 63.
   int threads = 1;              ///< Of the encoder.
   Ratio rate{24, 1};            ///< Of frames that come from pictures.
   bool sound = true;            ///< Whether sound of the source is copied.

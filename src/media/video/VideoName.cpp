@@ -11,10 +11,10 @@
 namespace lomix::media {
 namespace {
 
-constexpr std::array<std::string_view, 26> kExtensions{
-    ".mp4", ".m4v", ".mov", ".qt",   ".mkv", ".webm", ".avi",  ".mpg", ".mpeg",
-    ".m2v", ".ts",  ".mts", ".m2ts", ".vob", ".mxf",  ".wmv",  ".asf", ".flv",
-    ".ogv", ".3gp", ".nut", ".dv",   ".y4m", ".h264", ".hevc", ".ivf"};
+constexpr std::array<std::string_view, 28> kExtensions{
+    ".mp4", ".m4v", ".mov",  ".qt",   ".mkv",  ".webm", ".avi",  ".mpg", ".mpeg", ".m2v",
+    ".ts",  ".mts", ".m2ts", ".vob",  ".mxf",  ".wmv",  ".asf",  ".flv", ".ogv",  ".3gp",
+    ".nut", ".dv",  ".y4m",  ".h264", ".hevc", ".ivf",  ".h265", ".apng"};
 
 constexpr std::array<std::string_view, 14> kSoundExtensions{
     ".wav", ".mp3",  ".m4a", ".m4b", ".aac",  ".flac", ".ogg",
@@ -148,8 +148,8 @@ bool isAnimatedWebp(const std::filesystem::path& file) {
 }
 
 std::span<const std::string_view> videoCodecNames() {
-  static constexpr std::array<std::string_view, 6> kNames{"h264", "prores", "ffv1",
-                                                          "png",  "raw",    "y4m"};
+  static constexpr std::array<std::string_view, 10> kNames{"h264", "hevc", "vp9",  "prores", "ffv1",
+                                                           "png",  "webp", "apng", "raw",    "y4m"};
   return kNames;
 }
 

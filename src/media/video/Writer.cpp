@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "media/picture/PictureFile.h"
+#include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
@@ -86,6 +87,14 @@ Writer::Writer(const VideoOutput& output, Reader* source)
       codec_(chooseCodec(output)),
       format_(chooseContainer(output, codec_)) {
   muteFfmpeg();
+  if (output_.crf && codec_.crf == 0) {
+    throw UsageError("video codec '" + std::string(codec_.name) +
+                     "': it has no constant rate factor (leave it out, or use h264, hevc or vp9)");
+  }
+  if (output_.crf && *output_.crf > 51 && codec_.name != std::string_view("vp9")) {
+    throw UsageError("video codec '" + std::string(codec_.name) +
+                     "': its constant rate factor is 0 to 51 (use one of these)");
+  }
   if (output_.name != kStandardStream) checkNewFile(output_.name, output_.overwrite);
   if (source_ == nullptr) return;
   treatments_ = planCopies(*source_, *format_, output_);
@@ -168,7 +177,16 @@ void Writer::openEncoder(const Picture& picture) {
   setFieldOrder(encoder);
   if ((format_->flags & AVFMT_GLOBALHEADER) != 0) encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   FfmpegOptions options;
-  if (codec->id == AV_CODEC_ID_H264) options.set("crf", std::to_string(output_.crf));
+  if (codec_.crf != 0) options.set("crf", std::to_string(output_.crf.value_or(codec_.crf)));
+  // This encoder prints by itself.
+  if (codec->id == AV_CODEC_ID_HEVC) options.set("x265-params", "log-level=none");
+  if (codec->id == AV_CODEC_ID_VP9) {
+    // Constant quality, and rows in parallel.
+    encoder.bit_rate = 0;
+    options.set("row-mt", "1");
+    options.set("cpu-used", "2");
+  }
+  if (codec->id == AV_CODEC_ID_WEBP) options.set("lossless", "1");
   if (codec->id == AV_CODEC_ID_H264 && (encoder.flags & AV_CODEC_FLAG_INTERLACED_DCT) != 0) {
     options.set("x264-params", encoder.field_order == AV_FIELD_BB ? "bff=1" : "tff=1");
   }
@@ -264,6 +282,10 @@ void Writer::addVideoStream() {
   stream_->time_base = encoder_->time_base;
   stream_->avg_frame_rate = encoder_->framerate;
   stream_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
+  // The tag by which QuickTime plays HEVC.
+  if (encoder_->codec_id == AV_CODEC_ID_HEVC && isMp4Family(*format_)) {
+    stream_->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+  }
   if (source_ == nullptr) return;
   const AVStream& from = source_->stream();
   stream_->disposition = from.disposition;
