@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/build_macos.sh
 # Builds Lomix.plugin for both processors of macOS on Linux, once with each engine, into
-# build/macos/reference and build/macos/rows. tools/setup_packaging.sh installs what it takes.
+# build/macos/reference and build/macos/rows, and the macOS part of Lomix.ofx.bundle into build/macos. tools/setup_packaging.sh installs what it takes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -43,16 +43,19 @@ for arch in arm64 x86_64; do
   make_tools "${arch/arm64/aarch64}" "$tools"
   quietly cmake -G Ninja -S . -B "build/macos/$arch" -DCMAKE_BUILD_TYPE=Release -DLOMIX_WERROR=ON \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DLOMIX_MACOS_ARCH="$arch" \
-    -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_LIBRARY=OFF -DLOMIX_BUILD_COMMAND=OFF -DLOMIX_BUILD_TESTS=OFF
-  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows
+    -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_COMMAND=OFF -DLOMIX_BUILD_TESTS=OFF
+  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows lomix_ofx
 done
 
+# make_universal BUNDLE CODE: puts the bundle build/macos/PROCESSOR/bin/BUNDLE of both processors, whose
+# code is the file CODE in it, into build/macos.
+make_universal() {
+  rm -rf "build/macos/$1"
+  mkdir -p "$(dirname "build/macos/$1")"
+  cp -R "build/macos/arm64/bin/$1" "build/macos/$1"
+  quietly llvm-lipo-14 -create {build/macos/arm64,build/macos/x86_64}/bin/"$1/$2" -output "build/macos/$1/$2"
+}
 for engine in reference rows; do
-  bundle=build/macos/$engine/Lomix.plugin
-  rm -rf "$bundle"
-  mkdir -p "build/macos/$engine"
-  cp -R "build/macos/arm64/bin/$engine/Lomix.plugin" "$bundle"
-  code=Contents/MacOS/Lomix
-  quietly llvm-lipo-14 -create {build/macos/arm64,build/macos/x86_64}/bin/"$engine/Lomix.plugin/$code" \
-    -output "$bundle/$code"
+  make_universal "$engine/Lomix.plugin" Contents/MacOS/Lomix
 done
+make_universal Lomix.ofx.bundle Contents/MacOS/Lomix.ofx

@@ -15,6 +15,7 @@ done
 tools/build_macos.sh
 echo "Checking (macos)..."
 tools/check_macos_bundle.py build/macos/{reference,rows}/Lomix.plugin
+tools/check_macos_bundle.py --ofx build/macos/Lomix.ofx.bundle
 # The resource is the one that the tests read.
 tools/build.sh dev --target resource_test
 for engine in reference rows; do

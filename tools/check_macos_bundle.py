@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Usage: tools/check_macos_bundle.py BUNDLE...
+"""Usage: tools/check_macos_bundle.py [--ofx] BUNDLE...
 
 Checks plug-in bundles for macOS as far as that goes without the system: layout, property list, and for
 either processor the kind of file, its oldest system, libraries, exports, what unwinding an exception takes, and
-the hash of every page in its signature. Prints one line per fault and exits 1 if there is any.
+the hash of every page in its signature. --ofx: the bundles are OpenFX plug-ins. Prints one line per fault and exits 1 if there is any.
 """
 import hashlib
 import pathlib
@@ -27,13 +27,20 @@ MODE, RECORD, HANDLER = 0x0F000000, 0x00FFFFFF, 0x30000000
 BY_RECORD = {"arm64": 0x03000000, "x86_64": 0x04000000}
 FUNCTION = re.compile(r"function offset=0x([0-9a-f]+), encoding(?:\[\d+\])?=0x([0-9a-f]+)")
 
-FILES = ["Info.plist", "MacOS/Lomix", "PkgInfo", "Resources/Lomix.rsrc"]
-KEYS = {
-    "CFBundleExecutable": "Lomix",
-    "CFBundlePackageType": "eFKT",
-    "CFBundleSignature": "FXTC",
-    "LSMinimumSystemVersion": "11.0",
-}
+# Of each kind of bundle: its files, keys of its property list, where its code is, and what it exports.
+EFFECT = (
+    ["Info.plist", "MacOS/Lomix", "PkgInfo", "Resources/Lomix.rsrc"],
+    {"CFBundleExecutable": "Lomix", "CFBundlePackageType": "eFKT", "CFBundleSignature": "FXTC",
+     "LSMinimumSystemVersion": "11.0"},
+    "MacOS/Lomix",
+    ["_EntryPointFunc"],
+)
+OFX = (
+    ["Info.plist", "MacOS/Lomix.ofx"],
+    {"CFBundleExecutable": "Lomix.ofx", "CFBundlePackageType": "BNDL", "LSMinimumSystemVersion": "11.0"},
+    "MacOS/Lomix.ofx",
+    ["_OfxGetNumberOfPlugins", "_OfxGetPlugin", "_OfxSetHost"],
+)
 
 
 def slices(code):
@@ -133,19 +140,20 @@ def unwind_faults(code, processor, text):
             yield f"the function at {function:#x} cannot be unwound"
 
 
-def faults(bundle):
+def faults(bundle, kind):
+    expected_files, keys, code_file, names = kind
     contents = bundle / "Contents"
     files = sorted(f.relative_to(contents).as_posix() for f in bundle.rglob("*") if f.is_file())
-    if files != FILES:
+    if files != expected_files:
         yield f"it holds {files}"
         return
     plist = plistlib.loads((contents / "Info.plist").read_bytes())
-    for key, value in KEYS.items():
+    for key, value in keys.items():
         if plist.get(key) != value:
             yield f"{key} is {plist.get(key)!r}, not {value!r}"
-    if (contents / "PkgInfo").read_bytes() != b"eFKTFXTC":
+    if kind == EFFECT and (contents / "PkgInfo").read_bytes() != b"eFKTFXTC":
         yield "PkgInfo is not eFKTFXTC"
-    file = contents / "MacOS/Lomix"
+    file = contents / code_file
     parts = slices(file.read_bytes())
     if sorted(parts) != sorted(PROCESSORS.values()):
         yield f"it is for {sorted(parts)}"
@@ -153,16 +161,17 @@ def faults(bundle):
         unwinding = dump(file, processor, "--unwind-info")
         for fault in [*code_faults(code), *unwind_faults(code, processor, unwinding)]:
             yield f"{processor}: {fault}"
-        if exports(file, processor) != ["_EntryPointFunc"]:
+        if sorted(exports(file, processor)) != names:
             yield f"{processor}: it exports {exports(file, processor)}"
 
 
 def main():
-    bundles = [pathlib.Path(name) for name in sys.argv[1:]]
+    kind = OFX if sys.argv[1:2] == ["--ofx"] else EFFECT
+    bundles = [pathlib.Path(name) for name in sys.argv[1:] if name != "--ofx"]
     if not bundles:
         print(__doc__, file=sys.stderr)
         return 2
-    found = [f"{bundle}: {fault}" for bundle in bundles for fault in faults(bundle)]
+    found = [f"{bundle}: {fault}" for bundle in bundles for fault in faults(bundle, kind)]
     print("\n".join(found) or f"macOS: {len(bundles)} bundles are as they should be.")
     return 1 if found else 0
 

@@ -31,6 +31,16 @@ for file in dist/*.zip dist/*.tar.gz; do
     fail "$file does not hold the modules of both engines"
 done
 tools/check_macos_bundle.py "$work"/*-macos/Lomix.plugin "$work"/*-macos/reference/Lomix.plugin
+for folder in "$work"/*-win64 "$work"/*-macos "$work"/*-linux-*/OFX/Plugins; do
+  (cd "$folder/Lomix.ofx.bundle/Contents" && [ -s Info.plist ] && [ -s Linux-x86-64/Lomix.ofx ] &&
+    [ -s Win64/Lomix.ofx ] && [ -s MacOS/Lomix.ofx ] && [ -s Resources/lomix.effect.lomix.png ]) ||
+    fail "$folder: the OpenFX bundle is not whole"
+done
+
+# use_frei0r FOLDER: draws the card in ffmpeg with the plug-in there.
+use_frei0r() {
+  FREI0R_PATH=$1 ffmpeg -v error -y -i "$work/card.png" -vf "frei0r=lomix:weak-aerial|y" "$work/frei0r.png"
+}
 
 # use COMMAND...: draws a card and renders it with the module that the command finds by itself.
 use() {
@@ -52,6 +62,7 @@ use_library() {
   cmp "$work/drawn.ppm" "$work/expected.ppm"
 }
 use_library "$tree"
+use_frei0r "$tree/lib/frei0r-1"
 for engine in rows reference; do
   "$tree/install.sh" --engine "$engine" "$work/prefix" >/dev/null
   use "$work/prefix/bin/lomix"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/check_windows.sh
 # Builds for Windows, checks the imports and exports of the files, and runs them under Wine: the tests
-# of the effect through its host interface, the golden frames, and the command, whose results are
+# of the effect through its host interface, the golden frames, the OpenFX plug-in, and the command, whose results are
 # compared with those of this system's command.
 # Skipped where tools/setup_packaging.sh did not install what it takes.
 set -euo pipefail
@@ -16,20 +16,23 @@ done
 
 fail() { echo "error: windows: $*" >&2; exit 1; }
 
-tests=(effect_reference_test effect_rows_test golden_test resource_test lomix_unit_tests)
-tools/build.sh mingw --target Lomix lomix golden_frames "${tests[@]}"
+tests=(effect_reference_test effect_rows_test golden_test resource_test lomix_unit_tests ofx_test)
+tools/build.sh mingw --target Lomix lomix lomix_ofx golden_frames "${tests[@]}"
 tools/build.sh dev --target lomix golden_frames Lomix Lomix_reference Lomix_rows
 
 bin=build/mingw/bin
 echo "Testing (windows)..."
-for file in "$bin"/Lomix.aex "$bin"/{reference,rows}/Lomix.aex "$bin"/lomix.exe; do
+for file in "$bin"/Lomix.aex "$bin"/{reference,rows}/Lomix.aex "$bin"/lomix.exe \
+  "$bin/Lomix.ofx.bundle/Contents/Win64/Lomix.ofx"; do
   headers=$(x86_64-w64-mingw32-objdump -p "$file")
   imports=$(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sort | xargs)
   [ "$imports" = "kernel32.dll msvcrt.dll" ] || fail "$file imports $imports"
   [[ $file == *.exe ]] && continue
   exports=$(awk '/Ordinal\/Name Pointer\] Table/ { inside = 1; next } /^$/ { inside = 0 }
                  inside { print $NF }' <<<"$headers" | xargs)
-  [ "$exports" = "EntryPointFunc" ] || fail "$file exports $exports"
+  expected=EntryPointFunc
+  [[ $file == *.ofx ]] && expected="OfxGetNumberOfPlugins OfxGetPlugin OfxSetHost"
+  [ "$exports" = "$expected" ] || fail "$file exports $exports"
 done
 
 work=$(mktemp -d)

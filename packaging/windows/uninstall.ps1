@@ -4,6 +4,7 @@ param([string] $Folder)
 $ErrorActionPreference = 'Stop'
 . (Join-Path $PSScriptRoot 'Folder.ps1')
 
+$common = -not $Folder
 $Folder = Resolve-PluginFolder $Folder
 $target = Join-Path $Folder 'Lomix'
 if (-not (Test-Path (Join-Path $target 'Lomix.aex'))) {
@@ -12,6 +13,8 @@ if (-not (Test-Path (Join-Path $target 'Lomix.aex'))) {
 try {
     Remove-Item (Join-Path $target 'Lomix.aex') -Force
     if (-not (Get-ChildItem $target -Force)) { Remove-Item $target }
+    $bundle = Join-Path (Get-OpenFxFolder) 'Lomix.ofx.bundle'
+    if ($common -and (Test-Path $bundle)) { Remove-Item $bundle -Recurse -Force }
 } catch {
     Stop-WithError "${target}: $($_.Exception.Message) (close After Effects and Premiere Pro)"
 }

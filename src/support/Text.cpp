@@ -4,7 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <locale>
 #include <numeric>
+#include <sstream>
 
 namespace lomix {
 namespace {
@@ -21,6 +23,24 @@ std::optional<T> parseAll(std::string_view text) {
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return value;
 }
+
+#if !defined(__cpp_lib_to_chars)
+// Standard libraries before LLVM 20 have no std::from_chars for floating point. A stream with the
+// classic locale reads the same numbers, whatever locale the program around the library has.
+std::optional<double> parseByStream(std::string_view text) {
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('+') || text.starts_with('-')) return std::nullopt;
+  }
+  if (text.find_first_not_of("0123456789.eE+-") != std::string_view::npos) return std::nullopt;
+  std::istringstream stream{std::string(text)};
+  stream.imbue(std::locale::classic());
+  double value = 0.0;
+  stream >> value;
+  if (stream.fail() || stream.peek() != std::char_traits<char>::eof()) return std::nullopt;
+  return value;
+}
+#endif
 
 }  // namespace
 
@@ -90,7 +110,11 @@ std::string nearestName(std::string_view text, const std::vector<std::string>& n
 }
 
 std::optional<double> parseNumber(std::string_view text) {
+#if defined(__cpp_lib_to_chars)
   const auto value = parseAll<double>(text);
+#else
+  const auto value = parseByStream(text);
+#endif
   if (!value || !std::isfinite(*value)) return std::nullopt;
   return value;
 }

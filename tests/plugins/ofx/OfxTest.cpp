@@ -12,6 +12,9 @@
 #include "lomix/lomix.h"
 #include "plugins/Handles.h"
 #include "plugins/ofx/TestHost.h"
+#if defined(LOMIX_COMMAND_FILE)
+#include "support/ScratchFolder.h"
+#endif
 
 namespace lomix::ofx_test {
 namespace {
@@ -461,6 +464,62 @@ TEST_F(Ofx, TimeIsTheFrameOverTheRate) {
     host_.reset();
   }
 }
+
+#if defined(LOMIX_COMMAND_FILE)
+/// The pixels of a PPM file with the header that this writes, as RGBA.
+std::vector<std::uint8_t> readPpm(const std::filesystem::path& file, int width, int height) {
+  std::ifstream stream(file, std::ios::binary);
+  std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
+  const auto size = static_cast<std::size_t>(width * height);
+  std::vector<std::uint8_t> pixels;
+  if (bytes.size() < size * 3) return pixels;
+  for (std::size_t i = 0; i < size * 3; ++i) {
+    pixels.push_back(static_cast<std::uint8_t>(bytes[bytes.size() - size * 3 + i]));
+    if (i % 3 == 2) pixels.push_back(255);
+  }
+  return pixels;
+}
+
+using OfxFiles = ScratchFolder;
+
+TEST_F(OfxFiles, FramesAreThoseOfTheCommand) {
+  const int width = 96, height = 54;
+  TestHost host;
+  ASSERT_EQ(host.load(), kOk);
+  const auto effect = host.create(23.976);
+  setImages(*effect, {false, {0, 0, width, height}, 0, 0, true, 0, 0});
+  Plane& source = *effect->clips.at("Source").plane;
+  std::ofstream picture(path("card.ppm"), std::ios::binary);
+  picture << "P6 " << width << ' ' << height << " 255\n";
+  for (int y = height - 1; y >= 0; --y) {
+    for (int x = 0; x < width; ++x) {
+      source.at(x, y)[3] = 255;
+      picture.write(reinterpret_cast<const char*>(source.at(x, y)), 3);
+    }
+  }
+  picture.close();
+  ASSERT_EQ(host.change(*effect, "preset", lomix_preset_count()), kOk);
+  const std::string command = std::string(LOMIX_COMMAND_FILE) + " render '" +
+                              path("card.ppm").string() + "' '" + path("drawn.####.ppm").string() +
+                              "' --preset weak-aerial --fps 24000/1001 --frames 0,1,1000 --quiet";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  for (const int frame : {0, 1, 1000}) {
+    ASSERT_EQ(renderTiled(host, *effect, frame, 3, 2), kOk);
+    Plane& output = *effect->clips.at("Output").plane;
+    for (int y = 0; y < height; ++y) {  // PPM files have no alpha.
+      for (int x = 0; x < width; ++x) output.at(x, y)[3] = 255;
+    }
+    char name[20];
+    std::snprintf(name, sizeof name, "drawn.%04d.ppm", frame);
+    const std::vector<std::uint8_t> expected = readPpm(path(name), width, height);
+    ASSERT_FALSE(expected.empty()) << name;
+    EXPECT_EQ(difference(output, {0, 0, width, height}, expected), "") << name;
+  }
+  EXPECT_EQ(host.destroy(*effect), kOk);
+  EXPECT_EQ(host.unload(), kOk);
+  EXPECT_THAT(host.violations, IsEmpty());
+}
+#endif
 
 TEST_F(Ofx, TheRateComesFromWhoeverKnowsIt) {
   start();
