@@ -44,7 +44,10 @@ for arch in arm64 x86_64; do
   quietly cmake -G Ninja -S . -B "build/macos/$arch" -DCMAKE_BUILD_TYPE=Release -DLOMIX_WERROR=ON \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DLOMIX_MACOS_ARCH="$arch" \
     -DLOMIX_MACOS_TOOLS="$tools" -DLOMIX_BUILD_COMMAND=OFF -DLOMIX_BUILD_TESTS=OFF
-  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows lomix_ofx
+  # A module has no sources of its own beside objects, and then Ninja links it without its resources:
+  # the order-only targets of CMake copy them.
+  quietly cmake --build "build/macos/$arch" -j "$(nproc)" --target Lomix_reference Lomix_rows lomix_ofx \
+    cmake_object_order_depends_target_Lomix_{reference,rows}
 done
 
 # make_universal BUNDLE CODE: puts the bundle build/macos/PROCESSOR/bin/BUNDLE of both processors, whose
