@@ -50,6 +50,10 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
     throw FramesFailed("'" + options.route.input + "': " + loss +
                        " (what is there is written; copy or repair the input)");
   }
+  if (pipeline.failures().empty() && tally.rendered + tally.skipped == 0) {
+    throw CommandError("'" + options.route.input +
+                       "': it has none of the chosen frames (choose others)");
+  }
   if (pipeline.failures().empty()) return;
   std::vector<std::int64_t> numbers;
   for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);

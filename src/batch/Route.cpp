@@ -1,5 +1,7 @@
 #include "batch/Route.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "batch/VideoFrames.h"
@@ -76,19 +78,19 @@ class Planner {
     } else if ((inputSequence_ = inputSequence(options_.input))) {
       kind_ = Kind::Sequence;
       refuseTime("the times of a sequence come from the frame numbers (use --fps)");
-      selection_ = selectFrames(*inputSequence_, options_.frames);
+      selection_ = selectFrames(*inputSequence_, wantedNumbers());
     } else if (media::isVideoName(options_.input) || media::isVideoFile(options_.input)) {
       kind_ = Kind::Video;
     }
   }
 
   void classifyOutput() {
-    const bool onePicture = kind_ == Kind::Still && options_.frames.empty();
+    const bool onePicture = kind_ == Kind::Still && options_.frames.isAll();
     // Such a file holds one picture or several.
     const bool webp =
         lowerCase(std::filesystem::path(options_.output).extension().string()) == ".webp";
     const bool several =
-        webp && options_.frames.size() != 1 && !onePicture && !SequenceName::parse(options_.output);
+        webp && !options_.frames.isOne() && !onePicture && !SequenceName::parse(options_.output);
     writesVideo_ = media::isVideoName(options_.output) || several;
     if (!writesVideo_ && !onePicture) outputSequence_ = SequenceName::parse(options_.output);
     if (writesVideo_) return;
@@ -100,12 +102,40 @@ class Planner {
     }
   }
 
+  /// Returns the numbers of the chosen frames of pictures, whose times follow from the rate.
+  std::vector<std::int64_t> wantedNumbers() const {
+    std::vector<std::int64_t> numbers = options_.frames.numbers;
+    if (!options_.frames.timecodes.empty()) {
+      throw UsageError(
+          "--frames: pictures have no timecode (use frame numbers, or times as 2s-5s)");
+    }
+    constexpr double kMost = 10'000'000;
+    const double perSecond = static_cast<double>(rate().frames) / rate().seconds;
+    for (const media::TimeSpan& span : options_.frames.spans) {
+      // A thousandth of a frame, so that 0.04 s is frame 1 at 25.
+      const auto first = std::ceil(span.first * perSecond - 0.001);
+      const auto last = std::ceil(span.last * perSecond - 0.001);
+      if (last > kMost) {
+        throw UsageError("--frames: the times are too long (choose fewer frames)");
+      }
+      if (span.first == span.last) {
+        numbers.push_back(static_cast<std::int64_t>(std::floor(span.first * perSecond + 0.001)));
+      }
+      for (double n = first; n < last; ++n) numbers.push_back(static_cast<std::int64_t>(n));
+    }
+    std::ranges::sort(numbers);
+    const auto repeated = std::ranges::unique(numbers);
+    numbers.erase(repeated.begin(), repeated.end());
+    return numbers;
+  }
+
   /// Checks that no file is used twice.
   void requireDistinct() const {
     std::vector<NamedFile> inputs = options_.otherInputs;
     std::vector<NamedFile> outputs = options_.otherOutputs;
-    const std::vector<std::int64_t>& numbers =
-        inputSequence_ ? selection_.numbers : options_.frames;
+    const std::vector<std::int64_t> wanted =
+        kind_ == Kind::Video ? options_.frames.numbers : wantedNumbers();
+    const std::vector<std::int64_t>& numbers = inputSequence_ ? selection_.numbers : wanted;
     if (inputSequence_) {
       for (const std::int64_t n : numbers) inputs.push_back({"INPUT", inputSequence_->file(n)});
     } else if (!readsStream()) {
@@ -158,14 +188,14 @@ class Planner {
   }
 
   void openStill() {
-    if (options_.frames.empty()) {
+    if (options_.frames.isAll()) {
       numbers_ = {0};
       route_.source =
           std::make_unique<StillSource>(options_.input, options_.time.value_or(FrameTime{0, 1}));
       return;
     }
     refuseTime("with --frames the times come from the frame numbers (use --fps)");
-    numbers_ = options_.frames;
+    numbers_ = wantedNumbers();
     route_.source = std::make_unique<StillSource>(options_.input, numbers_, rate());
   }
 
@@ -174,7 +204,7 @@ class Planner {
     if (options_.rate && options_.rawFormat.empty()) {
       throw UsageError("--fps: a video has its own timestamps (leave it out)");
     }
-    numbers_ = options_.frames;
+    numbers_ = options_.frames.numbers;
     media::VideoInput input;
     input.name = options_.input;
     input.threads = options_.threads;
@@ -182,7 +212,7 @@ class Planner {
     input.rawWidth = options_.rawSize.first;
     input.rawHeight = options_.rawSize.second;
     input.rawRate = {rate().frames, rate().seconds};
-    input.frames.numbers = options_.frames;
+    input.frames = options_.frames;
     auto source = std::make_unique<VideoSource>(input);
     reader_ = &source->reader();
     route_.source = std::move(source);
@@ -206,9 +236,10 @@ class Planner {
   }
 
   void requireOneFrame() const {
-    const bool many = reader_ != nullptr ? numbers_.size() != 1 : numbers_.size() > 1;
-    const std::size_t missing = route_.source->missing().size();
-    if (!many && numbers_.size() + missing == 1) return;
+    if (reader_ != nullptr ? options_.frames.isOne()
+                           : numbers_.size() + route_.source->missing().size() == 1) {
+      return;
+    }
     throw UsageError("OUTPUT: '" + options_.output +
                      "' is one picture for several frames (name a sequence such as out.####.png, "
                      "or choose one with --frames)");

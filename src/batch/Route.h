@@ -17,9 +17,9 @@ namespace lomix::batch {
 struct RouteOptions {
   std::string input;
   std::string output;
-  std::optional<FrameTime> time;     ///< Of a single picture; nothing: 0.
-  std::vector<std::int64_t> frames;  ///< Empty for all.
-  std::optional<FrameRate> rate;     ///< Nothing: that of the input; 24 for pictures.
+  std::optional<FrameTime> time;  ///< Of a single picture; nothing: 0.
+  media::FrameChoice frames;      ///< Times count from the first frame: number 0 of pictures.
+  std::optional<FrameRate> rate;  ///< Nothing: that of the input; 24 for pictures.
   Existing existing = Existing::Refuse;
   int threads = 1;  ///< Of decoders and encoders.
   // Of videos, as in media::VideoInput and media::VideoOutput.

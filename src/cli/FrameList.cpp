@@ -13,8 +13,9 @@ namespace {
 constexpr std::size_t kMaxFrames = 10'000'000;
 
 [[noreturn]] void fail(std::string_view text, const std::string& cause) {
-  throw UsageError("--frames: '" + std::string(text) + "' " + cause +
-                   " (use numbers and ranges such as 1-10, 1-99x2 or 1,4,8-12)");
+  throw UsageError(
+      "--frames: '" + std::string(text) + "' " + cause +
+      " (use numbers and ranges such as 1-10, 1-99x2 or 1,4,8-12, or times such as 2s-5.5s)");
 }
 
 /// Removes a whole number of at most nine digits from the front of the text and returns it; nothing
@@ -33,6 +34,15 @@ bool takeSign(std::string_view& text, char sign) {
   if (!text.starts_with(sign)) return false;
   text.remove_prefix(1);
   return true;
+}
+
+/// Reads "5.5s", or "5.5" before another such number.
+double parseSeconds(std::string_view text, std::string_view whole) {
+  if (text.ends_with('s')) text.remove_suffix(1);
+  const auto seconds = parseNumber(text);
+  constexpr double kMost = 1e6;
+  if (!seconds || *seconds < 0 || *seconds > kMost) fail(whole, "has a time that cannot be read");
+  return *seconds;
 }
 
 void addRange(std::string_view range, std::string_view text, std::vector<std::int64_t>& frames) {
@@ -58,17 +68,28 @@ void addRange(std::string_view range, std::string_view text, std::vector<std::in
 
 }  // namespace
 
-std::vector<std::int64_t> parseFrames(std::string_view text) {
-  std::vector<std::int64_t> frames;
-  for (std::size_t begin = 0; begin <= text.size();) {
-    const std::size_t end = std::min(text.find(',', begin), text.size());
-    addRange(text.substr(begin, end - begin), text, frames);
-    begin = end + 1;
+media::FrameChoice parseFrames(std::string_view text) {
+  media::FrameChoice choice;
+  std::vector<std::int64_t>& frames = choice.numbers;
+  for (const std::string_view part : split(text, ',')) {
+    const std::size_t dash = part.find('-');
+    const std::string_view first = part.substr(0, dash);
+    const std::string_view last = dash == std::string_view::npos ? first : part.substr(dash + 1);
+    if (part.find(':') != std::string_view::npos) {
+      choice.timecodes.push_back({std::string(first), std::string(last)});
+    } else if (part.ends_with('s')) {
+      choice.spans.push_back({parseSeconds(first, text), parseSeconds(last, text)});
+      if (choice.spans.back().last < choice.spans.back().first) {
+        fail(text, "has a range that runs backwards");
+      }
+    } else {
+      addRange(part, text, frames);
+    }
   }
   std::ranges::sort(frames);
   const auto repeated = std::ranges::unique(frames);
   frames.erase(repeated.begin(), repeated.end());
-  return frames;
+  return choice;
 }
 
 }  // namespace lomix::cli

@@ -1,15 +1,15 @@
-// Reads lists of frame numbers.
+// Reads lists of frames.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
-#include <vector>
+
+#include "media/video/Video.h"
 
 namespace lomix::cli {
 
-/// Reads a list such as "1-10,15,20-40x5" (x5: every fifth). Returns the numbers ascending, each
-/// once. Throws UsageError for any other text, for a range that runs backwards, and for more than
-/// ten million frames.
-std::vector<std::int64_t> parseFrames(std::string_view text);
+/// Reads a list of numbers "1-10,15,20-40x5" (x5: every fifth), times "2s-5.5s" or "2s", and
+/// timecodes "00:00:02:00-00:00:05:12". Returns the numbers ascending, each once. Throws UsageError
+/// for any other text, for a range that runs backwards, and for more than ten million frames.
+media::FrameChoice parseFrames(std::string_view text);
 
 }  // namespace lomix::cli

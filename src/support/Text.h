@@ -34,8 +34,8 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 /// Returns how many letters must be inserted, deleted or replaced to turn one text into the other.
 std::size_t editDistance(std::string_view a, std::string_view b);
 
-/// Returns the name that resembles a text most; empty where none is so similar that it may be
-/// meant.
+/// Returns the name that resembles a text most, or that contains it; empty where none is so similar
+/// that it may be meant.
 std::string nearestName(std::string_view text, const std::vector<std::string>& names);
 
 /// Reads a finite decimal number, with or without exponent and sign. Returns nothing for any other

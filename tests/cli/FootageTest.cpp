@@ -264,6 +264,49 @@ TEST_F(Footage, TimesAndTurnsAreThoseOfThePictures) {
   EXPECT_THAT(again.out, HasSubstr(": 1 frame, 6 frames kept in "));
 }
 
+TEST_F(Footage, FramesAreChosenByNumberTimeAndTimecode) {
+  makeClip("film.mov", "s=96x64:r=25:d=4", "-c:v png -timecode 10:00:00:00");
+  shell(
+      "ffmpeg -v error -i film.mov -c copy -timecode '' plain.mkv; ffmpeg -v error -i film.mov "
+      "all.%03d.png");
+  struct Case {
+    const char* in;
+    const char* frames;
+    int first, last;
+  };
+  for (const Case& c : {Case{"film.mov", "10-19", 10, 19},
+                        {"film.mov", "0.4s-0.8s", 10, 19},
+                        {"film.mov", "10:00:01:00-10:00:01:04", 25, 29},
+                        {"film.mov", "10:00:02:03", 53, 53},
+                        {"film.mov", "1s", 25, 25},
+                        {"film.mov", "3.5s-99s", 88, 99},
+                        {"all.%03d.png", "0.4s-0.8s", 10, 19}}) {
+    std::filesystem::remove_all(path("out"));
+    std::filesystem::create_directory(path("out"));
+    const std::string rate = c.in[0] == 'a' ? " --fps 25" : "";
+    render(std::string(c.in) + " out/f.%03d.png --quiet --frames " + c.frames + rate);
+    const auto count = std::distance(std::filesystem::directory_iterator(path("out")), {});
+    EXPECT_EQ(count, c.last - c.first + 1) << c.frames;
+    for (const int n : {c.first, c.last}) {
+      EXPECT_TRUE(
+          std::filesystem::exists(path("out/f." + std::to_string(1000 + n).substr(1) + ".png")))
+          << c.frames << n;
+    }
+  }
+  render("film.mov one.png --frames 1.02s --quiet --set blend-w-original=100");
+  EXPECT_EQ(run({"compare", "one.png", "all.026.png", "--fail-above", "0"}).exitCode, 0);
+  render("film.mov none.mov --frames 7s-8s", 1);
+  render("film.mov none.mov --frames 09:00:00:00", 2);
+  render("film.mov none.mov --frames 2s-1s", 2);
+  const auto sheet = [&](const std::string& in, const std::string& out,
+                         std::vector<std::string> more) {
+    more.insert(more.begin(), {"sheet", in, out, "--sweep", "Noise=0,50"});
+    EXPECT_EQ(run(more).exitCode, 0);
+    return read(path(out));
+  };
+  EXPECT_EQ(sheet("film.mov", "a.png", {"--frame", "2s"}), sheet("all.051.png", "b.png", {}));
+}
+
 TEST_F(Footage, ComparisonsLookAtEveryFrame) {
   makeClip("a.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
   shell(

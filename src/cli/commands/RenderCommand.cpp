@@ -127,8 +127,10 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--frames", options.frames,
                  "The frames to render: 1-100, 1-99x2 (every second),\n"
                  "1,5,8-12; by default all that exist. A single picture\n"
-                 "is repeated for them; those of a video count from 0")
-      ->type_name("A-B[xS],...")
+                 "is repeated for them; those of a video count from 0.\n"
+                 "Also times since the first frame, 2s-5.5s, and\n"
+                 "timecodes of a video, 00:00:02:00-00:00:05:12")
+      ->type_name("A-B[xS]|As-Bs|TIMECODES,...")
       ->group(sequences);
   app.add_option("--fps", options.fps,
                  "Frames a second: frame n has the time n over this.\n"

@@ -1,11 +1,14 @@
 #include <CLI/App.hpp>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "batch/FrameRenderer.h"
+#include "batch/Route.h"
+#include "cli/FrameList.h"
 #include "cli/LookOptions.h"
 #include "cli/OptionValues.h"
 #include "cli/commands/Commands.h"
@@ -13,6 +16,7 @@
 #include "cli/figures/SheetAxis.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
+#include "support/MediaError.h"
 #include "support/NewFile.h"
 
 namespace lomix::cli {
@@ -31,6 +35,7 @@ struct Options {
   bool presets = false;
   std::string times;
   std::string time = "0";
+  std::string frame;
   std::string title;
   int columns = 0;
   int width = 0;
@@ -38,7 +43,7 @@ struct Options {
 };
 
 void declare(CLI::App& app, Options& options) {
-  app.add_option("INPUT", options.input, "The picture to show the effect on")
+  app.add_option("INPUT", options.input, "The picture or video to show the effect on")
       ->type_name("FILE")
       ->required();
   app.add_option("OUTPUT", options.output, "The sheet to write; its extension chooses the format")
@@ -63,6 +68,12 @@ void declare(CLI::App& app, Options& options) {
       ->type_name("SECONDS|N/D")
       ->group("Effect");
 
+  app.add_option("--frame", options.frame,
+                 "The frame of a video or sequence: its number, or a time\n"
+                 "such as 2.5s; the first one by default")
+      ->type_name("N|SECONDSs")
+      ->group("Effect");
+
   const char* layout = "Layout";
   app.add_option("--columns", options.columns, "Pictures in a row")
       ->type_name("N")
@@ -83,6 +94,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix sheet in.png noise.png --sweep Noise=0:100:5\n"
       "  lomix sheet in.png presets.jpg --presets --time 1.3 --columns 4\n"
       "  lomix sheet in.png drop.png --preset signal-drop --times 0:2:5\n"
+      "  lomix sheet film.mov presets.png --presets --frame 12.5s\n"
       "  lomix sheet in.png both.png --sweep distortion-mode=Tile,Stretch \\\n"
       "      --sweep \"Scan Distortion=0:60:4\" --time 1.3\n");
 }
@@ -133,6 +145,27 @@ int columnsFor(const Options& options, const std::vector<std::vector<Step>>& axe
   return static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
 }
 
+/// Reads the picture, or the chosen frame of a video or sequence.
+media::Picture inputPicture(const Options& options) {
+  batch::RouteOptions route;
+  route.input = options.input;
+  route.threads = threadCount(0);
+  if (!options.frame.empty()) {
+    route.frames = parseFrames(options.frame);
+    if (!route.frames.isOne()) {
+      throw UsageError("--frame: '" + options.frame + "' is more than one frame (choose one)");
+    }
+  }
+  const auto source = batch::openSource(route);
+  const std::optional<batch::Frame> frame = source->next();
+  if (!frame) {
+    throw MediaError(cannotRead(options.input) + "it has no such frame (choose another)");
+  }
+  media::Picture picture;
+  source->load(*frame, picture);
+  return picture;
+}
+
 void run(const Options& options, const Streams&) {
   std::vector<NamedFile> inputs = options.look.files();
   inputs.push_back({"INPUT", options.input});
@@ -141,7 +174,7 @@ void run(const Options& options, const Streams&) {
   const std::vector<std::vector<Step>> axes = axesOf(options, renderer.parameters());
   const std::vector<Cell> cells = cellsOf(options, renderer.parameters(), axes);
   media::checkWritable(options.output, options.overwrite);
-  const media::Picture picture = media::readPicture(options.input);
+  const media::Picture picture = inputPicture(options);
 
   const int count = static_cast<int>(cells.size());
   const int width = options.width > 0 ? options.width : std::min(kUsualWidth, picture.width());

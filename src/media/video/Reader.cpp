@@ -9,9 +9,11 @@
 
 extern "C" {
 #include <libavutil/parseutils.h>
+#include <libavutil/timecode.h>
 }
 
 #include "media/picture/PictureFile.h"
+#include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
@@ -48,6 +50,7 @@ Reader::Reader(const VideoInput& input)
     chooseStream();
     openDecoder(input.threads);
     readOrientation();
+    resolveTimecodes();
   } catch (...) {
     avformat_close_input(&container_);
     throw;
@@ -145,6 +148,7 @@ void Reader::readOrientation() {
 }
 
 std::optional<std::int64_t> Reader::frameCount() const {
+  if (!choice_.spans.empty()) return std::nullopt;
   if (!choice_.isAll()) return static_cast<std::int64_t>(choice_.numbers.size());
   if (stream_->nb_frames > 0) return stream_->nb_frames;
   if (container_->duration <= 0 || stream_->avg_frame_rate.num <= 0) return std::nullopt;
@@ -182,8 +186,7 @@ std::string Reader::lossOf(const std::string& what, const std::optional<Moment>&
 }
 
 std::string Reader::loss() const {
-  const bool complete = !choice_.isAll() && nextChosen_ == choice_.numbers.size();
-  if (complete || !begun_) return {};
+  if (isPastChoice() || !begun_) return {};
   std::string loss;
   if (const auto promised = promisedEnd(*stream_)) {
     loss = lossOf("", lastEnd_, promised);
@@ -310,15 +313,72 @@ std::unique_ptr<DecodedFrame> Reader::decode() {
   return decoded;
 }
 
+/// Turns timecodes into frame numbers.
+void Reader::resolveTimecodes() {
+  if (choice_.timecodes.empty()) return;
+  const AVRational rate = av_guess_frame_rate(container_, stream_, nullptr);
+  const auto frameOf = [&](const std::string& text) {
+    AVTimecode timecode;
+    if (av_timecode_init_from_string(&timecode, rate, text.c_str(), nullptr) < 0) {
+      throw UsageError("timecode '" + text + "': '" + name_ + "' at " + std::to_string(rate.num) +
+                       "/" + std::to_string(rate.den) +
+                       " frames a second has no such one (use frame numbers)");
+    }
+    return std::int64_t{timecode.start};
+  };
+  const AVDictionaryEntry* start = av_dict_get(stream_->metadata, "timecode", nullptr, 0);
+  if (start == nullptr) start = av_dict_get(container_->metadata, "timecode", nullptr, 0);
+  const std::int64_t zero = start == nullptr ? 0 : frameOf(start->value);
+  constexpr std::int64_t kMost = 10'000'000;
+  for (const TimecodeSpan& span : choice_.timecodes) {
+    const std::int64_t first = frameOf(span.first) - zero;
+    const std::int64_t last = frameOf(span.last) - zero;
+    if (last < first || first < 0 || last - first >= kMost) {
+      throw UsageError("timecode '" + span.first + "-" + span.last + "': '" + name_ +
+                       "' has no such frames (its first one is " +
+                       (start == nullptr ? "00:00:00:00" : start->value) + ")");
+    }
+    for (std::int64_t n = first; n <= last; ++n) choice_.numbers.push_back(n);
+  }
+  std::ranges::sort(choice_.numbers);
+  const auto repeated = std::ranges::unique(choice_.numbers);
+  choice_.numbers.erase(repeated.begin(), repeated.end());
+}
+
+/// Returns whether no later frame can be chosen.
+bool Reader::isPastChoice() const {
+  if (choice_.isAll() || nextChosen_ < choice_.numbers.size()) return false;
+  if (choice_.spans.empty()) return true;
+  if (!lastEnd_) return false;
+  const double shown =
+      secondsOf(*lastEnd_) - static_cast<double>(*firstTime_) * av_q2d(stream_->time_base);
+  return std::ranges::all_of(choice_.spans,
+                             [&](const TimeSpan& span) { return shown > span.last; });
+}
+
+bool Reader::isChosen(const DecodedFrame& frame) {
+  if (choice_.isAll()) return true;
+  if (nextChosen_ < choice_.numbers.size() && choice_.numbers[nextChosen_] == frame.number) {
+    ++nextChosen_;
+    return true;
+  }
+  // Half a tick, so that a decimal number such as 0.04 is the frame's own time.
+  const double tick = av_q2d(stream_->time_base) / 2;
+  const double begin = static_cast<double>(frame.time.num) / static_cast<double>(frame.time.den);
+  const double length = secondsOf(endOf(frame)) - secondsOf(beginOf(frame));
+  return std::ranges::any_of(choice_.spans, [&](const TimeSpan& span) {
+    if (span.first == span.last) {
+      return span.first >= begin - tick && span.first < begin + length - tick;
+    }
+    return begin >= span.first - tick && begin < span.last - tick;
+  });
+}
+
 /// Decodes up to the next chosen frame; null after the last.
 std::unique_ptr<DecodedFrame> Reader::findChosen() {
-  while (choice_.isAll() || nextChosen_ < choice_.numbers.size()) {
+  while (!isPastChoice()) {
     std::unique_ptr<DecodedFrame> decoded = decode();
-    if (!decoded || choice_.isAll()) return decoded;
-    if (choice_.numbers[nextChosen_] == decoded->number) {
-      ++nextChosen_;
-      return decoded;
-    }
+    if (!decoded || isChosen(*decoded)) return decoded;
     if (!begun_) copied_->forgetBefore(beginOf(*decoded));
   }
   return nullptr;
@@ -359,11 +419,17 @@ void Reader::begin(const DecodedFrame& first) {
 
 std::optional<std::pair<Moment, Moment>> Reader::span() const {
   if (choice_.isAll()) return std::nullopt;
-  const AVRational rate = av_guess_frame_rate(container_, stream_, nullptr);
-  if (rate.num <= 0) return std::pair{start_, start_};
-  const std::int64_t frames = choice_.numbers.back() - choice_.numbers.front() + 1;
+  const AVRational rate = stream_->avg_frame_rate;
   const AVRational base = stream_->time_base;
-  return std::pair{start_, Moment{start_.value + av_rescale_q(frames, av_inv_q(rate), base), base}};
+  std::int64_t end = start_.value;
+  if (!choice_.numbers.empty() && rate.num > 0) {
+    const std::int64_t frames = choice_.numbers.back() + 1 - firstNumber_;
+    end = std::max(end, start_.value + av_rescale_q(frames, av_inv_q(rate), base));
+  }
+  for (const TimeSpan& span : choice_.spans) {
+    end = std::max(end, *firstTime_ + static_cast<std::int64_t>(span.last / av_q2d(base)));
+  }
+  return std::pair{start_, Moment{end, base}};
 }
 
 std::unique_ptr<VideoFrame> Reader::next() {
@@ -381,14 +447,17 @@ std::unique_ptr<VideoFrame> Reader::next() {
     return current;
   }
   const Moment end = endOf(*current);
-  if (!upcoming_) copied_->cutAfter(end);
+  if (!upcoming_) {
+    copied_->cutAfter(end);
+    chosenEnd_ = end;
+  }
   current->packets = copied_->takeUntil(end);
   return current;
 }
 
 std::vector<FfmpegPtr<AVPacket>> Reader::takePackets() {
-  if (!choice_.isAll() && lastEnd_) {
-    const Moment end = *lastEnd_;
+  if (chosenEnd_) {
+    const Moment end = *chosenEnd_;
     // Subtitles are stored near the pictures that they belong to.
     constexpr std::int64_t kMargin = 10;
     const Moment afterwards{end.in({1, 1}) + kMargin, {1, 1}};

@@ -79,6 +79,9 @@ class Reader : public VideoReader {
   void requireDecoded(int error);
   void stamp(AVFrame& frame);
   std::unique_ptr<DecodedFrame> decode();
+  void resolveTimecodes();
+  bool isPastChoice() const;
+  bool isChosen(const DecodedFrame& frame);
   std::unique_ptr<DecodedFrame> findChosen();
   void begin(const DecodedFrame& first);
   Moment beginOf(const DecodedFrame& frame) const;
@@ -109,9 +112,10 @@ class Reader : public VideoReader {
   std::int64_t nextNumber_ = 0;
   std::size_t nextChosen_ = 0;
   Moment zero_;
-  Moment start_;                   ///< Of the first chosen frame.
-  std::optional<Moment> lastEnd_;  ///< Of the frames decoded so far: the largest.
-  std::optional<Moment> anyEnd_;   ///< Of all packets read so far: the largest.
+  Moment start_;                     ///< Of the first chosen frame.
+  std::optional<Moment> lastEnd_;    ///< Of the frames decoded so far: the largest.
+  std::optional<Moment> chosenEnd_;  ///< Of the last chosen frame, once it is known.
+  std::optional<Moment> anyEnd_;     ///< Of all packets read so far: the largest.
   FfmpegPtr<AVFrame> firstFrame_;
   std::int64_t firstNumber_ = 0;
   std::vector<std::optional<std::int64_t>> firstPackets_;  ///< By stream.

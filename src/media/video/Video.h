@@ -42,11 +42,33 @@ std::span<const std::string_view> videoCodecNames();
 /// Takes a warning: one line, "subject: what is lost or changed (way out)". Any thread.
 using Warn = std::function<void(const std::string&)>;
 
-/// Frames of a video.
+/// The frames that begin in a span of time, in seconds since the first frame: from first to before
+/// last. Where both are the same, the frame that is shown then.
+struct TimeSpan {
+  double first = 0.0;
+  double last = 0.0;
+};
+
+/// The frames from one timecode to another, both included: "01:00:02:03". Where the video has a
+/// timecode, it counts from that; otherwise from 00:00:00:00.
+struct TimecodeSpan {
+  std::string first;
+  std::string last;
+};
+
+/// Frames of a video. All where nothing is chosen.
 struct FrameChoice {
   std::vector<std::int64_t> numbers;  ///< Ascending, from 0.
+  std::vector<TimeSpan> spans;
+  std::vector<TimecodeSpan> timecodes;
 
-  bool isAll() const { return numbers.empty(); }
+  bool isAll() const { return numbers.empty() && spans.empty() && timecodes.empty(); }
+  /// Returns whether this is one frame.
+  bool isOne() const {
+    const bool one = (spans.size() == 1 && spans[0].first == spans[0].last) ||
+                     (timecodes.size() == 1 && timecodes[0].first == timecodes[0].last);
+    return numbers.size() + spans.size() + timecodes.size() == 1 && (numbers.size() == 1 || one);
+  }
 };
 
 /// The video to read.
