@@ -76,7 +76,7 @@ class Report {
         warnings_(warnings) {}
 
   void write(double seconds, const std::string& error) const {
-    if (options_.reportFile.empty()) return;
+    if (options_.reportFile.empty() && !options_.takeReport) return;
     nlohmann::ordered_json report = {{"lomix", lomix_version_text()},
                                      {"effect", renderer_.versionText()},
                                      {"input", options_.route.input},
@@ -87,6 +87,7 @@ class Report {
     report.update(reportOf(pipeline_, seconds));
     report["warnings"] = warnings_.all();
     if (!error.empty()) report["error"] = error;
+    if (options_.takeReport) return options_.takeReport(report);
     // Names of files need not be UTF-8.
     const auto replace = nlohmann::ordered_json::error_handler_t::replace;
     writeText(report.dump(2, ' ', false, replace) + "\n", options_.reportFile,

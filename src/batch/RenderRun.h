@@ -1,7 +1,11 @@
 // A whole render: from the names of input and output to the report.
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "batch/FrameRenderer.h"
 #include "batch/Route.h"
@@ -17,11 +21,27 @@ struct RunOptions {
   std::string savedPreset;  ///< File to save the parameters to as a preset; empty for none.
   bool byPlugin = false;    ///< The engine that the report names: plugin or rows.
   bool quiet = false;
+  /// Called with the report instead of writing it, where it is set.
+  std::function<void(const nlohmann::ordered_json&)> takeReport;
 };
 
 /// Renders all frames, prints progress and writes the report. look: made for the renderer's
 /// parameters. Throws CommandError, FramesFailed, Interrupted, MediaError or host::HostError.
 void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
                const Streams& streams);
+
+/// Makes the renderer of one run.
+using MakeRenderer = std::function<std::unique_ptr<FrameRenderer>()>;
+/// Makes the look of one run for its renderer's parameters.
+using MakeLook = std::function<looks::Look(const looks::ParameterTable&)>;
+
+/// Renders several inputs to files of their names in a folder, one after the other. A folder among
+/// the inputs stands for the pictures and videos in it; recursive: also in the folders below it,
+/// which the output then has as well. An input that fails is printed, and the others are rendered.
+/// options: of every run; route.output is the folder, which is made where it is missing, and
+/// reportFile gets one report of all. Throws UsageError for two inputs of one name, FramesFailed
+/// where some inputs failed, CommandError where all did, Interrupted.
+void runFolder(const RunOptions& options, const std::vector<std::string>& inputs, bool recursive,
+               const MakeRenderer& makeRenderer, const MakeLook& makeLook, const Streams& streams);
 
 }  // namespace lomix::batch

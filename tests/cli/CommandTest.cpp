@@ -132,7 +132,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"params", "--plugin", "cut.so"}, 1, "ends before"},
       {{"inspect", "cut.so"}, 1, "ends before"},
       {{"render", "missing.png", "out.png"}, 1, "no such file"},
-      {{"render", "folder", "out.png"}, 1, "folder"},
+      {{"render", "folder", "out.png"}, 1, "no picture and no video"},
       {{"render", "cut.png", "out.png"}, 1, "cut.png"},
       {{"render", "empty.exr", "out.png"}, 1, "empty"},
       {{"render", "card.png", "out.xyz"}, 1, ".xyz"},
@@ -378,6 +378,36 @@ TEST_F(Lomix, ASinglePictureHasTheVeryNameThatIsGiven) {
   EXPECT_TRUE(names().contains("take #2, 100%.07.png"));
   expectDone({"render", "take #2, 100%%.%02d.png", "b.#.png"});
   EXPECT_TRUE(names().contains("b.7.png"));
+}
+
+TEST_F(Lomix, ManyInputsGoToOneFolder) {
+  namespace fs = std::filesystem;
+  fs::create_directories(path("in/below"));
+  fs::copy_file(path("card.png"), path("in/a.png"));
+  fs::copy_file(path("card.png"), path("in/below/b.png"));
+  write(path("in/notes.txt"), "no picture");
+  write(path("bad.png"), "no picture");
+  const Result some = run({"render", "card.png", "bad.png", "in", "out/", "--recursive", "--report",
+                           "r.json", "--set", "Noise=30"});
+  EXPECT_EQ(some.exitCode, 3) << some.err;
+  EXPECT_THAT(some.err, HasSubstr("warning: 'in/notes.txt': it is left out"));
+  EXPECT_THAT(some.err, HasSubstr("error: cannot read 'bad.png'"));
+  EXPECT_THAT(some.err, HasSubstr("1 of 4 inputs failed"));
+  expectDone({"render", "card.png", "one.png", "--set", "Noise=30"});
+  for (const char* name : {"out/card.png", "out/a.png", "out/below/b.png"}) {
+    EXPECT_EQ(read(path(name)), read(path("one.png"))) << name;
+  }
+  const auto report = nlohmann::json::parse(read(path("r.json")));
+  EXPECT_EQ(report["inputs"], 4);
+  EXPECT_EQ(report["failed"], 1);
+  EXPECT_EQ(report["runs"].size(), 4u);
+  EXPECT_THAT(report["runs"][1]["error"].get<std::string>(), HasSubstr("bad.png"));
+  EXPECT_EQ(run({"render", "in", "flat"}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(path("flat/a.png")) && !fs::exists(path("flat/below")));
+  EXPECT_EQ(run({"render", "card.png", "bad.png", "in/a.png"}).exitCode, 2);
+  EXPECT_EQ(run({"render", "in/a.png", "flat/a.png", "out"}).exitCode, 2);
+  EXPECT_EQ(run({"render", "in/a.png", "in", "--overwrite"}).exitCode, 2);
+  EXPECT_EQ(run({"render", "in", "out"}).exitCode, 1);
 }
 
 TEST_F(Lomix, ParametersComeFromTheModule) {

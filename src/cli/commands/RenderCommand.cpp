@@ -1,8 +1,11 @@
 #include <CLI/App.hpp>
 #include <algorithm>
+#include <filesystem>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "batch/RenderRun.h"
 #include "cli/FrameList.h"
@@ -70,8 +73,8 @@ void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, s
 
 /// The options of `lomix render`.
 struct Options {
-  std::string input;
-  std::string output;
+  std::vector<std::string> files;  ///< The inputs, and the output at the end.
+  bool recursive = false;
   LookOptions look;
   std::string savedPreset;
   std::string time;
@@ -98,18 +101,17 @@ struct Options {
 };
 
 void declare(CLI::App& app, Options& options) {
-  app.add_option("INPUT", options.input,
-                 "What to read: a picture (PNG, JPEG, TIFF, OpenEXR, ...),\n"
-                 "a numbered sequence such as shot.####.exr or\n"
-                 "shot.%04d.png, or a video; - for standard input")
-      ->type_name("FILE")
-      ->required();
-  app.add_option("OUTPUT", options.output,
-                 "The picture, sequence or video to write; the extension\n"
-                 "chooses the format; - for standard output. JPEG knows\n"
-                 "no transparency: the colours are written as they are")
-      ->type_name("FILE")
-      ->required();
+  app.add_option("INPUT OUTPUT", options.files,
+                 "INPUT: a picture (PNG, JPEG, TIFF, OpenEXR, ...), a\n"
+                 "numbered sequence such as shot.####.exr or\n"
+                 "shot.%04d.png, or a video; - for standard input.\n"
+                 "OUTPUT: the picture, sequence or video to write; the\n"
+                 "extension chooses the format; - for standard output.\n"
+                 "JPEG knows no transparency: the colours are written as\n"
+                 "they are. Several inputs, or a folder of pictures and\n"
+                 "videos, are written to the folder OUTPUT")
+      ->type_name("FILE...");
+  app.add_flag("--recursive", options.recursive, "Render also what is in the folders below INPUT");
 
   options.look.addTo(app);
   app.add_option("--save-preset", options.savedPreset,
@@ -227,11 +229,31 @@ void declare(CLI::App& app, Options& options) {
       "  lomix render 'in.####.exr' 'out.####.exr' --frames 1001-1100 --fps 25 --set Noise=20\n"
       "  lomix render film.mp4 aired.mp4 --set \"Scan Distortion=15\" --crf 18\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
+      "  lomix render a.jpg b.jpg c.png aired/ --preset weak-aerial\n"
       "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
 }
 
+/// Returns whether the last name is the folder for the outputs of the others.
+bool writesFolder(const std::vector<std::string>& files) {
+  std::error_code ignored;
+  const std::string& output = files.back();
+  const bool folder = std::filesystem::is_directory(output, ignored) || output.ends_with('/');
+  if (files.size() > 2 && !folder) {
+    throw UsageError("OUTPUT: '" + output +
+                     "' is no folder for several inputs (make it, or end its name with /)");
+  }
+  return folder || (files.size() == 2 && std::filesystem::is_directory(files.front(), ignored));
+}
+
 void run(const Options& options, const Streams& streams) {
+  if (options.files.empty()) {
+    throw UsageError("lomix render: INPUT is required (see 'lomix render --help')");
+  }
+  if (options.files.size() < 2) {
+    throw UsageError("lomix render: OUTPUT is required (see 'lomix render --help')");
+  }
+  const bool folder = writesFolder(options.files);
   batch::RunOptions run;
   run.threads = threadCount(options.threads);
   run.reportFile = options.report;
@@ -246,8 +268,8 @@ void run(const Options& options, const Streams& streams) {
   run.savedPreset = options.savedPreset;
 
   batch::RouteOptions& route = run.route;
-  route.input = options.input;
-  route.output = options.output;
+  route.input = options.files.front();
+  route.output = options.files.back();
   if (!options.time.empty()) route.time = parseTime(options.time);
   if (!options.frames.empty()) route.frames = parseFrames(options.frames);
   if (!options.fps.empty()) route.rate = parseRate(options.fps);
@@ -271,7 +293,16 @@ void run(const Options& options, const Streams& streams) {
       throw UsageError("--raw: '" + options.raw +
                        "' names no pixel format after the colon (write one such as rgba)");
     }
-    if (options.codec.empty() && options.output == media::kStandardStream) route.codec = "raw";
+    if (options.codec.empty() && route.output == media::kStandardStream) route.codec = "raw";
+  }
+  if (folder) {
+    const auto makeRenderer = [&] { return std::make_unique<batch::FrameRenderer>(rendering); };
+    const auto makeLook = [&](const looks::ParameterTable& table) {
+      return options.look.read(table);
+    };
+    batch::runFolder(run, {options.files.begin(), options.files.end() - 1}, options.recursive,
+                     makeRenderer, makeLook, streams);
+    return;
   }
   batch::FrameRenderer renderer(rendering);
   const looks::Look look = options.look.read(renderer.parameters());
