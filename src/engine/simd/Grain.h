@@ -43,9 +43,11 @@ struct Ungrained {
 // 2. The remainder by fused multiply-add is exact.
 // 3. The correction by the remainder rounds like the division for each of the 2^23 significands of
 //    v: DivisionTest tries them all.
-// Much faster than division on processors that divide half a vector at a time.
+// Much faster than division on processors that divide half a vector at a time. Without fused
+// operations it is a division.
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
+  if constexpr (!V::kFused) return V::div(v, V::doubles(kPi));
   const auto inverse = V::doubles(1.0 / kPi);
   const auto quotient = V::mul(v, inverse);
   return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
@@ -60,7 +62,8 @@ LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
 //    2^-25 ulp away, again because of the 24 bits; and a midpoint would need an n of 54 bits.
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Doubles y,
-                                           typename V::Doubles inverse) {
+                                           [[maybe_unused]] typename V::Doubles inverse) {
+  if constexpr (!V::kFused) return V::div(n, y);
   const auto quotient = V::mul(n, inverse);
   return V::fma(V::fnma(quotient, y, n), inverse, quotient);
 }
@@ -113,10 +116,10 @@ class LevelGrain {
     slope = dividedBy<V>(slope, wideY_, inverseY_);
     const auto a = V::fma(slope, wideY_, phase_);
 
-    const auto turnsA = V::fma(a, inversePi, round);
+    const auto turnsA = V::mulAdd(a, inversePi, round);
     const auto sineA = oddPolynomial<V>(reduced<V>(a, V::sub(turnsA, round)), kSine7);
     // cos(k * pi + pi/2 + r) is -sin(r) for even k and sin(r) for odd k.
-    const auto turnsV = V::add(V::fms(v, inversePi, half), round);
+    const auto turnsV = V::add(V::mulAdd(v, inversePi, V::doubles(-0.5)), round);
     const auto k = V::sub(turnsV, round);
     const auto cosineV = oddPolynomial<V>(reduced<V>(v, V::add(k, half)), kSine7);
     const auto odd = V::lowestAsSign(V::exclusiveOr(turnsA, turnsV));
@@ -125,12 +128,13 @@ class LevelGrain {
 
     auto levels = V::mul(V::max(V::narrow(product), V::singles(0.0f)), amount_);
     // The bits below single precision, relative to the rounding boundary less the margin.
-    const unsigned doubtful = V::bitsBelow(product, kMargin - kHalfway, kBelowSingle, 2 * kMargin) |
-                              V::nearZero(product, kTiny);
-    if (doubtful != 0) [[unlikely]] {
+    const auto doubtful =
+        V::either(V::bitsBelow(product, kMargin - kHalfway, kBelowSingle, 2 * kMargin),
+                  V::nearZero(product, kTiny));
+    if (V::any(doubtful)) [[unlikely]] {
       float lanes[V::kDoubles];
       V::store(lanes, levels);
-      redoLevels(row_, x_, doubtful, lanes);
+      redoLevels(row_, x_, V::laneBits(doubtful), lanes);
       levels = V::load(lanes);
     }
     column_ = V::add(column_, V::doubles(V::kDoubles));
@@ -165,10 +169,10 @@ class LevelGrain8 {
   LOMIX_INLINE LevelGrain8(const GrainRow& row, int x) : levels_(row, x) {}
 
   LOMIX_INLINE typename V::Ints next() {
-    const auto byte = V::doubles(255.0);
-    const auto first = V::mul(V::widen(levels_.next()), byte);
-    const auto second = V::mul(V::widen(levels_.next()), byte);
-    return V::truncated(first, second);
+    constexpr int kParts = V::kFloats / V::kDoubles;
+    typename V::Doubles bytes[kParts];
+    for (auto& part : bytes) part = V::mul(V::widen(levels_.next()), V::doubles(255.0));
+    return V::truncated(bytes);
   }
   template <int kPart>
   static LOMIX_INLINE typename V::Ints part(typename V::Ints levels) {
@@ -188,10 +192,10 @@ constexpr float kSineTerms[] = {3.1415925025939941f, -5.1677069664001465f, 2.550
 // sin(w) = -cos(angle).
 template <typename V>
 LOMIX_INLINE typename V::Floats foldedSine(typename V::Ints turns) {
-  const auto w = V::fma(V::absolute(V::converted(turns)), V::floats(0x1p-31f), V::floats(-0.5f));
+  const auto w = V::mulAdd(V::absolute(V::converted(turns)), V::floats(0x1p-31f), V::floats(-0.5f));
   const auto z = V::mul(w, w);
   auto sum = V::floats(kSineTerms[4]);
-  for (int i = 3; i >= 0; --i) sum = V::fma(sum, z, V::floats(kSineTerms[i]));
+  for (int i = 3; i >= 0; --i) sum = V::mulAdd(sum, z, V::floats(kSineTerms[i]));
   return V::mul(w, sum);
 }
 
@@ -256,7 +260,7 @@ LOMIX_APART void redoBytes(const GrainRow& row, int x, unsigned doubtful, std::u
 //    covers. It is quadratic in x: two additions per vector advance its fraction of a turn.
 // 2. Each addend is off by at most 2^-33 turns, their sum by at most 2^-23 turns after kSteps.
 // 3. The cosine's argument is the rounded product of u and the row's weight. The exact product is
-//    linear in x; a fused multiply-add gives its rounding error exactly.
+//    linear in x; remainder() gives its rounding error exactly.
 // 4. Only the truncated level matters. Single precision with the margin decides it for nearly all
 //    pixels; the reference path's function recomputes the others.
 template <typename V>
@@ -275,18 +279,18 @@ class WholeGrain {
     constexpr int kCoarseBits = 4;
     const auto coarseTurns = V::floats(static_cast<float>(0x1p28 / (2.0 * kPi)));
     const auto v = V::mul(u_, yWeight_);
-    const auto taken = V::rounded(V::mul(V::fms(u_, yWeight_, v), coarseTurns));
+    const auto taken = V::rounded(V::mul(V::remainder(u_, yWeight_, v), coarseTurns));
     const auto cosineTurns = V::sub(productTurns_, V::template shiftedLeft<kCoarseBits>(taken));
     // Both factors have the wrong sign, so their product has the right one.
     const auto grain =
         V::max(V::mul(foldedSine<V>(sineTurns_), foldedSine<V>(cosineTurns)), V::floats(0.0f));
-    const auto least = V::truncated(V::fms(grain, scale_, margin_));
-    const auto most = V::truncated(V::fma(grain, scale_, margin_));
+    const auto least = V::truncated(V::mulAdd(grain, scale_, lessMargin_));
+    const auto most = V::truncated(V::mulAdd(grain, scale_, margin_));
     auto levels = least;
-    if (const unsigned doubtful = V::differing(least, most); doubtful != 0) [[unlikely]] {
+    if (const auto doubtful = V::differing(least, most); V::any(doubtful)) [[unlikely]] {
       std::uint32_t lanes[V::kFloats];
       V::store(lanes, least);
-      redoBytes(row_, x_, doubtful, lanes);
+      redoBytes(row_, x_, V::laneBits(doubtful), lanes);
       levels = V::load(lanes);
     }
     sineTurns_ = V::add(sineTurns_, sineStep_);
@@ -310,10 +314,11 @@ class WholeGrain {
         uStep_(V::floats(kGrainRate * static_cast<float>(row.xStep) * V::kFloats)),
         yWeight_(V::floats(row.yWeight)),
         scale_(V::floats(row.amount * 255.0f)),
-        margin_(V::floats(row.levelMargin)) {
+        margin_(V::floats(row.levelMargin)),
+        lessMargin_(V::floats(-row.levelMargin)) {
     const float uPerLane = kGrainRate * static_cast<float>(row.xStep);
-    u_ = V::fma(V::counted(), V::floats(uPerLane),
-                V::floats(kGrainRate * static_cast<float>(column) + row.yFull));
+    u_ = V::mulAdd(V::counted(), V::floats(uPerLane),
+                   V::floats(kGrainRate * static_cast<float>(column) + row.yFull));
     const LaneTurns<V> start(row, column);
     sineTurns_ = V::load(start.sine);
     sineStep_ = V::load(start.sineStep);
@@ -327,7 +332,7 @@ class WholeGrain {
   typename V::Floats u_, uStep_, yWeight_;
   typename V::Ints sineTurns_, sineStep_, sineCurve_;
   typename V::Ints productTurns_, productStep_;
-  typename V::Floats scale_, margin_;
+  typename V::Floats scale_, margin_, lessMargin_;
 };
 
 }  // namespace

@@ -18,21 +18,22 @@ namespace {
 template <typename V>
 class RoundedSum {
  public:
-  LOMIX_INLINE RoundedSum() : sum_(V::singles(0.0f)) {}
+  LOMIX_INLINE RoundedSum() : sum_(V::singles(0.0f)), doubtful_(V::noSingles()) {}
   LOMIX_INLINE void add(typename V::Doubles sine) {
     // Twice the bound of the difference between this sine and the library's, 2^-49.
     const auto error = V::doubles(0x1p-48);
     const auto exact = V::add(V::widen(sum_), sine);
     const auto low = V::narrow(V::sub(exact, error));
     sum_ = V::narrow(V::add(exact, error));
-    doubtful_ |= V::differing(low, sum_);
+    doubtful_ = V::either(doubtful_, V::differing(low, sum_));
   }
   LOMIX_INLINE typename V::Singles value() const { return sum_; }
-  bool doubtful(int lane) const { return (doubtful_ >> lane & 1) != 0; }
+  /// Returns bit i for lane i.
+  LOMIX_INLINE unsigned doubtful() const { return V::laneBits(doubtful_); }
 
  private:
   typename V::Singles sum_;
-  unsigned doubtful_ = 0;
+  typename V::SingleMask doubtful_;
 };
 
 template <typename V>
@@ -72,11 +73,14 @@ void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, f
     V::store(rows, row);
     V::store(scanLanes, scan.value());
     V::store(barLanes, bars.value());
+    const unsigned scanDoubts = scan.doubtful();
+    const unsigned barDoubts = bars.doubtful();
+    const auto has = [](unsigned bits, int lane) { return (bits >> lane & 1) != 0; };
     for (int lane = 0; lane < std::min(V::kDoubles, count - done); ++lane) {
       scanSums[done + lane] =
-          scan.doubtful(lane) ? scanSum(rows[lane], frame.height, frame.p) : scanLanes[lane];
+          has(scanDoubts, lane) ? scanSum(rows[lane], frame.height, frame.p) : scanLanes[lane];
       barSums[done + lane] =
-          bars.doubtful(lane) ? barSum(rows[lane], frame.height, frame.p) : barLanes[lane];
+          has(barDoubts, lane) ? barSum(rows[lane], frame.height, frame.p) : barLanes[lane];
     }
   }
 }

@@ -50,7 +50,7 @@ class Ahead {
 // and streaming stores write whole cache lines.
 template <typename V, typename Grain, bool kBlend, typename Row, typename Pixel, typename Pipeline>
 void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
-  constexpr int kPixels = std::is_same_v<Pixel, PF_Pixel> ? V::kPixels8 : V::kPixels32;
+  constexpr int kPixels = std::is_same_v<Pixel, PF_Pixel> ? V::kFloats : V::kPixels32;
   constexpr int kColumns = Grain::kColumns;
   constexpr auto kParts = std::make_integer_sequence<int, kColumns / kPixels>{};
   static_assert(kColumns % kPixels == 0);
@@ -107,7 +107,7 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
       auto effect = pipeline(V::load(from), part);
       if constexpr (kBlend) effect = pipeline.blended(V::load(original + at), effect);
       // The next row reads other spans: hardware prefetching loses track at every span boundary.
-      _mm_prefetch(reinterpret_cast<const char*>(from) + run.toNextRow, _MM_HINT_T1);
+      V::prefetch(reinterpret_cast<const char*>(from) + run.toNextRow);
       if constexpr (kStream) {
         V::stream(output + at, effect);
       } else {
@@ -135,52 +135,6 @@ void drawRun(const Row& row, const Run<Pixel>& run, const Pipeline& pipeline) {
       x += kColumns;
     }
     x = end;
-  }
-}
-
-template <typename V, template <bool, bool, bool> class Pipeline, bool kBars, bool kGrain,
-          bool kDark, bool kBlend>
-void run32With(const Row32& row, const Run<PF_PixelFloat>& run) {
-  using Grain = std::conditional_t<kGrain, LevelGrain<V>, Ungrained<V::kPixels32>>;
-  drawRun<V, Grain, kBlend>(row, run, Pipeline<kBars, kGrain, kDark>(row));
-}
-
-// Turns a row's flags into template arguments, one per call.
-template <typename V, template <bool, bool, bool> class Pipeline, bool... kFlags>
-void run32Chosen(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flags) {
-  if constexpr (sizeof...(kFlags) == 4) {
-    run32With<V, Pipeline, kFlags...>(row, run);
-  } else if (flags[sizeof...(kFlags)]) {
-    run32Chosen<V, Pipeline, kFlags..., true>(row, run, flags);
-  } else {
-    run32Chosen<V, Pipeline, kFlags..., false>(row, run, flags);
-  }
-}
-
-// Draws a float run with the pipeline for the row's overlays: Pipeline<bars, grain, dark>(row).
-template <typename V, template <bool, bool, bool> class Pipeline>
-void run32By(const Row32& row, const Run<PF_PixelFloat>& run) {
-  if (row.grain && !row.grainRow.reducible) return portableTarget().run32(row, run);
-  const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
-  run32Chosen<V, Pipeline>(row, run, flags);
-}
-
-// Draws an 8-bit run with a pipeline. row: its grain, if any, is reducible.
-template <typename V, bool kGrain, typename Pipeline>
-void run8By(const Row8& row, const Run<PF_Pixel>& run, const Pipeline& pipeline) {
-  const auto draw = [&]<typename Grain>(const Grain*) {
-    if (row.blend && run.original != nullptr) {
-      drawRun<V, Grain, true>(row, run, pipeline);
-    } else {
-      drawRun<V, Grain, false>(row, run, pipeline);
-    }
-  };
-  if constexpr (!kGrain) {
-    draw(static_cast<const Ungrained<V::kPixels8>*>(nullptr));
-  } else if (row.grainRow.wholeCoordinates) {
-    draw(static_cast<const WholeGrain<V>*>(nullptr));
-  } else {
-    draw(static_cast<const LevelGrain8<V>*>(nullptr));
   }
 }
 

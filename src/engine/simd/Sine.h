@@ -34,28 +34,42 @@ LOMIX_INLINE typename V::Doubles oddPolynomial(typename V::Doubles r,
   // Estrin's scheme: Horner's would be one long chain of dependent operations.
   const auto z = V::mul(r, r);
   const auto pair = [&](std::size_t i) LOMIX_INLINE_LAMBDA {
-    return V::fma(V::doubles(terms[i + 1]), z, V::doubles(terms[i]));
+    return V::mulAdd(V::doubles(terms[i + 1]), z, V::doubles(terms[i]));
   };
   const auto z2 = V::mul(z, z);
   const auto last = kTerms == 8 ? pair(kTerms - 2) : V::doubles(terms[kTerms - 1]);
-  const auto low = V::fma(pair(2), z2, pair(0));
-  const auto high = V::fma(last, z2, pair(4));
-  return V::mul(r, V::fma(high, V::mul(z2, z2), low));
+  const auto low = V::mulAdd(pair(2), z2, pair(0));
+  const auto high = V::mulAdd(last, z2, pair(4));
+  return V::mul(r, V::mulAdd(high, V::mul(z2, z2), low));
 }
 
-// Returns x - n * pi, for integers and half-integers n. The first step is exact: its result is
-// below 2 and a multiple of the last bit of n * kPi, so it fits a double. The second step rounds
-// once.
+// Returns x - n * pi, for integers and half-integers n, |x| < 2^29 and a result below 2.
+// With fused operations the first step is exact: its result is below 2 and a multiple of the last
+// bit of n * kPi, so it fits a double. The second step rounds once.
+// Without them pi is split:
+// 1. n has at most 29 bits, kPiHigh and kPiMiddle have 24: both products are exact.
+// 2. The first difference is below 2^7 and a multiple of 2^-24 or, for small x, of the last bit of
+//    x: exact. The second is below 2 and rounds at most once.
+// 3. n * kPiLow is below 2^-17: its rounding is far below that of the result.
 template <typename V>
 LOMIX_INLINE typename V::Doubles reduced(typename V::Doubles x, typename V::Doubles n) {
-  return V::fnma(n, V::doubles(kPiRest), V::fnma(n, V::doubles(kPi), x));
+  if constexpr (V::kFused) {
+    return V::fnma(n, V::doubles(kPiRest), V::fnma(n, V::doubles(kPi), x));
+  } else {
+    constexpr double kPiHigh = 0x1.921fb6p1;
+    constexpr double kPiMiddle = -0x1.777a5cp-24;
+    constexpr double kPiLow = -0x1.ee59d9cceba40p-49;
+    const auto first = V::sub(x, V::mul(n, V::doubles(kPiHigh)));
+    const auto second = V::sub(first, V::mul(n, V::doubles(kPiMiddle)));
+    return V::sub(second, V::mul(n, V::doubles(kPiLow)));
+  }
 }
 
 // Returns sin(x) for |x| < 2^29.
 template <typename V>
 LOMIX_INLINE typename V::Doubles sine(typename V::Doubles x) {
   const auto round = V::doubles(kRound);
-  const auto rounded = V::fma(x, V::doubles(1.0 / kPi), round);
+  const auto rounded = V::mulAdd(x, V::doubles(1.0 / kPi), round);
   const auto r = reduced<V>(x, V::sub(rounded, round));
   return V::exclusiveOr(oddPolynomial<V>(r, kSine8), V::lowestAsSign(rounded));
 }
