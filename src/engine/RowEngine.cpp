@@ -120,7 +120,7 @@ bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth) {
 
 RowEngine::RowEngine(Frame frame, const SimdTarget& target, const ForRowBands& forBands)
     : frame_(withProfiles(std::move(frame), target, forBands)),
-      target_(vectorSafe(frame_) ? target : portableTarget()),
+      target_(vectorSafe(frame_) ? target : formulaTarget()),
       columns_(frame_.record, frame_.source, frame_.output.width),
       streaming_(std::abs(static_cast<std::int64_t>(frame_.output.rowbytes)) *
                      frame_.output.height >

@@ -74,7 +74,7 @@ struct Row8 : Overlays<PF_Pixel> {
   const ByteTable* finish = nullptr;
   /// The blend by effectAmount as tables; null where PixelLerp8's arithmetic is needed.
   const BlendMap* blendMap = nullptr;
-  /// colourMap and unmultFactor are exact for this row; otherwise the portable code draws it.
+  /// colourMap and unmultFactor are exact for this row; otherwise the formulas draw it.
   bool vectorSafe = false;
 };
 
@@ -116,6 +116,10 @@ struct SimdTarget {
 
 /// Returns the target that every processor runs.
 const SimdTarget& portableTarget();
+
+/// Returns the reference path's pixel functions as a target: slow, right for any record. Not among
+/// the available targets; these fall back on it where their shortcuts are not proved.
+const SimdTarget& formulaTarget();
 
 /// Returns the AVX2 and FMA target, or null where the build or the processor lacks them.
 const SimdTarget* avx2Target();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/Differential.h"
+#include "engine/ScalarTargets.h"
 
 namespace {
 
@@ -17,11 +18,14 @@ using lomix::differential::Options;
 
 constexpr const char* kUsage =
     "Usage: lomix_differential [--seed N] [--pixels N[K|M|G]] [--seconds S] [--frame N]\n"
-    "                          [--target all|portable|avx2|avx512] [--expect-difference]\n"
+    "                          [--target NAME] [--expect-difference]\n"
     "                          [--expect-targets NAME,...]\n"
     "Compares the row engine with the reference path on random frames, with alpha first and alpha\n"
     "last, until a limit is met (200M pixels by default). --frame draws that one frame of the "
-    "seed. --expect-targets: fails unless this processor runs exactly these, the fastest first.\n"
+    "seed.\n"
+    "--target: avx512, avx2, neon, wasm, portable, formula, scalar-1, scalar-4 or all, which is\n"
+    "what the row engine chooses from on this processor.\n"
+    "--expect-targets: fails unless this processor runs exactly these, the fastest first.\n"
     "Exits with 0 where all bytes are equal, 1 at a difference (the other way round with\n"
     "--expect-difference), 2 for wrong usage, 77 where the processor lacks the target asked for.\n";
 constexpr int kExitUsage = 2;
@@ -43,14 +47,16 @@ Number numberOf(std::string_view option, std::string_view text, std::string_view
 }
 
 void setTargets(Options& options, std::string_view name) {
-  constexpr std::string_view kNames[] = {"all", "portable", "avx2", "avx512"};
+  constexpr std::string_view kNames[] = {"all",      "avx512",  "avx2",     "neon",    "wasm",
+                                         "portable", "formula", "scalar-1", "scalar-4"};
   if (std::ranges::find(kNames, name) == std::end(kNames)) {
     throw std::invalid_argument("--target: '" + std::string(name) + "' is none (see --help)");
   }
-  options.targets.clear();
-  for (const auto* target : lomix::engine::availableTargets()) {
-    if (name == "all" || name == target->name) options.targets.push_back(target);
-  }
+  options.targets = lomix::engine::availableTargets();
+  if (name == "all") return;
+  options.targets.push_back(&lomix::engine::formulaTarget());
+  for (const auto* target : lomix::differential::scalarTargets()) options.targets.push_back(target);
+  std::erase_if(options.targets, [name](const auto* target) { return target->name != name; });
 }
 
 std::string namesOf(const std::vector<const lomix::engine::SimdTarget*>& targets) {

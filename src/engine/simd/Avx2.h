@@ -21,6 +21,7 @@ struct Avx2 {
   static constexpr int kDoubles = 4;
   static constexpr int kFloats = 8;
   static constexpr int kPixels32 = 2;
+  static constexpr int kGroup = 4;
   static constexpr bool kFused = true;
   static constexpr bool kByTable = false;
   static constexpr bool kEstimatesReciprocals = true;

@@ -21,6 +21,7 @@ struct Avx512 {
   static constexpr int kDoubles = 8;
   static constexpr int kFloats = 16;
   static constexpr int kPixels32 = 4;
+  static constexpr int kGroup = 4;
   static constexpr bool kFused = true;
   static constexpr bool kByTable = true;
   static constexpr bool kEstimatesReciprocals = true;

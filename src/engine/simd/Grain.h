@@ -47,10 +47,13 @@ struct Ungrained {
 // operations it is a division.
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
-  if constexpr (!V::kFused) return V::div(v, V::doubles(kPi));
-  const auto inverse = V::doubles(1.0 / kPi);
-  const auto quotient = V::mul(v, inverse);
-  return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
+  if constexpr (V::kFused) {
+    const auto inverse = V::doubles(1.0 / kPi);
+    const auto quotient = V::mul(v, inverse);
+    return V::fma(V::fnma(quotient, V::doubles(kPi), v), inverse, quotient);
+  } else {
+    return V::div(v, V::doubles(kPi));
+  }
 }
 
 // Returns n / y, correctly rounded, for a single-precision y with the rounded reciprocal inverse;
@@ -63,9 +66,12 @@ LOMIX_INLINE typename V::Doubles dividedByPi(typename V::Doubles v) {
 template <typename V>
 LOMIX_INLINE typename V::Doubles dividedBy(typename V::Doubles n, typename V::Doubles y,
                                            [[maybe_unused]] typename V::Doubles inverse) {
-  if constexpr (!V::kFused) return V::div(n, y);
-  const auto quotient = V::mul(n, inverse);
-  return V::fma(V::fnma(quotient, y, n), inverse, quotient);
+  if constexpr (V::kFused) {
+    const auto quotient = V::mul(n, inverse);
+    return V::fma(V::fnma(quotient, y, n), inverse, quotient);
+  } else {
+    return V::div(n, y);
+  }
 }
 
 // Recomputes the doubtful lanes by the reference path's function.
@@ -144,7 +150,7 @@ class LevelGrain {
 
   /// Returns each pixel's level in all its channels.
   template <int kPart>
-  static LOMIX_INLINE typename V::Floats part(typename V::Singles levels) {
+  static LOMIX_INLINE typename V::Channels part(typename V::Singles levels) {
     return V::template eachPixel<kPart>(levels);
   }
 

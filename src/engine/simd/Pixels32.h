@@ -98,7 +98,7 @@ void run32With(const Row32& row, const Run<PF_PixelFloat>& run, const bool* flag
 // Draws a float run: SimdTarget's run32.
 template <typename V>
 void run32(const Row32& row, const Run<PF_PixelFloat>& run) {
-  if (row.grain && !row.grainRow.reducible) return portableTarget().run32(row, run);
+  if (row.grain && !row.grainRow.reducible) return formulaTarget().run32(row, run);
   const bool flags[] = {row.bars, row.grain, row.dark, row.blend && run.original != nullptr};
   run32With<V>(row, run, flags);
 }

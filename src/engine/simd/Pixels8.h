@@ -22,33 +22,35 @@ LOMIX_INLINE typename V::Ints productsBy256(typename V::Ints bytes, typename V::
                          V::mulWords(V::highBytes(bytes), highWords));
 }
 
-// The shuffle controls that depend on where alpha is, for 16 bytes of a vector. They are loaded
+// The shuffle controls that depend on where alpha is, for a group of kGroup pixels. They are loaded
 // once per run, so that one instantiation of the code serves both places.
+template <int kGroup>
 struct PixelShuffles {
   static constexpr std::uint8_t kZero = 0x80;
+  static constexpr int kBytes = 4 * kGroup;
 
-  std::uint8_t greys[16];        // integers to pixels: the low byte as all colours, alpha 0
-  std::uint8_t lowAlphas[16];    // pixels 0 and 1 to words: alpha in place of each channel
-  std::uint8_t highAlphas[16];   // the same for pixels 2 and 3
-  std::uint8_t channels[4][16];  // pixels to integers of one channel: three colours, then alpha
-  std::uint8_t pixels[16];       // four bytes of each channel in that order to pixels
+  std::uint8_t greys[kBytes];        // integers to pixels: the low byte as all colours, alpha 0
+  std::uint8_t lowAlphas[kBytes];    // to words: alpha in place of each byte of the low half
+  std::uint8_t highAlphas[kBytes];   // the same for the high half
+  std::uint8_t channels[4][kBytes];  // pixels to integers of one channel: three colours, then alpha
+  std::uint8_t pixels[kBytes];       // the bytes of each channel in that order to pixels
 
   constexpr explicit PixelShuffles(AlphaPlace place)
       : greys(), lowAlphas(), highAlphas(), channels(), pixels() {
     const int alphaByte = place == AlphaPlace::First ? 0 : 3;
     const int firstColourByte = place == AlphaPlace::First ? 1 : 0;
-    for (int i = 0; i < 16; ++i) {
+    for (int i = 0; i < kBytes; ++i) {
       const int byte = i % 4;
       const int pixel = i / 4;
       greys[i] = byteOrZero(byte != alphaByte, 4 * pixel);
-      lowAlphas[i] = byteOrZero(i % 2 == 0, i / 8 * 4 + alphaByte);
-      highAlphas[i] = byteOrZero(i % 2 == 0, 8 + i / 8 * 4 + alphaByte);
+      lowAlphas[i] = byteOrZero(i % 2 == 0, i / 2 / 4 * 4 + alphaByte);
+      highAlphas[i] = byteOrZero(i % 2 == 0, (kBytes / 2 + i / 2) / 4 * 4 + alphaByte);
       for (int channel = 0; channel < 4; ++channel) {
         const int from = channel == 3 ? alphaByte : firstColourByte + channel;
         channels[channel][i] = byteOrZero(byte == 0, i + from);
       }
       const int channel = byte == alphaByte ? 3 : byte - firstColourByte;
-      pixels[i] = static_cast<std::uint8_t>(4 * channel + pixel);
+      pixels[i] = static_cast<std::uint8_t>(kGroup * channel + pixel);
     }
   }
 
@@ -58,9 +60,10 @@ struct PixelShuffles {
   }
 };
 
-inline const PixelShuffles& pixelShuffles(AlphaPlace place) {
-  static constexpr PixelShuffles kFirst(AlphaPlace::First);
-  static constexpr PixelShuffles kLast(AlphaPlace::Last);
+template <int kGroup>
+const PixelShuffles<kGroup>& pixelShuffles(AlphaPlace place) {
+  static constexpr PixelShuffles<kGroup> kFirst(AlphaPlace::First);
+  static constexpr PixelShuffles<kGroup> kLast(AlphaPlace::Last);
   return place == AlphaPlace::First ? kFirst : kLast;
 }
 
@@ -70,7 +73,7 @@ class Premultiply {
   using Ints = typename V::Ints;
 
  public:
-  explicit Premultiply(const PixelShuffles& shuffles)
+  explicit Premultiply(const PixelShuffles<V::kGroup>& shuffles)
       : lowAlphas_(V::repeated(shuffles.lowAlphas)),
         highAlphas_(V::repeated(shuffles.highAlphas)) {}
 
@@ -109,7 +112,7 @@ class Unmultiply {
   using Floats = typename V::Floats;
 
  public:
-  Unmultiply(const Row8& row, bool grain, const PixelShuffles& shuffles)
+  Unmultiply(const Row8& row, bool grain, const PixelShuffles<V::kGroup>& shuffles)
       : channels_{V::repeated(shuffles.channels[0]), V::repeated(shuffles.channels[1]),
                   V::repeated(shuffles.channels[2]), V::repeated(shuffles.channels[3])},
         pixels_(V::repeated(shuffles.pixels)),
@@ -365,7 +368,7 @@ class Pipeline8 {
 
  public:
   Pipeline8(const Row8& row, const Map& map, const Opaque& opaque, const Blend& blend)
-      : Pipeline8(row, map, opaque, blend, pixelShuffles(row.alphaPlace),
+      : Pipeline8(row, map, opaque, blend, pixelShuffles<V::kGroup>(row.alphaPlace),
                   row.alphaPlace == AlphaPlace::First ? 0 : 3) {}
 
   // grain: the overlay's levels as integers, where kGrain.
@@ -388,7 +391,7 @@ class Pipeline8 {
 
  private:
   Pipeline8(const Row8& row, const Map& map, const Opaque& opaque, const Blend& blend,
-            const PixelShuffles& shuffles, int alphaByte)
+            const PixelShuffles<V::kGroup>& shuffles, int alphaByte)
       : map_(map),
         opaque_(opaque),
         blend_(blend),
@@ -467,7 +470,7 @@ void run8WithMap(const Row8& row, const Run<PF_Pixel>& run, const Map& map) {
 template <typename V>
 void run8(const Row8& row, const Run<PF_Pixel>& run) {
   if (!row.vectorSafe || (row.grain && !row.grainRow.reducible)) {
-    return portableTarget().run8(row, run);
+    return formulaTarget().run8(row, run);
   }
   // A row with grain always has a map: the weight that grain leaves of the picture.
   if (row.colourMap == nullptr) return run8WithMap<V, false>(row, run, NoMap{});

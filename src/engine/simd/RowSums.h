@@ -41,7 +41,7 @@ void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, f
   const double lastRow = std::abs((first + count) * frame.invYDown);
   const bool reducible = frame.height > 0.0f && std::abs(frame.p) < 0x1p24f &&
                          lastRow * kScanHarmonics / frame.height < 0x1p24;
-  if (!reducible) return portableTarget().rowSums(frame, first, count, scanSums, barSums);
+  if (!reducible) return formulaTarget().rowSums(frame, first, count, scanSums, barSums);
 
   const auto height = V::singles(frame.height);
   const auto wideHeight = V::doubles(frame.height);

@@ -1,5 +1,5 @@
-// The SIMD target that every processor runs, which calls the reference path's pixel functions for
-// one pixel after the other; and the choice among all targets.
+// The target that calls the reference path's pixel functions for one pixel after the other. The
+// others fall back on it where their shortcuts are not proved.
 
 #include "effect/framework/AERender.h"
 #include "effect/kernel/Grain.h"
@@ -67,15 +67,14 @@ void runInPlace(const Overlays<typename Depth::Pixel>& row, const Run<typename D
 }
 
 template <typename Depth>
-void runPortable(const Overlays<typename Depth::Pixel>& row,
-                 const Run<typename Depth::Pixel>& run) {
+void runByPlace(const Overlays<typename Depth::Pixel>& row, const Run<typename Depth::Pixel>& run) {
   if (row.alphaPlace == AlphaPlace::Last) return runInPlace<Depth, AlphaPlace::Last>(row, run);
   runInPlace<Depth, AlphaPlace::First>(row, run);
 }
 
-void run8(const Row8& row, const Run<PF_Pixel>& run) { runPortable<Depth8>(row, run); }
+void run8(const Row8& row, const Run<PF_Pixel>& run) { runByPlace<Depth8>(row, run); }
 
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) { runPortable<Depth32>(row, run); }
+void run32(const Row32& row, const Run<PF_PixelFloat>& run) { runByPlace<Depth32>(row, run); }
 
 void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums) {
   for (int i = 0; i < count; ++i) {
@@ -94,23 +93,9 @@ float GrainRow::levelAt(int x) const {
   return grainLevel(*source, invXDown, invYDown, time, x, y) * amount;
 }
 
-const SimdTarget& portableTarget() {
-  static constexpr SimdTarget kTarget{"portable", run8, run32, rowSums, finishStreaming};
+const SimdTarget& formulaTarget() {
+  static constexpr SimdTarget kTarget{"formula", run8, run32, rowSums, finishStreaming};
   return kTarget;
-}
-
-std::vector<const SimdTarget*> availableTargets() {
-  std::vector<const SimdTarget*> targets;
-  for (const SimdTarget* vectors : {avx512Target(), avx2Target()}) {
-    if (vectors != nullptr) targets.push_back(vectors);
-  }
-  targets.push_back(&portableTarget());
-  return targets;
-}
-
-const SimdTarget& bestTarget() {
-  static const SimdTarget& best = *availableTargets().front();
-  return best;
 }
 
 }  // namespace lomix::engine
