@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Usage: tools/check_arm64.sh [PIXELS]
 # Builds the effect and the engine's tests for 64-bit ARM with warnings as errors and runs them in
-# an emulator, the comparison with the reference path for PIXELS pixels (3M by default). Installs the
-# cross-compiler and the emulator where they are missing.
+# an emulator: the comparison of the NEON and the portable target with the reference path for PIXELS
+# pixels each (3M by default), and mutants that it has to find. Installs the cross-compiler and the
+# emulator where they are missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,10 +27,17 @@ quietly cmake -G Ninja -S . -B "$build/lomix" -DCMAKE_TOOLCHAIN_FILE="$toolchain
   -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLOMIX_WERROR=ON -DLOMIX_BUILD_LIBRARY=OFF \
   -DLOMIX_BUILD_MODULE=OFF -DLOMIX_BUILD_COMMAND=OFF \
   -DGTest_DIR="$build/prefix/lib/cmake/GTest"
+mutants=(columns_rounded_down level_margin_gone_neon grain_margin_gone_neon lanes_past_span_neon
+         grain_lane_swapped_neon)
 quietly cmake --build "$build/lomix" --target lomix_engine_tests lomix_differential \
-  lomix_mutant_columns_rounded_down
+  "${mutants[@]/#/lomix_mutant_}"
 
 echo "Testing (arm64)..."
 qemu-aarch64-static "$build/lomix/tests/lomix_engine_tests" --gtest_brief=1
-qemu-aarch64-static "$build/lomix/tests/lomix_mutant_columns_rounded_down" --expect-difference
-qemu-aarch64-static "$build/lomix/bin/lomix_differential" --seed 64 --pixels "$pixels"
+for mutant in "${mutants[@]}"; do
+  qemu-aarch64-static "$build/lomix/tests/lomix_mutant_$mutant" --expect-difference --pixels 3M
+done
+for target in neon portable; do
+  qemu-aarch64-static "$build/lomix/bin/lomix_differential" --seed 64 --target "$target" \
+    --pixels "$pixels"
+done

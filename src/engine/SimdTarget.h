@@ -102,7 +102,7 @@ struct ProfileFrame {
 
 /// The functions of one instruction set. All may run on any number of threads at once.
 struct SimdTarget {
-  const char* name;  ///< For reports: "portable", "avx2", "avx512".
+  const char* name;  ///< For reports: "portable", "avx2", "avx512", "neon".
   /// Draw a run of pixels, 8-bit and float.
   void (*run8)(const Row8& row, const Run<PF_Pixel>& run);
   void (*run32)(const Row32& row, const Run<PF_PixelFloat>& run);
@@ -127,6 +127,9 @@ const SimdTarget* avx2Target();
 /// Returns the target for AVX-512 with byte permutations (F, BW, DQ, VL, VBMI), or null where the
 /// build or the processor lacks them.
 const SimdTarget* avx512Target();
+
+/// Returns the NEON target of builds for 64-bit ARM, null elsewhere.
+const SimdTarget* neonTarget();
 
 /// Returns all targets that this processor runs, the fastest first.
 std::vector<const SimdTarget*> availableTargets();

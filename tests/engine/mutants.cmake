@@ -27,10 +27,11 @@ function(lomix_engine_mutant name target source)
 
   # Of the files that include a header of the vector code, the one of the target is compiled anew.
   set(sources ${copy})
-  if(source MATCHES "\\.h$" AND target STREQUAL "avx2")
-    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx2Target.cpp)
-  elseif(source MATCHES "\\.h$")
-    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/Avx512Target.cpp)
+  if(source MATCHES "\\.h$")
+    set(file_avx2 Avx2Target)
+    set(file_avx512 Avx512Target)
+    set(file_neon NeonTarget)
+    set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/${file_${target}}.cpp)
   endif()
   # The linker takes the mutated objects first and leaves the library's out.
   add_executable(lomix_mutant_${name} DifferentialMain.cpp ${sources}

@@ -178,14 +178,15 @@ struct Avx2 {
   }
   static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm256_packus_epi16(low, high); }
   static LOMIX_INLINE Ints saturatedBytesOf(Ints low, Ints high) { return bytesOf(low, high); }
-  static LOMIX_INLINE Ints upperBytesOf(Ints low, Ints high) {
-    return bytesOf(_mm256_srli_epi16(low, 8), _mm256_srli_epi16(high, 8));
+  static LOMIX_INLINE Ints productsBy256(Ints a, Ints b) {
+    return bytesOf(_mm256_srli_epi16(mulWords(lowBytes(a), lowBytes(b)), 8),
+                   _mm256_srli_epi16(mulWords(highBytes(a), highBytes(b)), 8));
   }
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm256_unpacklo_epi16(a, b); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm256_unpackhi_epi16(a, b); }
   static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm256_packus_epi32(low, high); }
-  static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
-    return _mm256_packs_epi32(low, high);
+  static LOMIX_INLINE Ints saturatedBytesOf(Ints a, Ints b, Ints c, Ints d) {
+    return bytesOf(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
   }
   static LOMIX_INLINE Ints addWords(Ints a, Ints b) { return _mm256_add_epi16(a, b); }
   static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm256_sub_epi16(a, b); }
@@ -253,6 +254,9 @@ struct Avx2 {
   static LOMIX_INLINE Channels notNegative(Channels v) {
     return _mm256_max_ps(_mm256_setzero_ps(), v);
   }
+  static LOMIX_INLINE Channels zeroedBy(Channels factors, Channels v) {
+    return _mm256_andnot_ps(_mm256_cmp_ps(factors, _mm256_setzero_ps(), _CMP_EQ_OQ), v);
+  }
   static LOMIX_INLINE Channels load(const PF_PixelFloat* from) {
     return _mm256_loadu_ps(reinterpret_cast<const float*>(from));
   }
@@ -285,10 +289,6 @@ struct Avx2 {
     }
     LOMIX_INLINE Channels with(Channels alphas, Channels colours) const {
       return _mm256_blendv_ps(colours, alphas, lanes_);
-    }
-    LOMIX_INLINE Channels visible(Channels alphas, Channels pixels) const {
-      const __m256 transparent = _mm256_cmp_ps(alphas, _mm256_setzero_ps(), _CMP_EQ_OQ);
-      return _mm256_andnot_ps(_mm256_andnot_ps(lanes_, transparent), pixels);
     }
 
    private:

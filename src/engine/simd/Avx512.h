@@ -173,15 +173,15 @@ struct Avx512 {
     return _mm512_unpackhi_epi8(v, _mm512_setzero_si512());
   }
   static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) { return _mm512_packus_epi16(low, high); }
-  static LOMIX_INLINE Ints saturatedBytesOf(Ints low, Ints high) { return bytesOf(low, high); }
-  static LOMIX_INLINE Ints upperBytesOf(Ints low, Ints high) {
-    return bytesOf(_mm512_srli_epi16(low, 8), _mm512_srli_epi16(high, 8));
+  static LOMIX_INLINE Ints productsBy256(Ints a, Ints b) {
+    return bytesOf(_mm512_srli_epi16(mulWords(lowBytes(a), lowBytes(b)), 8),
+                   _mm512_srli_epi16(mulWords(highBytes(a), highBytes(b)), 8));
   }
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return _mm512_unpacklo_epi16(a, b); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return _mm512_unpackhi_epi16(a, b); }
   static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return _mm512_packus_epi32(low, high); }
-  static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
-    return _mm512_packs_epi32(low, high);
+  static LOMIX_INLINE Ints saturatedBytesOf(Ints a, Ints b, Ints c, Ints d) {
+    return bytesOf(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d));
   }
   static LOMIX_INLINE Ints subWords(Ints a, Ints b) { return _mm512_sub_epi16(a, b); }
   static LOMIX_INLINE Ints mulWords(Ints a, Ints b) { return _mm512_mullo_epi16(a, b); }
@@ -235,6 +235,9 @@ struct Avx512 {
   static LOMIX_INLINE Channels notNegative(Channels v) {
     return _mm512_max_ps(_mm512_setzero_ps(), v);
   }
+  static LOMIX_INLINE Channels zeroedBy(Channels factors, Channels v) {
+    return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(factors, _mm512_setzero_ps(), _CMP_NEQ_UQ), v);
+  }
   static LOMIX_INLINE Channels load(const PF_PixelFloat* from) { return _mm512_loadu_ps(from); }
   static LOMIX_INLINE Channels loadLanes(const PF_PixelFloat* from, int first, int end) {
     return _mm512_maskz_loadu_ps(lanes(4 * first, 4 * end), from);
@@ -251,9 +254,7 @@ struct Avx512 {
   class AlphaChannels {
    public:
     explicit AlphaChannels(int channel)
-        : lanes_(static_cast<__mmask16>(0x1111 << channel)),
-          colours_(static_cast<__mmask16>(~lanes_)),
-          spread_(_mm512_set1_epi32(channel)) {}
+        : lanes_(static_cast<__mmask16>(0x1111 << channel)), spread_(_mm512_set1_epi32(channel)) {}
     LOMIX_INLINE bool allOne(Channels pixels) const {
       return _mm512_mask_cmp_ps_mask(lanes_, pixels, _mm512_set1_ps(1.0f), _CMP_NEQ_UQ) == 0;
     }
@@ -263,14 +264,9 @@ struct Avx512 {
     LOMIX_INLINE Channels with(Channels alphas, Channels colours) const {
       return _mm512_mask_mov_ps(colours, lanes_, alphas);
     }
-    LOMIX_INLINE Channels visible(Channels alphas, Channels pixels) const {
-      const __mmask16 transparent =
-          _mm512_mask_cmp_ps_mask(colours_, alphas, _mm512_setzero_ps(), _CMP_EQ_OQ);
-      return _mm512_mask_mov_ps(pixels, transparent, _mm512_setzero_ps());
-    }
 
    private:
-    __mmask16 lanes_, colours_;
+    __mmask16 lanes_;
     __m512i spread_;
   };
 

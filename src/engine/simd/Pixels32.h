@@ -38,7 +38,7 @@ class Pipeline32 {
     // unmultiply.
     if (!alphas_.allOne(source)) {
       const Channels alpha = alphas_.spread(source);
-      pixels = alphas_.visible(alpha, alphas_.with(source, V::mul(alpha, source)));
+      pixels = alphas_.with(source, V::zeroedBy(alpha, V::mul(alpha, source)));
     } else if constexpr (!kBars && !kGrain && !kDark) {
       return source;
     }
@@ -47,9 +47,12 @@ class Pipeline32 {
       pixels = V::add(V::mul(grainLeft_, pixels), alphas_.with(grainAmount_, grain));
     }
     if constexpr (kDark) pixels = V::add(V::mul(darkLeft_, pixels), darkPixel_);
-    if (alphas_.allOne(pixels)) return pixels;
+    // Without overlays the pixels are as translucent as the source.
+    if constexpr (kBars || kGrain || kDark) {
+      if (alphas_.allOne(pixels)) return pixels;
+    }
     const Channels alpha = alphas_.spread(pixels);
-    return alphas_.visible(alpha, alphas_.with(pixels, V::div(pixels, alpha)));
+    return alphas_.with(pixels, V::zeroedBy(alpha, V::div(pixels, alpha)));
   }
 
   LOMIX_INLINE Channels blended(Channels original, Channels effect) const {

@@ -14,14 +14,6 @@ namespace lomix::engine {
 // code into the AVX2 path.
 namespace {
 
-// Returns bytes * words >> 8; lowWords and highWords belong to the low and high half of the bytes.
-template <typename V>
-LOMIX_INLINE typename V::Ints productsBy256(typename V::Ints bytes, typename V::Ints lowWords,
-                                            typename V::Ints highWords) {
-  return V::upperBytesOf(V::mulWords(V::lowBytes(bytes), lowWords),
-                         V::mulWords(V::highBytes(bytes), highWords));
-}
-
 // The shuffle controls that depend on where alpha is, for a group of kGroup pixels. They are loaded
 // once per run, so that one instantiation of the code serves both places.
 template <int kGroup>
@@ -30,21 +22,18 @@ struct PixelShuffles {
   static constexpr int kBytes = 4 * kGroup;
 
   std::uint8_t greys[kBytes];        // integers to pixels: the low byte as all colours, alpha 0
-  std::uint8_t lowAlphas[kBytes];    // to words: alpha in place of each byte of the low half
-  std::uint8_t highAlphas[kBytes];   // the same for the high half
+  std::uint8_t alphas[kBytes];       // pixels to their alphas, in each of the four bytes
   std::uint8_t channels[4][kBytes];  // pixels to integers of one channel: three colours, then alpha
   std::uint8_t pixels[kBytes];       // the bytes of each channel in that order to pixels
 
-  constexpr explicit PixelShuffles(AlphaPlace place)
-      : greys(), lowAlphas(), highAlphas(), channels(), pixels() {
+  constexpr explicit PixelShuffles(AlphaPlace place) : greys(), alphas(), channels(), pixels() {
     const int alphaByte = place == AlphaPlace::First ? 0 : 3;
     const int firstColourByte = place == AlphaPlace::First ? 1 : 0;
     for (int i = 0; i < kBytes; ++i) {
       const int byte = i % 4;
       const int pixel = i / 4;
       greys[i] = byteOrZero(byte != alphaByte, 4 * pixel);
-      lowAlphas[i] = byteOrZero(i % 2 == 0, i / 2 / 4 * 4 + alphaByte);
-      highAlphas[i] = byteOrZero(i % 2 == 0, (kBytes / 2 + i / 2) / 4 * 4 + alphaByte);
+      alphas[i] = static_cast<std::uint8_t>(4 * pixel + alphaByte);
       for (int channel = 0; channel < 4; ++channel) {
         const int from = channel == 3 ? alphaByte : firstColourByte + channel;
         channels[channel][i] = byteOrZero(byte == 0, i + from);
@@ -66,25 +55,6 @@ const PixelShuffles<kGroup>& pixelShuffles(AlphaPlace place) {
   static constexpr PixelShuffles<kGroup> kLast(AlphaPlace::Last);
   return place == AlphaPlace::First ? kFirst : kLast;
 }
-
-// Multiplies each colour by its pixel's alpha.
-template <typename V>
-class Premultiply {
-  using Ints = typename V::Ints;
-
- public:
-  explicit Premultiply(const PixelShuffles<V::kGroup>& shuffles)
-      : lowAlphas_(V::repeated(shuffles.lowAlphas)),
-        highAlphas_(V::repeated(shuffles.highAlphas)) {}
-
-  LOMIX_INLINE Ints operator()(Ints pixels) const {
-    return productsBy256<V>(pixels, V::shuffled(pixels, lowAlphas_),
-                            V::shuffled(pixels, highAlphas_));
-  }
-
- private:
-  Ints lowAlphas_, highAlphas_;
-};
 
 // Draws an overlay of constant alpha over the alphas of pixels.
 template <typename V>
@@ -126,11 +96,10 @@ class Unmultiply {
     const auto quotients = [&](Ints channel) LOMIX_INLINE_LAMBDA {
       return V::truncated(V::mul(V::converted(V::shuffled(colours, channel)), reciprocals));
     };
-    // Packing with saturation clamps quotients to 255. Where alpha is 0 the products are NaN: they
-    // convert to 0 or to the least integer, which saturates to 0, as they have to.
-    const Ints low = V::saturatedWordsOf(quotients(channels_[0]), quotients(channels_[1]));
-    const Ints high = V::saturatedWordsOf(quotients(channels_[2]), alphas);
-    return V::shuffled(V::saturatedBytesOf(low, high), pixels_);
+    // Saturation clamps the quotients. Where alpha is 0 they are NaN, and their bytes 0.
+    return V::shuffled(V::saturatedBytesOf(quotients(channels_[0]), quotients(channels_[1]),
+                                           quotients(channels_[2]), alphas),
+                       pixels_);
   }
 
  private:
@@ -377,14 +346,15 @@ class Pipeline8 {
       colours = map_(colours);
       if constexpr (kGrain) {
         colours = V::addBytes(colours, grey);
-        if (darkAfterGrain_) colours = productsBy256<V>(colours, darkLeft_, darkLeft_);
+        if (darkAfterGrain_) colours = V::productsBy256(colours, darkLeft_);
       }
       return colours;
     };
     if (alphas_.allFull(source)) {
       return alphas_.with(opaqueAlpha_, opaque_(source, greyOf(grain), overlaid));
     }
-    return unmultiply_(overlaid(premultiply_(source), greyOf(grain)), source);
+    const Ints premultiplied = V::productsBy256(source, V::shuffled(source, alphaShuffle_));
+    return unmultiply_(overlaid(premultiplied, greyOf(grain)), source);
   }
 
   LOMIX_INLINE Ints blended(Ints original, Ints effect) const { return blend_(original, effect); }
@@ -399,8 +369,8 @@ class Pipeline8 {
         opaqueAlpha_(V::ints(std::uint32_t{row.opaqueAlpha} << 8 * alphaByte)),
         greys_(V::repeated(shuffles.greys)),
         darkAfterGrain_(kGrain && row.dark),
-        darkLeft_(V::words(static_cast<std::uint16_t>(255 - row.darkPixel.alpha))),
-        premultiply_(shuffles),
+        darkLeft_(V::bytes(static_cast<std::uint8_t>(255 - row.darkPixel.alpha))),
+        alphaShuffle_(V::repeated(shuffles.alphas)),
         unmultiply_(row, kGrain, shuffles) {}
 
   // Returns the grain as pixels without alpha.
@@ -420,7 +390,7 @@ class Pipeline8 {
   Ints greys_;
   bool darkAfterGrain_;
   Ints darkLeft_;
-  Premultiply<V> premultiply_;
+  Ints alphaShuffle_;
   Unmultiply<V> unmultiply_;
 };
 

@@ -271,7 +271,7 @@ struct Scalar {
     }
     return packed(result);
   }
-  /// Add and subtract bytes: modulo 256, or with saturation.
+  /// Add and subtract bytes, modulo 256 or with saturation, or multiply and divide by 256.
   static LOMIX_INLINE Ints addBytes(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return x + y; });
   }
@@ -283,6 +283,9 @@ struct Scalar {
   }
   static LOMIX_INLINE Ints subBytesSaturated(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return std::max(x - y, 0); });
+  }
+  static LOMIX_INLINE Ints productsBy256(Ints a, Ints b) {
+    return inBytes(a, b, [](int x, int y) { return x * y >> 8; });
   }
   /// Returns 255 in the bytes that are equal, 0 in the others.
   static LOMIX_INLINE Ints equalBytes(Ints a, Ints b) {
@@ -330,23 +333,28 @@ struct Scalar {
       return std::clamp<int>(static_cast<std::int16_t>(word), 0, 255);
     });
   }
-  /// The same with words divided by 256.
-  static LOMIX_INLINE Ints upperBytesOf(Ints low, Ints high) {
-    return bytesOfHalves(low, high, [](int word) { return word >> 8; });
-  }
   /// Return the low and the high half of each group's words in a, each followed by that in b.
   static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return pairs(a, b, 0); }
   static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return pairs(a, b, 1); }
-  /// Returns two halves of integers, all of 0 ... 255, as words.
-  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) { return saturatedWordsOf(low, high); }
-  /// The same with any signed integers, saturated to -2^15 ... 2^15 - 1.
-  static LOMIX_INLINE Ints saturatedWordsOf(Ints low, Ints high) {
+  /// Returns two halves of integers, all of 0 ... 65535, as words.
+  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) {
     Words result;
     for (int i = 0; i < kWords; ++i) {
-      const int inGroup = i % kGroupWords;
-      const Ints& half = inGroup < kGroup ? low : high;
-      const auto lane = static_cast<std::int32_t>(half.at[i / kGroupWords * kGroup + i % kGroup]);
-      result.at[i] = static_cast<std::uint16_t>(std::clamp(lane, -0x8000, 0x7FFF));
+      const Ints& half = i % kGroupWords < kGroup ? low : high;
+      result.at[i] = static_cast<std::uint16_t>(half.at[i / kGroupWords * kGroup + i % kGroup]);
+    }
+    return packed(result);
+  }
+  /// Returns four quarters of integers as bytes, saturated to 255. The integers are 0 ... 65535, or
+  /// what truncated() makes of NaN, for which the byte is 0.
+  static LOMIX_INLINE Ints saturatedBytesOf(Ints a, Ints b, Ints c, Ints d) {
+    Bytes result;
+    const Ints* const quarters[4] = {&a, &b, &c, &d};
+    for (int i = 0; i < kBytes; ++i) {
+      const Ints& quarter = *quarters[i % kGroupBytes / kGroup];
+      const auto lane =
+          static_cast<std::int32_t>(quarter.at[i / kGroupBytes * kGroup + i % kGroup]);
+      result.at[i] = static_cast<std::uint8_t>(std::clamp(lane, 0, 255));
     }
     return packed(result);
   }
@@ -440,6 +448,11 @@ struct Scalar {
     return v;
   }
 
+  /// Returns v, but 0 where the factor is 0.
+  static LOMIX_INLINE Channels zeroedBy(Channels factors, Channels v) {
+    return each(factors, v, [](float factor, float x) { return factor == 0.0f ? 0.0f : x; });
+  }
+
   /// The alphas of float pixels. channel: 0 or 3.
   class AlphaChannels {
    public:
@@ -462,14 +475,6 @@ struct Scalar {
         colours.at[4 * i + channel_] = alphas.at[4 * i + channel_];
       }
       return colours;
-    }
-    /// Returns the pixels with colours 0 where alpha, given in all lanes, is 0.
-    LOMIX_INLINE Channels visible(Channels alphas, Channels pixels) const {
-      Channels colours = pixels;
-      for (int i = 0; i < 4 * kPixels32; ++i) {
-        colours.at[i] = alphas.at[i] == 0.0f ? 0.0f : colours.at[i];
-      }
-      return with(pixels, colours);
     }
 
    private:
