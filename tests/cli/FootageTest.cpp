@@ -207,6 +207,7 @@ TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {
 
 TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
   makeClip("deep.mkv", "s=96x64:r=25:d=0.4", "-pix_fmt gbrp16le -c:v ffv1");
+  makeClip("odd.mkv", "s=96x64:r=25:d=0.4", "-vf scale=95:63 -pix_fmt gbrp16le -c:v ffv1");
   makeClip("clear.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgra,colorchannelmixer=aa=0.5 -c:v ffv1");
   struct Case {
     const char* in;
@@ -218,7 +219,10 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
                         {"deep.mkv", "c.webm", "vp9,96,64,yuv420p10le"},
                         {"clear.mkv", "d.webm", "vp9,96,64,yuv420p"},
                         {"clear.mkv", "e.apng", "apng,96,64,rgba"},
-                        {"deep.mkv", "f.mp4 --depth 8", "h264,96,64,yuv420p"}}) {
+                        {"deep.mkv", "f.mp4 --depth 8", "h264,96,64,yuv420p"},
+                        {"odd.mkv", "i.mp4", "h264,95,63,yuv444p10le"},
+                        {"odd.mkv", "j.mp4 --codec hevc", "hevc,95,63,yuv444p10le"},
+                        {"odd.mkv", "k.webm", "vp9,95,63,yuv444p10le"}}) {
     EXPECT_THAT(render(std::string(c.in) + " " + c.arguments), IsEmpty());
     const std::string out(c.arguments, std::strcspn(c.arguments, " "));
     EXPECT_EQ(probe(out, "v", "stream=codec_name,width,height,pix_fmt"),

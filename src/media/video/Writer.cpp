@@ -157,6 +157,7 @@ void Writer::openEncoder(const Picture& picture) {
   encoder.pix_fmt = codec_.formatFor(picture.depth(), picture.info.hasAlpha && codec_.alpha);
   const bool odd = picture.width() % 2 != 0 || picture.height() % 2 != 0;
   if (encoder.pix_fmt == AV_PIX_FMT_YUV420P && odd) encoder.pix_fmt = AV_PIX_FMT_YUV444P;
+  if (encoder.pix_fmt == AV_PIX_FMT_YUV420P10 && odd) encoder.pix_fmt = AV_PIX_FMT_YUV444P10;
   if (source_ != nullptr && source_->isRaw() && std::string_view(codec_.name) == "raw") {
     encoder.pix_fmt = source_->decoder().pix_fmt;
   }
