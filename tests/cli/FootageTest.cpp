@@ -1,5 +1,7 @@
 // The built command on footage as people have it: cut, late, interlaced, with chapters and covers.
 // What the outputs show is read with ffprobe and ffmpeg.
+#include <sys/inotify.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -309,6 +311,28 @@ TEST_F(Footage, FramesAreChosenByNumberTimeAndTimecode) {
     return read(path(out));
   };
   EXPECT_EQ(sheet("film.mov", "a.png", {"--frame", "2s"}), sheet("all.051.png", "b.png", {}));
+}
+
+TEST_F(Footage, AVideoHasItsNameOnlyWhenNothingIsWrittenToItAnyMore) {
+  makeFilm("film.mp4", "-c:a aac");
+  for (const std::string overwrite : {"", " --overwrite"}) {
+    const int watch = inotify_init1(IN_NONBLOCK);
+    ASSERT_GE(inotify_add_watch(watch, folder_.c_str(), IN_CREATE | IN_MOVED_TO | IN_MODIFY), 0);
+    render("film.mp4 out.mp4 --quiet" + overwrite);
+    std::vector<char> events(1 << 20);
+    const ssize_t size = ::read(watch, events.data(), events.size());
+    close(watch);
+    bool named = false;
+    for (ssize_t at = 0; at < size;) {
+      inotify_event event;
+      std::memcpy(&event, events.data() + at, sizeof event);
+      const std::string name = events.data() + at + sizeof event;
+      at += static_cast<ssize_t>(sizeof event + event.len);
+      EXPECT_FALSE(named && (event.mask & IN_MODIFY) != 0) << name << overwrite;
+      if (name == "out.mp4" && (event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) named = true;
+    }
+    EXPECT_TRUE(named) << overwrite;
+  }
 }
 
 TEST_F(Footage, ComparisonsLookAtEveryFrame) {
