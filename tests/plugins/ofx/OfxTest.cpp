@@ -208,13 +208,14 @@ void expectLibraryFrame(TestHost& host, Effect& effect, const Layout& layout, in
 
 class Ofx : public testing::Test {
  protected:
-  void start(Habits habits = {}) {
+  void start(Habits habits = {}, double framesPerSecond = 24.0) {
     host_ = std::make_unique<TestHost>(std::move(habits));
     ASSERT_EQ(host_->load(), kOk);
-    effect_ = host_->create();
+    effect_ = host_->create(framesPerSecond);
     ASSERT_NE(effect_, nullptr);
   }
-  void TearDown() override {
+  /// Ends what start() began, so that a test can start again.
+  void stop() {
     if (effect_) {
       EXPECT_EQ(host_->destroy(*effect_), kOk);
     }
@@ -222,7 +223,10 @@ class Ofx : public testing::Test {
     EXPECT_EQ(host_->unload(), kOk);
     EXPECT_EQ(host_->unload(), kOk) << "some hosts unload twice";
     EXPECT_THAT(host_->violations, IsEmpty());
+    effect_.reset();
+    host_.reset();
   }
+  void TearDown() override { stop(); }
 
   std::unique_ptr<TestHost> host_;
   std::unique_ptr<Effect> effect_;
@@ -366,9 +370,7 @@ TEST_F(Ofx, NumbersOfThreadsDoNotMatter) {
       if (threads == Threads::Real && cpus > 1) {
         EXPECT_GT(host_->threadsUsed(), 1);
       }
-      TearDown();
-      effect_.reset();
-      host_.reset();
+      stop();
     }
   }
 }
@@ -448,9 +450,7 @@ TEST_F(Ofx, TimeIsTheFrameOverTheRate) {
                         {30, 4.5, {9, 60}},
                         {29.97, 4.25, {17 * 1001, 120000}},
                         {12.5, 30, {60, 25}}}) {
-    start();
-    TearDown();
-    effect_ = host_->create(c.rate);
+    start({}, c.rate);
     setImages(*effect_, layout);
     setValues(*effect_, values);
     ASSERT_EQ(renderTiled(*host_, *effect_, c.frame, 1, 1), kOk);
@@ -459,9 +459,7 @@ TEST_F(Ofx, TimeIsTheFrameOverTheRate) {
                    libraryFrame(*effect_->clips.at("Source").plane, layout.region, values, c.time)),
         "")
         << c.rate << ", frame " << c.frame;
-    TearDown();
-    effect_.reset();
-    host_.reset();
+    stop();
   }
 }
 
@@ -850,10 +848,6 @@ TEST_F(Ofx, AMissingSourceIsTransparentBlack) {
 
 TEST_F(Ofx, BgraPicturesKeepTheirOrder) {
   start();
-  struct Case {
-    const char* source;
-    const char* output;
-  };
   const std::string depth = prop::kPixelDepth, order = prop::kPixelOrder;
   for (const bool swapped : {false, true}) {
     for (const bool byDepth : {false, true}) {
@@ -921,9 +915,7 @@ TEST_F(Ofx, AbortEndsTheRender) {
       EXPECT_LE(host_->aborts(), nth + static_cast<int>(cpus));
       EXPECT_TRUE(output.guardsIntact());
     }
-    TearDown();
-    effect_.reset();
-    host_.reset();
+    stop();
   }
 }
 
@@ -952,9 +944,7 @@ TEST_F(Ofx, OddHosts) {
   for (const Habits& habits : {old, silent}) {
     start(habits);
     expectLibraryFrame(*host_, *effect_, {}, 1, 1);
-    TearDown();
-    effect_.reset();
-    host_.reset();
+    stop();
   }
   Habits fusion;
   fusion.name = "com.blackmagicdesign.Fusion";
