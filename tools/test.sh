@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine
-# and the library that draw on several threads with the thread sanitizer; then the Windows build under
-# Wine, where the compiler and Wine can be installed; then the edge values of floats and the golden
-# frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be installed, and
-# the instructions that a pixel takes there.
+# undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine,
+# the library and the plug-ins that draw on several threads with the thread sanitizer; then the Windows
+# build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
+# golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be
+# installed, and the instructions that a pixel takes there.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
 # the long one, and without documents, installed folders and mutants.
 set -euo pipefail
@@ -31,7 +31,7 @@ tools/setup.sh $(tools/setup_packaging.sh --list-windows) ||
 for preset in dev asan; do
   tools/build.sh "$preset"
 done
-tools/build.sh tsan --target lomix_engine_tests library_test
+tools/build.sh tsan --target lomix_engine_tests library_test ofx_test frei0r_test
 for preset in dev asan; do
   echo "Testing ($preset)..."
   ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
@@ -39,6 +39,8 @@ done
 echo "Testing (tsan)..."
 build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter='Threads.*'
 build/tsan/tests/library_test --gtest_brief=1 --gtest_filter='*Frames.*:Context.*'
+build/tsan/tests/ofx_test --gtest_brief=1 --gtest_filter='*AtOnce:*Threads*:*Abort*'
+build/tsan/tests/frei0r_test --gtest_brief=1 --gtest_filter='*AtOnce'
 tools/check_windows.sh
 tools/check_clang.sh --quick
 tools/count_instructions.sh --quick
