@@ -77,7 +77,7 @@ TEST(ByteMap, ReproducesBarsAndWeights) {
       }
     }
   }
-  // Without lines the portable code draws the row: that has to be rare.
+  // Without lines the formulas draw the row: that has to be rare.
   EXPECT_LT(inexact, maps / 10000);
   // The second set takes a tenth of a pixel's time.
   EXPECT_LT(twoSets, maps / 10);

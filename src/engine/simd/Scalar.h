@@ -10,7 +10,6 @@
 #include <cstring>
 
 #include "effect/numeric/Truncate.h"
-#include "engine/simd/Inline.h"
 #include "hostapi/Records.h"
 
 namespace lomix::engine {
@@ -64,77 +63,75 @@ struct Scalar {
 
   // Numbers: all types of lanes.
 
-  static LOMIX_INLINE Doubles doubles(double v) { return filled<Doubles>(v); }
-  static LOMIX_INLINE Singles singles(float v) { return filled<Singles>(v); }
-  static LOMIX_INLINE Floats floats(float v) { return filled<Floats>(v); }
-  static LOMIX_INLINE Channels channels(float v) { return filled<Channels>(v); }
-  static LOMIX_INLINE Ints ints(std::uint32_t v) { return filled<Ints>(v); }
+  static Doubles doubles(double v) { return filled<Doubles>(v); }
+  static Singles singles(float v) { return filled<Singles>(v); }
+  static Floats floats(float v) { return filled<Floats>(v); }
+  static Channels channels(float v) { return filled<Channels>(v); }
+  static Ints ints(std::uint32_t v) { return filled<Ints>(v); }
 
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> add(Lanes<T, kCount> a, Lanes<T, kCount> b) {
+  static Lanes<T, kCount> add(Lanes<T, kCount> a, Lanes<T, kCount> b) {
     return each(a, b, [](T x, T y) { return x + y; });
   }
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> sub(Lanes<T, kCount> a, Lanes<T, kCount> b) {
+  static Lanes<T, kCount> sub(Lanes<T, kCount> a, Lanes<T, kCount> b) {
     return each(a, b, [](T x, T y) { return x - y; });
   }
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> mul(Lanes<T, kCount> a, Lanes<T, kCount> b) {
+  static Lanes<T, kCount> mul(Lanes<T, kCount> a, Lanes<T, kCount> b) {
     return each(a, b, [](T x, T y) { return x * y; });
   }
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> div(Lanes<T, kCount> a, Lanes<T, kCount> b) {
+  static Lanes<T, kCount> div(Lanes<T, kCount> a, Lanes<T, kCount> b) {
     return each(a, b, [](T x, T y) { return x / y; });
   }
   /// Returns the larger. Any of the two for zeros of both signs and where one is NaN.
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> max(Lanes<T, kCount> a, Lanes<T, kCount> b) {
+  static Lanes<T, kCount> max(Lanes<T, kCount> a, Lanes<T, kCount> b) {
     return each(a, b, [](T x, T y) { return x > y ? x : y; });
   }
   /// Returns a * b + c, rounded once.
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> fma(Lanes<T, kCount> a, Lanes<T, kCount> b,
-                                           Lanes<T, kCount> c) {
+  static Lanes<T, kCount> fma(Lanes<T, kCount> a, Lanes<T, kCount> b, Lanes<T, kCount> c) {
     for (int i = 0; i < kCount; ++i) c.at[i] = std::fma(a.at[i], b.at[i], c.at[i]);
     return c;
   }
   /// Returns a * b + c, rounded once or twice. With kFused also fnma(), c - a * b, for Doubles.
   template <typename T, int kCount>
-  static LOMIX_INLINE Lanes<T, kCount> mulAdd(Lanes<T, kCount> a, Lanes<T, kCount> b,
-                                              Lanes<T, kCount> c) {
+  static Lanes<T, kCount> mulAdd(Lanes<T, kCount> a, Lanes<T, kCount> b, Lanes<T, kCount> c) {
     return add(mul(a, b), c);
   }
   /// Returns what the rounding of a product took away: a * b - product.
-  static LOMIX_INLINE Floats remainder(Floats a, Floats b, Floats product) {
+  static Floats remainder(Floats a, Floats b, Floats product) {
     for (int i = 0; i < kFloats; ++i) {
       const double exact = static_cast<double>(a.at[i]) * static_cast<double>(b.at[i]);
       product.at[i] = static_cast<float>(exact - static_cast<double>(product.at[i]));
     }
     return product;
   }
-  static LOMIX_INLINE Floats absolute(Floats v) {
+  static Floats absolute(Floats v) {
     for (float& lane : v.at) lane = std::abs(lane);
     return v;
   }
 
   // Conversions.
 
-  static LOMIX_INLINE Doubles widen(Singles v) { return converted<Doubles>(v); }
-  static LOMIX_INLINE Singles narrow(Doubles v) { return converted<Singles>(v); }
+  static Doubles widen(Singles v) { return converted<Doubles>(v); }
+  static Singles narrow(Doubles v) { return converted<Singles>(v); }
   /// Returns first, first + 1, ...
-  static LOMIX_INLINE Doubles countedFrom(int first) {
+  static Doubles countedFrom(int first) {
     Doubles v;
     for (int i = 0; i < kDoubles; ++i) v.at[i] = first + i;
     return v;
   }
   /// Returns 0, 1, 2, ...
-  static LOMIX_INLINE Floats counted() {
+  static Floats counted() {
     Floats v;
     for (int i = 0; i < kFloats; ++i) v.at[i] = static_cast<float>(i);
     return v;
   }
   /// Returns signed integers as numbers.
-  static LOMIX_INLINE Floats converted(Ints v) {
+  static Floats converted(Ints v) {
     Floats result;
     for (int i = 0; i < kFloats; ++i) {
       result.at[i] = static_cast<float>(static_cast<std::int32_t>(v.at[i]));
@@ -143,14 +140,14 @@ struct Scalar {
   }
   /// Return signed integers, truncated toward zero, of values that int32 holds. NaN: 0 or the least
   /// integer. The second one: of kFloats doubles in vectors.
-  static LOMIX_INLINE Ints truncated(Floats v) {
+  static Ints truncated(Floats v) {
     Ints result;
     for (int i = 0; i < kFloats; ++i) {
       result.at[i] = static_cast<std::uint32_t>(truncateToInt32(v.at[i]));
     }
     return result;
   }
-  static LOMIX_INLINE Ints truncated(const Doubles (&v)[kFloats / kDoubles]) {
+  static Ints truncated(const Doubles (&v)[kFloats / kDoubles]) {
     Ints result;
     for (int i = 0; i < kFloats; ++i) {
       const double lane = v[i / kDoubles].at[i % kDoubles];
@@ -159,7 +156,7 @@ struct Scalar {
     return result;
   }
   /// Returns signed integers, rounded to nearest.
-  static LOMIX_INLINE Ints rounded(Floats v) {
+  static Ints rounded(Floats v) {
     // Adding this rounds a double to an integer in its low bits.
     constexpr double kRound = 0x1.8p52;
     Ints result;
@@ -172,35 +169,35 @@ struct Scalar {
 
   // Bits and masks.
 
-  static LOMIX_INLINE Doubles exclusiveOr(Doubles a, Doubles b) {
+  static Doubles exclusiveOr(Doubles a, Doubles b) {
     return each(a, b, [](double x, double y) { return std::bit_cast<double>(bits(x) ^ bits(y)); });
   }
   /// Returns the lowest bit of each lane as the lane's sign bit, all other bits 0.
-  static LOMIX_INLINE Doubles lowestAsSign(Doubles v) {
+  static Doubles lowestAsSign(Doubles v) {
     for (double& lane : v.at) lane = std::bit_cast<double>(bits(lane) << 63);
     return v;
   }
   template <int kBits>
-  static LOMIX_INLINE Ints shiftedRight(Ints v) {
+  static Ints shiftedRight(Ints v) {
     for (std::uint32_t& lane : v.at) lane >>= kBits;
     return v;
   }
   template <int kBits>
-  static LOMIX_INLINE Ints shiftedLeft(Ints v) {
+  static Ints shiftedLeft(Ints v) {
     for (std::uint32_t& lane : v.at) lane <<= kBits;
     return v;
   }
-  static LOMIX_INLINE Ints both(Ints a, Ints b) {
+  static Ints both(Ints a, Ints b) {
     return each(a, b, [](std::uint32_t x, std::uint32_t y) { return x & y; });
   }
-  static LOMIX_INLINE Ints either(Ints a, Ints b) {
+  static Ints either(Ints a, Ints b) {
     return each(a, b, [](std::uint32_t x, std::uint32_t y) { return x | y; });
   }
-  static LOMIX_INLINE Ints exclusiveOr(Ints a, Ints b) {
+  static Ints exclusiveOr(Ints a, Ints b) {
     return each(a, b, [](std::uint32_t x, std::uint32_t y) { return x ^ y; });
   }
   /// Returns the bits of both; loadLanes() gives 0 in the lanes that it leaves out.
-  static LOMIX_INLINE Channels either(Channels a, Channels b) {
+  static Channels either(Channels a, Channels b) {
     return each(a, b, [](float x, float y) {
       return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) |
                                   std::bit_cast<std::uint32_t>(y));
@@ -208,60 +205,59 @@ struct Scalar {
   }
 
   /// Returns the lanes with ((bits + offset) & mask) < limit, as signed integers.
-  static LOMIX_INLINE DoubleMask bitsBelow(Doubles v, long long offset, long long mask,
-                                           long long limit) {
+  static DoubleMask bitsBelow(Doubles v, long long offset, long long mask, long long limit) {
     return maskOf(v, v, [=](double x, double) {
       return static_cast<long long>((bits(x) + static_cast<std::uint64_t>(offset)) &
                                     static_cast<std::uint64_t>(mask)) < limit;
     });
   }
   /// Returns the lanes whose magnitude is below the limit.
-  static LOMIX_INLINE DoubleMask nearZero(Doubles v, double limit) {
+  static DoubleMask nearZero(Doubles v, double limit) {
     return maskOf(v, v, [limit](double x, double) { return std::abs(x) < limit; });
   }
   /// Returns the lanes with a < b.
-  static LOMIX_INLINE DoubleMask below(Doubles a, Doubles b) {
+  static DoubleMask below(Doubles a, Doubles b) {
     return maskOf(a, b, [](double x, double y) { return x < y; });
   }
   /// Returns a in the lanes of the mask, b in the others.
-  static LOMIX_INLINE Doubles selected(DoubleMask mask, Doubles a, Doubles b) {
+  static Doubles selected(DoubleMask mask, Doubles a, Doubles b) {
     for (int i = 0; i < kDoubles; ++i) b.at[i] = (mask >> i & 1) != 0 ? a.at[i] : b.at[i];
     return b;
   }
   /// Return the lanes that differ; a NaN differs from anything.
-  static LOMIX_INLINE SingleMask differing(Singles a, Singles b) {
+  static SingleMask differing(Singles a, Singles b) {
     return maskOf(a, b, [](float x, float y) { return x != y; });
   }
-  static LOMIX_INLINE IntMask differing(Ints a, Ints b) {
+  static IntMask differing(Ints a, Ints b) {
     return maskOf(a, b, [](std::uint32_t x, std::uint32_t y) { return x != y; });
   }
-  static LOMIX_INLINE SingleMask noSingles() { return 0; }
+  static SingleMask noSingles() { return 0; }
   /// Operations on masks of any kind. laneBits: bit i for lane i; rarely called.
-  static LOMIX_INLINE unsigned either(unsigned a, unsigned b) { return a | b; }
-  static LOMIX_INLINE bool any(unsigned mask) { return mask != 0; }
-  static LOMIX_INLINE unsigned laneBits(unsigned mask) { return mask; }
+  static unsigned either(unsigned a, unsigned b) { return a | b; }
+  static bool any(unsigned mask) { return mask != 0; }
+  static unsigned laneBits(unsigned mask) { return mask; }
 
   // Arrays of one vector's lanes, at any address.
 
-  static LOMIX_INLINE Singles load(const float* from) { return loaded<Singles>(from); }
-  static LOMIX_INLINE void store(float* to, Singles v) { std::memcpy(to, &v, sizeof v); }
-  static LOMIX_INLINE Ints load(const std::uint32_t* from) { return loaded<Ints>(from); }
-  static LOMIX_INLINE void store(std::uint32_t* to, Ints v) { std::memcpy(to, &v, sizeof v); }
-  static LOMIX_INLINE Ints loadBytes(const std::uint8_t* from) { return loaded<Ints>(from); }
-  static LOMIX_INLINE void storeBytes(std::uint8_t* to, Ints v) { std::memcpy(to, &v, sizeof v); }
+  static Singles load(const float* from) { return loaded<Singles>(from); }
+  static void store(float* to, Singles v) { std::memcpy(to, &v, sizeof v); }
+  static Ints load(const std::uint32_t* from) { return loaded<Ints>(from); }
+  static void store(std::uint32_t* to, Ints v) { std::memcpy(to, &v, sizeof v); }
+  static Ints loadBytes(const std::uint8_t* from) { return loaded<Ints>(from); }
+  static void storeBytes(std::uint8_t* to, Ints v) { std::memcpy(to, &v, sizeof v); }
 
   // Bytes.
 
-  static LOMIX_INLINE Ints bytes(std::uint8_t v) { return ints(v * 0x01010101u); }
+  static Ints bytes(std::uint8_t v) { return ints(v * 0x01010101u); }
   /// Returns a group's bytes in each group.
-  static LOMIX_INLINE Ints repeated(const std::uint8_t* from) {
+  static Ints repeated(const std::uint8_t* from) {
     Bytes result;
     for (int i = 0; i < kBytes; ++i) result.at[i] = from[i % kGroupBytes];
     return packed(result);
   }
   /// Shuffles the bytes of each group: byte i of the result is v[control[i]], or 0 where control[i]
   /// has its high bit set.
-  static LOMIX_INLINE Ints shuffled(Ints v, Ints control) {
+  static Ints shuffled(Ints v, Ints control) {
     const Bytes from = unpacked<Bytes>(v);
     Bytes result = unpacked<Bytes>(control);
     for (int i = 0; i < kBytes; ++i) {
@@ -272,31 +268,31 @@ struct Scalar {
     return packed(result);
   }
   /// Add and subtract bytes, modulo 256 or with saturation, or multiply and divide by 256.
-  static LOMIX_INLINE Ints addBytes(Ints a, Ints b) {
+  static Ints addBytes(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return x + y; });
   }
-  static LOMIX_INLINE Ints subBytes(Ints a, Ints b) {
+  static Ints subBytes(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return x - y; });
   }
-  static LOMIX_INLINE Ints addBytesSaturated(Ints a, Ints b) {
+  static Ints addBytesSaturated(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return std::min(x + y, 255); });
   }
-  static LOMIX_INLINE Ints subBytesSaturated(Ints a, Ints b) {
+  static Ints subBytesSaturated(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return std::max(x - y, 0); });
   }
-  static LOMIX_INLINE Ints productsBy256(Ints a, Ints b) {
+  static Ints productsBy256(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return x * y >> 8; });
   }
   /// Returns 255 in the bytes that are equal, 0 in the others.
-  static LOMIX_INLINE Ints equalBytes(Ints a, Ints b) {
+  static Ints equalBytes(Ints a, Ints b) {
     return inBytes(a, b, [](int x, int y) { return x == y ? 255 : 0; });
   }
   /// Returns v less 1 in the bytes where v is below the limit, modulo 256.
-  static LOMIX_INLINE Ints lessWhereBelow(Ints v, Ints limits) {
+  static Ints lessWhereBelow(Ints v, Ints limits) {
     return inBytes(v, limits, [](int x, int limit) { return x < limit ? x - 1 : x; });
   }
   /// Returns the bytes of a where the selector's high bits are set, those of b elsewhere.
-  static LOMIX_INLINE Ints byHighBits(Ints selector, Ints a, Ints b) {
+  static Ints byHighBits(Ints selector, Ints a, Ints b) {
     const Ints mask = inBytes(selector, selector, [](int x, int) { return x < 128 ? 0 : 255; });
     return either(both(mask, a), both(exclusiveOr(mask, ints(~0u)), b));
   }
@@ -305,7 +301,7 @@ struct Scalar {
   class Table {
    public:
     explicit Table(const std::uint8_t* table) : table_(table) {}
-    LOMIX_INLINE Ints operator()(Ints v) const {
+    Ints operator()(Ints v) const {
       Bytes result = unpacked<Bytes>(v);
       for (std::uint8_t& byte : result.at) byte = table_[byte];
       return packed(result);
@@ -317,27 +313,27 @@ struct Scalar {
 
   // Words.
 
-  static LOMIX_INLINE Ints words(std::uint16_t v) { return ints(v * 0x00010001u); }
+  static Ints words(std::uint16_t v) { return ints(v * 0x00010001u); }
   /// Return the low and the high half of each group's bytes as words; the latter two times 256.
-  static LOMIX_INLINE Ints lowBytes(Ints v) { return halfOfBytes(v, 0, 1); }
-  static LOMIX_INLINE Ints highBytes(Ints v) { return halfOfBytes(v, 1, 1); }
-  static LOMIX_INLINE Ints lowBytesBy256(Ints v) { return halfOfBytes(v, 0, 256); }
-  static LOMIX_INLINE Ints highBytesBy256(Ints v) { return halfOfBytes(v, 1, 256); }
+  static Ints lowBytes(Ints v) { return halfOfBytes(v, 0, 1); }
+  static Ints highBytes(Ints v) { return halfOfBytes(v, 1, 1); }
+  static Ints lowBytesBy256(Ints v) { return halfOfBytes(v, 0, 256); }
+  static Ints highBytesBy256(Ints v) { return halfOfBytes(v, 1, 256); }
   /// Returns two halves of words, all below 256, as bytes.
-  static LOMIX_INLINE Ints bytesOf(Ints low, Ints high) {
+  static Ints bytesOf(Ints low, Ints high) {
     return bytesOfHalves(low, high, [](int word) { return word; });
   }
   /// The same with signed words, saturated to 0 ... 255.
-  static LOMIX_INLINE Ints saturatedBytesOf(Ints low, Ints high) {
+  static Ints saturatedBytesOf(Ints low, Ints high) {
     return bytesOfHalves(low, high, [](int word) {
       return std::clamp<int>(static_cast<std::int16_t>(word), 0, 255);
     });
   }
   /// Return the low and the high half of each group's words in a, each followed by that in b.
-  static LOMIX_INLINE Ints lowPairs(Ints a, Ints b) { return pairs(a, b, 0); }
-  static LOMIX_INLINE Ints highPairs(Ints a, Ints b) { return pairs(a, b, 1); }
+  static Ints lowPairs(Ints a, Ints b) { return pairs(a, b, 0); }
+  static Ints highPairs(Ints a, Ints b) { return pairs(a, b, 1); }
   /// Returns two halves of integers, all of 0 ... 65535, as words.
-  static LOMIX_INLINE Ints wordsOf(Ints low, Ints high) {
+  static Ints wordsOf(Ints low, Ints high) {
     Words result;
     for (int i = 0; i < kWords; ++i) {
       const Ints& half = i % kGroupWords < kGroup ? low : high;
@@ -347,7 +343,7 @@ struct Scalar {
   }
   /// Returns four quarters of integers as bytes, saturated to 255. The integers are 0 ... 65535, or
   /// what truncated() makes of NaN, for which the byte is 0.
-  static LOMIX_INLINE Ints saturatedBytesOf(Ints a, Ints b, Ints c, Ints d) {
+  static Ints saturatedBytesOf(Ints a, Ints b, Ints c, Ints d) {
     Bytes result;
     const Ints* const quarters[4] = {&a, &b, &c, &d};
     for (int i = 0; i < kBytes; ++i) {
@@ -358,21 +354,21 @@ struct Scalar {
     }
     return packed(result);
   }
-  static LOMIX_INLINE Ints addWords(Ints a, Ints b) {
+  static Ints addWords(Ints a, Ints b) {
     return inWords(a, b, [](std::uint32_t x, std::uint32_t y) { return x + y; });
   }
-  static LOMIX_INLINE Ints subWords(Ints a, Ints b) {
+  static Ints subWords(Ints a, Ints b) {
     return inWords(a, b, [](std::uint32_t x, std::uint32_t y) { return x - y; });
   }
   /// Return the low and the high 16 bits of the unsigned products.
-  static LOMIX_INLINE Ints mulWords(Ints a, Ints b) {
+  static Ints mulWords(Ints a, Ints b) {
     return inWords(a, b, [](std::uint32_t x, std::uint32_t y) { return x * y; });
   }
-  static LOMIX_INLINE Ints mulWordsHigh(Ints a, Ints b) {
+  static Ints mulWordsHigh(Ints a, Ints b) {
     return inWords(a, b, [](std::uint32_t x, std::uint32_t y) { return x * y >> 16; });
   }
   template <int kBits>
-  static LOMIX_INLINE Ints wordsShiftedRightSigned(Ints v) {
+  static Ints wordsShiftedRightSigned(Ints v) {
     return inWords(v, v, [](std::uint32_t x, std::uint32_t) {
       return static_cast<std::uint32_t>(static_cast<std::int16_t>(x) >> kBits);
     });
@@ -380,17 +376,17 @@ struct Scalar {
 
   // 8-bit pixels, at any address.
 
-  static LOMIX_INLINE Ints load(const PF_Pixel* from) { return loaded<Ints>(from); }
+  static Ints load(const PF_Pixel* from) { return loaded<Ints>(from); }
   /// Loads pixels from[first] ... from[end - 1] to their lanes. Other lanes are 0; other memory is
   /// not read.
-  static LOMIX_INLINE Ints loadLanes(const PF_Pixel* from, int first, int end) {
+  static Ints loadLanes(const PF_Pixel* from, int first, int end) {
     return loadedLanes<Ints>(from, first, end);
   }
-  static LOMIX_INLINE void store(PF_Pixel* to, Ints v) { std::memcpy(to, &v, sizeof v); }
+  static void store(PF_Pixel* to, Ints v) { std::memcpy(to, &v, sizeof v); }
   /// Stores the first count lanes; other memory is not written.
-  static LOMIX_INLINE void storeFew(PF_Pixel* to, int count, Ints v) { storedFew(to, count, v); }
+  static void storeFew(PF_Pixel* to, int count, Ints v) { storedFew(to, count, v); }
   /// Stores past the caches to an aligned address, where the processor can.
-  static LOMIX_INLINE void stream(PF_Pixel* to, Ints v) { store(to, v); }
+  static void stream(PF_Pixel* to, Ints v) { store(to, v); }
 
   /// The alphas of 8-bit pixels. channel: 0 or 3.
   class AlphaBytes {
@@ -399,13 +395,13 @@ struct Scalar {
         : bytes_(std::endian::native == std::endian::little ? 255u << 8 * channel
                                                             : 255u << 8 * (3 - channel)) {}
     /// Returns whether all of them are 255.
-    LOMIX_INLINE bool allFull(Ints pixels) const {
+    bool allFull(Ints pixels) const {
       std::uint32_t all = bytes_;
       for (const std::uint32_t pixel : pixels.at) all &= pixel;
       return all == bytes_;
     }
     /// Returns pixels of these alphas, given in integers 0 but for the alpha, and colours.
-    LOMIX_INLINE Ints with(Ints alphas, Ints colours) const {
+    Ints with(Ints alphas, Ints colours) const {
       return either(both(colours, ints(~bytes_)), alphas);
     }
 
@@ -415,26 +411,24 @@ struct Scalar {
 
   // Float pixels, at any address.
 
-  static LOMIX_INLINE Channels load(const PF_PixelFloat* from) { return loaded<Channels>(from); }
-  static LOMIX_INLINE Channels loadLanes(const PF_PixelFloat* from, int first, int end) {
+  static Channels load(const PF_PixelFloat* from) { return loaded<Channels>(from); }
+  static Channels loadLanes(const PF_PixelFloat* from, int first, int end) {
     return loadedLanes<Channels>(from, first, end);
   }
-  static LOMIX_INLINE void store(PF_PixelFloat* to, Channels v) { std::memcpy(to, &v, sizeof v); }
-  static LOMIX_INLINE void storeFew(PF_PixelFloat* to, int count, Channels v) {
-    storedFew(to, count, v);
-  }
-  static LOMIX_INLINE void stream(PF_PixelFloat* to, Channels v) { store(to, v); }
+  static void store(PF_PixelFloat* to, Channels v) { std::memcpy(to, &v, sizeof v); }
+  static void storeFew(PF_PixelFloat* to, int count, Channels v) { storedFew(to, count, v); }
+  static void stream(PF_PixelFloat* to, Channels v) { store(to, v); }
 
   /// Returns the kPart-th vector of pixels that have one of these values in all their channels.
   template <int kPart>
-  static LOMIX_INLINE Channels eachPixel(Singles v) {
+  static Channels eachPixel(Singles v) {
     Channels result;
     for (int i = 0; i < 4 * kPixels32; ++i) result.at[i] = v.at[kPart * kPixels32 + i / 4];
     return result;
   }
   /// Applies a function of two Doubles to all lanes and rounds its results.
   template <typename Function>
-  static LOMIX_INLINE Channels inDoubles(Channels a, Channels b, const Function& function) {
+  static Channels inDoubles(Channels a, Channels b, const Function& function) {
     Channels result;
     for (int i = 0; i < 4 * kPixels32; i += kDoubles) {
       const auto part = narrow(function(widen(load(a.at + i)), widen(load(b.at + i))));
@@ -443,13 +437,13 @@ struct Scalar {
     return result;
   }
   /// Returns v, but 0 for negative numbers; -0.0 and NaN stay.
-  static LOMIX_INLINE Channels notNegative(Channels v) {
+  static Channels notNegative(Channels v) {
     for (float& lane : v.at) lane = lane < 0.0f ? 0.0f : lane;
     return v;
   }
 
   /// Returns v, but 0 where the factor is 0.
-  static LOMIX_INLINE Channels zeroedBy(Channels factors, Channels v) {
+  static Channels zeroedBy(Channels factors, Channels v) {
     return each(factors, v, [](float factor, float x) { return factor == 0.0f ? 0.0f : x; });
   }
 
@@ -458,19 +452,19 @@ struct Scalar {
    public:
     explicit AlphaChannels(int channel) : channel_(channel) {}
     /// Returns whether all of them are 1.
-    LOMIX_INLINE bool allOne(Channels pixels) const {
+    bool allOne(Channels pixels) const {
       bool all = true;
       for (int i = 0; i < kPixels32; ++i) all = all && pixels.at[4 * i + channel_] == 1.0f;
       return all;
     }
     /// Returns each pixel's alpha in all its lanes.
-    LOMIX_INLINE Channels spread(Channels pixels) const {
+    Channels spread(Channels pixels) const {
       Channels result;
       for (int i = 0; i < 4 * kPixels32; ++i) result.at[i] = pixels.at[i / 4 * 4 + channel_];
       return result;
     }
     /// Returns the alpha lanes of the first and the colour lanes of the second.
-    LOMIX_INLINE Channels with(Channels alphas, Channels colours) const {
+    Channels with(Channels alphas, Channels colours) const {
       for (int i = 0; i < kPixels32; ++i) {
         colours.at[4 * i + channel_] = alphas.at[4 * i + channel_];
       }
@@ -484,7 +478,7 @@ struct Scalar {
   // Memory.
 
   /// Asks for the cache line of an address, which need not exist.
-  static LOMIX_INLINE void prefetch(const char*) {}
+  static void prefetch(const char*) {}
   /// Orders the calling thread's streaming stores before its later stores.
   static void finishStreaming() {}
 
@@ -496,16 +490,16 @@ struct Scalar {
   using Bytes = Lanes<std::uint8_t, kBytes>;
   using Words = Lanes<std::uint16_t, kWords>;
 
-  static LOMIX_INLINE std::uint64_t bits(double v) { return std::bit_cast<std::uint64_t>(v); }
+  static std::uint64_t bits(double v) { return std::bit_cast<std::uint64_t>(v); }
 
   template <typename Vector, typename T>
-  static LOMIX_INLINE Vector filled(T v) {
+  static Vector filled(T v) {
     Vector result;
     for (auto& lane : result.at) lane = v;
     return result;
   }
   template <typename To, typename T, int kCount>
-  static LOMIX_INLINE To converted(Lanes<T, kCount> v) {
+  static To converted(Lanes<T, kCount> v) {
     To result;
     for (int i = 0; i < kCount; ++i) {
       result.at[i] = static_cast<std::remove_reference_t<decltype(result.at[i])>>(v.at[i]);
@@ -513,35 +507,34 @@ struct Scalar {
     return result;
   }
   template <typename T, int kCount, typename Function>
-  static LOMIX_INLINE Lanes<T, kCount> each(Lanes<T, kCount> a, Lanes<T, kCount> b,
-                                            const Function& function) {
+  static Lanes<T, kCount> each(Lanes<T, kCount> a, Lanes<T, kCount> b, const Function& function) {
     for (int i = 0; i < kCount; ++i) a.at[i] = static_cast<T>(function(a.at[i], b.at[i]));
     return a;
   }
   template <typename T, int kCount, typename Test>
-  static LOMIX_INLINE unsigned maskOf(Lanes<T, kCount> a, Lanes<T, kCount> b, const Test& test) {
+  static unsigned maskOf(Lanes<T, kCount> a, Lanes<T, kCount> b, const Test& test) {
     unsigned mask = 0;
     for (int i = 0; i < kCount; ++i) mask |= (test(a.at[i], b.at[i]) ? 1u : 0u) << i;
     return mask;
   }
 
   template <typename Parts>
-  static LOMIX_INLINE Parts unpacked(Ints v) {
+  static Parts unpacked(Ints v) {
     return std::bit_cast<Parts>(v);
   }
   template <typename Parts>
-  static LOMIX_INLINE Ints packed(Parts parts) {
+  static Ints packed(Parts parts) {
     return std::bit_cast<Ints>(parts);
   }
   template <typename Function>
-  static LOMIX_INLINE Ints inBytes(Ints a, Ints b, const Function& function) {
+  static Ints inBytes(Ints a, Ints b, const Function& function) {
     return packed(each(unpacked<Bytes>(a), unpacked<Bytes>(b), function));
   }
   template <typename Function>
-  static LOMIX_INLINE Ints inWords(Ints a, Ints b, const Function& function) {
+  static Ints inWords(Ints a, Ints b, const Function& function) {
     return packed(each(unpacked<Words>(a), unpacked<Words>(b), function));
   }
-  static LOMIX_INLINE Ints halfOfBytes(Ints v, int half, int factor) {
+  static Ints halfOfBytes(Ints v, int half, int factor) {
     const Bytes from = unpacked<Bytes>(v);
     Words result;
     for (int i = 0; i < kWords; ++i) {
@@ -551,7 +544,7 @@ struct Scalar {
     return packed(result);
   }
   template <typename Function>
-  static LOMIX_INLINE Ints bytesOfHalves(Ints low, Ints high, const Function& function) {
+  static Ints bytesOfHalves(Ints low, Ints high, const Function& function) {
     const Words halves[2] = {unpacked<Words>(low), unpacked<Words>(high)};
     Bytes result;
     for (int i = 0; i < kBytes; ++i) {
@@ -561,7 +554,7 @@ struct Scalar {
     }
     return packed(result);
   }
-  static LOMIX_INLINE Ints pairs(Ints a, Ints b, int half) {
+  static Ints pairs(Ints a, Ints b, int half) {
     const Words first = unpacked<Words>(a);
     const Words second = unpacked<Words>(b);
     Words result;
@@ -572,13 +565,13 @@ struct Scalar {
     return packed(result);
   }
   template <typename Vector>
-  static LOMIX_INLINE Vector loaded(const void* from) {
+  static Vector loaded(const void* from) {
     Vector v;
     std::memcpy(&v, from, sizeof v);
     return v;
   }
   template <typename Vector, typename Pixel>
-  static LOMIX_INLINE Vector loadedLanes(const Pixel* from, int first, int end) {
+  static Vector loadedLanes(const Pixel* from, int first, int end) {
     Vector v{};
     if (first < end) {
       std::memcpy(reinterpret_cast<Pixel*>(&v) + first, from + first,
@@ -587,7 +580,7 @@ struct Scalar {
     return v;
   }
   template <typename Vector, typename Pixel>
-  static LOMIX_INLINE void storedFew(Pixel* to, int count, const Vector& v) {
+  static void storedFew(Pixel* to, int count, const Vector& v) {
     std::memcpy(to, &v, static_cast<std::size_t>(count) * sizeof(Pixel));
   }
 };
