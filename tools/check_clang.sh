@@ -23,7 +23,7 @@ fi
 archs=(aarch64 x86_64)
 # tools/count_instructions.sh counts what the last one executes.
 targets=(lomix_edge_value_tests golden_frames Lomix_reference Lomix_rows lomix_draw_frames)
-tests=(lomix_unit_tests lomix_engine_tests golden_test library_test)
+tests=(lomix_unit_tests lomix_engine_tests golden_test library_golden_test library_test)
 if [ "$quick" = yes ]; then
   archs=(aarch64)
 else

@@ -16,7 +16,8 @@ done
 
 fail() { echo "error: windows: $*" >&2; exit 1; }
 
-tests=(effect_reference_test effect_rows_test golden_test resource_test lomix_unit_tests ofx_test)
+tests=(effect_reference_test effect_rows_test golden_test library_golden_test resource_test
+  lomix_unit_tests ofx_test)
 tools/build.sh mingw --target Lomix lomix lomix_ofx golden_frames "${tests[@]}"
 tools/build.sh dev --target lomix golden_frames Lomix Lomix_reference Lomix_rows
 

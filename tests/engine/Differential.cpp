@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "HasThreads.h"
 #include "effect/UnitSupport.h"
 #include "effect/kernel/DistortPixel.h"
 #include "effect/kernel/Lomix.h"
@@ -131,7 +132,7 @@ void drawInPieces(const engine::RowEngine& rows, int height, Random& random) {
     }
   };
   std::vector<std::thread> threads;
-  if (random.oneIn(16)) {
+  if (random.oneIn(16) && kHasThreads) {
     for (int i = 0; i < 3; ++i) threads.emplace_back(draw);
   }
   draw();

@@ -35,7 +35,7 @@ template <typename Number>
 Number numberOf(std::string_view option, std::string_view text, std::string_view suffixes = "") {
   Number value{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  const std::string_view rest(end, text.data() + text.size());
+  const std::string_view rest = text.substr(static_cast<std::size_t>(end - text.data()));
   std::size_t power = 0;
   if (rest.size() == 1) power = suffixes.find(rest[0]) + 1;
   if (error != std::errc{} || value < 0 || (!rest.empty() && power == 0)) {
