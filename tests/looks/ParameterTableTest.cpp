@@ -81,7 +81,7 @@ TEST(ParameterTable, RefusalsNameTheWayOut) {
   for (const Case& c : {Case{"Amont=3", "'Amount'"},
                         {"speed=3", "did you mean"},
                         {"edge=1", "'Edge Mode'"},
-                        {"=3", "there is no parameter ''"},
+                        {"=3", "the name of the parameter is missing"},
                         {"Amount=", "-100 % to 100 %"},
                         {"Amount=100.5", "-100 % to 100 %"},
                         {"Amount=-101", "-100 % to 100 %"},
