@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <new>
 #include <ostream>
 #include <string>
@@ -15,6 +16,11 @@
 #include "batch/Interrupt.h"
 #include "cli/commands/Commands.h"
 #include "lomix/lomix.h"
+#if defined(LOMIX_DRAWING)
+#include "media/drawing/Drawing.h"
+#endif
+#include "media/picture/PictureFile.h"
+#include "media/video/Video.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/StandardErrorCopy.h"
@@ -27,7 +33,9 @@ namespace {
 class Parser {
  public:
   Parser() {
-    app_.set_version_flag("--version", std::string("lomix ") + lomix_version_text());
+    CLI::Option* version = app_.set_version_flag("--version", [this] { return versionText(); });
+    const std::string verbose = "With --version: also the instruction set and the libraries in use";
+    app_.add_flag("--verbose", verbose)->needs(version);
     app_.require_subcommand(0, 1);
     // A name that starts with a slash is a file on every system.
     app_.allow_windows_style_options(false);
@@ -82,6 +90,20 @@ class Parser {
   }
 
  private:
+  /// Returns what --version prints.
+  std::string versionText() const {
+    std::string text = std::string("lomix ") + lomix_version_text();
+    if (app_.count("--verbose") == 0) return text;
+    text += std::string("\ninstruction set ") + lomix_instruction_set();
+    std::vector<std::string> libraries = media::videoLibraries();
+    libraries.insert(libraries.begin(), media::pictureLibrary());
+#if defined(LOMIX_DRAWING)
+    std::ranges::copy(media::drawingLibraries(), std::back_inserter(libraries));
+#endif
+    for (const std::string& library : libraries) text += "\n" + library;
+    return text;
+  }
+
   /// Throws UsageError, which suggests a command, where the first argument is the name of none.
   void requireCommand(const std::vector<std::string>& arguments) const {
     if (arguments.empty() || arguments.front().starts_with('-')) return;

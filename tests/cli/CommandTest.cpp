@@ -4,12 +4,16 @@
 #include <csignal>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "cli/CommandProcess.h"
+#include "lomix/lomix.h"
 #include "media/drawing/TestCard.h"
 #include "media/picture/PictureFile.h"
+#include "media/video/Video.h"
 
 namespace lomix {
 namespace {
@@ -429,7 +433,7 @@ TEST_F(Lomix, InspectShowsVersionFlagsAndAbout) {
   EXPECT_THAT(run({"inspect", LOMIX_MODULE}).out, HasSubstr("2.0.0 release, build 1"));
 }
 
-TEST_F(Lomix, HelpAndVersionAreNoErrors) {
+TEST_F(Lomix, HelpIsNoError) {
   for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
                                                     {"help"},
                                                     {"help", "sheet"},
@@ -446,7 +450,31 @@ TEST_F(Lomix, HelpAndVersionAreNoErrors) {
     EXPECT_THAT(result.out, HasSubstr("Examples:\n  lomix ")) << arguments[0];
     EXPECT_THAT(result.err, IsEmpty());
   }
-  EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("lomix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(Lomix, TheVersionNamesTheLibrariesWhenAsked) {
+  const std::string version = std::string("lomix ") + lomix_version_text();
+  EXPECT_EQ(run({"--version"}).out, version + "\n");
+  EXPECT_EQ(run({"--verbose"}).exitCode, 2);
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--version", "--verbose"}, {"--verbose", "--version"}}) {
+    const Result result = run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith(version + "\ninstruction set " + lomix_instruction_set() +
+                                       "\nOpenImageIO "));
+    const std::regex line("[A-Za-z0-9 ]+ \\S*[a-z0-9]\\S*");
+    std::set<std::string> libraries;
+    std::istringstream lines(result.out);
+    for (std::string text; std::getline(lines, text);) {
+      EXPECT_TRUE(std::regex_match(text, line)) << text;
+      libraries.insert(text.substr(0, text.find(' ')));
+    }
+    std::set<std::string> expected{"lomix", "instruction", "OpenImageIO", "cairo", "fontconfig"};
+    if (!media::videoLibraries().empty()) {
+      expected.insert({"FFmpeg", "libavformat", "libavcodec", "libavutil", "libswscale"});
+    }
+    EXPECT_EQ(libraries, expected);
+  }
 }
 
 TEST_F(Lomix, AFullStandardOutputIsAnError) {

@@ -79,6 +79,13 @@ Surface surfaceOf(const Picture& picture) {
 
 }  // namespace
 
+std::vector<std::string> drawingLibraries() {
+  const int fonts = FcGetVersion();
+  return {std::string("cairo ") + cairo_version_string(),
+          "fontconfig " + std::to_string(fonts / 10000) + "." + std::to_string(fonts / 100 % 100) +
+              "." + std::to_string(fonts % 100)};
+}
+
 struct Drawing::Cairo {
   std::string svg;
   Surface surface;

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "media/drawing/Canvas.h"
 #include "media/picture/Picture.h"
@@ -14,6 +15,9 @@ namespace lomix::media {
 struct Point {
   double x, y;
 };
+
+/// Returns the names and versions of the libraries that draw: "cairo 1.16.0".
+std::vector<std::string> drawingLibraries();
 
 /// The point of a line of text that a position refers to.
 enum class Anchor { Start, Middle, End };

@@ -82,6 +82,8 @@ void appendTo(void* context, void* data, int size) {
 
 }  // namespace
 
+std::string pictureLibrary() { return "stb_image " + std::to_string(STBI_VERSION); }
+
 Picture decodePicture(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(stream), {}};

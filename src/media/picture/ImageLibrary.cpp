@@ -5,6 +5,8 @@
 #include <cctype>
 #include <string_view>
 
+#include "media/picture/PictureFile.h"
+
 namespace lomix::media {
 namespace {
 
@@ -22,6 +24,12 @@ constexpr const char* kCompression = "compression";
 constexpr const char* kBitsPerSample = "oiio:BitsPerSample";
 
 }  // namespace
+
+std::string pictureLibrary() {
+  const int version = OIIO::openimageio_version();  // 20407 for 2.4.7.
+  return "OpenImageIO " + std::to_string(version / 10000) + "." +
+         std::to_string(version / 100 % 100) + "." + std::to_string(version % 100);
+}
 
 Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec) {
   Metadata metadata{format, {}, spec.full_x, spec.full_y};

@@ -30,4 +30,7 @@ void writePicture(const Picture& picture, const std::filesystem::path& file, boo
 /// folder, or, with overwrite false, an existing file.
 void checkWritable(const std::filesystem::path& file, bool overwrite);
 
+/// Returns the name and version of the library behind these functions: "OpenImageIO 2.4.7".
+std::string pictureLibrary();
+
 }  // namespace lomix::media

@@ -11,6 +11,8 @@ constexpr const char* kCause = "this build has no video support (build it with L
 
 }  // namespace
 
+std::vector<std::string> videoLibraries() { return {}; }
+
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input) {
   throw MediaError(cannotRead(input.name) + kCause);
 }

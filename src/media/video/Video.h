@@ -39,6 +39,10 @@ bool isAnimatedWebp(const std::filesystem::path& file);
 /// Returns the names of the codecs that can be chosen for output.
 std::span<const std::string_view> videoCodecNames();
 
+/// Returns the names and versions of the libraries that read and write videos, such as
+/// "libavcodec 59.37.100"; none in builds without video.
+std::vector<std::string> videoLibraries();
+
 /// Takes a warning: one line, "subject: what is lost or changed (way out)". Any thread.
 using Warn = std::function<void(const std::string&)>;
 
