@@ -154,6 +154,8 @@ package_debian() {
   for folder in bin include lib share OFX; do
     [ ! -d "$tree/$folder" ] || cp -R "$tree/$folder" "$root/usr/"
   done
+  # Where Debian's zsh looks.
+  mv "$root/usr/share/zsh/site-functions" "$root/usr/share/zsh/vendor-completions"
   cp "$tree/README.md" "$tree/install.md" "$documents/"
   {
     echo "Lomix $version. The code of these libraries is part of the command; the licence of each:"

@@ -9,6 +9,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev ffmpeg melt
   qemu-user
+  zsh fish groff-base
   "$@"
 )
 

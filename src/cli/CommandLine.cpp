@@ -60,6 +60,7 @@ class Parser {
 #endif
       addInspectCommand(app_),
       addTestCardCommand(app_),
+      addShellFilesCommand(app_),
     };
   }
 
@@ -108,8 +109,10 @@ class Parser {
   void requireCommand(const std::vector<std::string>& arguments) const {
     if (arguments.empty() || arguments.front().starts_with('-')) return;
     std::vector<std::string> names;
-    for (const Command& command : commands_) names.push_back(command.parser->get_name());
-    if (std::ranges::find(names, arguments.front()) != names.end()) return;
+    for (const Command& command : commands_) {
+      if (command.parser->get_name() == arguments.front()) return;
+      if (!command.parser->get_group().empty()) names.push_back(command.parser->get_name());
+    }
     throw UsageError("lomix: there is no command '" + arguments.front() + "' (" +
                      suggestion(arguments.front(), names) + "see 'lomix --help')");
   }

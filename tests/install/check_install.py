@@ -151,12 +151,32 @@ target_link_libraries(ppm_static PRIVATE Lomix::lomix_static)
         sys.exit("the library is installed with the project around it")
 
 
+def check_command(folder, build):
+    """The command's component has the command, its presets, completion scripts and manual page."""
+    prefix = folder / "command"
+    run("cmake", "--install", build, "--prefix", prefix, "--component", "command")
+    share = prefix / "share"
+    presets = {f"lomix/presets/{file.name}" for file in (ROOT / "presets").glob("*.json")}
+    wanted = presets | {"bash-completion/completions/lomix", "zsh/site-functions/_lomix",
+                        "fish/vendor_completions.d/lomix.fish", "man/man1/lomix.1"}
+    found = {file.relative_to(share).as_posix() for file in share.rglob("*") if file.is_file()}
+    if found != wanted:
+        sys.exit(f"share: missing {sorted(wanted - found)}, too many {sorted(found - wanted)}")
+    # They are this command's.
+    run(prefix / "bin/lomix", "shell-files", folder / "again")
+    for file in wanted - presets:
+        same(share / file, folder / "again" / file)
+
+
 def main():
     case, build, lomix = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch)
         if case == "subproject":
             check_subproject(folder)
+            return
+        if case == "command":
+            check_command(folder, build)
             return
         installed = Installation(folder, build, lomix)
         if case.startswith("package_"):

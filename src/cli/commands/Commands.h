@@ -24,6 +24,7 @@ Command addParamsCommand(CLI::App& lomix);
 Command addPresetsCommand(CLI::App& lomix);
 Command addInspectCommand(CLI::App& lomix);
 Command addTestCardCommand(CLI::App& lomix);
+Command addShellFilesCommand(CLI::App& lomix);
 // Only in builds with text and lines in pictures (LOMIX_DRAWING).
 Command addSheetCommand(CLI::App& lomix);
 Command addCompareCommand(CLI::App& lomix);

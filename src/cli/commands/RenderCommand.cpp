@@ -149,7 +149,7 @@ void declare(CLI::App& app, Options& options) {
                  "ffv1 for .mkv and .avi, vp9 for .webm, y4m for standard\n"
                  "output. Of pictures with more than 8 bits, h264, hevc\n"
                  "and vp9 keep 10")
-      ->type_name("NAME")
+      ->type_name("CODEC")
       ->group(video);
   app.add_option("--crf", options.crf,
                  "Quality of h264, hevc and vp9, 0 (best) to 51, vp9 63;\n"
