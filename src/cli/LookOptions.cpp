@@ -1,8 +1,10 @@
 #include "cli/LookOptions.h"
 
+#include "cli/UserPresets.h"
 #include "looks/LookErrors.h"
 #include "looks/PresetStore.h"
 #include "support/Text.h"
+#include "support/TextFile.h"
 
 namespace lomix::cli {
 namespace {
@@ -19,11 +21,19 @@ const looks::Parameter& parameterNamed(const looks::ParameterTable& table, std::
 }  // namespace
 
 looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& option) {
+  if (const auto own = findUserPreset(nameOrFile)) {
+    return {"'" + own->file.string() + "'", readText(own->file, looks::kMaxPresetBytes)};
+  }
   try {
     return looks::findPreset(nameOrFile);
-  } catch (const looks::UnknownName& error) {
+  } catch (const looks::UnknownName&) {
+    std::vector<std::string> names;
+    for (const looks::BuiltInPreset& preset : looks::builtInPresets()) names.push_back(preset.id);
+    for (const UserPreset& preset : userPresets()) names.push_back(preset.name);
     const looks::UnknownName complete =
-        error.withHint("'lomix presets' lists all; a file ends in .json");
+        looks::UnknownName("there is no preset '" + shortened(nameOrFile) + "'",
+                           nearestName(looks::normalisedName(nameOrFile), names))
+            .withHint("'lomix presets' lists all; a file ends in .json");
     throw UsageError(option + ": " + complete.what());
   }
 }
@@ -64,6 +74,7 @@ void LookOptions::addTo(CLI::App& app) {
 }
 
 std::vector<NamedFile> LookOptions::files() const {
+  if (const auto own = findUserPreset(preset_)) return {{"--preset", own->file}};
   if (!looks::isPresetFile(preset_)) return {};
   return {{"--preset", preset_}};
 }

@@ -23,8 +23,9 @@ struct Setting {
 Setting splitSetting(const looks::ParameterTable& table, std::string_view text,
                      const std::string& option, const std::string& form);
 
-/// Finds a preset by name or file. option: the option that names it, for error messages. Throws
-/// UsageError for a name that no preset has, MediaError when the file cannot be read.
+/// Finds a preset by name, built-in or the user's own, or by file. option: the option that names
+/// it, for error messages. Throws UsageError for a name that no preset has, MediaError when the
+/// file cannot be read.
 looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& option);
 
 /// The options of a command that set the effect's parameters.

@@ -1,12 +1,17 @@
 #include <CLI/App.hpp>
+#include <algorithm>
 #include <iomanip>
 #include <ostream>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "cli/LookOptions.h"
+#include "cli/UserPresets.h"
 #include "cli/commands/Commands.h"
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
+#include "support/TextFile.h"
 
 namespace lomix::cli {
 namespace {
@@ -34,21 +39,69 @@ void declare(CLI::App& app, Options& options) {
       "Examples:\n"
       "  lomix presets\n"
       "  lomix presets --show weak-aerial > mine.json\n"
-      "  lomix render in.png out.png --preset mine.json\n");
+      "  lomix render in.png out.png --preset mine.json\n\n"
+      "A file that you put into ~/.local/share/lomix/presets ($XDG_DATA_HOME/lomix/presets; on\n"
+      "Windows %APPDATA%\\lomix\\presets) is listed too, and --preset takes its name.\n");
 }
 
-void printAll(const looks::ParameterTable& table, bool asJson, std::ostream& out) {
-  auto list = nlohmann::ordered_json::array();
+using Json = nlohmann::ordered_json;
+
+/// Prints a line of the list.
+void print(const std::string& name, const std::string& description, std::ostream& out) {
+  constexpr int kNameWidth = 22;
+  out << std::left << std::setw(kNameWidth) << name;
+  if (name.size() >= kNameWidth) out << "  ";
+  out << description << "\n";
+}
+
+/// Prints the user's own presets, with a warning for each that cannot be used. Returns them as JSON
+/// where asJson says so, and prints nothing else then.
+Json listOwn(const looks::ParameterTable& table, bool asJson, const Streams& streams) {
+  Json list = Json::array();
+  bool headed = false;
+  for (const UserPreset& own : userPresets()) {
+    try {
+      const looks::PresetText found{"'" + own.file.string() + "'",
+                                    readText(own.file, looks::kMaxPresetBytes)};
+      const looks::Preset preset = looks::parsePreset(found.text, found.source, table);
+      if (asJson) {
+        Json entry{{"id", own.name}, {"file", own.file.string()}, {"hidden", own.hidden}};
+        entry.update(toJson(preset, table));
+        list.push_back(std::move(entry));
+        continue;
+      }
+      if (!headed) streams.out << "\nIn '" << userPresetFolder().string() << "':\n";
+      headed = true;
+      print(own.name,
+            preset.description + (own.hidden ? " (hidden by the built-in preset of this name; "
+                                               "rename the file, or use it by its file name)"
+                                             : ""),
+            streams.out);
+    } catch (const std::runtime_error& error) {
+      std::string cause = error.what();
+      std::ranges::replace(cause, '\n', ' ');
+      streams.err << "warning: " + cause + "\n";
+    }
+  }
+  return list;
+}
+
+void printAll(const looks::ParameterTable& table, bool asJson, const Streams& streams) {
+  auto list = Json::array();
   for (const looks::BuiltInPreset& builtIn : looks::builtInPresets()) {
     if (asJson) {
-      nlohmann::ordered_json entry{{"id", builtIn.id}};
+      Json entry{{"id", builtIn.id}};
       entry.update(toJson(looks::parsePreset(builtIn.text, builtIn.id, table), table));
       list.push_back(std::move(entry));
     } else {
-      out << std::left << std::setw(22) << builtIn.id << builtIn.description << "\n";
+      print(builtIn.id, builtIn.description, streams.out);
     }
   }
-  if (asJson) out << nlohmann::ordered_json{{"presets", list}}.dump(2) << "\n";
+  const Json own = listOwn(table, asJson, streams);
+  if (!asJson) return;
+  // Names of files need not be UTF-8.
+  const Json all{{"presets", list}, {"ownPresets", own}};
+  streams.out << all.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
 void run(const Options& options, const Streams& streams) {
@@ -60,14 +113,15 @@ void run(const Options& options, const Streams& streams) {
   } else if (options.schema) {
     streams.out << looks::presetSchema(table).dump(2) << "\n";
   } else {
-    printAll(table, options.json, streams.out);
+    printAll(table, options.json, streams);
   }
 }
 
 }  // namespace
 
 Command addPresetsCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "presets", "List the built-in presets", declare, run);
+  return addCommand<Options>(lomix, "presets", "List the built-in presets and your own", declare,
+                             run);
 }
 
 }  // namespace lomix::cli
