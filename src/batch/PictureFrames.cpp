@@ -89,8 +89,18 @@ void SequenceSource::load(const Frame& frame, media::Picture& picture) {
   picture = media::readPicture(name_.file(frame.number));
 }
 
-PictureSink::PictureSink(fs::path file, Existing existing)
-    : file_(std::move(file)), existing_(existing) {
+TransparencyCheck::TransparencyCheck(fs::path output, media::Warn warn)
+    : output_(std::move(output)), warn_(std::move(warn)), needed_(!media::storesAlpha(output_)) {}
+
+void TransparencyCheck::check(const media::Picture& picture) {
+  if (!needed_ || !picture.info.hasAlpha || !media::isTranslucent(picture)) return;
+  if (!needed_.exchange(false)) return;
+  warn_("'" + output_.string() + "': transparency is left out, colours are written as they are (" +
+        output_.extension().string() + " files have none; .png files do)");
+}
+
+PictureSink::PictureSink(fs::path file, Existing existing, media::Warn warn)
+    : file_(std::move(file)), existing_(existing), transparency_(file_, std::move(warn)) {
   // Checked before the render, which may take long.
   media::checkWritable(file_, existing != Existing::Refuse);
 }
@@ -101,12 +111,13 @@ bool PictureSink::has(const Frame&) const {
 
 std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
                                                          std::shared_ptr<media::Picture> picture) {
+  transparency_.check(*picture);
   media::writePicture(*picture, file_, existing_ == Existing::Overwrite);
   return nullptr;
 }
 
-SequenceSink::SequenceSink(media::SequenceName name, Existing existing)
-    : name_(std::move(name)), existing_(existing) {
+SequenceSink::SequenceSink(media::SequenceName name, Existing existing, media::Warn warn)
+    : name_(std::move(name)), existing_(existing), transparency_(name_.pattern(), std::move(warn)) {
   media::checkWritable(name_.file(0), true);
 }
 
@@ -128,6 +139,7 @@ bool SequenceSink::has(const Frame& frame) const {
 
 std::unique_ptr<media::EncodableFrame> SequenceSink::take(const Frame& frame,
                                                           std::shared_ptr<media::Picture> picture) {
+  transparency_.check(*picture);
   media::writePicture(*picture, name_.file(frame.number), existing_ == Existing::Overwrite);
   return nullptr;
 }

@@ -1,6 +1,7 @@
 // Sources and sinks of frames in picture files, single or numbered.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include "batch/Frame.h"
 #include "batch/FrameTime.h"
 #include "media/picture/SequenceName.h"
+#include "media/video/Video.h"
 
 namespace lomix::batch {
 
@@ -78,11 +80,28 @@ class SequenceSource : public NumberedSource {
   std::vector<std::int64_t> missing_;
 };
 
+/// Warns where the pictures that a run writes lose their transparency.
+class TransparencyCheck {
+ public:
+  /// output: the name to warn about, whose extension is the pictures'. Throws MediaError for an
+  /// extension that no picture has.
+  TransparencyCheck(std::filesystem::path output, media::Warn warn);
+
+  /// Warns where the picture has transparency and its file will not; once for all pictures. Any
+  /// thread.
+  void check(const media::Picture& picture);
+
+ private:
+  std::filesystem::path output_;
+  media::Warn warn_;
+  std::atomic<bool> needed_;
+};
+
 /// One picture file, for a run of a single frame.
 class PictureSink : public FrameSink {
  public:
-  /// Throws MediaError when the file cannot be written.
-  PictureSink(std::filesystem::path file, Existing existing);
+  /// warn: called for what is lost. Throws MediaError when the file cannot be written.
+  PictureSink(std::filesystem::path file, Existing existing, media::Warn warn);
 
   bool has(const Frame& frame) const override;
   std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
@@ -91,13 +110,14 @@ class PictureSink : public FrameSink {
  private:
   std::filesystem::path file_;
   Existing existing_;
+  TransparencyCheck transparency_;
 };
 
 /// A numbered sequence.
 class SequenceSink : public FrameSink {
  public:
-  /// Throws MediaError when no file of the kind can be written.
-  SequenceSink(media::SequenceName name, Existing existing);
+  /// warn: called for what is lost. Throws MediaError when no file of the kind can be written.
+  SequenceSink(media::SequenceName name, Existing existing, media::Warn warn);
 
   /// Throws AvoidableError when a file of one of these frames exists and may not be replaced.
   void checkFree(const std::vector<std::int64_t>& numbers) const;
@@ -110,6 +130,7 @@ class SequenceSink : public FrameSink {
  private:
   media::SequenceName name_;
   Existing existing_;
+  TransparencyCheck transparency_;
 };
 
 }  // namespace lomix::batch

@@ -50,13 +50,16 @@ class Planner {
       openInput();
       openVideoOutput();
     } else if (outputSequence_) {
-      auto sink = std::make_unique<SequenceSink>(*outputSequence_, options_.existing);
+      auto sink =
+          std::make_unique<SequenceSink>(*outputSequence_, options_.existing, options_.warn);
       openInput();
       sink->checkFree(numbers_);
+      noteLostStreams();
       route_.sink = std::move(sink);
     } else {
       // Checked before the input is opened, which may take long.
-      route_.sink = std::make_unique<PictureSink>(options_.output, options_.existing);
+      route_.sink =
+          std::make_unique<PictureSink>(options_.output, options_.existing, options_.warn);
       openInput();
       requireOneFrame();
     }
@@ -216,6 +219,18 @@ class Planner {
     auto source = std::make_unique<VideoSource>(input);
     reader_ = &source->reader();
     route_.source = std::move(source);
+  }
+
+  /// Warns of what a sequence of pictures does not keep of a video.
+  void noteLostStreams() const {
+    if (reader_ == nullptr) return;
+    const auto note = [this](media::StreamKind kind, const char* name, const char* option) {
+      if (!reader_->has(kind)) return;
+      options_.warn("'" + options_.output + "': " + name +
+                    " left out, since pictures have none (name a video, or add " + option + ")");
+    };
+    if (options_.sound) note(media::StreamKind::Sound, "sound is", "--no-audio");
+    if (options_.subtitles) note(media::StreamKind::Subtitles, "subtitles are", "--no-subtitles");
   }
 
   void openVideoOutput() {

@@ -114,6 +114,13 @@ TEST_F(Footage, SubtitlesAreConvertedAndWhatHasNoPlaceIsNamed) {
   write(path("w.srt"),
         "1\n00:00:00,500 --> 00:00:01,500\nHello\n\n2\n00:00:02,500 --> 00:00:05,500\nWorld\n");
   makeFilm("film.mp4", "-i w.srt -map 0 -map 1 -map 2 -c:s mov_text -c:a aac");
+  EXPECT_EQ(
+      render("film.mp4 s.##.png --frames 0-2 --report s.json"),
+      "warning: 's.##.png': sound is left out, since pictures have none (name a video, or add "
+      "--no-audio)\nwarning: 's.##.png': subtitles are left out, since pictures have none "
+      "(name a video, or add --no-subtitles)\n");
+  EXPECT_EQ(report("s.json")["warnings"].size(), 2);
+  EXPECT_THAT(render("film.mp4 t.##.png --frames 0-2 --no-audio --no-subtitles"), IsEmpty());
   EXPECT_THAT(render("film.mp4 a.mkv --codec h264"), IsEmpty());
   const std::string packets = "packet=pts_time,duration_time";
   EXPECT_EQ(probe("a.mkv", "s", packets), "packet,0.500000,1.000000\npacket,2.500000,3.000000\n");
@@ -186,8 +193,15 @@ TEST_F(Footage, LightLevelsFieldsAndTransparencyStayOrAreNamed) {
   EXPECT_THAT(render("clear.mov h.mp4 --report r.json"), HasSubstr("transparency is left out"));
   EXPECT_THAT(report("r.json")["warnings"].dump(), HasSubstr("transparency"));
   EXPECT_THAT(render("clear.mov i.mov"), IsEmpty());
+  const std::string left = "transparency is left out, colours are written as they are (.jpg";
+  EXPECT_EQ(render("clear.mov k.##.jpg --report k.json"),
+            "warning: 'k.##.jpg': " + left + " files have none; .png files do)\n");
+  EXPECT_EQ(report("k.json")["warnings"].size(), 1);
+  EXPECT_THAT(render("clear.mov l.jpg --frames 3"), HasSubstr(left));
+  EXPECT_THAT(render("clear.mov l.##.png"), IsEmpty());
   makeClip("opaque.mov", "s=96x64:r=25:d=0.4", "-c:v png -vf format=rgba");
   EXPECT_THAT(render("opaque.mov j.mp4"), IsEmpty());
+  EXPECT_THAT(render("opaque.mov j.##.jpg"), IsEmpty());
 }
 
 TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {

@@ -137,10 +137,15 @@ void requireWritableFormat(const fs::path& file) {
   }
 }
 
+bool storesAlpha(const fs::path& file) {
+  requireWritableFormat(file);
+  return formatOf(file) != Format::Jpeg;
+}
+
 void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
   const Picture bytes = toDepth(picture, 8);
   const Format format = formatOf(file);
-  const bool withAlpha = picture.info.hasAlpha && format != Format::Jpeg;
+  const bool withAlpha = picture.info.hasAlpha && storesAlpha(file);
   const std::size_t channels = withAlpha ? 4 : 3;
   constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
   std::vector<std::uint8_t> samples;

@@ -58,6 +58,18 @@ Picture toDepth(Picture picture, int depth) {
   return converted;
 }
 
+bool isTranslucent(const Picture& picture) {
+  for (int y = 0; y < picture.height(); ++y) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(picture.width()); ++i) {
+      const std::size_t at = i * Picture::kChannels;
+      if (picture.depth() == 8 ? picture.row8(y)[at] != 255 : picture.row32(y)[at] != 1.0f) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
 Picture reduced(Picture picture, int factorX, int factorY) {
   if (factorX == 1 && factorY == 1) return picture;
   if (picture.depth() == 8)

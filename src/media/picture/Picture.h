@@ -76,6 +76,9 @@ unsigned quantize(float value, unsigned max);
 /// to nearest; NaN gives 0.
 Picture toDepth(Picture picture, int depth);
 
+/// Returns whether a pixel has an alpha other than opaque.
+bool isTranslucent(const Picture& picture);
+
 /// Returns the picture at 1/factorX by 1/factorY of its size, rounded up. Each pixel is the average
 /// of a block, colours weighted by alpha. Factors are from 1. Unequal factors change the pixel
 /// aspect.

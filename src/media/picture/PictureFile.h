@@ -30,6 +30,10 @@ void writePicture(const Picture& picture, const std::filesystem::path& file, boo
 /// folder, or, with overwrite false, an existing file.
 void checkWritable(const std::filesystem::path& file, bool overwrite);
 
+/// Returns whether pictures in the format of the file's extension have alpha. Throws MediaError for
+/// an extension that checkWritable() refuses.
+bool storesAlpha(const std::filesystem::path& file);
+
 /// Returns the name and version of the library behind these functions: "OpenImageIO 2.4.7".
 std::string pictureLibrary();
 

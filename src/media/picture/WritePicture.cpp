@@ -179,6 +179,8 @@ class Destination {
 
 void requireWritableFormat(const fs::path& file) { createWriter(file); }
 
+bool storesAlpha(const fs::path& file) { return createWriter(file)->supports("alpha") != 0; }
+
 void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
   std::unique_ptr<OIIO::ImageOutput> output = createWriter(file);
   const std::string format = output->format_name();

@@ -104,6 +104,14 @@ void Reader::chooseStream() {
   copy({});
 }
 
+bool Reader::has(StreamKind kind) const {
+  const AVMediaType wanted = kind == StreamKind::Sound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_SUBTITLE;
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    if (container_->streams[i]->codecpar->codec_type == wanted) return true;
+  }
+  return false;
+}
+
 void Reader::copy(const Copying& copying) {
   copying_ = copying;
   copying_.streams.resize(container_->nb_streams, false);

@@ -24,6 +24,7 @@ class Reader : public VideoReader {
   ~Reader() override;
 
   std::optional<std::int64_t> frameCount() const override;
+  bool has(StreamKind kind) const override;
   std::int64_t damagedCount() const override { return damaged_; }
   std::vector<std::int64_t> missingFrames() const override;
   std::string loss() const override;

@@ -113,6 +113,9 @@ class VideoFrame {
   Ratio time;               ///< Seconds since the video's first frame.
 };
 
+/// What a video has beside its pictures.
+enum class StreamKind { Sound, Subtitles };
+
 /// Reads the frames of one video.
 class VideoReader {
  public:
@@ -124,6 +127,8 @@ class VideoReader {
   /// Returns the number of frames that next() returns, as far as the file states or implies it;
   /// nothing when it does not. It may be wrong.
   virtual std::optional<std::int64_t> frameCount() const = 0;
+  /// Returns whether the video has a stream of the kind.
+  virtual bool has(StreamKind kind) const = 0;
   /// Returns the next chosen frame in the order of display; null after the last. One thread at a
   /// time. Throws MediaError.
   virtual std::unique_ptr<VideoFrame> next() = 0;

@@ -41,18 +41,6 @@ T* required(T* pointer) {
   return pointer;
 }
 
-bool isTranslucent(const Picture& picture) {
-  for (int y = 0; y < picture.height(); ++y) {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(picture.width()); ++i) {
-      const std::size_t at = i * Picture::kChannels;
-      if (picture.depth() == 8 ? picture.row8(y)[at] != 255 : picture.row32(y)[at] != 1.0f) {
-        return true;
-      }
-    }
-  }
-  return false;
-}
-
 /// Copies tags without those that describe how the input was encoded.
 void copyTagsOf(const AVDictionary* from, AVDictionary** to) {
   constexpr std::array<std::string_view, 6> kOfTheFile{
