@@ -102,7 +102,7 @@ struct ProfileFrame {
 
 /// The functions of one instruction set. All may run on any number of threads at once.
 struct SimdTarget {
-  const char* name;  ///< For reports: "portable", "avx2", "avx512", "neon".
+  const char* name;  ///< For reports: "portable", "avx2", "avx512", "neon", "wasm".
   /// Draw a run of pixels, 8-bit and float.
   void (*run8)(const Row8& row, const Run<PF_Pixel>& run);
   void (*run32)(const Row32& row, const Run<PF_PixelFloat>& run);
@@ -130,6 +130,9 @@ const SimdTarget* avx512Target();
 
 /// Returns the NEON target of builds for 64-bit ARM, null elsewhere.
 const SimdTarget* neonTarget();
+
+/// Returns the target for WebAssembly with vectors, null elsewhere.
+const SimdTarget* wasmTarget();
 
 /// Returns all targets that this processor runs, the fastest first.
 std::vector<const SimdTarget*> availableTargets();

@@ -8,7 +8,7 @@ namespace lomix::engine {
 
 std::vector<const SimdTarget*> availableTargets() {
   std::vector<const SimdTarget*> targets;
-  for (const SimdTarget* vectors : {avx512Target(), avx2Target(), neonTarget()}) {
+  for (const SimdTarget* vectors : {avx512Target(), avx2Target(), neonTarget(), wasmTarget()}) {
     if (vectors != nullptr) targets.push_back(vectors);
   }
   targets.push_back(&portableTarget());

@@ -23,7 +23,7 @@ constexpr const char* kUsage =
     "Compares the row engine with the reference path on random frames, with alpha first and alpha\n"
     "last, until a limit is met (200M pixels by default). --frame draws that one frame of the "
     "seed.\n"
-    "--target: avx512, avx2, neon, portable, formula, scalar-4 or all, which is\n"
+    "--target: avx512, avx2, neon, wasm, portable, formula, scalar-4 or all, which is\n"
     "what the row engine chooses from on this processor.\n"
     "--expect-targets: fails unless this processor runs exactly these, the fastest first.\n"
     "Exits with 0 where all bytes are equal, 1 at a difference (the other way round with\n"
@@ -47,8 +47,8 @@ Number numberOf(std::string_view option, std::string_view text, std::string_view
 }
 
 void setTargets(Options& options, std::string_view name) {
-  constexpr std::string_view kNames[] = {"all",      "avx512",  "avx2",    "neon",
-                                         "portable", "formula", "scalar-4"};
+  constexpr std::string_view kNames[] = {"all",  "avx512",   "avx2",    "neon",
+                                         "wasm", "portable", "formula", "scalar-4"};
   if (std::ranges::find(kNames, name) == std::end(kNames)) {
     throw std::invalid_argument("--target: '" + std::string(name) + "' is none (see --help)");
   }
