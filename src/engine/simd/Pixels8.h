@@ -1,6 +1,7 @@
 // Draws runs of 8-bit pixels in vectors.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -124,13 +125,19 @@ class Unmultiply {
 };
 
 // Returns original + amount * (effect - original), fused and truncated, as PixelLerp8 does.
+//
+// Without fused operations an amount of at least 2^-8 is split at 2^-16. Its high part times the
+// difference of two bytes and the sum with the original are multiples of 2^-16 below 2^8. The low
+// part has 15 bits, so that its product is exact too. Thus only the last sum rounds.
 template <typename V>
 class FormulaBlend {
   using Ints = typename V::Ints;
+  using Floats = typename V::Floats;
 
  public:
   // amount: in [0, 1).
-  explicit FormulaBlend(float amount) : amount_(V::floats(amount * 0x1p-16f)) {}
+  explicit FormulaBlend(float amount)
+      : FormulaBlend(amount, std::floor(amount * 0x1p16f) * 0x1p-16f) {}
 
   LOMIX_INLINE Ints operator()(Ints original, Ints effect) const {
     return V::bytesOf(words(V::lowBytes(original), V::lowBytes(effect)),
@@ -147,10 +154,25 @@ class FormulaBlend {
   // The difference is scaled by 2^16 and the amount by 2^-16, which changes no rounding. An amount
   // so small that it becomes subnormal changes no pixel.
   LOMIX_INLINE Ints integers(Ints original, Ints difference) const {
-    return V::truncated(V::fma(amount_, V::converted(difference), V::converted(original)));
+    return V::truncated(sum(V::converted(original), V::converted(difference)));
+  }
+  LOMIX_INLINE Floats sum(Floats original, Floats difference) const {
+    if constexpr (!V::kFused) {
+      if (split_) {
+        return V::add(V::add(original, V::mul(high_, difference)), V::mul(low_, difference));
+      }
+    }
+    return V::fma(amount_, difference, original);
   }
 
-  typename V::Floats amount_;
+  FormulaBlend(float amount, float high)
+      : split_(amount >= 0x1p-8f),
+        amount_(V::floats(amount * 0x1p-16f)),
+        high_(V::floats(high * 0x1p-16f)),
+        low_(V::floats((amount - high) * 0x1p-16f)) {}
+
+  bool split_;
+  Floats amount_, high_, low_;
 };
 
 // Applies a ByteMap by its lines and corrections. kBitSets: its bitSets().
