@@ -31,6 +31,7 @@ function(lomix_engine_mutant name target source)
     set(file_avx2 Avx2Target)
     set(file_avx512 Avx512Target)
     set(file_neon NeonTarget)
+    set(file_wasm WasmTarget)
     set(sources ${PROJECT_SOURCE_DIR}/src/engine/simd/${file_${target}}.cpp)
   endif()
   # The linker takes the mutated objects first and leaves the library's out.
