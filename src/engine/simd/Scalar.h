@@ -53,7 +53,7 @@ struct Scalar {
   using IntMask = unsigned;
 
   /// The instruction set multiplies and adds with one rounding. Without, the shared code takes
-  /// divisions and splits pi; fma() below may be slow then.
+  /// divisions, splits pi and the weight of the blend; fma() below may be slow then.
   static constexpr bool kFused = false;
   /// It has Table and, in place of the operations for maps and opaque pixels by arithmetic,
   /// lessWhereBelow(), loadBytes() and storeBytes().
