@@ -1,5 +1,5 @@
-// Operations on vectors in plain C++: the specification of what every instruction set has to give,
-// the portable SIMD target, and the proof in the tests that the shared code depends on no width.
+// Operations on vectors in plain C++: they define what every instruction set has to give, are the
+// portable SIMD target, and prove in the tests that the shared code depends on no width.
 #pragma once
 
 #include <algorithm>

@@ -24,7 +24,7 @@ std::size_t leadOf(const AVCodecParameters& codec) {
     case AV_CODEC_ID_MP3:
       return 3;
     case AV_CODEC_ID_OPUS:
-      return 4;  // 80 ms, as its specification recommends.
+      return 4;  // 80 ms, as RFC 7845 recommends for seeking.
     default:
       return isCutAnywhere(codec) ? 0 : 1;
   }
