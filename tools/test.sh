@@ -38,7 +38,7 @@ for preset in dev asan; do
 done
 echo "Testing (tsan)..."
 build/tsan/tests/lomix_engine_tests --gtest_brief=1 --gtest_filter='Threads.*'
-build/tsan/tests/library_test --gtest_brief=1 --gtest_filter='*Frames.*:Context.*'
+build/tsan/tests/library_test --gtest_brief=1 --gtest_filter='Seeds/Frames.*/0:Context.*'
 build/tsan/tests/ofx_test --gtest_brief=1 --gtest_filter='*AtOnce:*Threads*:*Abort*'
 build/tsan/tests/frei0r_test --gtest_brief=1 --gtest_filter='*AtOnce'
 tools/check_windows.sh

@@ -32,17 +32,23 @@ class CommandProcess : public ScratchFolder {
 
   /// Starts the command. out: a file for its standard output.
   pid_t start(const std::vector<std::string>& arguments, const std::string& out = "") {
-    return ForkedCommand::start(arguments, folder_, out.empty() ? (outputs_ / "out").string() : out,
-                                outputs_ / "err");
+    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
+#ifdef LOMIX_FORKS_COMMAND
+    return ForkedCommand::start(arguments, folder_, outFile, outputs_ / "err");
+#else
+    std::vector<std::string> all = {LOMIX_COMMAND};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return startProgram(std::move(all), outFile);
+#endif
   }
-  pid_t startProgram(std::vector<std::string> arguments) {
+  pid_t startProgram(std::vector<std::string> arguments, const std::string& out = "") {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
-    const std::string outFile = (outputs_ / "out").string();
+    const std::string outFile = out.empty() ? (outputs_ / "out").string() : out;
     const std::string errFile = (outputs_ / "err").string();
     const int flags = O_WRONLY | O_CREAT | O_TRUNC;
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outFile.c_str(), flags, 0600);

@@ -6,9 +6,6 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,9 +20,8 @@ namespace {
 
 constexpr std::size_t kLongestRequest = 65536;
 
-/// Exit codes that are not the command's.
+/// An exit code that the command does not have.
 constexpr int kNotStarted = 127;
-[[maybe_unused]] constexpr int kLeaked = 126;
 
 /// The end of the socket pair that asks for processes.
 int requests = -1;
@@ -55,12 +51,9 @@ void redirect(int stream, const char* file) {
     const std::size_t end = variable.find('=');
     setenv(variable.substr(0, end).c_str(), variable.substr(end + 1).c_str(), 1);
   }
-  int exitCode = cli::runProgram(arguments);
+  const int exitCode = cli::runProgram(arguments);
   std::cout.flush();
   std::fflush(nullptr);
-#ifdef __SANITIZE_ADDRESS__
-  if (__lsan_do_recoverable_leak_check() != 0) exitCode = kLeaked;
-#endif
   // Some of the libraries, at exit, wait for threads that they started when they were loaded, and a
   // forked process does not have those.
   _exit(exitCode);
