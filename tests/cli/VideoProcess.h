@@ -10,6 +10,11 @@ namespace lomix {
 /// Makes videos with ffmpeg and looks at them with ffprobe.
 class Video : public CommandProcess {
  protected:
+#ifdef __SANITIZE_ADDRESS__
+  // The video libraries' objects are those that are easily kept.
+  Video() { checksLeaks_ = true; }
+#endif
+
   /// Returns the output of a shell command, which has to succeed.
   std::string shell(const std::string& command) {
     const Result result = finish(startProgram({"sh", "-c", "set -e; " + command}));
