@@ -383,9 +383,9 @@ struct Watch {
 };
 
 TEST(Context, ReportsProgressAndEndsWhenAsked) {
-  ImageBuffer source(50, 300, LOMIX_BGRA8);
+  ImageBuffer source(13, 300, LOMIX_BGRA8);
   fill(source, Random(5));
-  ImageBuffer expected(50, 300, LOMIX_BGRA8);
+  ImageBuffer expected(13, 300, LOMIX_BGRA8);
   const lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
   const FramePtr frame = createFrame(settings, source.image, expected.image);
   ASSERT_EQ(lomix_frame_draw_rows(frame.get(), 0, 300, nullptr), LOMIX_OK);
@@ -399,7 +399,7 @@ TEST(Context, ReportsProgressAndEndsWhenAsked) {
     };
     // The same context serves frame after frame, also after one that was ended.
     for (int round = 0; round < 20; ++round) {
-      ImageBuffer output(50, 300, LOMIX_BGRA8);
+      ImageBuffer output(13, 300, LOMIX_BGRA8);
       Watch watch;
       EXPECT_EQ(render(output, watch), LOMIX_OK);
       EXPECT_EQ(difference(expected, output), "");
@@ -413,7 +413,7 @@ TEST(Context, ReportsProgressAndEndsWhenAsked) {
           last = done;
         }
       }
-      ImageBuffer aborted(50, 300, LOMIX_BGRA8);
+      ImageBuffer aborted(13, 300, LOMIX_BGRA8);
       Watch impatient{.abortAt = 100};
       EXPECT_EQ(render(aborted, impatient), LOMIX_ABORTED);
       EXPECT_TRUE(aborted.surroundingsIntact());
