@@ -43,9 +43,8 @@ trap 'wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
 rm -rf "$WINEPREFIX"
 wineboot --init >"$work/wineboot" 2>&1 || { cat "$work/wineboot" >&2; fail "Wine does not start"; }
 
-for test in "${tests[@]}"; do
-  wine "build/mingw/tests/$test.exe" --gtest_brief=1
-done
+printf '%s\n' "${tests[@]}" |
+  xargs -P "$(nproc)" -I {} wine build/mingw/tests/{}.exe --gtest_brief=1 || fail "a test failed"
 for engine in reference rows; do
   wine build/mingw/tests/golden_frames.exe "$bin/$engine/Lomix.aex" --write "$work/pixels"
   echo -n "Golden frames ($engine): "
