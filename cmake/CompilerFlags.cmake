@@ -45,7 +45,9 @@ endif()
 # lomix_precompile(TARGET HEADER...): precompiles large headers that many files of TARGET include.
 # The files go on including what they use.
 function(lomix_precompile target)
-  if(NOT LOMIX_PRECOMPILE)
+  string(TOUPPER "${CMAKE_BUILD_TYPE}" type)
+  # At -O3 GCC 12 warns of the standard library's strings where they are precompiled.
+  if(NOT LOMIX_PRECOMPILE OR "${CMAKE_CXX_FLAGS_${type}}" MATCHES "-O3")
     return()
   endif()
   target_precompile_headers(${target} PRIVATE ${ARGN})
