@@ -76,7 +76,6 @@ class Reader : public VideoReader {
   bool feed();
   template <typename Enough>
   void readAhead(bool keepVideo, Enough enough);
-  bool copiesReach(const Moment& end) const;
   void requireDecoded(int error);
   void stamp(AVFrame& frame);
   std::unique_ptr<DecodedFrame> decode();
