@@ -1,56 +1,19 @@
 #include "host/ModuleFile.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <system_error>
 
 #include "host/HostError.h"
+#include "support/FileBytes.h"
 
 namespace lomix::host {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Thrown for an access beyond the end of the file.
-struct EndsTooEarly {};
-
-/// A file's bytes as numbers of either byte order.
-class ModuleBytes {
- public:
-  explicit ModuleBytes(const fs::path& file)
-      : stream_(file, std::ios::binary), size_(fs::file_size(file)) {}
-
-  bool isOpen() const { return stream_.is_open(); }
-  void setBigEndian(bool big) { bigEndian_ = big; }
-
-  /// Returns the unsigned number of that many bytes, 8 at most.
-  std::uint64_t number(std::uint64_t at, std::size_t bytes) {
-    requireRange(at, bytes);
-    std::array<char, 8> buffer{};
-    stream_.seekg(static_cast<std::streamoff>(at));
-    stream_.read(buffer.data(), static_cast<std::streamsize>(bytes));
-    if (!stream_) throw EndsTooEarly();
-    if (!bigEndian_) std::reverse(buffer.begin(), buffer.begin() + static_cast<int>(bytes));
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-      value = value << 8 | static_cast<unsigned char>(buffer.at(i));
-    }
-    return value;
-  }
-  void requireRange(std::uint64_t at, std::uint64_t length) const {
-    if (at > size_ || length > size_ - at) throw EndsTooEarly();
-  }
-
- private:
-  std::ifstream stream_;
-  std::uint64_t size_;
-  bool bigEndian_ = false;
-};
-
-void checkElf(ModuleBytes& bytes) {
+void checkElf(FileBytes& bytes) {
   const bool wide = bytes.number(4, 1) == 2;
   bytes.setBigEndian(bytes.number(5, 1) == 2);
   const std::size_t word = wide ? 8 : 4;
@@ -60,62 +23,62 @@ void checkElf(ModuleBytes& bytes) {
   const std::uint64_t programSize = bytes.number(sizes, 2);
   const std::uint64_t programCount = bytes.number(sizes + 2, 2);
   if (sections != 0) {
-    bytes.requireRange(sections, bytes.number(sizes + 4, 2) * bytes.number(sizes + 6, 2));
+    bytes.require(sections, bytes.number(sizes + 4, 2) * bytes.number(sizes + 6, 2));
   }
-  bytes.requireRange(programs, programSize * programCount);
+  bytes.require(programs, programSize * programCount);
   for (std::uint64_t i = 0; i < programCount; ++i) {
     const std::uint64_t header = programs + i * programSize;
-    bytes.requireRange(bytes.number(header + (wide ? 8 : 4), word),
-                       bytes.number(header + (wide ? 32 : 16), word));
+    bytes.require(bytes.number(header + (wide ? 8 : 4), word),
+                  bytes.number(header + (wide ? 32 : 16), word));
   }
 }
 
-void checkPe(ModuleBytes& bytes) {
+void checkPe(FileBytes& bytes) {
   const std::uint64_t header = bytes.number(60, 4);
   const std::uint64_t sectionCount = bytes.number(header + 6, 2);
   const std::uint64_t optionalSize = bytes.number(header + 20, 2);
   for (std::uint64_t i = 0; i < sectionCount; ++i) {
     const std::uint64_t section = header + 24 + optionalSize + i * 40;
-    bytes.requireRange(bytes.number(section + 20, 4), bytes.number(section + 16, 4));
+    bytes.require(bytes.number(section + 20, 4), bytes.number(section + 16, 4));
   }
 }
 
 /// Checks the code of one processor, whose offsets count from base.
-void checkMachO(ModuleBytes& bytes, std::uint64_t base) {
+void checkMachO(FileBytes& bytes, std::uint64_t base) {
   bytes.setBigEndian(true);
   const std::uint64_t magic = bytes.number(base, 4);
   const bool wide = magic == 0xfeedfacf || magic == 0xcffaedfe;
   bytes.setBigEndian(magic == 0xfeedface || magic == 0xfeedfacf);
   const std::uint64_t commandCount = bytes.number(base + 16, 4);
   std::uint64_t command = base + (wide ? 32 : 28);
-  bytes.requireRange(command, bytes.number(base + 20, 4));
+  bytes.require(command, bytes.number(base + 20, 4));
   constexpr std::uint64_t kSegment = 0x1;
   constexpr std::uint64_t kWideSegment = 0x19;
   for (std::uint64_t i = 0; i < commandCount; ++i) {
     const std::uint64_t kind = bytes.number(command, 4);
     if (kind == kSegment) {
-      bytes.requireRange(base + bytes.number(command + 32, 4), bytes.number(command + 36, 4));
+      bytes.require(base + bytes.number(command + 32, 4), bytes.number(command + 36, 4));
     } else if (kind == kWideSegment) {
-      bytes.requireRange(base + bytes.number(command + 40, 8), bytes.number(command + 48, 8));
+      bytes.require(base + bytes.number(command + 40, 8), bytes.number(command + 48, 8));
     }
     command += std::max<std::uint64_t>(8, bytes.number(command + 4, 4));
   }
 }
 
 /// Checks a Mach-O file for several processors.
-void checkUniversal(ModuleBytes& bytes, bool wide) {
+void checkUniversal(FileBytes& bytes, bool wide) {
   const std::uint64_t count = bytes.number(4, 4);
   const std::size_t word = wide ? 8 : 4;
   for (std::uint64_t i = 0; i < count; ++i) {
     bytes.setBigEndian(true);
     const std::uint64_t entry = 8 + i * (wide ? 32 : 20);
     const std::uint64_t base = bytes.number(entry + 8, word);
-    bytes.requireRange(base, bytes.number(entry + 8 + word, word));
+    bytes.require(base, bytes.number(entry + 8 + word, word));
     checkMachO(bytes, base);
   }
 }
 
-void checkHeaders(ModuleBytes& bytes) {
+void checkHeaders(FileBytes& bytes) {
   bytes.setBigEndian(true);
   const std::uint64_t magic = bytes.number(0, 4);
   bytes.setBigEndian(magic == 0xcafebabe || magic == 0xcafebabf);
@@ -144,13 +107,13 @@ void requireWholeModule(const fs::path& file) {
   if (!fs::is_regular_file(file, error)) {
     throw HostError(subject + "it is not a file on a disk (give the path of a plug-in module)");
   }
-  ModuleBytes bytes(file);
+  FileBytes bytes(file);
   if (!bytes.isOpen()) {
     throw HostError(subject + "the system does not let it be read (check its permissions)");
   }
   try {
     checkHeaders(bytes);
-  } catch (const EndsTooEarly&) {
+  } catch (const EndOfFile&) {
     throw HostError(subject +
                     "it ends before its headers say that it does (copy or build it again)");
   }

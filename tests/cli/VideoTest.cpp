@@ -141,6 +141,11 @@ TEST_F(Video, ChainsThroughStandardInputAndOutput) {
   EXPECT_EQ(shell("ffmpeg -v error -i clip.mkv " + raw +
                   " | " LOMIX_COMMAND " render - - --raw 96x64:rgb24 --fps 25 --quiet" + kLook),
             wanted);
+  // A named pipe has every byte once.
+  shell("mkfifo pipe.mkv; (cat clip.mkv > pipe.mkv) & timeout 60 " LOMIX_COMMAND
+        " render pipe.mkv piped.mkv --quiet" +
+        kLook);
+  EXPECT_EQ(shell("ffmpeg -v error -i piped.mkv " + raw), wanted);
   // Container in, Y4M out: YUV, so only about the same.
   shell(LOMIX_COMMAND " render - - < clip.mkv 2> err" + kLook + " > out.y4m");
   EXPECT_THAT(read(path("err")), StartsWith("wrote '-': 10 frames"));

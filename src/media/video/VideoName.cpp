@@ -1,11 +1,12 @@
 // Tells videos from pictures by their names. Part of builds without video too.
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <cstdint>
 #include <string_view>
 #include <system_error>
 
 #include "media/video/Video.h"
+#include "support/FileBytes.h"
 #include "support/Text.h"
 
 namespace lomix::media {
@@ -20,101 +21,81 @@ constexpr std::array<std::string_view, 14> kSoundExtensions{
     ".wav", ".mp3",  ".m4a", ".m4b", ".aac",  ".flac", ".ogg",
     ".oga", ".opus", ".wma", ".aif", ".aiff", ".mka",  ".ac3"};
 
-/// Reads numbers and skips bytes of a file; fails at its end.
-class Bytes {
- public:
-  explicit Bytes(const std::filesystem::path& file) : stream_(file, std::ios::binary) {}
-
-  bool good() const { return stream_.good(); }
-  std::string text(std::size_t length) {
-    std::string bytes(length, '\0');
-    stream_.read(bytes.data(), static_cast<std::streamsize>(length));
-    return stream_ ? bytes : std::string();
-  }
-  std::uint32_t number(std::size_t length, bool big) {
-    const std::string bytes = text(length);
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      value = value << 8 | static_cast<unsigned char>(bytes[big ? i : bytes.size() - 1 - i]);
-    }
-    return value;
-  }
-  void skip(std::uint32_t length) { stream_.seekg(std::streamoff{length}, std::ios::cur); }
-
- private:
-  std::ifstream stream_;
-};
-
-/// Returns whether a GIF file has two pictures or more. The signature is read already.
-bool isAnimatedGif(Bytes& bytes) {
-  const auto skipColours = [&](std::uint32_t flags) {
-    if ((flags & 0x80U) != 0) bytes.skip(3U << ((flags & 7U) + 1));
+/// Returns whether a GIF file has two pictures or more. Throws EndOfFile where it ends too early.
+bool isAnimatedGif(FileBytes& bytes) {
+  std::uint64_t at = 13;  // Behind the signature and the description of the screen.
+  const auto skipColours = [&](std::uint64_t flags) {
+    if ((flags & 0x80U) != 0) at += 3U << ((flags & 7U) + 1);
   };
   const auto skipBlocks = [&] {
-    while (bytes.good()) {
-      const std::uint32_t length = bytes.number(1, false);
-      if (length == 0) return;
-      bytes.skip(length);
-    }
+    while (const std::uint64_t length = bytes.number(at++, 1)) at += length;
   };
-  bytes.skip(4);
-  const std::uint32_t flags = bytes.number(1, false);
-  bytes.skip(2);
-  skipColours(flags);
-  for (int pictures = 0; bytes.good();) {
-    switch (bytes.number(1, false)) {
+  skipColours(bytes.number(10, 1));
+  for (int pictures = 0;;) {
+    switch (bytes.number(at, 1)) {
       case 0x21:
-        bytes.skip(1);
+        at += 2;
         skipBlocks();
         break;
-      case 0x2c:
+      case 0x2c: {
         if (++pictures == 2) return true;
-        bytes.skip(8);
-        skipColours(bytes.number(1, false));
-        bytes.skip(1);
+        const std::uint64_t flags = bytes.number(at + 9, 1);
+        at += 10;
+        skipColours(flags);
+        ++at;
         skipBlocks();
         break;
+      }
       default:
         return false;
     }
   }
-  return false;
 }
 
-/// Returns whether a PNG file says that it has two pictures or more. The signature is read already.
-bool isAnimatedPng(Bytes& bytes) {
-  while (bytes.good()) {
-    const std::uint32_t length = bytes.number(4, true);
-    const std::string chunk = bytes.text(4);
-    if (chunk == "acTL") return bytes.number(4, true) > 1;
-    if (chunk == "IDAT" || chunk.empty()) return false;
-    bytes.skip(length);
-    bytes.skip(4);
+/// Returns whether a PNG file says that it has two pictures or more. Throws EndOfFile.
+bool isAnimatedPng(FileBytes& bytes) {
+  bytes.setBigEndian(true);
+  for (std::uint64_t at = 8;; at += 12 + bytes.number(at, 4)) {
+    const std::string chunk = bytes.text(at + 4, 4);
+    if (chunk == "acTL") return bytes.number(at + 8, 4) > 1;
+    if (chunk == "IDAT") return false;
   }
-  return false;
 }
 
-/// Returns whether a WebP file has two pictures or more. The signature is read already.
-bool isAnimatedWebpContent(Bytes& bytes) {
-  for (int pictures = 0; bytes.good();) {
-    const std::string chunk = bytes.text(4);
-    const std::uint32_t length = bytes.number(4, false);
-    if (chunk == "ANMF" && ++pictures == 2) return true;
-    if (chunk.empty()) return false;
-    bytes.skip(length + length % 2);
+/// Returns whether a WebP file has two pictures or more. Throws EndOfFile where it has not.
+bool isAnimatedWebpContent(FileBytes& bytes) {
+  int pictures = 0;
+  for (std::uint64_t at = 12;;) {
+    if (bytes.text(at, 4) == "ANMF" && ++pictures == 2) return true;
+    const std::uint64_t length = bytes.number(at + 4, 4);
+    at += 8 + length + length % 2;
   }
-  return false;
 }
 
-/// What a file's first bytes say.
+/// The formats of pictures that may have several frames.
 enum class Content { Other, Gif, Png, Webp };
 
-Content contentOf(Bytes& bytes) {
-  const std::string start = bytes.text(6);
+/// Returns what a file's first bytes say. Throws EndOfFile.
+Content contentOf(FileBytes& bytes) {
+  const std::string start = bytes.text(0, 6);
   if (start == "GIF87a" || start == "GIF89a") return Content::Gif;
-  const std::string more = bytes.text(2);
-  if (start + more == "\x89PNG\r\n\x1a\n") return Content::Png;
-  if (start.starts_with("RIFF") && bytes.text(4) == "WEBP") return Content::Webp;
+  if (bytes.text(0, 8) == "\x89PNG\r\n\x1a\n") return Content::Png;
+  if (start.starts_with("RIFF") && bytes.text(8, 4) == "WEBP") return Content::Webp;
+  return Content::Other;
+}
+
+/// Returns the format of a file that has two pictures or more; Other for any other file.
+Content animationOf(const std::filesystem::path& file) {
+  FileBytes bytes(file);
+  try {
+    const Content content = contentOf(bytes);
+    if ((content == Content::Gif && isAnimatedGif(bytes)) ||
+        (content == Content::Png && isAnimatedPng(bytes)) ||
+        (content == Content::Webp && isAnimatedWebpContent(bytes))) {
+      return content;
+    }
+  } catch (const EndOfFile&) {
+  }
   return Content::Other;
 }
 
@@ -128,23 +109,11 @@ bool isVideoFile(const std::filesystem::path& file) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(file, ignored)) return false;
   if (std::ranges::find(kSoundExtensions, extensionOf(file)) != kSoundExtensions.end()) return true;
-  Bytes bytes(file);
-  switch (contentOf(bytes)) {
-    case Content::Gif:
-      return isAnimatedGif(bytes);
-    case Content::Png:
-      return isAnimatedPng(bytes);
-    case Content::Webp:
-      return isAnimatedWebpContent(bytes);
-    case Content::Other:
-      return false;
-  }
-  return false;
+  return animationOf(file) != Content::Other;
 }
 
 bool isAnimatedWebp(const std::filesystem::path& file) {
-  Bytes bytes(file);
-  return contentOf(bytes) == Content::Webp && isAnimatedWebpContent(bytes);
+  return animationOf(file) == Content::Webp;
 }
 
 std::span<const std::string_view> videoCodecNames() {
