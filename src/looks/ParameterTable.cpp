@@ -15,12 +15,8 @@ std::string acceptedValues(const Parameter& parameter) {
     return "(use " + valueText(parameter, parameter.minimum) + " to " +
            valueText(parameter, parameter.maximum) + ")";
   }
-  std::string list;
-  for (const std::string& choice : parameter.choices) {
-    list += (list.empty() ? "" : " or ") + choice;
-  }
-  return "(use " + list + ", or a number from 1 to " + std::to_string(parameter.choices.size()) +
-         ")";
+  return "(use " + joined(parameter.choices, " or ") + ", or a number from 1 to " +
+         std::to_string(parameter.choices.size()) + ")";
 }
 
 bool takes(const Parameter& parameter, double value) {

@@ -64,11 +64,9 @@ class Reader {
   void checkNames(const Value& object, std::initializer_list<std::string_view> known) {
     for (const auto& [name, value] : object.members) {
       if (std::ranges::find(known, name) != known.end()) continue;
-      std::string list;
-      for (const std::string_view other : known) {
-        list += (list.empty() ? "" : ", ") + inQuotes(other);
-      }
-      json_.fail(value, inQuotes(name) + " is not known here (use " + list + ")");
+      std::vector<std::string> list;
+      for (const std::string_view other : known) list.push_back(inQuotes(other));
+      json_.fail(value, inQuotes(name) + " is not known here (use " + joined(list, ", ") + ")");
     }
   }
 
@@ -249,15 +247,16 @@ std::string presetText(const Preset& preset, const ParameterTable& table) {
 }
 
 std::string describe(const Look& look, const ParameterTable& table) {
-  std::string text;
+  std::vector<std::string> parts;
   for (const Parameter& parameter : table.all()) {
     const auto found = look.curves().find(parameter.index);
     if (found == look.curves().end()) continue;
     const Curve& curve = found->second;
-    text += (text.empty() ? "" : ", ") + parameter.name + " " +
-            (curve.isConstant() ? valueText(parameter, curve.at(0.0))
-                                : "in " + std::to_string(curve.keys().size()) + " keys");
+    parts.push_back(parameter.name + " " +
+                    (curve.isConstant() ? valueText(parameter, curve.at(0.0))
+                                        : "in " + std::to_string(curve.keys().size()) + " keys"));
   }
+  std::string text = joined(parts, ", ");
   if (text.size() > kMaxPresetLine) {
     text.resize(text.rfind(',', kMaxPresetLine - 5));
     text += ", ...";

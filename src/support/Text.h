@@ -31,6 +31,19 @@ std::string shortened(std::string_view text);
 /// the text; parts may be empty.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
+/// Returns words (of std::string or std::string_view) in a row with the separator between them.
+template <typename Words>
+std::string joined(const Words& words, std::string_view separator) {
+  std::string all;
+  bool first = true;
+  for (const auto& word : words) {
+    if (!first) all += separator;
+    first = false;
+    all += word;
+  }
+  return all;
+}
+
 /// Returns how many letters must be inserted, deleted or replaced to turn one text into the other.
 std::size_t editDistance(std::string_view a, std::string_view b);
 

@@ -10,6 +10,7 @@
 #include "batch/Plugin.h"
 #include "cli/commands/Commands.h"
 #include "looks/ParameterReport.h"
+#include "support/Text.h"
 #include "support/VersionWord.h"
 
 namespace lomix::cli {
@@ -54,10 +55,9 @@ std::vector<std::string> namesOf(std::int32_t word, std::span<const FlagName> na
   return found;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) text += " " + word;
-  return text;
+std::string flagsText(std::vector<std::string> names, std::int32_t word) {
+  names.push_back("(" + hexadecimal(static_cast<std::uint32_t>(word)) + ")");
+  return joined(names, " ");
 }
 
 /// The options of `lomix inspect`.
@@ -110,10 +110,8 @@ void run(const Options& options, const Streams& streams) {
                 << "version    " << version.version << "." << version.subversion << "."
                 << version.bugfix << " " << version.stageName() << ", build " << version.build
                 << " (" << hexadecimal(info.version) << ")\n"
-                << "flags     " << joined(outFlags) << " ("
-                << hexadecimal(static_cast<std::uint32_t>(info.outFlags)) << ")\n"
-                << "flags 2   " << joined(outFlags2) << " ("
-                << hexadecimal(static_cast<std::uint32_t>(info.outFlags2)) << ")\n\n";
+                << "flags      " << flagsText(outFlags, info.outFlags) << "\n"
+                << "flags 2    " << flagsText(outFlags2, info.outFlags2) << "\n\n";
     print(plugin.parameters(), streams.out);
   }
   plugin.finish();

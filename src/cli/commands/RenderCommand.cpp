@@ -54,10 +54,8 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
 void requireCodec(const std::string& name) {
   const auto names = media::videoCodecNames();
   if (name.empty() || std::ranges::find(names, name) != names.end()) return;
-  std::string list;
-  for (const std::string_view known : names)
-    list += (list.empty() ? "" : ", ") + std::string(known);
-  throw UsageError("--codec: there is no codec '" + name + "' (use one of " + list + ")");
+  throw UsageError("--codec: there is no codec '" + name + "' (use one of " + joined(names, ", ") +
+                   ")");
 }
 
 /// Prints a hint where Time is set but has no effect.

@@ -1,4 +1,5 @@
 #include "cli/shell/OptionTable.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -83,18 +84,12 @@ constexpr const char* kTail = R"sh(  esac
 complete -o bashdefault -o default -F _lomix lomix
 )sh";
 
-std::string joined(const std::vector<std::string>& words, const std::string& separator = " ") {
-  std::string all;
-  for (const std::string& word : words) all += (all.empty() ? "" : separator) + word;
-  return all;
-}
-
 std::string optionNames(const CommandEntry& command) {
   std::vector<std::string> names;
   for (const OptionEntry& option : command.options) {
     names.insert(names.end(), option.names.begin(), option.names.end());
   }
-  return joined(names);
+  return joined(names, " ");
 }
 
 /// Returns the shell's call that offers the values of an option; empty for files, which bash offers
@@ -102,7 +97,7 @@ std::string optionNames(const CommandEntry& command) {
 std::string offer(const OptionEntry& option) {
   switch (option.kind) {
     case ValueKind::Words:
-      return "_lomix_offer " + joined(option.words);
+      return "_lomix_offer " + joined(option.words, " ");
     case ValueKind::Preset:
       return "_lomix_presets";
     case ValueKind::Setting:
@@ -124,7 +119,7 @@ std::string bashCompletion(const OptionTable& table) {
     for (const std::string& choice : parameter.choices) {
       settings.push_back("'" + parameter.name + "=" + choice + "'");
     }
-    text += "    " + parameter.name + "=*) _lomix_offer " + joined(settings) + " ;;\n";
+    text += "    " + parameter.name + "=*) _lomix_offer " + joined(settings, " ") + " ;;\n";
   }
   text += kMiddle;
   for (const CommandEntry& command : table.commands) {
@@ -149,8 +144,8 @@ std::string bashCompletion(const OptionTable& table) {
   for (const NamedEntry& preset : table.presets) presets.push_back(preset.name);
   std::vector<std::string> parameters;
   for (const NamedEntry& parameter : table.parameters) parameters.push_back(parameter.name + "=");
-  return text + "_lomix_preset_names=(" + joined(presets) + ")\n_lomix_parameter_names=(" +
-         joined(parameters) + ")\n";
+  return text + "_lomix_preset_names=(" + joined(presets, " ") + ")\n_lomix_parameter_names=(" +
+         joined(parameters, " ") + ")\n";
 }
 
 }  // namespace lomix::cli

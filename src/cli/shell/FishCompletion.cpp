@@ -1,4 +1,5 @@
 #include "cli/shell/OptionTable.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -13,12 +14,6 @@ std::string literal(const std::string& text) {
   return quoted + "'";
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string all;
-  for (const std::string& word : words) all += (all.empty() ? "" : " ") + word;
-  return all;
-}
-
 /// Returns what completes a value: nothing else than what -a lists with -x, files too with -r.
 std::string values(const OptionEntry& option) {
   switch (option.kind) {
@@ -27,7 +22,7 @@ std::string values(const OptionEntry& option) {
     case ValueKind::File:
       return " -r";
     case ValueKind::Words:
-      return " -x -a " + literal(joined(option.words));
+      return " -x -a " + literal(joined(option.words, " "));
     case ValueKind::Preset:
       return " -r -a '(__lomix_presets)'";
     case ValueKind::Setting:
@@ -71,16 +66,16 @@ std::string fishCompletion(const OptionTable& table) {
   }
   text += "end\n\n";
   constexpr const char* kNoCommand = "__fish_use_subcommand";
-  std::string commands;
+  std::vector<std::string> commands;
   for (const CommandEntry& command : table.commands) {
     text += std::string("complete -c lomix -f -n ") + kNoCommand + " -a " + command.name + " -d " +
             literal(command.purpose) + "\n";
-    commands += (commands.empty() ? "" : " ") + command.name;
+    commands.push_back(command.name);
   }
   text += std::string("complete -c lomix -f -n ") + kNoCommand +
           " -a help -d 'List the options of a command'\n" +
-          "complete -c lomix -f -n '__fish_seen_subcommand_from help' -a " + literal(commands) +
-          "\n";
+          "complete -c lomix -f -n '__fish_seen_subcommand_from help' -a " +
+          literal(joined(commands, " ")) + "\n";
   for (const OptionEntry& option : table.lomix.options) text += line(option, kNoCommand);
   for (const CommandEntry& command : table.commands) {
     text += "\n";

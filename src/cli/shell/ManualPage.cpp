@@ -38,8 +38,9 @@ std::string item(const std::string& tag, const std::string& text) {
 }
 
 std::string optionItem(const OptionEntry& option) {
-  std::string tag;
-  for (const std::string& name : option.names) tag += (tag.empty() ? "" : ", ") + bold(name);
+  std::vector<std::string> names;
+  for (const std::string& name : option.names) names.push_back(bold(name));
+  std::string tag = joined(names, ", ");
   if (!option.value.empty()) tag += " " + italic(option.value);
   return item(tag, option.help);
 }

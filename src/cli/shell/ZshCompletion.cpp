@@ -1,4 +1,5 @@
 #include "cli/shell/OptionTable.h"
+#include "support/Text.h"
 
 namespace lomix::cli {
 namespace {
@@ -20,12 +21,6 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string all;
-  for (const std::string& word : words) all += (all.empty() ? "" : " ") + word;
-  return all;
-}
-
 /// Returns an entry of the arrays that _describe takes.
 std::string described(const std::string& name, const std::string& help) {
   return "    " + literal(name + ":" + help) + "\n";
@@ -37,7 +32,7 @@ std::string action(const OptionEntry& option) {
     case ValueKind::File:
       return "_files";
     case ValueKind::Words:
-      return "(" + joined(option.words) + ")";
+      return "(" + joined(option.words, " ") + ")";
     case ValueKind::Preset:
       return "_lomix_presets";
     case ValueKind::Setting:
