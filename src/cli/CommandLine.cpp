@@ -154,8 +154,7 @@ class Parser {
     for (const Command& command : commands_) {
       if (command.parser->parsed()) name += " " + command.parser->get_name();
     }
-    std::string cause = error.what();
-    std::ranges::replace(cause, '\n', ' ');
+    std::string cause = oneLine(error.what());
     constexpr std::string_view kExtra = "The following argument";
     if (cause.starts_with(kExtra)) cause[0] = 't';
     return name + ": " + cause + " (" + optionSuggestion() + "see '" + name + " --help')";
@@ -182,12 +181,10 @@ const char* optionFor(Remedy remedy) {
   return "other options";
 }
 
-/// Prints an error as one line: line breaks in its text become spaces. Returns exitCode.
-int fail(const Streams& streams, std::string message, int exitCode,
+/// Prints an error as one line. Returns exitCode.
+int fail(const Streams& streams, const std::string& message, int exitCode,
          std::string_view beginning = "error: ") {
-  std::ranges::replace_if(
-      message, [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  streams.err << std::string(beginning) + message + "\n";
+  streams.err << std::string(beginning) + oneLine(message) + "\n";
   return exitCode;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/HostError.h"
+#include "support/Text.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -14,11 +15,8 @@
 namespace lomix::host {
 namespace {
 
-[[noreturn]] void refuse(const std::filesystem::path& file, std::string reason) {
-  for (char& c : reason) {
-    if (c == '\n' || c == '\r') c = ' ';
-  }
-  throw HostError("cannot load '" + file.string() + "': " + reason +
+[[noreturn]] void refuse(const std::filesystem::path& file, const std::string& reason) {
+  throw HostError("cannot load '" + file.string() + "': " + oneLine(reason) +
                   " (give a plug-in module that was built for this system)");
 }
 

@@ -67,6 +67,12 @@ std::string shortened(std::string_view text) {
   return std::string(text.substr(0, length)) + "...";
 }
 
+std::string oneLine(std::string text) {
+  std::ranges::replace_if(
+      text, [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  return text;
+}
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (;;) {

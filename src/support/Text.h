@@ -27,6 +27,9 @@ std::string quoted(std::string_view text);
 /// Returns the text, at most 60 bytes of it with "..." behind, as error messages show long ones.
 std::string shortened(std::string_view text);
 
+/// Returns the text with a space for each line break, "\n" or "\r".
+std::string oneLine(std::string text);
+
 /// Splits a text at every separator. Returns one part more than there are separators, as views into
 /// the text; parts may be empty.
 std::vector<std::string_view> split(std::string_view text, char separator);

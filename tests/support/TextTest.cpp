@@ -17,5 +17,11 @@ TEST(Text, JoinedHasASeparatorBetweenWordsOnly) {
   EXPECT_EQ(joined(split(",a,", ','), ","), ",a,");
 }
 
+TEST(Text, LineBreaksOfAllSystemsBecomeSpaces) {
+  EXPECT_EQ(oneLine(""), "");
+  EXPECT_EQ(oneLine("one\ntwo\r\nthree\r"), "one two  three ");
+  EXPECT_EQ(oneLine("no\tbreak"), "no\tbreak");
+}
+
 }  // namespace
 }  // namespace lomix

@@ -1,5 +1,4 @@
 #include <CLI/App.hpp>
-#include <algorithm>
 #include <iomanip>
 #include <ostream>
 #include <stdexcept>
@@ -11,6 +10,7 @@
 #include "cli/commands/Commands.h"
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
+#include "support/Text.h"
 #include "support/TextFile.h"
 
 namespace lomix::cli {
@@ -78,9 +78,7 @@ Json listOwn(const looks::ParameterTable& table, bool asJson, const Streams& str
                                              : ""),
             streams.out);
     } catch (const std::runtime_error& error) {
-      std::string cause = error.what();
-      std::ranges::replace(cause, '\n', ' ');
-      streams.err << "warning: " + cause + "\n";
+      streams.err << "warning: " + oneLine(error.what()) + "\n";
     }
   }
   return list;

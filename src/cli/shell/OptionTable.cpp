@@ -11,12 +11,6 @@
 namespace lomix::cli {
 namespace {
 
-/// Returns a text of several lines as one.
-std::string oneLine(std::string text) {
-  std::ranges::replace(text, '\n', ' ');
-  return text;
-}
-
 /// Returns the type that the help text shows, without the range that the parser adds to it.
 std::string valueName(const CLI::Option& option) {
   const std::string text = option.get_type_name();
