@@ -1,6 +1,5 @@
 #include "batch/Route.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -81,10 +80,11 @@ class Planner {
     } else if ((inputSequence_ = inputSequence(options_.input))) {
       kind_ = Kind::Sequence;
       refuseTime("the times of a sequence come from the frame numbers (use --fps)");
-      selection_ = selectFrames(*inputSequence_, wantedNumbers());
     } else if (media::isVideoName(options_.input) || media::isVideoFile(options_.input)) {
       kind_ = Kind::Video;
     }
+    wanted_ = kind_ == Kind::Video ? options_.frames.numbers : wantedPictures();
+    if (inputSequence_) selection_ = selectFrames(*inputSequence_, wanted_);
   }
 
   void classifyOutput() {
@@ -106,15 +106,15 @@ class Planner {
   }
 
   /// Returns the numbers of the chosen frames of pictures, whose times follow from the rate.
-  std::vector<std::int64_t> wantedNumbers() const {
-    std::vector<std::int64_t> numbers = options_.frames.numbers;
-    if (!options_.frames.timecodes.empty()) {
+  std::vector<std::int64_t> wantedPictures() const {
+    media::FrameChoice choice = options_.frames;
+    if (!choice.timecodes.empty()) {
       throw UsageError(
           "--frames: pictures have no timecode (use frame numbers, or times as 2s-5s)");
     }
     constexpr double kMost = 10'000'000;
     const double perSecond = static_cast<double>(rate().frames) / rate().seconds;
-    for (const media::TimeSpan& span : options_.frames.spans) {
+    for (const media::TimeSpan& span : choice.spans) {
       // A thousandth of a frame, so that 0.04 s is frame 1 at 25.
       const auto first = std::ceil(span.first * perSecond - 0.001);
       const auto last = std::ceil(span.last * perSecond - 0.001);
@@ -122,23 +122,20 @@ class Planner {
         throw UsageError("--frames: the times are too long (choose fewer frames)");
       }
       if (span.first == span.last) {
-        numbers.push_back(static_cast<std::int64_t>(std::floor(span.first * perSecond + 0.001)));
+        choice.numbers.push_back(
+            static_cast<std::int64_t>(std::floor(span.first * perSecond + 0.001)));
       }
-      for (double n = first; n < last; ++n) numbers.push_back(static_cast<std::int64_t>(n));
+      for (double n = first; n < last; ++n) choice.numbers.push_back(static_cast<std::int64_t>(n));
     }
-    std::ranges::sort(numbers);
-    const auto repeated = std::ranges::unique(numbers);
-    numbers.erase(repeated.begin(), repeated.end());
-    return numbers;
+    choice.sortNumbers();
+    return std::move(choice.numbers);
   }
 
   /// Checks that no file is used twice.
   void requireDistinct() const {
     std::vector<NamedFile> inputs = options_.otherInputs;
     std::vector<NamedFile> outputs = options_.otherOutputs;
-    const std::vector<std::int64_t> wanted =
-        kind_ == Kind::Video ? options_.frames.numbers : wantedNumbers();
-    const std::vector<std::int64_t>& numbers = inputSequence_ ? selection_.numbers : wanted;
+    const std::vector<std::int64_t>& numbers = inputSequence_ ? selection_.numbers : wanted_;
     if (inputSequence_) {
       for (const std::int64_t n : numbers) inputs.push_back({"INPUT", inputSequence_->file(n)});
     } else if (!readsStream()) {
@@ -198,7 +195,7 @@ class Planner {
       return;
     }
     refuseTime("with --frames the times come from the frame numbers (use --fps)");
-    numbers_ = wantedNumbers();
+    numbers_ = wanted_;
     route_.source = std::make_unique<StillSource>(options_.input, numbers_, rate());
   }
 
@@ -207,7 +204,7 @@ class Planner {
     if (options_.rate && options_.rawFormat.empty()) {
       throw UsageError("--fps: a video has its own timestamps (leave it out)");
     }
-    numbers_ = options_.frames.numbers;
+    numbers_ = wanted_;
     media::VideoInput input;
     input.name = options_.input;
     input.threads = options_.threads;
@@ -269,6 +266,8 @@ class Planner {
   Route route_;
   Kind kind_ = Kind::Still;
   std::optional<SequenceName> inputSequence_;
+  /// The frames that --frames chooses by number; of pictures also those that it chooses by time.
+  std::vector<std::int64_t> wanted_;
   SequenceSelection selection_;  ///< Of the input sequence.
   bool writesVideo_ = false;
   std::optional<SequenceName> outputSequence_;

@@ -86,9 +86,7 @@ media::FrameChoice parseFrames(std::string_view text) {
       addRange(part, text, frames);
     }
   }
-  std::ranges::sort(frames);
-  const auto repeated = std::ranges::unique(frames);
-  frames.erase(repeated.begin(), repeated.end());
+  choice.sortNumbers();
   return choice;
 }
 

@@ -348,9 +348,7 @@ void Reader::resolveTimecodes() {
     }
     for (std::int64_t n = first; n <= last; ++n) choice_.numbers.push_back(n);
   }
-  std::ranges::sort(choice_.numbers);
-  const auto repeated = std::ranges::unique(choice_.numbers);
-  choice_.numbers.erase(repeated.begin(), repeated.end());
+  choice_.sortNumbers();
 }
 
 /// Returns whether no later frame can be chosen.

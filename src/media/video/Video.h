@@ -2,6 +2,7 @@
 // output along with the frames.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -65,6 +66,13 @@ struct FrameChoice {
   std::vector<std::int64_t> numbers;  ///< Ascending, from 0.
   std::vector<TimeSpan> spans;
   std::vector<TimecodeSpan> timecodes;
+
+  /// Brings numbers into ascending order, each once.
+  void sortNumbers() {
+    std::ranges::sort(numbers);
+    const auto repeated = std::ranges::unique(numbers);
+    numbers.erase(repeated.begin(), repeated.end());
+  }
 
   bool isAll() const { return numbers.empty() && spans.empty() && timecodes.empty(); }
   /// Returns whether this is one frame.
