@@ -89,7 +89,7 @@ void SequenceSource::load(const Frame& frame, media::Picture& picture) {
   picture = media::readPicture(name_.file(frame.number));
 }
 
-TransparencyCheck::TransparencyCheck(fs::path output, media::Warn warn)
+TransparencyCheck::TransparencyCheck(fs::path output, Warn warn)
     : output_(std::move(output)), warn_(std::move(warn)), needed_(!media::storesAlpha(output_)) {}
 
 void TransparencyCheck::check(const media::Picture& picture) {
@@ -99,7 +99,7 @@ void TransparencyCheck::check(const media::Picture& picture) {
         output_.extension().string() + " files have none; .png files do)");
 }
 
-PictureSink::PictureSink(fs::path file, Existing existing, media::Warn warn)
+PictureSink::PictureSink(fs::path file, Existing existing, Warn warn)
     : file_(std::move(file)), existing_(existing), transparency_(file_, std::move(warn)) {
   // Checked before the render, which may take long.
   media::checkWritable(file_, existing != Existing::Refuse);
@@ -116,7 +116,7 @@ std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
   return nullptr;
 }
 
-SequenceSink::SequenceSink(media::SequenceName name, Existing existing, media::Warn warn)
+SequenceSink::SequenceSink(media::SequenceName name, Existing existing, Warn warn)
     : name_(std::move(name)), existing_(existing), transparency_(name_.pattern(), std::move(warn)) {
   media::checkWritable(name_.file(0), true);
 }

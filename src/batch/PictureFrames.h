@@ -13,6 +13,7 @@
 #include "batch/FrameTime.h"
 #include "media/picture/SequenceName.h"
 #include "media/video/Video.h"
+#include "support/Warn.h"
 
 namespace lomix::batch {
 
@@ -85,7 +86,7 @@ class TransparencyCheck {
  public:
   /// output: the name to warn about, whose extension is the pictures'. Throws MediaError for an
   /// extension that no picture has.
-  TransparencyCheck(std::filesystem::path output, media::Warn warn);
+  TransparencyCheck(std::filesystem::path output, Warn warn);
 
   /// Warns where the picture has transparency and its file will not; once for all pictures. Any
   /// thread.
@@ -93,7 +94,7 @@ class TransparencyCheck {
 
  private:
   std::filesystem::path output_;
-  media::Warn warn_;
+  Warn warn_;
   std::atomic<bool> needed_;
 };
 
@@ -101,7 +102,7 @@ class TransparencyCheck {
 class PictureSink : public FrameSink {
  public:
   /// warn: called for what is lost. Throws MediaError when the file cannot be written.
-  PictureSink(std::filesystem::path file, Existing existing, media::Warn warn);
+  PictureSink(std::filesystem::path file, Existing existing, Warn warn);
 
   bool has(const Frame& frame) const override;
   std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
@@ -117,7 +118,7 @@ class PictureSink : public FrameSink {
 class SequenceSink : public FrameSink {
  public:
   /// warn: called for what is lost. Throws MediaError when no file of the kind can be written.
-  SequenceSink(media::SequenceName name, Existing existing, media::Warn warn);
+  SequenceSink(media::SequenceName name, Existing existing, Warn warn);
 
   /// Throws AvoidableError when a file of one of these frames exists and may not be replaced.
   void checkFree(const std::vector<std::int64_t>& numbers) const;

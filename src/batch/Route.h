@@ -10,6 +10,7 @@
 #include "batch/FrameTime.h"
 #include "batch/PictureFrames.h"
 #include "support/NewFile.h"
+#include "support/Warn.h"
 
 namespace lomix::batch {
 
@@ -33,8 +34,8 @@ struct RouteOptions {
   PairOfWholes rawSize{0, 0};
   // Files of the run beside input and output. Their names must not be those of other files.
   std::vector<NamedFile> otherInputs;
-  std::vector<NamedFile> otherOutputs;           ///< A report or preset to write.
-  media::Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
+  std::vector<NamedFile> otherOutputs;    ///< A report or preset to write.
+  Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
 };
 
 /// The source and the sink of a run.

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "media/picture/Picture.h"
+#include "support/Warn.h"
 
 namespace lomix::media {
 
@@ -43,9 +43,6 @@ std::span<const std::string_view> videoCodecNames();
 /// Returns the names and versions of the libraries that read and write videos, such as
 /// "libavcodec 59.37.100"; none in builds without video.
 std::vector<std::string> videoLibraries();
-
-/// Takes a warning: one line, "subject: what is lost or changed (way out)". Any thread.
-using Warn = std::function<void(const std::string&)>;
 
 /// The frames that begin in a span of time, in seconds since the first frame: from first to before
 /// last. Where both are the same, the frame that is shown then.
