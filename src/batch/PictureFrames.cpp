@@ -25,6 +25,13 @@ std::vector<std::int64_t> gapsOf(const std::vector<std::int64_t>& numbers) {
   return gaps;
 }
 
+/// output: the name to warn about, whose extension is the pictures'. Throws MediaError for an
+/// extension that no picture has.
+media::TransparencyCheck transparencyCheck(const fs::path& output, Warn warn) {
+  return {media::storesAlpha(output), output.string(),
+          output.extension().string() + " files have none; .png files do", std::move(warn)};
+}
+
 }  // namespace
 
 NumberedSource::NumberedSource(std::vector<std::int64_t> numbers, std::optional<FrameRate> rate,
@@ -89,18 +96,10 @@ void SequenceSource::load(const Frame& frame, media::Picture& picture) {
   picture = media::readPicture(name_.file(frame.number));
 }
 
-TransparencyCheck::TransparencyCheck(fs::path output, Warn warn)
-    : output_(std::move(output)), warn_(std::move(warn)), needed_(!media::storesAlpha(output_)) {}
-
-void TransparencyCheck::check(const media::Picture& picture) {
-  if (!needed_ || !picture.info.hasAlpha || !media::isTranslucent(picture)) return;
-  if (!needed_.exchange(false)) return;
-  warn_("'" + output_.string() + "': transparency is left out, colours are written as they are (" +
-        output_.extension().string() + " files have none; .png files do)");
-}
-
 PictureSink::PictureSink(fs::path file, Existing existing, Warn warn)
-    : file_(std::move(file)), existing_(existing), transparency_(file_, std::move(warn)) {
+    : file_(std::move(file)),
+      existing_(existing),
+      transparency_(transparencyCheck(file_, std::move(warn))) {
   // Checked before the render, which may take long.
   media::checkWritable(file_, existing != Existing::Refuse);
 }
@@ -117,7 +116,9 @@ std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
 }
 
 SequenceSink::SequenceSink(media::SequenceName name, Existing existing, Warn warn)
-    : name_(std::move(name)), existing_(existing), transparency_(name_.pattern(), std::move(warn)) {
+    : name_(std::move(name)),
+      existing_(existing),
+      transparency_(transparencyCheck(name_.pattern(), std::move(warn))) {
   media::checkWritable(name_.file(0), true);
 }
 

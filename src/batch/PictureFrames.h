@@ -1,7 +1,6 @@
 // Sources and sinks of frames in picture files, single or numbered.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -12,6 +11,7 @@
 #include "batch/Frame.h"
 #include "batch/FrameTime.h"
 #include "media/picture/SequenceName.h"
+#include "media/picture/TransparencyCheck.h"
 #include "media/video/Video.h"
 #include "support/Warn.h"
 
@@ -81,23 +81,6 @@ class SequenceSource : public NumberedSource {
   std::vector<std::int64_t> missing_;
 };
 
-/// Warns where the pictures that a run writes lose their transparency.
-class TransparencyCheck {
- public:
-  /// output: the name to warn about, whose extension is the pictures'. Throws MediaError for an
-  /// extension that no picture has.
-  TransparencyCheck(std::filesystem::path output, Warn warn);
-
-  /// Warns where the picture has transparency and its file will not; once for all pictures. Any
-  /// thread.
-  void check(const media::Picture& picture);
-
- private:
-  std::filesystem::path output_;
-  Warn warn_;
-  std::atomic<bool> needed_;
-};
-
 /// One picture file, for a run of a single frame.
 class PictureSink : public FrameSink {
  public:
@@ -111,7 +94,7 @@ class PictureSink : public FrameSink {
  private:
   std::filesystem::path file_;
   Existing existing_;
-  TransparencyCheck transparency_;
+  media::TransparencyCheck transparency_;
 };
 
 /// A numbered sequence.
@@ -131,7 +114,7 @@ class SequenceSink : public FrameSink {
  private:
   media::SequenceName name_;
   Existing existing_;
-  TransparencyCheck transparency_;
+  media::TransparencyCheck transparency_;
 };
 
 }  // namespace lomix::batch

@@ -189,6 +189,9 @@ void Writer::openEncoder(const Picture& picture) {
     options.set("slicecrc", "1");
   }
   require(avcodec_open2(encoder_.get(), codec, options.address()));
+  transparency_.emplace(hasAlphaChannel(encoder.pix_fmt), output_.name,
+                        std::string(codec_.name) + " has none; prores, ffv1 and png do",
+                        output_.warn);
 }
 
 /// Copies the source's colour tags where they apply to the pixels that are written.
@@ -436,20 +439,6 @@ void Writer::copyChapters() {
   }
 }
 
-/// Warns once where the output drops transparency.
-void Writer::noteTransparency(const Picture& picture) {
-  if (hasAlphaChannel(encoder_->pix_fmt) || !picture.info.hasAlpha) return;
-  {
-    const std::lock_guard lock(mutex_);
-    if (transparencyNoted_) return;
-  }
-  if (!isTranslucent(picture)) return;
-  const std::lock_guard lock(mutex_);
-  if (std::exchange(transparencyNoted_, true)) return;
-  warn(output_.name, std::string("transparency is left out, colours are written as they are (") +
-                         codec_.name + " has none; prores, ffv1 and png do)");
-}
-
 std::unique_ptr<EncodableFrame> Writer::prepare(std::shared_ptr<Picture> picture,
                                                 const VideoFrame* origin, std::int64_t place) {
   if (source_ != nullptr && source_->orientation() != 1 && isMp4Family(*format_) &&
@@ -482,7 +471,7 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
   frame.sample_aspect_ratio = encoder_->sample_aspect_ratio;
   frame.pts = place;
   frame.pkt_duration = 1;
-  noteTransparency(*picture);
+  transparency_->check(*picture);
   fill(frame, std::move(picture));
   if (origin != nullptr) {
     const auto& decoded = static_cast<const DecodedFrame&>(*origin);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "media/picture/TransparencyCheck.h"
 #include "media/video/Codecs.h"
 #include "media/video/CopyPlan.h"
 #include "media/video/Reader.h"
@@ -45,7 +46,6 @@ class Writer : public VideoWriter {
   void copyTags();
   void copyChapters();
   void writeCovers();
-  void noteTransparency(const Picture& picture);
   void encode(const AVFrame* frame);
   void write(AVPacket& packet);
   void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
@@ -66,9 +66,9 @@ class Writer : public VideoWriter {
   FfmpegPtr<AVPacket> packet_ = newPacket();
   std::map<std::int64_t, std::int64_t> durations_;  ///< Of the frames in the encoder, by timestamp.
   ConverterPool converters_;
-  std::mutex mutex_;  ///< Guards open() and transparencyNoted_.
-  bool transparencyNoted_ = false;
-  int depth_ = 0;  ///< Of the pictures; 0 until the file is open.
+  std::optional<TransparencyCheck> transparency_;  ///< Once the file is open.
+  std::mutex mutex_;                               ///< Guards open().
+  int depth_ = 0;                                  ///< Of the pictures; 0 until the file is open.
   bool wraps_ = false;
 };
 
