@@ -1,5 +1,4 @@
 #include <CLI/App.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -49,13 +48,6 @@ std::optional<int> parseDepth(const std::string& text, Personality personality) 
     throw UsageError("--depth: the host premiere renders 8 bits only (use --depth 8 or --host ae)");
   }
   return text == "8" ? 8 : 32;
-}
-
-void requireCodec(const std::string& name) {
-  const auto names = media::videoCodecNames();
-  if (name.empty() || std::ranges::find(names, name) != names.end()) return;
-  throw UsageError("--codec: there is no codec '" + name + "' (use one of " + joined(names, ", ") +
-                   ")");
 }
 
 /// Prints a hint where Time is set but has no effect.
@@ -282,7 +274,7 @@ void run(const Options& options, const Streams& streams) {
   route.subtitles = !options.videoOnly && !options.noSubtitles;
   route.data = !options.videoOnly && !options.noData;
   route.keepTimestamps = options.keepTimestamps;
-  requireCodec(options.codec);
+  if (!options.codec.empty()) media::requireVideoCodec(options.codec, "--codec");
   if (!options.raw.empty()) {
     const std::size_t colon = options.raw.find(':');
     route.rawSize = parseSize(options.raw.substr(0, colon), "--raw");

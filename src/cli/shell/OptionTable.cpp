@@ -22,7 +22,7 @@ void classify(OptionEntry& entry) {
   static const std::regex choice("[a-z0-9]+(\\|[a-z0-9]+)+");
   if (entry.value == "CODEC") {
     entry.kind = ValueKind::Words;
-    for (const std::string_view name : media::videoCodecNames()) entry.words.emplace_back(name);
+    for (const std::string_view name : media::kVideoCodecNames) entry.words.emplace_back(name);
   } else if (std::regex_match(entry.value, choice)) {
     entry.kind = ValueKind::Words;
     for (const std::string_view word : split(entry.value, '|')) entry.words.emplace_back(word);

@@ -34,6 +34,7 @@ constexpr std::array kCodecs{
     CodecChoice{"y4m", "wrapped_avframe", false, 0, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV444P,
                 AV_PIX_FMT_YUV444P16, AV_PIX_FMT_YUV444P16},
 };
+static_assert(std::ranges::equal(kCodecs, kVideoCodecNames, {}, &CodecChoice::name));
 
 std::string extensionOf(const std::string& name) {
   return lowerCase(std::filesystem::path(name).extension().string());
@@ -55,20 +56,12 @@ std::string codecFor(const VideoOutput& output) {
 
 const CodecChoice& chooseCodec(const VideoOutput& output) {
   const std::string wanted = codecFor(output);
-  const auto found =
-      std::ranges::find_if(kCodecs, [&](const CodecChoice& c) { return wanted == c.name; });
-  std::string names;
-  for (const CodecChoice& codec : kCodecs)
-    names += (names.empty() ? "" : ", ") + std::string(codec.name);
-  if (found == kCodecs.end()) {
-    throw AvoidableError(Remedy::ChooseCodec,
-                         "video codec '" + wanted + "': there is no such codec",
-                         "choose one of " + names);
-  }
+  requireVideoCodec(wanted, "video codec");
+  const auto found = std::ranges::find(kCodecs, wanted, &CodecChoice::name);
   if (avcodec_find_encoder_by_name(found->encoder) == nullptr) {
     throw AvoidableError(Remedy::ChooseCodec,
                          "video codec '" + wanted + "': the installed FFmpeg cannot write it",
-                         "choose another one of " + names);
+                         "choose another one of " + joined(kVideoCodecNames, ", "));
   }
   return *found;
 }

@@ -10,17 +10,15 @@ namespace lomix::media {
 
 /// One of the codecs that can be chosen for output.
 struct CodecChoice {
-  const char* name;     ///< As users write it.
-  const char* encoder;  ///< FFmpeg's name.
-  bool alpha;           ///< Whether it stores alpha.
-  int crf;              ///< Its usual constant rate factor; 0: it has none.
+  std::string_view name;  ///< One of kVideoCodecNames.
+  const char* encoder;    ///< FFmpeg's name.
+  bool alpha;             ///< Whether it stores alpha.
+  int crf;                ///< Its usual constant rate factor; 0: it has none.
   // Pixel formats: opaque and with alpha, for 8-bit and for float pictures.
   AVPixelFormat plain8, alpha8, plain32, alpha32;
 
   /// Returns whether the output is only a series of frames, without timestamps or other streams.
-  bool isPlain() const {
-    return std::string_view(name) == "raw" || std::string_view(name) == "y4m";
-  }
+  bool isPlain() const { return name == "raw" || name == "y4m"; }
 
   /// Returns the pixel format for pictures of depth 8 or 32.
   AVPixelFormat formatFor(int depth, bool withAlpha) const {
@@ -30,7 +28,7 @@ struct CodecChoice {
 };
 
 /// Returns the codec that the output asks for or, by default, the one for its extension. Throws
-/// AvoidableError for one that does not exist or cannot be written here.
+/// UsageError for one that does not exist, AvoidableError for one that cannot be written here.
 const CodecChoice& chooseCodec(const VideoOutput& output);
 
 /// Returns the container for the output's name. Throws MediaError where there is none,

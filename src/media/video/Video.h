@@ -3,11 +3,11 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,8 +37,13 @@ bool isVideoFile(const std::filesystem::path& file);
 /// Returns whether such a file is an animated WebP, which FFmpeg cannot decode.
 bool isAnimatedWebp(const std::filesystem::path& file);
 
-/// Returns the names of the codecs that can be chosen for output.
-std::span<const std::string_view> videoCodecNames();
+/// The names of the codecs that can be chosen for output.
+inline constexpr std::array<std::string_view, 10> kVideoCodecNames{
+    "h264", "hevc", "vp9", "prores", "ffv1", "png", "webp", "apng", "raw", "y4m"};
+
+/// Throws UsageError for a name that kVideoCodecNames does not have. subject: what has the name,
+/// for the message: "--codec".
+void requireVideoCodec(const std::string& name, const std::string& subject);
 
 /// Returns the names and versions of the libraries that read and write videos, such as
 /// "libavcodec 59.37.100"; none in builds without video.
@@ -94,7 +99,7 @@ struct VideoInput {
 /// The video to write.
 struct VideoOutput {
   std::string name;
-  std::string codec;            ///< One of videoCodecNames(); empty: by the name.
+  std::string codec;            ///< One of kVideoCodecNames; empty: by the name.
   std::optional<int> crf;       ///< Of h264, hevc and vp9: 0 (best) to 51 or, vp9, 63.
   int threads = 1;              ///< Of the encoder.
   Ratio rate{24, 1};            ///< Of frames that come from pictures.

@@ -1,4 +1,4 @@
-// Tells videos from pictures by their names. Part of builds without video too.
+// Names of videos and codecs. Part of builds without video too.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "media/video/Video.h"
+#include "support/Errors.h"
 #include "support/FileBytes.h"
 #include "support/Text.h"
 
@@ -116,10 +117,10 @@ bool isAnimatedWebp(const std::filesystem::path& file) {
   return animationOf(file) == Content::Webp;
 }
 
-std::span<const std::string_view> videoCodecNames() {
-  static constexpr std::array<std::string_view, 10> kNames{"h264", "hevc", "vp9",  "prores", "ffv1",
-                                                           "png",  "webp", "apng", "raw",    "y4m"};
-  return kNames;
+void requireVideoCodec(const std::string& name, const std::string& subject) {
+  if (std::ranges::find(kVideoCodecNames, name) != kVideoCodecNames.end()) return;
+  throw UsageError(subject + ": there is no codec '" + name + "' (use one of " +
+                   joined(kVideoCodecNames, ", ") + ")");
 }
 
 bool isVideoName(const std::string& name) {

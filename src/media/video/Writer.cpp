@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -79,7 +80,7 @@ Writer::Writer(const VideoOutput& output, Reader* source)
     throw UsageError("video codec '" + std::string(codec_.name) +
                      "': it has no constant rate factor (leave it out, or use h264, hevc or vp9)");
   }
-  if (output_.crf && *output_.crf > 51 && codec_.name != std::string_view("vp9")) {
+  if (output_.crf && *output_.crf > 51 && codec_.name != "vp9") {
     throw UsageError("video codec '" + std::string(codec_.name) +
                      "': its constant rate factor is 0 to 51 (use one of these)");
   }
@@ -146,7 +147,7 @@ void Writer::openEncoder(const Picture& picture) {
   const bool odd = picture.width() % 2 != 0 || picture.height() % 2 != 0;
   if (encoder.pix_fmt == AV_PIX_FMT_YUV420P && odd) encoder.pix_fmt = AV_PIX_FMT_YUV444P;
   if (encoder.pix_fmt == AV_PIX_FMT_YUV420P10 && odd) encoder.pix_fmt = AV_PIX_FMT_YUV444P10;
-  if (source_ != nullptr && source_->isRaw() && std::string_view(codec_.name) == "raw") {
+  if (source_ != nullptr && source_->isRaw() && codec_.name == "raw") {
     encoder.pix_fmt = source_->decoder().pix_fmt;
   }
   encoder.sample_aspect_ratio = av_d2q(picture.info.pixelAspect, 10000);
