@@ -6,6 +6,7 @@
 #include <numeric>
 #include <utility>
 
+#include "support/Text.h"
 #include "support/VersionWord.h"
 
 namespace lomix::batch {
@@ -57,8 +58,7 @@ const looks::ParameterTable& FrameRenderer::parameters() const {
 std::string FrameRenderer::versionText() const {
   if (!plugin_) return lomix_version_text();
   const VersionWord version = decodeVersion(plugin_->info().version);
-  return std::to_string(version.version) + "." + std::to_string(version.subversion) + "." +
-         std::to_string(version.bugfix);
+  return dotted(version.version, version.subversion, version.bugfix);
 }
 
 int FrameRenderer::depthFor(const Picture& picture) const {

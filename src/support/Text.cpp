@@ -129,6 +129,10 @@ std::optional<std::int64_t> parseWhole(std::string_view text) {
   return parseAll<std::int64_t>(text);
 }
 
+std::string dotted(std::int64_t major, std::int64_t minor, std::int64_t patch) {
+  return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
+}
+
 std::string shortest(double value) {
   std::array<char, 64> text;
   const auto end =

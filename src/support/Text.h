@@ -62,6 +62,9 @@ std::optional<double> parseNumber(std::string_view text);
 /// other text.
 std::optional<std::int64_t> parseWhole(std::string_view text);
 
+/// Returns a version as text: "2.4.7".
+std::string dotted(std::int64_t major, std::int64_t minor, std::int64_t patch);
+
 /// Returns the shortest text that reads back as the same single-precision number.
 std::string shortest(double value);
 

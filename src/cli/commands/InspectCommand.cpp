@@ -107,9 +107,9 @@ void run(const Options& options, const Streams& streams) {
       aboutLines.replace(at, 1, "\n           ");
     }
     streams.out << "about      " << aboutLines << "\n"
-                << "version    " << version.version << "." << version.subversion << "."
-                << version.bugfix << " " << version.stageName() << ", build " << version.build
-                << " (" << hexadecimal(info.version) << ")\n"
+                << "version    " << dotted(version.version, version.subversion, version.bugfix)
+                << " " << version.stageName() << ", build " << version.build << " ("
+                << hexadecimal(info.version) << ")\n"
                 << "flags      " << flagsText(outFlags, info.outFlags) << "\n"
                 << "flags 2    " << flagsText(outFlags2, info.outFlags2) << "\n\n";
     print(plugin.parameters(), streams.out);

@@ -11,6 +11,7 @@
 #include <numbers>
 
 #include "support/MediaError.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -82,8 +83,7 @@ Surface surfaceOf(const Picture& picture) {
 std::vector<std::string> drawingLibraries() {
   const int fonts = FcGetVersion();
   return {std::string("cairo ") + cairo_version_string(),
-          "fontconfig " + std::to_string(fonts / 10000) + "." + std::to_string(fonts / 100 % 100) +
-              "." + std::to_string(fonts % 100)};
+          "fontconfig " + dotted(fonts / 10000, fonts / 100 % 100, fonts % 100)};
 }
 
 struct Drawing::Cairo {

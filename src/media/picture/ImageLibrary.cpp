@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "media/picture/PictureFile.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -27,8 +28,7 @@ constexpr const char* kBitsPerSample = "oiio:BitsPerSample";
 
 std::string pictureLibrary() {
   const int version = OIIO::openimageio_version();  // 20407 for 2.4.7.
-  return "OpenImageIO " + std::to_string(version / 10000) + "." +
-         std::to_string(version / 100 % 100) + "." + std::to_string(version % 100);
+  return "OpenImageIO " + dotted(version / 10000, version / 100 % 100, version % 100);
 }
 
 Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec) {

@@ -4,13 +4,14 @@
 #include <array>
 #include <new>
 
+#include "support/Text.h"
+
 namespace lomix::media {
 
 std::vector<std::string> videoLibraries() {
   const auto line = [](const char* name, unsigned version) {
-    return std::string(name) + " " + std::to_string(AV_VERSION_MAJOR(version)) + "." +
-           std::to_string(AV_VERSION_MINOR(version)) + "." +
-           std::to_string(AV_VERSION_MICRO(version));
+    return std::string(name) + " " +
+           dotted(AV_VERSION_MAJOR(version), AV_VERSION_MINOR(version), AV_VERSION_MICRO(version));
   };
   return {std::string("FFmpeg ") + av_version_info(), line("libavformat", avformat_version()),
           line("libavcodec", avcodec_version()), line("libavutil", avutil_version()),
