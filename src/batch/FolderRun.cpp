@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "batch/RenderRun.h"
+#include "looks/JsonText.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
@@ -148,8 +149,7 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
   if (!options.reportFile.empty()) {
     const nlohmann::ordered_json report{
         {"inputs", tasks.size()}, {"failed", failed}, {"runs", reports}};
-    const auto replace = nlohmann::ordered_json::error_handler_t::replace;
-    writeText(report.dump(2, ' ', false, replace) + "\n", options.reportFile, overwrite);
+    writeText(looks::jsonText(report), options.reportFile, overwrite);
   }
   if (failed == 0) return;
   const std::string message = "'" + folder.string() + "': " + std::to_string(failed) + " of " +

@@ -10,6 +10,7 @@
 #include "batch/RunReport.h"
 #include "batch/Warnings.h"
 #include "lomix/lomix.h"
+#include "looks/JsonText.h"
 #include "looks/PresetStore.h"
 #include "media/picture/PictureFile.h"
 #include "media/picture/SequenceName.h"
@@ -88,9 +89,7 @@ class Report {
     report["warnings"] = warnings_.all();
     if (!error.empty()) report["error"] = error;
     if (options_.takeReport) return options_.takeReport(report);
-    // Names of files need not be UTF-8.
-    const auto replace = nlohmann::ordered_json::error_handler_t::replace;
-    writeText(report.dump(2, ' ', false, replace) + "\n", options_.reportFile,
+    writeText(looks::jsonText(report), options_.reportFile,
               options_.route.existing == Existing::Overwrite);
   }
 

@@ -433,6 +433,13 @@ TEST_F(Lomix, InspectShowsVersionFlagsAndAbout) {
   EXPECT_THAT(run({"inspect", LOMIX_MODULE}).out, HasSubstr("2.0.0 release, build 1"));
 }
 
+TEST_F(Lomix, JsonIsUtf8WhateverTheNamesOfFiles) {
+  std::filesystem::create_symlink(LOMIX_MODULE, path("m\xff.so"));
+  const Result result = run({"inspect", "./m\xff.so", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(nlohmann::json::parse(result.out)["module"], "./m\xef\xbf\xbd.so");
+}
+
 TEST_F(Lomix, HelpIsNoError) {
   for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
                                                     {"help"},

@@ -9,6 +9,7 @@
 
 #include "batch/Plugin.h"
 #include "cli/commands/Commands.h"
+#include "looks/JsonText.h"
 #include "looks/ParameterReport.h"
 #include "support/Text.h"
 #include "support/VersionWord.h"
@@ -99,7 +100,7 @@ void run(const Options& options, const Streams& streams) {
         {"outFlags", {{"word", info.outFlags}, {"names", outFlags}}},
         {"outFlags2", {{"word", info.outFlags2}, {"names", outFlags2}}},
         {"parameters", toJson(plugin.parameters())}};
-    streams.out << report.dump(2) << "\n";
+    streams.out << looks::jsonText(report);
   } else {
     std::string aboutLines = about;
     // Hosts break lines at a carriage return. Indents the lines after the first.

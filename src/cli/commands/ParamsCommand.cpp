@@ -5,6 +5,7 @@
 
 #include "batch/Plugin.h"
 #include "cli/commands/Commands.h"
+#include "looks/JsonText.h"
 #include "looks/ParameterReport.h"
 
 namespace lomix::cli {
@@ -35,7 +36,7 @@ void run(const Options& options, const Streams& streams) {
   }
   const looks::ParameterTable& table = plugin ? plugin->parameters() : looks::effectTable();
   if (options.json) {
-    streams.out << nlohmann::ordered_json{{"parameters", toJson(table)}}.dump(2) << "\n";
+    streams.out << looks::jsonText({{"parameters", toJson(table)}});
   } else {
     print(table, streams.out);
   }

@@ -8,6 +8,7 @@
 #include "cli/LookOptions.h"
 #include "cli/UserPresets.h"
 #include "cli/commands/Commands.h"
+#include "looks/JsonText.h"
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
 #include "support/Text.h"
@@ -97,9 +98,7 @@ void printAll(const looks::ParameterTable& table, bool asJson, const Streams& st
   }
   const Json own = listOwn(table, asJson, streams);
   if (!asJson) return;
-  // Names of files need not be UTF-8.
-  const Json all{{"presets", list}, {"ownPresets", own}};
-  streams.out << all.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  streams.out << looks::jsonText({{"presets", list}, {"ownPresets", own}});
 }
 
 void run(const Options& options, const Streams& streams) {
@@ -109,7 +108,7 @@ void run(const Options& options, const Streams& streams) {
     looks::parsePreset(found.text, found.source, table);
     streams.out << found.text;
   } else if (options.schema) {
-    streams.out << looks::presetSchema(table).dump(2) << "\n";
+    streams.out << looks::jsonText(looks::presetSchema(table));
   } else {
     printAll(table, options.json, streams);
   }
