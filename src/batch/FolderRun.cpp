@@ -84,14 +84,6 @@ std::vector<Task> tasksOf(const std::vector<std::string>& inputs, bool recursive
   return tasks;
 }
 
-void makeFolder(const fs::path& folder) {
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (error) {
-    throw MediaError(cannotWrite(folder) + error.message() + " (choose another folder)");
-  }
-}
-
 }  // namespace
 
 void runFolder(const RunOptions& options, const std::vector<std::string>& inputs, bool recursive,

@@ -38,6 +38,15 @@ bool fileExists(const fs::path& file) {
   return fs::exists(file, ignored);
 }
 
+void makeFolder(const fs::path& folder) {
+  if (folder.empty()) return;
+  std::error_code error;
+  fs::create_directories(folder, error);
+  if (error) {
+    throw MediaError(cannotWrite(folder) + error.message() + " (choose another folder)");
+  }
+}
+
 void throwFileExists(const fs::path& file) {
   throw AvoidableError(Remedy::Overwrite, cannotWrite(file) + "it exists",
                        "choose another name, or replace it");

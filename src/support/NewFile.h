@@ -14,6 +14,10 @@ void checkNewFile(const std::filesystem::path& file, bool overwrite);
 /// Throws the AvoidableError about a file that exists and may not be replaced.
 [[noreturn]] void throwFileExists(const std::filesystem::path& file);
 
+/// Makes a folder and those that it is in, where they are missing. Does nothing for an empty name.
+/// Throws MediaError.
+void makeFolder(const std::filesystem::path& folder);
+
 /// Returns whether a file or folder of that name exists; false where that cannot be found out.
 bool fileExists(const std::filesystem::path& file);
 

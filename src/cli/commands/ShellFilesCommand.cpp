@@ -2,11 +2,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <system_error>
 
 #include "cli/commands/Commands.h"
 #include "cli/shell/OptionTable.h"
-#include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/TextFile.h"
 
@@ -18,11 +16,7 @@ namespace fs = std::filesystem;
 /// Writes a file and the folders that it is in.
 void writeBelow(const fs::path& folder, const char* name, const std::string& text) {
   const fs::path file = folder / name;
-  std::error_code error;
-  fs::create_directories(file.parent_path(), error);
-  if (error) {
-    throw MediaError(cannotWrite(file) + error.message() + " (choose another folder)");
-  }
+  makeFolder(file.parent_path());
   writeText(text, file, true);
 }
 
