@@ -33,6 +33,8 @@ class FrameSource {
   /// Returns the next frame in order; nothing after the last. One thread at a time. Throws
   /// MediaError, after which there is no next frame.
   virtual std::optional<Frame> next() = 0;
+  /// Returns whether the frames have the numbers of files.
+  virtual bool isSequence() const { return false; }
   /// Returns the numbers of the requested frames that do not exist, as far as next() has found out.
   virtual std::vector<std::int64_t> missing() const { return {}; }
   /// Returns the number of damaged parts of the input that next() has skipped.

@@ -73,6 +73,7 @@ class SequenceSource : public NumberedSource {
  public:
   SequenceSource(media::SequenceName name, SequenceSelection selection, const FrameRate& rate);
 
+  bool isSequence() const override { return true; }
   std::vector<std::int64_t> missing() const override { return missing_; }
   void load(const Frame& frame, media::Picture& picture) override;
 

@@ -165,7 +165,7 @@ class Side {
     return picture;
   }
   /// Returns whether the frames have the numbers of files.
-  bool isSequence() const { return dynamic_cast<batch::SequenceSource*>(source_.get()) != nullptr; }
+  bool isSequence() const { return source_->isSequence(); }
   /// Throws where the input has less than it promises.
   void requireWhole() const {
     const std::string loss = source_->loss();
