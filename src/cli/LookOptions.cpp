@@ -4,7 +4,6 @@
 #include "looks/LookErrors.h"
 #include "looks/PresetStore.h"
 #include "support/Text.h"
-#include "support/TextFile.h"
 
 namespace lomix::cli {
 namespace {
@@ -21,9 +20,7 @@ const looks::Parameter& parameterNamed(const looks::ParameterTable& table, std::
 }  // namespace
 
 looks::PresetText presetNamed(const std::string& nameOrFile, const std::string& option) {
-  if (const auto own = findUserPreset(nameOrFile)) {
-    return {"'" + own->file.string() + "'", readText(own->file, looks::kMaxPresetBytes)};
-  }
+  if (const auto own = findUserPreset(nameOrFile)) return looks::readPreset(own->file);
   try {
     return looks::findPreset(nameOrFile);
   } catch (const looks::UnknownName&) {
@@ -73,16 +70,24 @@ void LookOptions::addTo(CLI::App& app) {
       ->group(group);
 }
 
+const std::filesystem::path& LookOptions::presetFile() const {
+  if (!presetFile_) {
+    presetFile_ = looks::isPresetFile(preset_) ? preset_ : "";
+    if (const auto own = findUserPreset(preset_)) presetFile_ = own->file;
+  }
+  return *presetFile_;
+}
+
 std::vector<NamedFile> LookOptions::files() const {
-  if (const auto own = findUserPreset(preset_)) return {{"--preset", own->file}};
-  if (!looks::isPresetFile(preset_)) return {};
-  return {{"--preset", preset_}};
+  if (presetFile().empty()) return {};
+  return {{"--preset", presetFile()}};
 }
 
 looks::Look LookOptions::read(const looks::ParameterTable& table) const {
   looks::Look look;
   if (!preset_.empty()) {
-    const looks::PresetText found = presetNamed(preset_, "--preset");
+    const looks::PresetText found =
+        presetFile().empty() ? presetNamed(preset_, "--preset") : looks::readPreset(presetFile());
     look = looks::parsePreset(found.text, found.source, table).look;
   }
   for (const std::string& text : settings_) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,7 +45,11 @@ class LookOptions {
   std::vector<NamedFile> files() const;
 
  private:
+  /// Returns the file of the preset; empty for a name that the user's folder does not have.
+  const std::filesystem::path& presetFile() const;
+
   std::string preset_;
+  mutable std::optional<std::filesystem::path> presetFile_;  ///< Once it was looked for.
   std::vector<std::string> settings_;
   std::vector<std::string> keys_;
 };

@@ -41,10 +41,12 @@ bool isPresetFile(const std::string& nameOrFile) {
   return nameOrFile.find_first_of("/\\") != std::string::npos || nameOrFile.ends_with(".json");
 }
 
+PresetText readPreset(const fs::path& file) {
+  return {"'" + file.string() + "'", readText(file, kMaxPresetBytes)};
+}
+
 PresetText findPreset(const std::string& nameOrFile) {
-  if (isPresetFile(nameOrFile)) {
-    return {"'" + nameOrFile + "'", readText(nameOrFile, kMaxPresetBytes)};
-  }
+  if (isPresetFile(nameOrFile)) return readPreset(nameOrFile);
   const BuiltInPreset& preset = builtInPreset(nameOrFile);
   return {"preset '" + std::string(preset.id) + "'", preset.text};
 }

@@ -34,6 +34,9 @@ struct PresetText {
 /// Returns whether a preset is named by its file: the text ends in ".json" or contains a slash.
 bool isPresetFile(const std::string& nameOrFile);
 
+/// Reads a preset's file. Throws MediaError.
+PresetText readPreset(const std::filesystem::path& file);
+
 /// Finds a preset by the id of a built-in one, or by a file name as isPresetFile() tells it. Throws
 /// UnknownName as builtInPreset() does, MediaError when the file cannot be read.
 PresetText findPreset(const std::string& nameOrFile);

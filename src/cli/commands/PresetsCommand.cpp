@@ -12,7 +12,6 @@
 #include "looks/PresetSchema.h"
 #include "looks/PresetStore.h"
 #include "support/Text.h"
-#include "support/TextFile.h"
 
 namespace lomix::cli {
 namespace {
@@ -62,8 +61,7 @@ Json listOwn(const looks::ParameterTable& table, bool asJson, const Streams& str
   bool headed = false;
   for (const UserPreset& own : userPresets()) {
     try {
-      const looks::PresetText found{"'" + own.file.string() + "'",
-                                    readText(own.file, looks::kMaxPresetBytes)};
+      const looks::PresetText found = looks::readPreset(own.file);
       const looks::Preset preset = looks::parsePreset(found.text, found.source, table);
       if (asJson) {
         Json entry{{"id", own.name}, {"file", own.file.string()}, {"hidden", own.hidden}};
