@@ -124,8 +124,7 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
     } catch (const UsageError&) {
       throw;
     } catch (const AvoidableError& error) {
-      const bool exists = error.remedy() == Remedy::Overwrite;
-      failure = exists ? error.wayOutWith("--overwrite") : error.what();
+      failure = options.withWayOut(error);
     } catch (const std::exception& error) {
       failure = error.what();
     }

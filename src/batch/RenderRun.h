@@ -9,6 +9,7 @@
 
 #include "batch/FrameRenderer.h"
 #include "batch/Route.h"
+#include "support/MediaError.h"
 #include "support/Streams.h"
 
 namespace lomix::batch {
@@ -21,6 +22,10 @@ struct RunOptions {
   std::string savedPreset;  ///< File to save the parameters to as a preset; empty for none.
   bool byPlugin = false;    ///< The engine that the report names: plugin or rows.
   bool quiet = false;
+  /// Returns the text of an input's error in runFolder(), its way out completed.
+  std::function<std::string(const AvoidableError&)> withWayOut = [](const AvoidableError& error) {
+    return std::string(error.what());
+  };
   /// Called with the report instead of writing it, where it is set.
   std::function<void(const nlohmann::ordered_json&)> takeReport;
 };

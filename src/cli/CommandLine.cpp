@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "batch/Interrupt.h"
+#include "cli/WaysOut.h"
 #include "cli/commands/Commands.h"
 #include "lomix/lomix.h"
 #if defined(LOMIX_DRAWING)
@@ -164,23 +165,6 @@ class Parser {
   std::vector<Command> commands_;
 };
 
-/// Returns the options that take the way out of an error.
-const char* optionFor(Remedy remedy) {
-  switch (remedy) {
-    case Remedy::Overwrite:
-      return "--overwrite";
-    case Remedy::OverwriteOrSkip:
-      return "--overwrite, or keep them with --skip-existing";
-    case Remedy::ChooseCodec:
-      return "--codec";
-    case Remedy::NoSound:
-      return "--no-audio";
-    case Remedy::NameModule:
-      return "--plugin FILE";
-  }
-  return "other options";
-}
-
 /// Prints an error as one line. Returns exitCode.
 int fail(const Streams& streams, const std::string& message, int exitCode,
          std::string_view beginning = "error: ") {
@@ -206,7 +190,7 @@ int runCommandLine(const std::vector<std::string>& arguments, const Streams& str
   } catch (const Interrupted& interrupted) {
     return fail(streams, interrupted.what(), kExitSignal + interrupted.signal(), "interrupted: ");
   } catch (const AvoidableError& error) {
-    return fail(streams, error.wayOutWith(optionFor(error.remedy())), kExitFailed);
+    return fail(streams, withWayOut(error), kExitFailed);
   } catch (const std::bad_alloc&) {
     return fail(streams, "lomix: there is not enough memory (use a smaller picture)", kExitFailed);
   } catch (const std::exception& error) {

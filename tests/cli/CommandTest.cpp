@@ -411,7 +411,18 @@ TEST_F(Lomix, ManyInputsGoToOneFolder) {
   EXPECT_EQ(run({"render", "card.png", "bad.png", "in/a.png"}).exitCode, 2);
   EXPECT_EQ(run({"render", "in/a.png", "flat/a.png", "out"}).exitCode, 2);
   EXPECT_EQ(run({"render", "in/a.png", "in", "--overwrite"}).exitCode, 2);
-  EXPECT_EQ(run({"render", "in", "out"}).exitCode, 1);
+  // What an error says to do is the command's option for it.
+  const Result taken = run({"render", "in", "out"});
+  EXPECT_EQ(taken.exitCode, 1);
+  EXPECT_THAT(taken.err,
+              HasSubstr("'out/a.png': it exists (choose another name, or replace it with "
+                        "--overwrite)"));
+  write(path("s.1.png"), read(path("card.png")));
+  expectDone({"render", "s.#.png", "out/"});
+  const Result frames = run({"render", "s.#.png", "card.png", "out/"});
+  EXPECT_EQ(frames.exitCode, 1);
+  EXPECT_THAT(frames.err, HasSubstr("frames exist: 1 (replace them with --overwrite, or keep them "
+                                    "with --skip-existing)"));
 }
 
 TEST_F(Lomix, ParametersComeFromTheModule) {

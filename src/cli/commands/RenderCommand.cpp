@@ -10,6 +10,7 @@
 #include "cli/FrameList.h"
 #include "cli/LookOptions.h"
 #include "cli/OptionValues.h"
+#include "cli/WaysOut.h"
 #include "cli/commands/Commands.h"
 #include "support/Errors.h"
 #include "support/Text.h"
@@ -256,6 +257,7 @@ void run(const Options& options, const Streams& streams) {
   rendering.module = options.plugin;
   run.byPlugin = rendering.engine == batch::Engine::Plugin;
   run.savedPreset = options.savedPreset;
+  run.withWayOut = withWayOut;
 
   batch::RouteOptions& route = run.route;
   route.input = options.files.front();
