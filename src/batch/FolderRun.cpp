@@ -20,16 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Returns whether a file of a folder is one to render, by its name.
-bool isMediaName(const fs::path& file) {
-  constexpr std::array<std::string_view, 21> kPictures{
-      ".png", ".jpg", ".jpeg", ".tif", ".tiff", ".exr", ".dpx", ".tga", ".bmp", ".gif", ".webp",
-      ".hdr", ".jp2", ".ppm",  ".pgm", ".pnm",  ".sgi", ".psd", ".cin", ".ico", ".j2k"};
-  const std::string extension = lowerCase(file.extension().string());
-  return std::ranges::find(kPictures, extension) != kPictures.end() ||
-         media::isVideoName(file.string());
-}
-
 /// An input and the name of its output within the folder.
 struct Task {
   fs::path input;
@@ -85,6 +75,15 @@ std::vector<Task> tasksOf(const std::vector<std::string>& inputs, bool recursive
 }
 
 }  // namespace
+
+bool isMediaName(const fs::path& file) {
+  constexpr std::array<std::string_view, 21> kPictures{
+      ".png", ".jpg", ".jpeg", ".tif", ".tiff", ".exr", ".dpx", ".tga", ".bmp", ".gif", ".webp",
+      ".hdr", ".jp2", ".ppm",  ".pgm", ".pnm",  ".sgi", ".psd", ".cin", ".ico", ".j2k"};
+  const std::string extension = lowerCase(file.extension().string());
+  return std::ranges::find(kPictures, extension) != kPictures.end() ||
+         media::isVideoName(file.string());
+}
 
 void runFolder(const RunOptions& options, const std::vector<std::string>& inputs, bool recursive,
                const MakeRenderer& makeRenderer, const MakeLook& makeLook, const Streams& streams) {

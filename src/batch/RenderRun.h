@@ -1,6 +1,7 @@
 // A whole render: from the names of input and output to the report.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -34,6 +35,9 @@ struct RunOptions {
 /// parameters. Throws CommandError, FramesFailed, Interrupted, MediaError or host::HostError.
 void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::Look& look,
                const Streams& streams);
+
+/// Returns whether a name is a picture's or a video's, by its extension.
+bool isMediaName(const std::filesystem::path& file);
 
 /// Makes the renderer of one run.
 using MakeRenderer = std::function<std::unique_ptr<FrameRenderer>()>;

@@ -136,7 +136,10 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"params", "--plugin", "cut.so"}, 1, "ends before"},
       {{"inspect", "cut.so"}, 1, "ends before"},
       {{"render", "missing.png", "out.png"}, 1, "no such file"},
-      {{"render", "folder", "out.png"}, 1, "no picture and no video"},
+      {{"render", "folder", "out"}, 1, "no picture and no video"},
+      {{"render", "folder", "out.png"}, 2, "'out.png' is the name of a file, but 'folder' is a"},
+      {{"render", "folder", "out.####.exr"}, 2, "end its name with /"},
+      {{"render", "folder", "out.mp4"}, 2, "end its name with /"},
       {{"render", "cut.png", "out.png"}, 1, "cut.png"},
       {{"render", "empty.exr", "out.png"}, 1, "empty"},
       {{"render", "card.png", "out.xyz"}, 1, ".xyz"},
@@ -411,6 +414,9 @@ TEST_F(Lomix, ManyInputsGoToOneFolder) {
   EXPECT_EQ(run({"render", "card.png", "bad.png", "in/a.png"}).exitCode, 2);
   EXPECT_EQ(run({"render", "in/a.png", "flat/a.png", "out"}).exitCode, 2);
   EXPECT_EQ(run({"render", "in/a.png", "in", "--overwrite"}).exitCode, 2);
+  EXPECT_EQ(run({"render", "in", "new.png/"}).exitCode, 0);
+  EXPECT_EQ(run({"render", "in", "new.png", "--overwrite"}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(path("new.png/a.png")));
   // What an error says to do is the command's option for it.
   const Result taken = run({"render", "in", "out"});
   EXPECT_EQ(taken.exitCode, 1);

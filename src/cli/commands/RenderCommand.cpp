@@ -234,7 +234,12 @@ bool writesFolder(const std::vector<std::string>& files) {
     throw UsageError("OUTPUT: '" + output +
                      "' is no folder for several inputs (make it, or end its name with /)");
   }
-  return folder || (files.size() == 2 && std::filesystem::is_directory(files.front(), ignored));
+  if (folder || !std::filesystem::is_directory(files.front(), ignored)) return folder;
+  if (batch::isMediaName(output)) {
+    throw UsageError("OUTPUT: '" + output + "' is the name of a file, but '" + files.front() +
+                     "' is a folder (name a folder, or end its name with /)");
+  }
+  return true;
 }
 
 void run(const Options& options, const Streams& streams) {
