@@ -69,14 +69,23 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
 class Report {
  public:
   Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
-         const Pipeline& pipeline, const Warnings& warnings)
-      : options_(options),
-        renderer_(renderer),
-        look_(look),
-        pipeline_(pipeline),
-        warnings_(warnings) {}
+         const Warnings& warnings)
+      : options_(options), renderer_(renderer), look_(look), warnings_(warnings) {}
 
-  void write(double seconds, const std::string& error) const {
+  /// error: why the run ended early; empty: it did not.
+  void write(const Pipeline& pipeline, double seconds, const std::string& error) const {
+    write(pipeline.tally(), pipeline.failures(), seconds, error, false);
+  }
+  /// For an output that exists and is kept. The frames of a video are not counted.
+  void writeKept(bool isVideo) const {
+    Tally tally;
+    if (!isVideo) tally.skipped = 1;
+    write(tally, {}, 0.0, "", true);
+  }
+
+ private:
+  void write(const Tally& tally, const std::vector<FrameFailure>& failures, double seconds,
+             const std::string& error, bool kept) const {
     if (options_.reportFile.empty() && !options_.takeReport) return;
     nlohmann::ordered_json report = {{"lomix", lomix_version_text()},
                                      {"effect", renderer_.versionText()},
@@ -85,7 +94,8 @@ class Report {
                                      {"engine", options_.byPlugin ? "plugin" : "rows"},
                                      {"threads", options_.threads},
                                      {"settings", settingsOf(renderer_.parameters(), look_)}};
-    report.update(reportOf(pipeline_, seconds));
+    report.update(reportOf(tally, failures, seconds));
+    if (kept) report["kept"] = true;
     report["warnings"] = warnings_.all();
     if (!error.empty()) report["error"] = error;
     if (options_.takeReport) return options_.takeReport(report);
@@ -93,11 +103,9 @@ class Report {
               options_.route.existing == Existing::Overwrite);
   }
 
- private:
   const RunOptions& options_;
   const FrameRenderer& renderer_;
   const looks::Look& look_;
-  const Pipeline& pipeline_;
   const Warnings& warnings_;
 };
 
@@ -121,13 +129,14 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     looks::savePreset(look, renderer.parameters(), options.savedPreset,
                       options.route.existing == Existing::Overwrite);
   }
+  const Report report(options, renderer, look, warnings);
   if (route.done) {
+    report.writeKept(route.isVideo);
     if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
     return;
   }
 
   Pipeline pipeline(*route.source, renderer, look, *route.sink, options.threads);
-  const Report report(options, renderer, look, pipeline, warnings);
   const std::vector<std::int64_t> missing = route.source->missing();
   if (!missing.empty()) {
     streams.err << "error: " + cannotRead(options.route.input) + "frames " +
@@ -149,7 +158,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     if (!options.quiet) warnings.setPrint(printLine);
   } catch (const std::exception& error) {
     warnings.setPrint({});
-    report.write(seconds(), error.what());
+    report.write(pipeline, seconds(), error.what());
     throw;
   }
   if (const std::string loss = route.source->loss(); !loss.empty()) {
@@ -158,7 +167,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
     warnings.add("'" + options.route.input + "': " + frames(damaged) + " damaged and left out");
   }
-  report.write(seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
+  report.write(pipeline, seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
   throwUnlessDone(options, pipeline, route);
   // Standard output may carry the frames.
   std::ostream& out = options.route.output == media::kStandardStream ? streams.err : streams.out;

@@ -43,6 +43,7 @@ class Planner {
     const bool one = !outputSequence_ && options_.output != media::kStandardStream;
     if (options_.existing == Existing::Skip && one && fileExists(options_.output)) {
       route_.done = true;
+      route_.isVideo = writesVideo_;
       return std::move(route_);
     }
     if (writesVideo_) {

@@ -42,7 +42,8 @@ struct RouteOptions {
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
-  bool done = false;  ///< The output exists already and is kept; there is no source and sink.
+  bool done = false;     ///< The output exists already and is kept; there is no source and sink.
+  bool isVideo = false;  ///< The output is a video.
 };
 
 /// Opens the source and the sink: picture, sequence or video. Before that, checks that no output is

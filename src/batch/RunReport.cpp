@@ -6,21 +6,20 @@ namespace lomix::batch {
 
 using Json = nlohmann::ordered_json;
 
-Json reportOf(const Pipeline& pipeline, double wallSeconds) {
-  const Tally& tally = pipeline.tally();
+Json reportOf(const Tally& tally, const std::vector<FrameFailure>& failures, double wallSeconds) {
   const auto seconds = [](std::int64_t nanoseconds) {
     return static_cast<double>(nanoseconds) * 1e-9;
   };
-  Json failures = Json::array();
-  for (const FrameFailure& failure : pipeline.failures()) {
-    failures.push_back({{"frame", failure.number}, {"cause", failure.message}});
+  Json list = Json::array();
+  for (const FrameFailure& failure : failures) {
+    list.push_back({{"frame", failure.number}, {"cause", failure.message}});
   }
   const std::int64_t rendered = tally.rendered;
   return {{"frames",
            {{"rendered", rendered},
             {"skipped", tally.skipped.load()},
             {"failed", tally.failed.load()}}},
-          {"failures", failures},
+          {"failures", list},
           {"seconds",
            {{"wall", wallSeconds},
             {"read", seconds(tally.readTime)},

@@ -2,15 +2,17 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "batch/FrameRenderer.h"
 #include "batch/Pipeline.h"
 
 namespace lomix::batch {
 
-/// Returns the run's counts of frames, its failures and its times in seconds. The times of reading,
+/// Returns a run's counts of frames, its failures and its times in seconds. The times of reading,
 /// effect and writing are sums over all threads.
-nlohmann::ordered_json reportOf(const Pipeline& pipeline, double wallSeconds);
+nlohmann::ordered_json reportOf(const Tally& tally, const std::vector<FrameFailure>& failures,
+                                double wallSeconds);
 
 /// Returns every parameter's value by name, or its keys in the form of preset files.
 nlohmann::ordered_json settingsOf(const looks::ParameterTable& table, const looks::Look& look);

@@ -373,6 +373,25 @@ TEST_F(Lomix, ReportsAndPresetsReplaceFilesOnlyWhenAsked) {
   EXPECT_THAT(read(path("r.json")), StartsWith("{"));
 }
 
+TEST_F(Lomix, AKeptOutputHasAReportToo) {
+  const auto report = [this](const std::string& name) {
+    return nlohmann::json::parse(read(path(name)));
+  };
+  expectDone({"render", "card.png", "out.png", "--report", "first.json"});
+  EXPECT_FALSE(report("first.json").contains("kept"));
+  expectDone({"render", "card.png", "out.png", "--skip-existing", "--report", "r.json"});
+  EXPECT_EQ(report("r.json")["kept"], true);
+  EXPECT_EQ(report("r.json")["frames"], nlohmann::json::parse(R"({"rendered": 0, "skipped": 1,
+                                                                  "failed": 0})"));
+  std::filesystem::create_directory(path("folder"));
+  std::filesystem::copy_file(path("card.png"), path("folder/out.png"));
+  expectDone(
+      {"render", "card.png", "out.png", "folder", "--skip-existing", "--report", "all.json"});
+  ASSERT_EQ(report("all.json")["runs"].size(), 2u);
+  EXPECT_EQ(report("all.json")["runs"][0]["frames"]["rendered"], 1);
+  EXPECT_EQ(report("all.json")["runs"][1]["kept"], true);
+}
+
 TEST_F(Lomix, ASinglePictureHasTheVeryNameThatIsGiven) {
   std::filesystem::copy_file(path("card.png"), path("Photo #2.png"));
   for (const std::string name : {"Photo #3.png", "100%d.png", "50%%.png", "##.png"}) {

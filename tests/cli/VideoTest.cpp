@@ -218,7 +218,8 @@ TEST_F(Video, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
         << line;
     EXPECT_EQ(names(), before) << line;
   }
-  expectDone({"render", "pcm.mov", "taken.mp4", "--skip-existing"});
+  expectDone({"render", "pcm.mov", "taken.mp4", "--skip-existing", "--report", "kept.json"});
+  EXPECT_THAT(read(path("kept.json")), HasSubstr("\"kept\": true"));
   EXPECT_EQ(read(path("taken.mp4")), "precious");
 }
 
