@@ -68,6 +68,7 @@ for engine in rows reference; do
   use "$work/prefix/bin/lomix"
   use_library "$work/prefix"
 done
+diff -rq presets "$work/prefix/share/lomix/presets" || fail "install.sh leaves presets out"
 cmp "$tree/lib/lomix/reference/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
 "$tree/install.sh" --remove "$work/prefix" >/dev/null
 [ -z "$(find "$work/prefix" ! -type d)" ] || fail "install.sh --remove left files"

@@ -35,7 +35,8 @@ esac
 # Names below the prefix of the library's and the plug-ins' files; links are among them.
 files() {
   (cd "$here" && find lib/liblomix* lib/cmake/Lomix lib/pkgconfig/lomix.pc include/lomix \
-    lib/frei0r-1 share/kdenlive share/bash-completion share/zsh share/fish share/man OFX ! -type d)
+    lib/frei0r-1 share/kdenlive share/lomix share/bash-completion share/zsh share/fish share/man OFX \
+    ! -type d)
 }
 
 if [ "$remove" = yes ]; then
@@ -43,7 +44,8 @@ if [ "$remove" = yes ]; then
   files | while read -r file; do rm -f "$prefix/$file"; done
   bundle=OFX/Plugins/Lomix.ofx.bundle
   for folder in lib/lomix lib/cmake/Lomix lib/cmake lib/pkgconfig include/lomix lib/frei0r-1 \
-    share/kdenlive/effects share/kdenlive share/bash-completion/completions share/bash-completion \
+    share/kdenlive/effects share/kdenlive share/lomix/presets share/lomix \
+    share/bash-completion/completions share/bash-completion \
     share/zsh/site-functions share/zsh share/fish/vendor_completions.d share/fish share/man/man1 \
     share/man "$bundle"/Contents/* "$bundle/Contents" "$bundle" \
     OFX/Plugins OFX; do
