@@ -1,8 +1,8 @@
 #include "support/NewFile.h"
 
 #include <cstdint>
-#include <map>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 #include "support/Errors.h"
@@ -76,6 +76,31 @@ void checkNewFile(const fs::path& file, bool overwrite) {
   }
 }
 
+namespace {
+
+/// Finds the files that names lead to. Resolves each folder once: the frames of a sequence are many
+/// names in one folder.
+class LinkResolver {
+ public:
+  fs::path resolve(const fs::path& name) {
+    std::error_code ignored;
+    const fs::path last = name.filename();
+    if (last.empty() || last == "." || last == ".." || fs::is_symlink(name, ignored)) {
+      return linkedFile(name);
+    }
+    const fs::path folder = name.parent_path();
+    const auto [known, isNew] = folders_.try_emplace(folder.native());
+    if (isNew) known->second = linkedFile(folder.empty() ? "." : folder);
+    return known->second / last;
+  }
+
+ private:
+  // Comparing paths part by part would take longer than comparing their texts.
+  std::unordered_map<fs::path::string_type, fs::path> folders_;
+};
+
+}  // namespace
+
 fs::path linkedFile(const fs::path& name) {
   std::error_code error;
   fs::path file = name;
@@ -90,23 +115,28 @@ fs::path linkedFile(const fs::path& name) {
 
 void requireDistinctFiles(const std::vector<NamedFile>& outputs,
                           const std::vector<NamedFile>& inputs) {
-  std::map<fs::path, const NamedFile*> known;
+  std::unordered_map<fs::path::string_type, const NamedFile*> known;
   std::vector<const NamedFile*> hardLinked;
-  const auto add = [&](const NamedFile& file) {
-    known.emplace(linkedFile(file.file), &file);
-    if (isHardLinked(file.file)) hardLinked.push_back(&file);
+  LinkResolver links;
+  const auto add = [&](const NamedFile& file, const fs::path& resolved, bool linked) {
+    known.emplace(resolved.native(), &file);
+    if (linked) hardLinked.push_back(&file);
   };
-  for (const NamedFile& input : inputs) add(input);
+  for (const NamedFile& input : inputs) {
+    add(input, links.resolve(input.file), isHardLinked(input.file));
+  }
   for (const NamedFile& output : outputs) {
-    const auto found = known.find(linkedFile(output.file));
+    const fs::path resolved = links.resolve(output.file);
+    const auto found = known.find(resolved.native());
     if (found != known.end()) throwShared(output, *found->second);
-    if (isHardLinked(output.file)) {
+    const bool linked = isHardLinked(output.file);
+    if (linked) {
       for (const NamedFile* other : hardLinked) {
         std::error_code ignored;
         if (fs::equivalent(output.file, other->file, ignored)) throwShared(output, *other);
       }
     }
-    add(output);
+    add(output, resolved, linked);
   }
 }
 
