@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <ostream>
+#include <set>
 #include <string_view>
 #include <system_error>
 
@@ -104,6 +105,7 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
 
   auto reports = nlohmann::ordered_json::array();
   std::size_t failed = 0;
+  std::set<fs::path> cleaned;
   bool savesPreset = !options.savedPreset.empty();
   for (const Task& task : tasks) {
     RunOptions run = options;
@@ -111,6 +113,8 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
     run.route.output = (folder / task.name).string();
     run.reportFile.clear();
     if (!savesPreset) run.savedPreset.clear();
+    // Once for each folder, which may have as many files as there are inputs.
+    run.route.removesLeftovers = cleaned.insert((folder / task.name).parent_path()).second;
     const std::size_t before = reports.size();
     run.takeReport = [&](const nlohmann::ordered_json& report) { reports.push_back(report); };
     std::string failure;

@@ -32,7 +32,8 @@ class Planner {
     classifyInput();
     classifyOutput();
     requireDistinct();
-    if (options_.existing != Existing::Refuse && options_.output != media::kStandardStream) {
+    if (options_.removesLeftovers && options_.existing != Existing::Refuse &&
+        options_.output != media::kStandardStream) {
       TemporaryFile::removeLeftovers(linkedFile(options_.output).parent_path());
     }
     for (const NamedFile& other : options_.otherOutputs) {

@@ -22,6 +22,9 @@ struct RouteOptions {
   media::FrameChoice frames;      ///< Times count from the first frame: number 0 of pictures.
   std::optional<FrameRate> rate;  ///< Nothing: that of the input; 24 for pictures.
   Existing existing = Existing::Refuse;
+  /// Where the output may exist: whether temporary files of killed runs are removed from its
+  /// folder.
+  bool removesLeftovers = true;
   int threads = 1;  ///< Of decoders and encoders.
   // Of videos, as in media::VideoInput and media::VideoOutput.
   std::string codec;

@@ -436,6 +436,14 @@ TEST_F(Lomix, ManyInputsGoToOneFolder) {
   EXPECT_EQ(run({"render", "in", "new.png/"}).exitCode, 0);
   EXPECT_EQ(run({"render", "in", "new.png", "--overwrite"}).exitCode, 0);
   EXPECT_TRUE(fs::exists(path("new.png/a.png")));
+  // Left by runs that were killed.
+  fs::create_directories(path("new.png/below"));
+  for (const char* name :
+       {"new.png/.lomix-0123456789abcdef.png", "new.png/below/.lomix-0123456789abcdef"}) {
+    write(path(name), "");
+    EXPECT_EQ(run({"render", "in", "new.png", "--recursive", "--overwrite"}).exitCode, 0);
+    EXPECT_FALSE(fs::exists(path(name))) << name;
+  }
   // What an error says to do is the command's option for it.
   const Result taken = run({"render", "in", "out"});
   EXPECT_EQ(taken.exitCode, 1);
