@@ -77,7 +77,7 @@ def signature_faults(code, offset, size):
     flags, hashes, _, _, pages, limit = struct.unpack_from(">6I", blob, at + 12)
     hash_size, hash_type, _, page_bits = struct.unpack_from("BBBB", blob, at + 36)
     if not flags & AD_HOC or hash_type != SHA256 or limit != offset:
-        yield "its signature is not an ad-hoc one of all that stands before it"
+        yield "its signature is not an ad-hoc one of all bytes before it"
     if pages != -(-limit >> page_bits):
         yield f"its signature lists {pages} pages"
     for i in range(pages):

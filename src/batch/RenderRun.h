@@ -44,12 +44,12 @@ using MakeRenderer = std::function<std::unique_ptr<FrameRenderer>()>;
 /// Makes the look of one run for its renderer's parameters.
 using MakeLook = std::function<looks::Look(const looks::ParameterTable&)>;
 
-/// Renders several inputs to files of their names in a folder, one after the other. A folder among
-/// the inputs stands for the pictures and videos in it; recursive: also in the folders below it,
-/// which the output then has as well. An input that fails is printed, and the others are rendered.
-/// options: of every run; route.output is the folder, which is made where it is missing, and
-/// reportFile gets one report of all. Throws UsageError for two inputs of one name, FramesFailed
-/// where some inputs failed, CommandError where all did, Interrupted.
+/// Renders several inputs to files of their names in a folder, one after the other. Of a
+/// folder among the inputs, all pictures and videos are rendered; recursive: also those in its
+/// subfolders, which are made in the output folder too. An input that fails is printed, and the
+/// others are rendered. options: of every run; route.output is the folder, which is made where it
+/// is missing, and reportFile gets one report of all. Throws UsageError for two inputs of one name,
+/// FramesFailed where some inputs failed, CommandError where all did, Interrupted.
 void runFolder(const RunOptions& options, const std::vector<std::string>& inputs, bool recursive,
                const MakeRenderer& makeRenderer, const MakeLook& makeLook, const Streams& streams);
 

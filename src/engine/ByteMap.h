@@ -24,8 +24,8 @@ inline constexpr ByteTable kIdentityTable = [] {
 /// computed from the table itself: wherever exact() is true, the form equals the table.
 class ByteMap {
  public:
-  /// A set of inputs, laid out for a byte shuffle: bit b of entry [half][low] stands for input
-  /// 128 * half + 16 * b + low.
+  /// A set of inputs, laid out for a byte shuffle: bit b of entry [half][low] is set when
+  /// the set contains 128 * half + 16 * b + low.
   using BitSet = std::array<std::array<std::uint8_t, 16>, 2>;
 
   /// The slope of each half before truncation, in output steps per input step.

@@ -17,9 +17,9 @@ struct Fraction {
 /// again. value: finite.
 Fraction nearestFraction(double value);
 
-/// Returns the frame rate that framesPerSecond stands for: whole rates, rates over 1001 however
-/// they are rounded (23.976, 23.97602, 29.97, 59.94), any other by nearestFraction(). Never fails:
-/// a rate that is not above 0 and finite gives 24.
+/// Returns a frame rate as an exact fraction: whole rates; 24000 / 1001 and the like, however they
+/// are rounded (23.976, 23.97602, 29.97, 59.94); any other by nearestFraction(). Never fails: a
+/// rate that is not above 0 and finite gives 24.
 Fraction frameRate(double framesPerSecond);
 
 }  // namespace lomix::plugins

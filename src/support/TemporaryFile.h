@@ -25,9 +25,8 @@ class TemporaryFile {
   /// overwrite false also when a file of that name exists by now, which is kept.
   void publish(bool overwrite);
 
-  /// Removes the temporary files that processes which no longer run have left in a folder: those
-  /// that were killed. Does nothing on Windows, where a file that is being written cannot be told
-  /// from them.
+  /// Removes the temporary files that killed processes have left in a folder. Does nothing on
+  /// Windows, where such a file looks the same as one that is being written.
   static void removeLeftovers(const std::filesystem::path& folder);
 
   /// Removes every temporary file of the process. Safe to call from a signal handler; the process

@@ -58,7 +58,7 @@ Properties readList(const Bytes& bytes) {
     require(bytes.text(end, next - end) == std::string(next - end, '\0'), "padding");
     const bool isNew =
         properties.data.emplace(bytes.code(at + 4), bytes.text(at + 16, length)).second;
-    require(isNew, "a property stands twice");
+    require(isNew, "a property is there twice");
     at = next;
   }
   require(at == bytes.all.size(), "bytes behind the last property");

@@ -5,7 +5,7 @@ namespace lomix::cli {
 namespace {
 
 // The words of the line, with the parts joined that bash splits at "=" and ":". Names are compared
-// by hand: compgen -W would run commands that stand in the names of files.
+// here because compgen -W expands its words: a file named "$(command)" would run the command.
 constexpr const char* kHead = R"sh(# Completion of lomix for bash. Written by lomix itself.
 
 # Offers the names that begin with $value.

@@ -24,7 +24,7 @@ struct Lanes {
 };
 
 /// Operations on kLanes pixels of 8 bits. kTables: look up functions of bytes in memory, rather
-/// than compute them. The shared code takes nothing for granted but what stands here:
+/// than compute them. The shared code relies on nothing but this list:
 ///
 /// - Doubles, Singles: kDoubles lanes of double and single precision.
 /// - Floats, Ints: kFloats lanes of 32 bits, as many as 8-bit pixels; a multiple of kDoubles.

@@ -463,7 +463,7 @@ struct Wasm {
   }
 
   // The product of two floats is exact in doubles. Rounding its sum with the third and then the
-  // result is the same as rounding once, unless the sum lies halfway between two floats: it may
+  // result is the same as rounding once, unless the sum is halfway between two floats: it may
   // have been rounded to there. Subnormal results may round twice, as in this system's C library.
   static LOMIX_INLINE v128_t fmaOf(v128_t a, v128_t b, v128_t c) {
     const Doubles sum = add(mul(widened(a), widened(b)), widened(c));

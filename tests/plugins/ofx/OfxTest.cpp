@@ -27,7 +27,7 @@ using testing::IsEmpty;
 constexpr int kCount = 13;
 using Values = std::array<double, kCount>;
 
-/// How the images of a test lie in memory.
+/// The memory layout of a test's images.
 struct Layout {
   bool isFloat = false;
   OfxRectI region{0, 0, 64, 48};
@@ -728,7 +728,7 @@ TEST_F(Ofx, PresetsSetEverythingInOneStep) {
     lomix_look* made = nullptr;
     ASSERT_EQ(lomix_look_create_from_preset(preset.id, &made, nullptr), LOMIX_OK);
     const LookPtr look(made);
-    // Keys ease and hold as in the preset, whatever the host does between two keys.
+    // Frames between the preset's keys have its values too, however the host interpolates.
     for (const int frame : {0, 1, 9, 10, 24, 25, 33, 60, 61, 84, 200}) {
       Values values;
       ASSERT_EQ(lomix_look_values(made, frame / 24.0, values.data(), kCount, nullptr), LOMIX_OK);
