@@ -91,11 +91,12 @@ class Planner {
 
   void classifyOutput() {
     const bool onePicture = kind_ == Kind::Still && options_.frames.isAll();
-    // Such a file holds one picture or several.
-    const bool webp =
-        lowerCase(std::filesystem::path(options_.output).extension().string()) == ".webp";
-    const bool several =
-        webp && !options_.frames.isOne() && !onePicture && !SequenceName::parse(options_.output);
+    // Such files hold one picture or several.
+    const std::string extension =
+        lowerCase(std::filesystem::path(options_.output).extension().string());
+    const bool several = (extension == ".webp" || extension == ".gif") &&
+                         !options_.frames.isOne() && !onePicture &&
+                         !SequenceName::parse(options_.output);
     writesVideo_ = media::isVideoName(options_.output) || several;
     if (!writesVideo_ && !onePicture) outputSequence_ = SequenceName::parse(options_.output);
     if (writesVideo_) return;
@@ -169,6 +170,10 @@ class Planner {
   }
 
   void openInput() {
+    if (options_.deinterlace && kind_ != Kind::Video) {
+      throw UsageError("--deinterlace: '" + options_.input +
+                       "' is no video (leave it out, or name a video)");
+    }
     switch (kind_) {
       case Kind::Still:
         return openStill();
@@ -210,6 +215,8 @@ class Planner {
     media::VideoInput input;
     input.name = options_.input;
     input.threads = options_.threads;
+    input.deinterlace = options_.deinterlace;
+    input.warn = options_.warn;
     input.rawFormat = options_.rawFormat;
     input.rawWidth = options_.rawSize.first;
     input.rawHeight = options_.rawSize.second;

@@ -29,6 +29,7 @@ struct RouteOptions {
   // Of videos, as in media::VideoInput and media::VideoOutput.
   std::string codec;
   std::optional<int> crf;
+  bool deinterlace = false;
   bool sound = true;
   bool subtitles = true;
   bool data = true;

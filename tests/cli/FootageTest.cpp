@@ -204,6 +204,45 @@ TEST_F(Footage, LightLevelsFieldsAndTransparencyStayOrAreNamed) {
   EXPECT_THAT(render("opaque.mov j.##.jpg"), IsEmpty());
 }
 
+TEST_F(Footage, FieldsBecomeFramesOfOneTimeWhenAsked) {
+  // A bar that moves 8 pixels from field to field: each frame has it at two places.
+  shell(
+      "ffmpeg -v error -f lavfi -i color=black:s=96x64:r=50:d=1 -f lavfi -i "
+      "color=white:s=8x64:r=50 "
+      "-filter_complex '[0][1]overlay=x=n*8-8*floor(n*8/88)*11:shortest=1,"
+      "tinterlace=interleave_top,setfield=tff,format=yuv422p10' -c:v prores -flags +ildct -top 1 "
+      "-field_order tt fields.mov");
+  shell("ffmpeg -v error -i fields.mov -vf setfield=prog -c:v ffv1 unmarked.mkv");
+  const std::string plain = " --set blend-w-original=100 --overwrite";
+  // How much neighbouring rows of the result differ.
+  const auto combing = [this](const std::string& name) {
+    const std::string out =
+        shell("ffmpeg -hide_banner -i " + name + " -vf idet -f null - 2>&1 | tail -1");
+    std::smatch match;
+    EXPECT_TRUE(std::regex_search(out, match, std::regex("Progressive: *([0-9]+)"))) << out;
+    return 25 - std::stoi(match[1]);
+  };
+  EXPECT_THAT(render("fields.mov kept.mov" + plain), IsEmpty());
+  EXPECT_GT(combing("kept.mov"), 20);
+  EXPECT_THAT(render("fields.mov whole.mov --deinterlace" + plain), IsEmpty());
+  EXPECT_LT(combing("whole.mov"), 5);
+  EXPECT_EQ(probe("whole.mov", "v", "frame=pts_time,interlaced_frame"),
+            std::regex_replace(probe("fields.mov", "v", "frame=pts_time,interlaced_frame"),
+                               std::regex(",1\n"), ",0\n"));
+  EXPECT_THAT(render("unmarked.mkv guess.mkv --deinterlace" + plain),
+              HasSubstr("no frame is marked as interlaced; all are taken for it"));
+  EXPECT_LT(combing("guess.mkv"), 5);
+  // Trims count the same frames.
+  render("fields.mov trim.mkv --deinterlace --frames 7-9 --quiet" + plain);
+  EXPECT_EQ(probe("trim.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,3\n");
+  shell("ffmpeg -v error -i whole.mov -vf 'select=between(n\\,7\\,9)' -vsync 0 -c:v ffv1 cut.mkv");
+  EXPECT_EQ(run({"compare", "trim.mkv", "cut.mkv", "--fail-above", "8"}).exitCode, 0);
+  EXPECT_EQ(run({"testcard", "card.png"}).exitCode, 0);
+  const Result still = run({"render", "card.png", "new.png", "--deinterlace"});
+  EXPECT_EQ(still.exitCode, 2);
+  EXPECT_THAT(still.err, HasSubstr("is no video (leave it out"));
+}
+
 TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {
   makeClip("a.gif", "s=32x32:r=10:d=0.5", "");
   makeClip("a.apng", "s=32x32:r=10:d=0.5", "-plays 0");
@@ -235,6 +274,7 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
                         {"deep.mkv", "c.webm", "vp9,96,64,yuv420p10le"},
                         {"clear.mkv", "d.webm", "vp9,96,64,yuv420p"},
                         {"clear.mkv", "e.apng", "apng,96,64,rgba"},
+                        {"deep.mkv", "f.gif", "gif,96,64,bgra"},
                         {"deep.mkv", "f.mp4 --depth 8", "h264,96,64,yuv420p"},
                         {"odd.mkv", "i.mp4", "h264,95,63,yuv444p10le"},
                         {"odd.mkv", "j.mp4 --codec hevc", "hevc,95,63,yuv444p10le"},
@@ -249,6 +289,11 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
   EXPECT_THAT(probe("a.mp4", "v", "stream=color_range"), HasSubstr("tv"));
   EXPECT_THAT(render("clear.mkv g.webp"), IsEmpty());
   EXPECT_THAT(read(path("g.webp")).substr(0, 64), HasSubstr("ANIM"));
+  EXPECT_THAT(render("clear.mkv g.gif"), HasSubstr("alpha becomes all or nothing"));
+  // 256 colours of its own for each frame: near to what was drawn.
+  render("deep.mkv frames.mkv --quiet");
+  EXPECT_EQ(run({"compare", "f.gif", "frames.mkv", "--fail-above", "80"}).exitCode, 0);
+  EXPECT_EQ(run({"compare", "f.gif", "frames.mkv", "--fail-above", "1"}).exitCode, 1);
   render("deep.mkv small.mp4 --crf 45 --quiet");
   EXPECT_LT(std::filesystem::file_size(path("small.mp4")),
             std::filesystem::file_size(path("a.mp4")) * 2 / 3);

@@ -81,6 +81,7 @@ struct Options {
   std::string codec;
   std::optional<int> crf;
   std::string raw;
+  bool deinterlace = false;
   bool videoOnly = false;
   bool noAudio = false;
   bool noSubtitles = false;
@@ -135,7 +136,7 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--codec", options.codec,
                  "How to write a video: h264, hevc, vp9 (with alpha),\n"
                  "prores (4444, with alpha), ffv1 (lossless, 8 or 16\n"
-                 "bits), png, webp, apng, raw (frames without a\n"
+                 "bits), png, webp, apng, gif, raw (frames without a\n"
                  "container) or y4m. By default h264, prores for .mov,\n"
                  "ffv1 for .mkv and .avi, vp9 for .webm, y4m for standard\n"
                  "output. Of pictures with more than 8 bits, h264, hevc\n"
@@ -153,6 +154,11 @@ void declare(CLI::App& app, Options& options) {
                  "(rgba by default), at --fps; standard output then takes\n"
                  "frames of the same kind")
       ->type_name("WxH[:FORMAT]")
+      ->group(video);
+  app.add_flag("--deinterlace", options.deinterlace,
+               "Make frames of two fields frames of one time, with\n"
+               "FFmpeg's filter bwdif, before the effect; by default\n"
+               "the fields and their order are kept")
       ->group(video);
   app.add_flag("--video-only", options.videoOnly, "Leave all but the pictures out")->group(video);
   app.add_flag("--no-audio", options.noAudio, "Leave the sound out")->group(video);
@@ -277,6 +283,7 @@ void run(const Options& options, const Streams& streams) {
   if (!options.plugin.empty()) route.otherInputs.push_back({"--plugin", options.plugin});
   route.codec = options.codec;
   route.crf = options.crf;
+  route.deinterlace = options.deinterlace;
   route.sound = !options.videoOnly && !options.noAudio;
   route.subtitles = !options.videoOnly && !options.noSubtitles;
   route.data = !options.videoOnly && !options.noData;

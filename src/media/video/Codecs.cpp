@@ -29,6 +29,8 @@ constexpr std::array kCodecs{
                 AV_PIX_FMT_BGRA},
     CodecChoice{"apng", "apng", true, 0, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE,
                 AV_PIX_FMT_RGBA64BE},
+    CodecChoice{"gif", "gif", true, 0, AV_PIX_FMT_BGRA, AV_PIX_FMT_BGRA, AV_PIX_FMT_BGRA,
+                AV_PIX_FMT_BGRA},
     CodecChoice{"raw", "rawvideo", true, 0, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA64LE,
                 AV_PIX_FMT_RGBA64LE},
     CodecChoice{"y4m", "wrapped_avframe", false, 0, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV444P,
@@ -48,7 +50,9 @@ std::string codecFor(const VideoOutput& output) {
   if (extension == ".mov" || extension == ".qt" || extension == ".mxf") return "prores";
   if (extension == ".webm") return "vp9";
   if (extension == ".hevc" || extension == ".h265") return "hevc";
-  if (extension == ".webp" || extension == ".apng") return extension.substr(1);
+  if (extension == ".webp" || extension == ".apng" || extension == ".gif") {
+    return extension.substr(1);
+  }
   return "h264";
 }
 

@@ -43,7 +43,11 @@ double secondsOf(const Moment& moment) {
 }  // namespace
 
 Reader::Reader(const VideoInput& input)
-    : name_(input.name), isRaw_(!input.rawFormat.empty()), choice_(input.frames) {
+    : name_(input.name),
+      isRaw_(!input.rawFormat.empty()),
+      choice_(input.frames),
+      deinterlaces_(input.deinterlace),
+      warn_(input.warn) {
   muteFfmpeg();
   try {
     open(input);
@@ -297,12 +301,11 @@ Moment Reader::endOf(const DecodedFrame& frame) const {
           stream_->time_base};
 }
 
-/// Decodes the next frame; null after the last.
-std::unique_ptr<DecodedFrame> Reader::decode() {
-  auto decoded = std::make_unique<DecodedFrame>();
-  decoded->frame = newFrame();
+/// Decodes the next frame as it is stored; null after the last.
+FfmpegPtr<AVFrame> Reader::decodeStored() {
+  FfmpegPtr<AVFrame> frame = newFrame();
   for (;;) {
-    const int error = avcodec_receive_frame(decoder_.get(), decoded->frame.get());
+    const int error = avcodec_receive_frame(decoder_.get(), frame.get());
     if (error >= 0) break;
     if (error == AVERROR_EOF) return nullptr;
     if (error != AVERROR(EAGAIN)) {
@@ -312,7 +315,46 @@ std::unique_ptr<DecodedFrame> Reader::decode() {
     }
   }
   errorsInARow_ = 0;
-  stamp(*decoded->frame);
+  stamp(*frame);
+  return frame;
+}
+
+/// Decodes and deinterlaces the next frame; null after the last. Reads a frame ahead.
+FfmpegPtr<AVFrame> Reader::deinterlaced() {
+  for (;;) {
+    if (deinterlacer_) {
+      if (FfmpegPtr<AVFrame> frame = deinterlacer_->receive()) return frame;
+      if (filtersEnd_) return nullptr;
+    }
+    const FfmpegPtr<AVFrame> stored = decodeStored();
+    if (!deinterlacer_) {
+      if (!stored) return nullptr;
+      startDeinterlacing(*stored);
+    }
+    filtersEnd_ = !stored;
+    deinterlacer_->send(stored.get());
+  }
+}
+
+/// first: the video's first frame.
+void Reader::startDeinterlacing(const AVFrame& first) {
+  const AVFieldOrder order = stream_->codecpar->field_order;
+  const bool marked =
+      first.interlaced_frame != 0 || (order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE);
+  if (!marked) {
+    warn_("'" + name_ +
+          "': no frame is marked as interlaced; all are taken for it, with the top field first");
+  }
+  const std::string frames = marked ? "interlaced" : "all";
+  deinterlacer_ = std::make_unique<FrameFilter>("bwdif=mode=send_frame:deint=" + frames, first,
+                                                stream_->time_base);
+}
+
+/// Decodes the next frame; null after the last.
+std::unique_ptr<DecodedFrame> Reader::decode() {
+  auto decoded = std::make_unique<DecodedFrame>();
+  decoded->frame = deinterlaces_ ? deinterlaced() : decodeStored();
+  if (!decoded->frame) return nullptr;
   decoded->number = nextNumber_++;
   decoded->time = {(decoded->frame->pts - *firstTime_) * stream_->time_base.num,
                    stream_->time_base.den};

@@ -7,6 +7,7 @@
 #include "media/video/CopiedPackets.h"
 #include "media/video/Ffmpeg.h"
 #include "media/video/FrameConverter.h"
+#include "media/video/FrameFilter.h"
 
 namespace lomix::media {
 
@@ -65,6 +66,7 @@ class Reader : public VideoReader {
   /// Returns the stored orientation, as upright() in Picture.h takes it.
   int orientation() const { return orientation_; }
   bool isRaw() const { return isRaw_; }
+  bool deinterlaces() const { return deinterlaces_; }
 
  private:
   void open(const VideoInput& input);
@@ -78,6 +80,9 @@ class Reader : public VideoReader {
   void readAhead(bool keepVideo, Enough enough);
   void requireDecoded(int error);
   void stamp(AVFrame& frame);
+  FfmpegPtr<AVFrame> decodeStored();
+  FfmpegPtr<AVFrame> deinterlaced();
+  void startDeinterlacing(const AVFrame& first);
   std::unique_ptr<DecodedFrame> decode();
   void resolveTimecodes();
   bool isPastChoice() const;
@@ -94,6 +99,10 @@ class Reader : public VideoReader {
   std::string name_;
   bool isRaw_;
   FrameChoice choice_;
+  bool deinterlaces_;
+  Warn warn_;
+  std::unique_ptr<FrameFilter> deinterlacer_;  ///< Made for the first frame.
+  bool filtersEnd_ = false;                    ///< The deinterlacer has got the last frame.
   AVFormatContext* container_ = nullptr;
   AVStream* stream_ = nullptr;
   FfmpegPtr<AVCodecContext> decoder_;

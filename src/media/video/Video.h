@@ -38,8 +38,8 @@ bool isVideoFile(const std::filesystem::path& file);
 bool isAnimatedWebp(const std::filesystem::path& file);
 
 /// The names of the codecs that can be chosen for output.
-inline constexpr std::array<std::string_view, 10> kVideoCodecNames{
-    "h264", "hevc", "vp9", "prores", "ffv1", "png", "webp", "apng", "raw", "y4m"};
+inline constexpr std::array<std::string_view, 11> kVideoCodecNames{
+    "h264", "hevc", "vp9", "prores", "ffv1", "png", "webp", "apng", "gif", "raw", "y4m"};
 
 /// Throws UsageError for a name that kVideoCodecNames does not have. subject: what has the name,
 /// for the message: "--codec".
@@ -88,9 +88,13 @@ struct FrameChoice {
 /// The video to read.
 struct VideoInput {
   std::string name;
-  FrameChoice frames;     ///< Those that next() returns.
-  int threads = 1;        ///< Of the decoder.
+  FrameChoice frames;  ///< Those that next() returns.
+  int threads = 1;     ///< Of the decoder.
+  /// Whether frames of two fields become frames of one time, a frame for a frame. Where the video
+  /// says which frames are interlaced, only those; where it says nothing of it, all.
+  bool deinterlace = false;
   std::string rawFormat;  ///< FFmpeg's pixel format of raw frames; empty: a container says it.
+  Warn warn = [](const std::string&) {};  ///< Called for what is assumed.
   int rawWidth = 0;
   int rawHeight = 0;
   Ratio rawRate{24, 1};

@@ -164,6 +164,21 @@ void Writer::openEncoder(const Picture& picture) {
   encoder.thread_count = output_.threads;
   encoder.strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
   setColours(encoder);
+  frameFormat_ = encoder.pix_fmt;
+  if (codec->id == AV_CODEC_ID_GIF) {
+    encoder.pix_fmt = AV_PIX_FMT_PAL8;
+    if (picture.info.hasAlpha) {
+      warn(output_.name,
+           "GIF has no translucent pixels: alpha becomes all or nothing (.webp and "
+           ".apng files keep it)");
+    }
+    // A hundredth of a second is the unit of its times.
+    if (av_q2d(encoder.framerate) > 50.0) {
+      warn(output_.name,
+           "most programs show GIF frames for 0.02 seconds at least, so that it plays "
+           "too slowly (choose fewer frames a second, or .webp)");
+    }
+  }
   setFieldOrder(encoder);
   if ((format_->flags & AVFMT_GLOBALHEADER) != 0) encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   FfmpegOptions options;
@@ -190,7 +205,7 @@ void Writer::openEncoder(const Picture& picture) {
     options.set("slicecrc", "1");
   }
   require(avcodec_open2(encoder_.get(), codec, options.address()));
-  transparency_.emplace(hasAlphaChannel(encoder.pix_fmt), output_.name,
+  transparency_.emplace(hasAlphaChannel(frameFormat_), output_.name,
                         std::string(codec_.name) + " has none; prores, ffv1 and png do",
                         output_.warn);
 }
@@ -222,6 +237,7 @@ void Writer::setFieldOrder(AVCodecContext& encoder) {
   if (source_ == nullptr) return;
   const AVFrame& first = source_->firstFrame();
   AVFieldOrder order = source_->stream().codecpar->field_order;
+  if (source_->deinterlaces()) order = AV_FIELD_PROGRESSIVE;
   if (first.interlaced_frame != 0) order = first.top_field_first != 0 ? AV_FIELD_TT : AV_FIELD_BB;
   if (order == AV_FIELD_UNKNOWN) return;
   encoder.field_order = order;
@@ -462,7 +478,7 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
   auto prepared = std::make_unique<PreparedFrame>(*this);
   prepared->frame = newFrame();
   AVFrame& frame = *prepared->frame;
-  frame.format = encoder_->pix_fmt;
+  frame.format = frameFormat_;
   frame.width = encoder_->width;
   frame.height = encoder_->height;
   frame.colorspace = encoder_->colorspace;
@@ -524,9 +540,24 @@ void Writer::append(PreparedFrame& prepared) {
     writeWrapped(*prepared.frame);
   } else {
     durations_[prepared.frame->pts] = prepared.frame->pkt_duration;
-    encode(prepared.frame.get());
+    if (encoder_->pix_fmt == AV_PIX_FMT_PAL8) {
+      if (!palettes_) {
+        palettes_ = std::make_unique<FrameFilter>(
+            "[in]split[a][b];[a]palettegen=stats_mode=single[p];[b][p]paletteuse=new=1[out]",
+            *prepared.frame, encoder_->time_base);
+      }
+      palettes_->send(prepared.frame.get());
+      encodeFiltered();
+    } else {
+      encode(prepared.frame.get());
+    }
   }
   prepared.frame.reset();
+}
+
+/// Encodes the frames that have got their palettes.
+void Writer::encodeFiltered() {
+  while (const FfmpegPtr<AVFrame> frame = palettes_->receive()) encode(frame.get());
 }
 
 void Writer::copy(std::vector<FfmpegPtr<AVPacket>>& packets) {
@@ -570,6 +601,10 @@ void Writer::write(AVPacket& packet) {
 void Writer::finish() {
   if (encoder_ == nullptr) {
     throw MediaError(cannotWrite(output_.name) + "there is no frame to write (check the input)");
+  }
+  if (palettes_) {
+    palettes_->send(nullptr);
+    encodeFiltered();
   }
   encode(nullptr);
   if (source_ != nullptr) {

@@ -47,6 +47,7 @@ class Writer : public VideoWriter {
   void copyChapters();
   void writeCovers();
   void encode(const AVFrame* frame);
+  void encodeFiltered();
   void write(AVPacket& packet);
   void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
   void warn(const std::string& subject, const std::string& what) const;
@@ -59,6 +60,8 @@ class Writer : public VideoWriter {
   std::optional<TemporaryFile> file_;  ///< None for standard output.
   AVFormatContext* container_ = nullptr;
   FfmpegPtr<AVCodecContext> encoder_;
+  AVPixelFormat frameFormat_ = AV_PIX_FMT_NONE;  ///< Of the frames that prepare() makes.
+  std::unique_ptr<FrameFilter> palettes_;        ///< For GIF: gives each frame its 256 colours.
   AVStream* stream_ = nullptr;
   std::vector<Treatment> treatments_;  ///< Of each input stream.
   std::vector<int> copies_;  ///< Index of the output stream for each input stream; -1: none.
