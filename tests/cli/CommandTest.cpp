@@ -26,7 +26,10 @@ using testing::StartsWith;
 
 class Lomix : public CommandProcess {
  protected:
-  Lomix() { media::writePicture(media::drawTestCard(96, 54), path("card.png"), false); }
+  Lomix() {
+    media::writePicture(media::drawTestCard(96, 54, media::CardCorner::Transparent),
+                        path("card.png"), false);
+  }
 
   /// Returns all pixels of an 8-bit picture.
   std::vector<std::uint8_t> pixels(const std::string& name) {

@@ -46,9 +46,18 @@ TEST(TestCard, GridLinesAreAFourteenthOfTheHeightApart) {
   }
 }
 
-TEST(TestCard, TheLowerRightCornerIsTransparentAndTheOthersAreNot) {
-  const Picture card = drawTestCard(640, 480);
+TEST(TestCard, OnlyTheLowerRightCornerIsTransparentAndOnlyOnDemand) {
+  const Picture opaque = drawTestCard(640, 480);
+  const Picture card = drawTestCard(640, 480, CardCorner::Transparent);
   EXPECT_TRUE(card.info.hasAlpha);
+  EXPECT_FALSE(opaque.info.hasAlpha);
+  for (int y = 0; y < 480; ++y) {
+    for (int x = 0; x < 640; ++x) {
+      auto shown = pixel(card, x, y);
+      shown[0] = 255;
+      ASSERT_EQ(pixel(opaque, x, y), shown) << x << "," << y;
+    }
+  }
   EXPECT_EQ(pixel(card, 639, 479)[0], 0);
   EXPECT_EQ(pixel(card, 639 - 25, 479 - 25)[0], 0);
   EXPECT_EQ(pixel(card, 639 - 45, 479)[0], 255);

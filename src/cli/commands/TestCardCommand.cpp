@@ -4,6 +4,7 @@
 #include "cli/OptionValues.h"
 #include "cli/commands/Commands.h"
 #include "media/drawing/TestCard.h"
+#include "media/drawing/TestPicture.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
 #include "support/Text.h"
@@ -15,6 +16,7 @@ namespace {
 struct Options {
   std::string output;
   std::string size = "1280x720";
+  bool alpha = false;
   bool overwrite = false;
 };
 
@@ -24,23 +26,27 @@ void declare(CLI::App& app, Options& options) {
       ->required();
   app.add_option("--size", options.size,
                  "Width and height in pixels, each from 1 to " +
-                     std::to_string(media::kMaxTestCardSide) + ";\n1280x720 by default")
+                     std::to_string(media::kMaxTestPictureSide) + ";\n1280x720 by default")
       ->type_name("WxH");
+  app.add_flag("--alpha", options.alpha,
+               "Make the card's lower right corner transparent, to see\n"
+               "what becomes of transparency");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
       "Examples:\n"
       "  lomix testcard card.png\n"
-      "  lomix testcard tall.tif --size 1080x1920\n");
+      "  lomix testcard tall.tif --size 1080x1920 --alpha\n");
 }
 
 void run(const Options& options, const Streams&) {
   const batch::PairOfWholes size = parseSize(options.size);
-  if (size.first > media::kMaxTestCardSide || size.second > media::kMaxTestCardSide) {
+  if (size.first > media::kMaxTestPictureSide || size.second > media::kMaxTestPictureSide) {
     throw UsageError("--size: " + options.size + " is too large (use at most " +
-                     std::to_string(media::kMaxTestCardSide) + " to each side)");
+                     std::to_string(media::kMaxTestPictureSide) + " to each side)");
   }
   media::checkWritable(options.output, options.overwrite);
-  media::writePicture(media::drawTestCard(size.first, size.second), options.output,
+  const auto corner = options.alpha ? media::CardCorner::Transparent : media::CardCorner::Opaque;
+  media::writePicture(media::drawTestCard(size.first, size.second, corner), options.output,
                       options.overwrite);
 }
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "media/drawing/Canvas.h"
-#include "support/MediaError.h"
+#include "media/drawing/TestPicture.h"
 
 namespace lomix::media {
 namespace {
@@ -51,27 +51,24 @@ Colour hue(double turn) {
 class Card {
  public:
   Card(int width, int height)
-      : picture_(width, height, 8),
+      : picture_(blankTestPicture(width, height)),
         canvas_(picture_),
         width_(width),
         height_(height),
         unit_(std::min(width, height) / kSquares),
-        line_(std::max(1.0, std::round(std::min(width, height) / 480.0))) {
-    for (int y = 0; y < height; ++y) {
-      const std::span<std::uint8_t> row = picture_.row8(y);
-      for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) row[i] = 255;
-    }
-    picture_.info.hasAlpha = true;
-  }
+        line_(std::max(1.0, std::round(std::min(width, height) / 480.0))) {}
 
-  Picture draw() {
+  Picture draw(CardCorner corner) {
     canvas_.fill(box(-reachX(), -reachY(), reachX(), reachY()), kGround);
     drawGrid();
     drawBorder();
     drawCornerCircles();
     drawSidePanels();
     drawCircle();
-    canvas_.cutOut({width_, height_, kCutRadius * unit_});
+    if (corner == CardCorner::Transparent) {
+      canvas_.cutOut({width_, height_, kCutRadius * unit_});
+      picture_.info.hasAlpha = true;
+    }
     return std::move(picture_);
   }
 
@@ -259,13 +256,8 @@ class Card {
 
 }  // namespace
 
-Picture drawTestCard(int width, int height) {
-  if (width < 1 || height < 1 || width > kMaxTestCardSide || height > kMaxTestCardSide) {
-    throw MediaError("test card: a size of " + std::to_string(width) + "x" +
-                     std::to_string(height) + " is not possible (each side is from 1 to " +
-                     std::to_string(kMaxTestCardSide) + ")");
-  }
-  return Card(width, height).draw();
+Picture drawTestCard(int width, int height, CardCorner corner) {
+  return Card(width, height).draw(corner);
 }
 
 }  // namespace lomix::media

@@ -5,12 +5,11 @@
 
 namespace lomix::media {
 
-/// The longest side of a test card, in pixels.
-inline constexpr int kMaxTestCardSide = 16384;
+/// The lower right corner of a test card. The colours are the same in both.
+enum class CardCorner { Opaque, Transparent };
 
 /// Draws a test card of 8 bits, the same bytes for the same size on every system. The shorter side
-/// has 14 grid squares; the lower right corner is transparent. width, height: 1 to
-/// kMaxTestCardSide. Throws MediaError for other sizes.
-Picture drawTestCard(int width, int height);
+/// has 14 grid squares. width, height: 1 to kMaxTestPictureSide. Throws MediaError for other sizes.
+Picture drawTestCard(int width, int height, CardCorner corner = CardCorner::Opaque);
 
 }  // namespace lomix::media
