@@ -27,7 +27,7 @@ RULES = {
     "host": {"support", "hostapi"},
     "media/picture": {"support"},
     "media/video": {"support", "media/picture"},
-    "media/drawing": {"support", "media/picture"},
+    "media/drawing": {"support", "media/picture", "effect"},
     "batch": {"lomix.h", "support", "looks", "library", "host", "media/picture", "media/video"},
     "cli": {"lomix.h", "support", "looks", "library", "host", "batch", "media/picture", "media/video",
             "media/drawing"},

@@ -36,7 +36,7 @@ ROOMS = {
     "host": (OUTSIDE, "headless After Effects, Premiere Pro"),
     "media/picture": (OUTSIDE, "picture files, numbered sequences"),
     "media/video": (OUTSIDE, "video files by FFmpeg"),
-    "media/drawing": (OUTSIDE, "text, shapes, the test card"),
+    "media/drawing": (OUTSIDE, "text, shapes, the test pictures"),
     "batch": (OUTSIDE, "sources, sinks, pipeline, progress, report"),
     "cli": (OUTSIDE, "the lomix command"),
 }

@@ -11,6 +11,7 @@
 
 #include "cli/CommandProcess.h"
 #include "lomix/lomix.h"
+#include "media/drawing/Scene.h"
 #include "media/drawing/TestCard.h"
 #include "media/picture/PictureFile.h"
 #include "media/video/Video.h"
@@ -154,6 +155,7 @@ TEST_F(Lomix, BadInputIsOneLineAndLeavesTheFolderAsItWas) {
       {{"testcard", "out.png", "--size", "12"}, 2, "1280x720"},
       {{"testcard", "out.png", "--size", "0x9"}, 2, "0x9"},
       {{"testcard", "out.png", "--size", "16385x9"}, 2, "16384"},
+      {{"testcard", "out.png", "--scene", "--alpha"}, 2, "--alpha"},
       {{"testcard", "taken.png"}, 1, "--overwrite"},
       {{"params", "extra"}, 2, "extra"},
       {{"presets", "--show", "snov"}, 2, "'snow'"},
@@ -459,6 +461,22 @@ TEST_F(Lomix, ManyInputsGoToOneFolder) {
   EXPECT_EQ(frames.exitCode, 1);
   EXPECT_THAT(frames.err, HasSubstr("frames exist: 1 (replace them with --overwrite, or keep them "
                                     "with --skip-existing)"));
+}
+
+TEST_F(Lomix, TestcardWritesTheBuiltInPictures) {
+  struct Case {
+    std::vector<std::string> options;
+    Picture expected;
+  };
+  for (const Case& c : {Case{{}, media::drawTestCard(160, 90)},
+                        {{"--alpha"}, media::drawTestCard(160, 90, media::CardCorner::Transparent)},
+                        {{"--scene"}, media::drawScene(160, 90)}}) {
+    std::vector<std::string> arguments{"testcard", "drawn.png", "--size", "160x90", "--overwrite"};
+    arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+    expectDone(arguments);
+    media::writePicture(c.expected, path("expected.png"), true);
+    EXPECT_EQ(read(path("drawn.png")), read(path("expected.png"))) << arguments.back();
+  }
 }
 
 TEST_F(Lomix, ParametersComeFromTheModule) {

@@ -3,6 +3,7 @@
 
 #include "cli/OptionValues.h"
 #include "cli/commands/Commands.h"
+#include "media/drawing/Scene.h"
 #include "media/drawing/TestCard.h"
 #include "media/drawing/TestPicture.h"
 #include "media/picture/PictureFile.h"
@@ -16,6 +17,7 @@ namespace {
 struct Options {
   std::string output;
   std::string size = "1280x720";
+  bool scene = false;
   bool alpha = false;
   bool overwrite = false;
 };
@@ -28,13 +30,18 @@ void declare(CLI::App& app, Options& options) {
                  "Width and height in pixels, each from 1 to " +
                      std::to_string(media::kMaxTestPictureSide) + ";\n1280x720 by default")
       ->type_name("WxH");
+  CLI::Option* scene = app.add_flag("--scene", options.scene,
+                                    "Draw a landscape instead: an evening at a lake, with\n"
+                                    "soft colours where the card has straight lines");
   app.add_flag("--alpha", options.alpha,
                "Make the card's lower right corner transparent, to see\n"
-               "what becomes of transparency");
+               "what becomes of transparency")
+      ->excludes(scene);
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   app.footer(
       "Examples:\n"
       "  lomix testcard card.png\n"
+      "  lomix testcard lake.jpg --scene\n"
       "  lomix testcard tall.tif --size 1080x1920 --alpha\n");
 }
 
@@ -46,14 +53,16 @@ void run(const Options& options, const Streams&) {
   }
   media::checkWritable(options.output, options.overwrite);
   const auto corner = options.alpha ? media::CardCorner::Transparent : media::CardCorner::Opaque;
-  media::writePicture(media::drawTestCard(size.first, size.second, corner), options.output,
-                      options.overwrite);
+  media::writePicture(options.scene ? media::drawScene(size.first, size.second)
+                                    : media::drawTestCard(size.first, size.second, corner),
+                      options.output, options.overwrite);
 }
 
 }  // namespace
 
 Command addTestCardCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "testcard", "Draw a television test card", declare, run);
+  return addCommand<Options>(lomix, "testcard", "Draw a television test card or a landscape",
+                             declare, run);
 }
 
 }  // namespace lomix::cli

@@ -21,6 +21,21 @@ inline double coverageOf(const Disc& disc, int x, int y) {
   return std::clamp(disc.radius + 0.5 - std::sqrt(dx * dx + dy * dy), 0.0, 1.0);
 }
 
+/// Returns the same for a line, with the same approximation.
+inline double coverageOf(const Line& line, int x, int y) {
+  const double alongX = line.x1 - line.x0;
+  const double alongY = line.y1 - line.y0;
+  const double fromX = x + 0.5 - line.x0;
+  const double fromY = y + 0.5 - line.y0;
+  const double squared = alongX * alongX + alongY * alongY;
+  const double part =
+      squared > 0.0 ? std::clamp((fromX * alongX + fromY * alongY) / squared, 0.0, 1.0) : 0.0;
+  const double dx = fromX - part * alongX;
+  const double dy = fromY - part * alongY;
+  const double inside = line.thickness / 2.0 + 0.5 - std::sqrt(dx * dx + dy * dy);
+  return std::clamp(inside, 0.0, std::min(1.0, line.thickness));
+}
+
 template <typename Coverage, typename Shade>
 void Canvas::paint(const Box& bounds, Coverage coverage, Shade shade) {
   const int left = static_cast<int>(std::max(0.0, std::floor(bounds.left)));

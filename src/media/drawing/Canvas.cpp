@@ -23,6 +23,14 @@ void Canvas::fill(const Disc& disc, const Colour& colour) {
       [&](double, double) { return colour; });
 }
 
+void Canvas::fill(const Line& line, const Colour& colour) {
+  const double reach = line.thickness / 2.0 + 0.5;
+  paint(
+      {std::min(line.x0, line.x1) - reach, std::min(line.y0, line.y1) - reach,
+       std::max(line.x0, line.x1) + reach, std::max(line.y0, line.y1) + reach},
+      [&](int x, int y) { return coverageOf(line, x, y); }, [&](double, double) { return colour; });
+}
+
 void Canvas::ring(const Disc& disc, double thickness, const Colour& colour) {
   const Disc hole{disc.x, disc.y, disc.radius - thickness};
   paint(

@@ -24,6 +24,12 @@ struct Disc {
   double x, y, radius;
 };
 
+/// A straight line with round ends, in pixels. One thinner than a pixel is drawn fainter.
+struct Line {
+  double x0, y0, x1, y1;
+  double thickness;
+};
+
 /// Draws antialiased shapes on an 8-bit picture and clips them to it. Alpha is kept.
 class Canvas {
  public:
@@ -35,6 +41,7 @@ class Canvas {
 
   void fill(const Box& box, const Colour& colour);
   void fill(const Disc& disc, const Colour& colour);
+  void fill(const Line& line, const Colour& colour);
   /// Draws a circle, thickness pixels wide, inside the edge of the disc.
   void ring(const Disc& disc, double thickness, const Colour& colour);
   /// Fills a box with colours that depend on the place. shade: Colour(double x, double y), called
