@@ -1,6 +1,7 @@
 #include "looks/ParameterReport.h"
 
 #include <iomanip>
+#include <limits>
 #include <ostream>
 
 namespace lomix::looks {
@@ -42,15 +43,17 @@ void print(const ParameterTable& table, std::ostream& out) {
   out << "VALUES\n";
   for (const Parameter& parameter : table.all()) {
     column(parameter.name, 22);
-    column(valueText(parameter, parameter.defaultValue), 12);
+    column(valueWithUnit(parameter, parameter.defaultValue), 12);
     if (parameter.isChoice) {
       for (std::size_t i = 0; i < parameter.choices.size(); ++i) {
         out << (i == 0 ? "" : " or ") << parameter.choices[i];
       }
       out << "\n";
     } else {
-      out << valueText(parameter, parameter.minimum) << " to "
-          << valueText(parameter, parameter.maximum) << "\n";
+      // The largest float stands for no limit.
+      const bool limited = parameter.maximum < std::numeric_limits<float>::max();
+      out << valueWithUnit(parameter, parameter.minimum)
+          << (limited ? " to " + valueWithUnit(parameter, parameter.maximum) : " and up") << "\n";
     }
   }
 }

@@ -113,4 +113,11 @@ std::string valueText(const Parameter& parameter, double value) {
   return shortest(value) + (parameter.isPercent() ? " %" : "");
 }
 
+std::string valueWithUnit(const Parameter& parameter, double value) {
+  const std::string text = valueText(parameter, value);
+  if (parameter.isChoice || parameter.isPercent() || parameter.unit.empty()) return text;
+  const bool oneRow = value == 1.0 && parameter.unit.starts_with("rows");
+  return text + " " + (oneRow ? "row" + parameter.unit.substr(4) : parameter.unit);
+}
+
 }  // namespace lomix::looks

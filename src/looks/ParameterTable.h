@@ -45,4 +45,7 @@ void requireInRange(const Parameter& parameter, double value);
 /// Returns a value as the panel shows it: a number, a percentage or a choice.
 std::string valueText(const Parameter& parameter, double value);
 
+/// Returns a value with its unit, for people: "1.5 s", "20 %", "1 row", "Tile".
+std::string valueWithUnit(const Parameter& parameter, double value);
+
 }  // namespace lomix::looks

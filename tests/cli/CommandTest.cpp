@@ -487,7 +487,14 @@ TEST_F(Lomix, ParametersComeFromTheModule) {
   EXPECT_EQ(last["id"], 10);
   EXPECT_EQ(last["maximum"], 100.0);
   EXPECT_EQ(report["parameters"][2]["choices"], nlohmann::json({"Tile", "Stretch"}));
-  EXPECT_THAT(run({"params"}).out, HasSubstr("Scanline Speed"));
+  const std::string text = run({"params"}).out;
+  for (const char* line : {"Time                  0 s         0 s and up\n",
+                           "Noise                 0 %         0 % to 100 %\n",
+                           "Distortion Mode       Stretch     Tile or Stretch\n",
+                           "Scanline Speed        1 row/s     -10000 rows/s to 10000 rows/s\n",
+                           "Scanline Thickness    1 row       1 row to 10000 rows\n"}) {
+    EXPECT_THAT(text, HasSubstr(line));
+  }
 }
 
 TEST_F(Lomix, InspectShowsVersionFlagsAndAbout) {
