@@ -118,6 +118,33 @@ TEST_F(Figure, APlotShowsTheProfilesWhereItsAxesSay) {
     const int shown = plot.row8(122 + 345 + y)[static_cast<std::size_t>(470 + x) * 4 + 1];
     EXPECT_NEAR(shown, 255 * record.barsProfile[static_cast<std::size_t>(y)], 2) << x << "," << y;
   }
+  // The red legend and line are there where the time of the curves is on the axis.
+  const auto isRed = [](const Picture& shown, int x, int y) {
+    const auto* pixel = shown.row8(y).data() + std::ptrdiff_t{x} * 4;
+    return pixel[1] > 150 && pixel[2] < 100;
+  };
+  EXPECT_TRUE(isRed(plot, 480, 63));
+  EXPECT_TRUE(isRed(plot, 470 + 305, 200));
+  expectDone({"plot", "later.png", "--rows", "16", "--time", "1", "--over", "2:5"});
+  const Picture later = media::readPicture(path("later.png"));
+  for (int y = 40; y < 80; ++y) {
+    for (int x = 440; x < 1100; ++x) ASSERT_FALSE(isRed(later, x, y)) << x << "," << y;
+  }
+  // Of 16 rows each is a step: the curve of the bars stands still for the whole of a row.
+  LomixStruct record{};
+  engine::fillProfiles(record, 16, 1.0, -1.0f, engine::portableTarget());
+  for (const int row : {5, 6, 13, 14}) {
+    const int x =
+        90 + static_cast<int>(std::lround(300 * record.barsProfile[static_cast<std::size_t>(row)]));
+    for (const double part : {0.2, 0.5, 0.8}) {
+      const int y = 122 + 345 + static_cast<int>((row + part) * 262 / 16);
+      int darkest = 255;
+      for (int at = x - 1; at <= x + 1; ++at) {
+        darkest = std::min<int>(darkest, later.row8(y)[static_cast<std::size_t>(at) * 4 + 1]);
+      }
+      EXPECT_LT(darkest, 120) << row << " " << part;
+    }
+  }
   expectDone({"plot", "plot.svg"});
   EXPECT_THAT(read(path("plot.svg")),
               testing::AllOf(testing::StartsWith("<?xml"), HasSubstr("<svg "),

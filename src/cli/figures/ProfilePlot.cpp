@@ -131,6 +131,11 @@ std::string numberText(double value) {
   return text.starts_with('-') ? "−" + text.substr(1) : text;
 }
 
+/// Returns whether the time of the curves is on the time axis.
+bool isInImage(const ProfileRange& range) {
+  return range.seconds >= range.fromSeconds && range.seconds <= range.toSeconds;
+}
+
 class Panel {
  public:
   Panel(Drawing& drawing, const Shown& shown, const ProfileRange& range, double top)
@@ -142,6 +147,7 @@ class Panel {
         rows_{0, static_cast<double>(range.rows), top, top + kHeight} {}
 
   static constexpr double kHeight = 262;
+  static constexpr double kSteps = 3;  ///< Pixels of a row from which on it is a step.
 
   void draw() {
     drawing_.text({curve_.left, curve_.top - 14}, shown_.heading, kHeading);
@@ -170,10 +176,17 @@ class Panel {
       drawing_.line(std::array{Point{curve_.left, y}, Point{curve_.right, y}}, kFaint);
     }
     const std::vector<float> profile = profileAt(shown_.profile, range_.rows, range_.seconds);
+    // A row has one value. Where rows are high enough to be seen, the curve has steps.
+    const bool steps = kHeight / range_.rows >= kSteps;
     std::vector<Point> points;
     for (int row = 0; row < range_.rows; ++row) {
-      const double value = shown_.scale * profile[static_cast<std::size_t>(row)];
-      points.push_back({values.at(value), rows_.at(row + 0.5)});
+      const double x = values.at(shown_.scale * profile[static_cast<std::size_t>(row)]);
+      if (steps) {
+        points.push_back({x, rows_.at(row)});
+        points.push_back({x, rows_.at(row + 1)});
+      } else {
+        points.push_back({x, rows_.at(row + 0.5)});
+      }
     }
     drawing_.line(points, shown_.curve, range_.rows > kHeight ? 1.0 : 1.6);
     drawing_.frame(curve_, kInk);
@@ -205,7 +218,7 @@ class Panel {
       drawing_.line(std::array{Point{x, image_.bottom}, Point{x, image_.bottom + 5}}, kInk);
       drawing_.text({x, image_.bottom + 18}, numberText(seconds), kNumber);
     }
-    if (range_.seconds >= times.low && range_.seconds <= times.high) {
+    if (isInImage(range_)) {
       const double x = times.at(range_.seconds);
       drawing_.line(std::array{Point{x, image_.top}, Point{x, image_.bottom}}, kMarker, 1.5);
     }
@@ -265,8 +278,10 @@ void drawProfiles(Drawing& drawing, const ProfileRange& range) {
     left += 26;
   }
   drawing.text({left + 4, 68}, "the profile at " + numberText(range.seconds) + " s", kLabelStart);
-  drawing.line(std::array{Point{470, 63}, Point{492, 63}}, kMarker, 2);
-  drawing.text({500, 68}, "the same time in the image", kLabelStart);
+  if (isInImage(range)) {
+    drawing.line(std::array{Point{470, 63}, Point{492, 63}}, kMarker, 2);
+    drawing.text({500, 68}, "the same time in the image", kLabelStart);
+  }
   for (std::size_t i = 0; i < kShown.size(); ++i) {
     Panel(drawing, kShown[i], range, 122 + 345 * static_cast<double>(i)).draw();
   }
