@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "cli/CommandProcess.h"
+#include "cli/figures/ContactSheet.h"
 #include "engine/Profiles.h"
 #include "media/drawing/TestCard.h"
 #include "media/picture/PictureFile.h"
@@ -27,6 +28,25 @@ class Figure : public CommandProcess {
     media::writePicture(card, path("card.png"), false);
   }
 
+  /// Returns where the picture is on the sheet: its upper left corner. {-1, -1}: nowhere.
+  static std::pair<int, int> placeOf(const Picture& sheet, const Picture& picture) {
+    for (int top = 0; top + picture.height() <= sheet.height(); ++top) {
+      for (int left = 0; left + picture.width() <= sheet.width(); ++left) {
+        if (holds(sheet, picture, left, top)) return {left, top};
+      }
+    }
+    return {-1, -1};
+  }
+  /// Returns the brightest level of a part of the sheet, which letters make bright.
+  static int brightest(const Picture& sheet, int left, int top, int right, int bottom) {
+    int level = 0;
+    for (int y = top; y < bottom; ++y) {
+      for (int x = left; x < right; ++x) {
+        level = std::max<int>(level, sheet.row8(y)[static_cast<std::size_t>(x) * 4 + 1]);
+      }
+    }
+    return level;
+  }
   /// Returns whether the sheet has the picture with its upper left corner at (left, top).
   static bool holds(const Picture& sheet, const Picture& picture, int left, int top) {
     for (int y = 0; y < picture.height(); ++y) {
@@ -63,8 +83,9 @@ TEST_F(Figure, EveryPictureOfASheetIsWhatRenderGives) {
        {{"--time", "0.25", "--set", "Scan Distortion=11.25"},
         {"--time", "1", "--set", "Scan Distortion=45"},
         {"--time", "1.75", "--set", "Scan Distortion=78.75"}}},
-      {{"--sweep", "distortion-mode=Tile,Stretch", "--times", "1,2", "--preset", "horizontal-tear"},
-       2,
+      {{"--sweep", "distortion-mode=Tile,Stretch", "--times", "1,2", "--preset", "horizontal-tear",
+        "--columns", "3"},
+       3,
        35,
        {{"--preset", "horizontal-tear", "--set", "Distortion Mode=1", "--time", "1"},
         {"--preset", "horizontal-tear", "--set", "Distortion Mode=1", "--time", "2"},
@@ -86,13 +107,92 @@ TEST_F(Figure, EveryPictureOfASheetIsWhatRenderGives) {
       EXPECT_TRUE(holds(sheet, rendered(c.looks[i]), left, top))
           << testing::PrintToString(c.shown) << i;
       // Light letters below it.
-      int brightest = 0;
-      for (int y = top + kHeight; y < top + kHeight + c.labelHeight; ++y) {
-        for (int x = left; x < left + kWidth; ++x) {
-          brightest = std::max<int>(brightest, sheet.row8(y)[static_cast<std::size_t>(x) * 4 + 1]);
-        }
+      const int bottom = top + kHeight;
+      EXPECT_GT(brightest(sheet, left, bottom, left + kWidth, bottom + c.labelHeight), 150)
+          << testing::PrintToString(c.shown) << i;
+    }
+  }
+}
+
+TEST_F(Figure, ATableHasItsValuesOnItsHeads) {
+  struct Case {
+    std::vector<std::string> axes;
+    int columns;
+    int headLines;  ///< Above the columns: the values, and the name where there is one.
+    std::vector<std::vector<std::string>> looks;
+  };
+  const std::vector<Case> cases{
+      {{"--sweep", "Noise=20,60", "--sweep", "Scan Distortion=0,30,90"},
+       3,
+       2,
+       {{"--set", "Noise=20", "--set", "Scan Distortion=0"},
+        {"--set", "Noise=20", "--set", "Scan Distortion=30"},
+        {"--set", "Noise=20", "--set", "Scan Distortion=90"},
+        {"--set", "Noise=60", "--set", "Scan Distortion=0"},
+        {"--set", "Noise=60", "--set", "Scan Distortion=30"},
+        {"--set", "Noise=60", "--set", "Scan Distortion=90"}}},
+      {{"--sweep", "Bars Overlay=10,90", "--times", "1,2", "--set", "Scan Distortion=30"},
+       2,
+       1,
+       {{"--set", "Scan Distortion=30", "--set", "Bars Overlay=10", "--time", "1"},
+        {"--set", "Scan Distortion=30", "--set", "Bars Overlay=10", "--time", "2"},
+        {"--set", "Scan Distortion=30", "--set", "Bars Overlay=90", "--time", "1"},
+        {"--set", "Scan Distortion=30", "--set", "Bars Overlay=90", "--time", "2"}}}};
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments{"sheet", "card.png", "sheet.png", "--overwrite"};
+    arguments.insert(arguments.end(), c.axes.begin(), c.axes.end());
+    expectDone(arguments);
+    const Picture sheet = media::readPicture(path("sheet.png"));
+    const auto [left, top] = placeOf(sheet, rendered(c.looks[0]));
+    ASSERT_GT(left, 14 + 10) << "no heads of rows";
+    EXPECT_EQ(top, 14 + std::ceil(c.headLines * 14.5));
+    for (std::size_t i = 0; i < c.looks.size(); ++i) {
+      const int column = static_cast<int>(i) % c.columns;
+      const int row = static_cast<int>(i) / c.columns;
+      const int x = left + column * (kWidth + 10);
+      const int y = top + row * (kHeight + 10);
+      EXPECT_TRUE(holds(sheet, rendered(c.looks[i]), x, y)) << i;
+      // The value of the column right above, that of the row to the left; nothing below.
+      EXPECT_GT(brightest(sheet, x + 20, top - 14, x + kWidth - 20, top), 150) << i;
+      EXPECT_GT(brightest(sheet, 14, y, left - 10, y + kHeight), 150) << i;
+      if (y + kHeight + 14 <= sheet.height()) {
+        EXPECT_LT(brightest(sheet, x, y + kHeight, x + kWidth, y + kHeight + 9), 60) << i;
       }
-      EXPECT_GT(brightest, 150) << testing::PrintToString(c.shown) << i;
+    }
+  }
+}
+
+TEST_F(Figure, CaptionsFitAndKeepTheirValues) {
+  media::Drawing drawing(media::Drawing::Kind::Pixels, 1, 1, media::grey(0));
+  struct Case {
+    cli::Caption caption;
+    double width;
+    const char* text;  ///< Of the line; "…" stands for letters that are left out.
+    double smallest;   ///< Size of the letters, of 12.
+  };
+  for (const Case& c :
+       {Case{{"Noise", "30 %"}, 400, "Noise 30 %", 12},
+        {{"Scanline Thickness", "10000 rows"}, 170, "Scanline Thickness 10000 rows", 8},
+        {{"Scanline Thickness", "10000 rows"}, 100, "… 10000 rows", 8},
+        {{"Scanline Thickness", "10000 rows"}, 60, "10000 rows", 8},
+        {{"Scanline Thickness", "10000 rows"}, 16, "10000 rows", 2},
+        {{"", "Slipping hold"}, 40, "Slipping hold", 5},
+        {{"a-very-long-name-of-a-file.png", ""}, 60, "…", 8},
+        {{"größe-größe-größe", "1"}, 50, "… 1", 8},
+        {{"", ""}, 20, "", 12}}) {
+    const auto [text, style] = cli::fitted(drawing, c.caption, c.width, {12, media::grey(255)});
+    EXPECT_LE(drawing.widthOf(text, style), c.width) << c.text;
+    EXPECT_GE(style.size, c.smallest) << c.text;
+    EXPECT_LE(style.size, 12) << c.text;
+    const std::string expected = c.text;
+    if (const auto dots = expected.find("…"); dots != std::string::npos) {
+      const std::string behind = expected.substr(dots);
+      const std::size_t kept = text.find(behind);
+      ASSERT_NE(kept, std::string::npos) << text;
+      EXPECT_GT(kept, 0u) << text;
+      EXPECT_EQ(text.substr(0, kept), c.caption.name.substr(0, kept));
+    } else {
+      EXPECT_EQ(text, expected);
     }
   }
 }
@@ -212,6 +312,14 @@ TEST_F(Figure, ComparisonsShowBothPictures) {
     const int after = noisy.row8(y)[at];
     EXPECT_EQ(halves.row8(14 + y)[inSheet], x < kWidth / 2 ? before : after);
     EXPECT_EQ(difference.row8(14 + y)[inSheet], std::min(255, 3 * std::abs(before - after)));
+  }
+}
+
+TEST_F(Figure, CaptionsOfComparisonsGrowWithThePicture) {
+  for (const auto& [width, letter] : {std::pair{96, 10}, {480, 18}, {960, 20}, {1920, 40}}) {
+    media::writePicture(media::drawTestCard(width, 60), path("a.png"), true);
+    expectDone({"compare", "a.png", "a.png", "out.png", "--view", "split", "--overwrite"});
+    EXPECT_EQ(media::readPicture(path("out.png")).height(), 14 + 60 + 2 * letter + 14) << width;
   }
 }
 

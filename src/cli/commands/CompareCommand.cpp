@@ -117,15 +117,16 @@ Picture draw(const Options& options, const Picture& a, const Picture& b,
   const Picture a8 = toDepth(a, 8);
   const Picture b8 = toDepth(b, 8);
   const int count = options.view == "side" ? 2 : 1;
-  ContactSheet sheet({count, count, a.width(), a.height(), 1}, {});
+  const int lines = options.view == "difference" ? 2 : 1;
+  ContactSheet sheet({count, count, a.width(), a.height(), lines}, {});
   if (options.view == "side") {
-    sheet.place(0, a8, {name(options.a)});
-    sheet.place(1, b8, {name(options.b)});
+    sheet.place(0, a8, {{name(options.a), ""}});
+    sheet.place(1, b8, {{name(options.b), ""}});
   } else if (options.view == "split") {
-    sheet.place(0, split(a8, b8), {name(options.a) + "  |  " + name(options.b)});
+    sheet.place(0, split(a8, b8), {{name(options.a) + "  |  " + name(options.b), ""}});
   } else {
     sheet.place(0, differencePicture(a, b, options.gain),
-                {"difference × " + shortest(options.gain) + "; largest: " + finding});
+                {{"difference", "× " + shortest(options.gain)}, {"largest:", finding}});
   }
   return sheet.finish();
 }

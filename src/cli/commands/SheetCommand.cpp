@@ -112,7 +112,7 @@ std::vector<std::vector<Step>> axesOf(const Options& options, const looks::Param
 
 /// A picture of the sheet.
 struct Cell {
-  std::vector<std::string> label;
+  std::vector<Caption> captions;  ///< One for each axis.
   Moment moment;
 };
 
@@ -129,7 +129,7 @@ std::vector<Cell> cellsOf(const Options& options, const looks::ParameterTable& t
     for (const Cell& cell : all) {
       for (const Step& step : axis) {
         product.push_back(cell);
-        product.back().label.push_back(step.label);
+        product.back().captions.push_back(step.caption);
         step.apply(product.back().moment);
       }
     }
@@ -143,6 +143,18 @@ int columnsFor(const Options& options, const std::vector<std::vector<Step>>& axe
   if (axes.size() > 1) return static_cast<int>(axes.back().size());
   if (count <= kUsualRow) return count;
   return static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
+}
+
+/// Returns the heads of a table: the last axis goes across.
+SheetHeads headsOf(const std::vector<Cell>& cells, int columns) {
+  SheetHeads heads;
+  for (std::size_t i = 0; i < cells.size(); i += static_cast<std::size_t>(columns)) {
+    heads.rows.emplace_back(cells[i].captions.begin(), cells[i].captions.end() - 1);
+  }
+  for (int i = 0; i < columns; ++i) {
+    heads.columns.push_back(cells[static_cast<std::size_t>(i)].captions.back());
+  }
+  return heads;
 }
 
 /// Reads the picture, or the chosen frame of a video or sequence.
@@ -183,16 +195,19 @@ void run(const Options& options, const Streams&) {
   const double height = std::clamp(
       width * static_cast<double>(picture.height()) / (picture.width() * picture.info.pixelAspect),
       1.0, static_cast<double>(media::Picture::kMaxSide));
-  ContactSheet sheet({count, columnsFor(options, axes, count), width,
-                      static_cast<int>(std::lround(height)), static_cast<int>(axes.size())},
-                     options.title);
+  const int columns = columnsFor(options, axes, count);
+  // Other columns than those of the last axis are no table: each picture says what it shows.
+  const bool isTable = axes.size() > 1 && columns == static_cast<int>(axes.back().size());
+  ContactSheet sheet({count, columns, width, static_cast<int>(std::lround(height)),
+                      isTable ? 0 : static_cast<int>(axes.size())},
+                     options.title, isTable ? headsOf(cells, columns) : SheetHeads{});
   const int threads = threadCount(0);
   for (int i = 0; i < count; ++i) {
-    const auto& [label, moment] = cells[static_cast<std::size_t>(i)];
+    const auto& [captions, moment] = cells[static_cast<std::size_t>(i)];
     media::Picture input = picture;
     media::Picture rendered;
     renderer.render(moment.look, input, moment.time, threads, rendered);
-    sheet.place(i, toDepth(std::move(rendered), 8), label);
+    sheet.place(i, toDepth(std::move(rendered), 8), isTable ? std::vector<Caption>{} : captions);
   }
   media::writePicture(sheet.finish(), options.output, options.overwrite);
 }

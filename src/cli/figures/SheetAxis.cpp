@@ -61,7 +61,7 @@ std::vector<Step> parameterAxis(const looks::ParameterTable& table, std::string_
   for (const double v : valuesOf(value, parameter.name, [&parameter = parameter](auto number) {
          return looks::parseValue(parameter, number);
        })) {
-    steps.push_back({parameter.name + " " + looks::valueText(parameter, v),
+    steps.push_back({{parameter.name, looks::valueWithUnit(parameter, v)},
                      [index = parameter.index, v](Moment& moment) { moment.look.set(index, v); }});
   }
   return steps;
@@ -73,8 +73,8 @@ std::vector<Step> timeAxis(std::string_view text) {
          return batch::inSeconds(parseTime(time));
        })) {
     const batch::FrameTime time = inThousandths(seconds);
-    steps.push_back(
-        {shortest(batch::inSeconds(time)) + " s", [time](Moment& moment) { moment.time = time; }});
+    steps.push_back({{"", shortest(batch::inSeconds(time)) + " s"},
+                     [time](Moment& moment) { moment.time = time; }});
   }
   return steps;
 }
@@ -83,7 +83,7 @@ std::vector<Step> presetAxis(const looks::ParameterTable& table) {
   std::vector<Step> steps;
   for (const looks::BuiltInPreset& builtIn : looks::builtInPresets()) {
     looks::Preset preset = looks::parsePreset(builtIn.text, builtIn.id, table);
-    steps.push_back({preset.name, [look = std::move(preset.look)](Moment& moment) {
+    steps.push_back({{"", preset.name}, [look = std::move(preset.look)](Moment& moment) {
                        looks::Look whole = look;
                        for (const auto& [index, curve] : moment.look.curves()) {
                          whole.set(index, curve);

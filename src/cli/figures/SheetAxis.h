@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "batch/FrameTime.h"
+#include "cli/figures/ContactSheet.h"
 #include "looks/Look.h"
 
 namespace lomix::cli {
@@ -20,9 +21,10 @@ struct Moment {
   batch::FrameTime time;
 };
 
-/// One step of an axis: its label, and the change that it makes to a picture's parameters or time.
+/// One step of an axis: its caption, and the change that it makes to a picture's parameters or
+/// time. Presets and times have no name.
 struct Step {
-  std::string label;
+  Caption caption;
   std::function<void(Moment&)> apply;
 };
 

@@ -151,11 +151,9 @@ void Drawing::setText(const TextStyle& style) {
 
 void Drawing::text(Point at, std::string_view text, const TextStyle& style) {
   const std::string whole(text);
-  setText(style);
-  cairo_text_extents_t extents;
-  cairo_text_extents(cairo_->context.get(), whole.c_str(), &extents);
-  if (style.anchor == Anchor::Middle) at.x -= extents.x_advance / 2;
-  if (style.anchor == Anchor::End) at.x -= extents.x_advance;
+  const double width = widthOf(text, style);
+  if (style.anchor == Anchor::Middle) at.x -= width / 2;
+  if (style.anchor == Anchor::End) at.x -= width;
   cairo_move_to(cairo_->context.get(), at.x, at.y);
   cairo_show_text(cairo_->context.get(), whole.c_str());
   cairo_new_path(cairo_->context.get());
@@ -169,14 +167,18 @@ void Drawing::textUpwards(Point at, std::string_view text, const TextStyle& styl
   cairo_restore(cairo_->context.get());
 }
 
-std::string Drawing::fitted(std::string_view text, double width, const TextStyle& style) {
+double Drawing::widthOf(std::string_view text, const TextStyle& style) {
   setText(style);
+  cairo_text_extents_t extents;
+  cairo_text_extents(cairo_->context.get(), std::string(text).c_str(), &extents);
+  return extents.x_advance;
+}
+
+std::string Drawing::fitted(std::string_view text, double width, const TextStyle& style) {
   std::string shown(text);
   std::size_t kept = shown.size();
-  cairo_text_extents_t extents;
   for (;;) {
-    cairo_text_extents(cairo_->context.get(), shown.c_str(), &extents);
-    if (extents.x_advance <= width || kept == 0) return shown;
+    if (kept == 0 || widthOf(shown, style) <= width) return shown;
     // Does not cut within a UTF-8 sequence.
     do --kept;
     while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0U) == 0x80U);

@@ -49,6 +49,8 @@ class Drawing {
   void text(Point at, std::string_view text, const TextStyle& style);
   /// Draws the same turned by 90 degrees, to be read upwards.
   void textUpwards(Point at, std::string_view text, const TextStyle& style);
+  /// Returns the width of a line of text, in pixels.
+  double widthOf(std::string_view text, const TextStyle& style);
   /// Returns the text or, where it is wider than width, its beginning with an ellipsis.
   std::string fitted(std::string_view text, double width, const TextStyle& style);
   /// Draws a picture scaled to the box, over the background. At 1 to 1 opaque pixels stay exact.
