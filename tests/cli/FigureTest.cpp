@@ -315,6 +315,46 @@ TEST_F(Figure, ComparisonsShowBothPictures) {
   }
 }
 
+TEST_F(Figure, TheGainFollowsTheLargestDifferenceOfColours) {
+  const auto make = [&](const std::string& name, int level, int alpha) {
+    Picture picture(400, 30, 8);
+    picture.info.hasAlpha = alpha < 255;
+    for (int y = 0; y < 30; ++y) {
+      for (std::size_t i = 0; i < picture.row8(y).size(); ++i) {
+        picture.row8(y)[i] = static_cast<std::uint8_t>(i % 4 == 0 ? alpha : 100);
+      }
+    }
+    picture.row8(20)[4 * 200 + 2] = static_cast<std::uint8_t>(level);
+    media::writePicture(picture, path(name), true);
+  };
+  make("a.png", 100, 255);
+  struct Case {
+    int level, alpha;
+    const char* gain;   ///< As --gain; empty for none.
+    const char* shown;  ///< In the command's output.
+    int brightness;     ///< Of the pixel in the picture.
+  };
+  for (const Case& c : {Case{101, 255, "", "× 255", 255},
+                        {107, 255, "", "× 36", 252},
+                        {250, 255, "", "× 1", 150},
+                        {100, 255, "", "× 1", 0},
+                        {101, 0, "", "× 255", 255},
+                        {107, 255, "2.5", "× 2.5", 18}}) {
+    make("b.png", c.level, c.alpha);
+    std::vector<std::string> arguments{"compare", "a.png",      "b.png",      "out.png",
+                                       "--view",  "difference", "--overwrite"};
+    if (*c.gain != '\0') arguments.insert(arguments.end(), {"--gain", c.gain});
+    const Result result = run(arguments);
+    EXPECT_THAT(result.out,
+                HasSubstr(std::string("shown in 'out.png': the difference ") + c.shown + "\n"));
+    const Picture shown = media::readPicture(path("out.png"));
+    EXPECT_EQ(shown.row8(14 + 20)[4 * (14 + 200) + 2], c.brightness) << c.shown;
+    EXPECT_EQ(shown.row8(14 + 20)[4 * (14 + 199) + 2], 0) << c.shown;
+  }
+  EXPECT_THAT(run({"compare", "a.png", "b.png", "out.png", "--overwrite"}).out,
+              testing::Not(HasSubstr("×")));
+}
+
 TEST_F(Figure, CaptionsOfComparisonsGrowWithThePicture) {
   for (const auto& [width, letter] : {std::pair{96, 10}, {480, 18}, {960, 20}, {1920, 40}}) {
     media::writePicture(media::drawTestCard(width, 60), path("a.png"), true);

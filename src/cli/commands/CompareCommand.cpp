@@ -68,7 +68,7 @@ struct Options {
   std::string b;
   std::string output;
   std::string view = "side";
-  double gain = 8.0;
+  double gain = 0.0;  ///< 0: as the difference needs.
   std::string failAbove;
   bool overwrite = false;
 };
@@ -87,7 +87,9 @@ void declare(CLI::App& app, Options& options) {
                  "split (the left half of A, the right half of B) or\n"
                  "difference (of each colour)")
       ->type_name("side|split|difference");
-  app.add_option("--gain", options.gain, "Factor that brightens differences; 8 by default")
+  app.add_option("--gain", options.gain,
+                 "Factor that brightens differences; by default the\n"
+                 "whole number that makes the largest nearly white")
       ->type_name("N")
       ->check(CLI::Range(0.001, 65536.0));
   app.add_option("--fail-above", options.failAbove,
@@ -109,7 +111,16 @@ void declare(CLI::App& app, Options& options) {
       "  lomix compare 'a.####.png' 'b.####.png' worst.png --view difference\n");
 }
 
-Picture draw(const Options& options, const Picture& a, const Picture& b,
+/// Returns the factor that brightens differences.
+double gainOf(const Options& options, const media::Difference& difference) {
+  constexpr double kMost = 65536.0;
+  if (options.gain > 0.0) return options.gain;
+  if (difference.largestColour == 0.0) return 1.0;
+  // A little more than the quotient, which may have been rounded down below a whole number.
+  return std::clamp(std::floor(1.0 / difference.largestColour + 1e-6), 1.0, kMost);
+}
+
+Picture draw(const Options& options, const Picture& a, const Picture& b, double gain,
              const std::string& finding) {
   const auto name = [](const std::string& file) {
     return std::filesystem::path(file).filename().string();
@@ -125,8 +136,8 @@ Picture draw(const Options& options, const Picture& a, const Picture& b,
   } else if (options.view == "split") {
     sheet.place(0, split(a8, b8), {{name(options.a) + "  |  " + name(options.b), ""}});
   } else {
-    sheet.place(0, differencePicture(a, b, options.gain),
-                {{"difference", "× " + shortest(options.gain)}, {"largest:", finding}});
+    sheet.place(0, differencePicture(a, b, gain),
+                {{"difference", "× " + shortest(gain)}, {"largest:", finding}});
   }
   return sheet.finish();
 }
@@ -294,12 +305,17 @@ void run(const Options& options, const Streams& streams) {
   Side a(options.a);
   Side b(options.b);
   const Comparison result = compareAll(a, b);
+  const double gain = gainOf(options, result.worst);
   if (!options.output.empty()) {
     const std::string finding = findingText(result.worst, result.depth);
-    media::writePicture(draw(options, result.worstA, result.worstB, finding), options.output,
+    media::writePicture(draw(options, result.worstA, result.worstB, gain, finding), options.output,
                         options.overwrite);
   }
   print(result, a, b, streams.out);
+  if (!options.output.empty() && options.view == "difference") {
+    streams.out << "shown in '" << options.output << "': the difference × " << shortest(gain)
+                << "\n";
+  }
   if (options.failAbove.empty()) return;
   if (!result.onlyA.empty() || !result.onlyB.empty()) {
     throw CommandError("lomix compare: '" + options.a + "' and '" + options.b +

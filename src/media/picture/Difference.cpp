@@ -41,6 +41,7 @@ Difference measureDifference(const Picture& a, const Picture& b) {
   forEachDistance(a, b, [&](int x, int y, int channel, double d) {
     if (channel == 0 && !withAlpha) return;
     squares += d * d;
+    if (channel != 0) result.largestColour = std::max(result.largestColour, d);
     if (d <= result.largest) return;
     result.largest = d;
     result.x = x;

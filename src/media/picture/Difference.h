@@ -7,10 +7,11 @@ namespace lomix::media {
 
 /// The difference between two pictures. Channels range from 0 to 1.
 struct Difference {
-  double largest = 0.0;  ///< Infinite where only one of the two values is finite.
-  int x = 0, y = 0;      ///< Where it is largest.
-  int channel = 0;       ///< In the order of Picture.
-  double psnr = 0.0;     ///< Decibels over all channels; infinite for equal pictures.
+  double largest = 0.0;        ///< Infinite where only one of the two values is finite.
+  int x = 0, y = 0;            ///< Where it is largest.
+  int channel = 0;             ///< In the order of Picture.
+  double largestColour = 0.0;  ///< The largest of a colour: without alpha.
+  double psnr = 0.0;           ///< Decibels over all channels; infinite for equal pictures.
 };
 
 /// Measures the difference of two pictures, which must have one size and depth. Alpha is compared
