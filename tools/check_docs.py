@@ -4,9 +4,9 @@
 Runs the commands of *.md and docs/*.md as a reader would paste them: every block fenced as sh, in an
 empty folder for each document. In a document with a heading "Preparation" each other heading starts
 from a copy of the folder after the preparation. A block below <!-- needs: FEATURE --> runs only with
-that feature. Then checks that generated text is up to date, that linked files exist, that every room of
-the sources is described, that presets follow their schema, and that docs stays small. Prints every
-fault; exits 1 if there is any.
+that feature. Then checks that generated text is up to date, that linked files exist, that the README names
+every option of the command, that every room of the sources is described, that presets follow their schema,
+and that docs stays small. Prints every fault; exits 1 if there is any.
 """
 import argparse
 import json
@@ -24,7 +24,7 @@ sys.dont_write_bytecode = True  # Nothing is written into the source tree.
 import draw_rooms
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-MAX_DOCS_BYTES = 6_000_000
+MAX_DOCS_BYTES = 4_000_000
 PART = re.compile(r"^(?P<heading>#{1,6} [^\n]*)$"
                   r"|(?:<!-- needs: (?P<needs>\S+) -->\n)?^```(?P<kind>\w*)\n(?P<code>.*?)^```$",
                   re.MULTILINE | re.DOTALL)
@@ -84,6 +84,22 @@ def link_faults(document):
             yield f"there is no '{target}'"
 
 
+def option_faults(lomix):
+    """The options of the subcommands that the README does not name."""
+    def options_of(*command):
+        text = subprocess.run([lomix, *command, "--help"], check=True, capture_output=True, text=True).stdout
+        return text, set(re.findall(r"^ +(?:-\w,)?(--[a-z][a-z-]*)", text, re.MULTILINE))
+
+    readme = (ROOT / "README.md").read_text(encoding="utf-8")
+    whole, _ = options_of()
+    commands = re.findall(r"^  ([a-z]+) {2,}\S", whole.split("Subcommands:")[1].split("Examples:")[0],
+                          re.MULTILINE)
+    for command in commands:
+        for option in sorted(options_of(command)[1]):
+            if not re.search(rf"{option}(?![a-z-])", readme):
+                yield f"README.md: 'lomix {command}' has the option {option}, which is not described"
+
+
 def room_faults():
     try:
         rooms_of_sources = set(draw_rooms.read_rooms()) - {"lomix.h"}
@@ -126,6 +142,7 @@ def main():
         name = document.relative_to(ROOT)
         faults += [f"{name}: {f}" for f in command_faults(document, arguments.features, environment)]
         faults += [f"{name}: {f}" for f in link_faults(document)]
+    faults += option_faults(arguments.lomix.resolve())
     faults += room_faults()
     faults += [f"presets: {f}" for f in preset_faults()]
     size = sum(f.stat().st_size for f in (ROOT / "docs").rglob("*") if f.is_file())
