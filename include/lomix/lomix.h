@@ -304,28 +304,49 @@ LOMIX_API lomix_status lomix_preset_get(int32_t index, lomix_preset_info* info,
 
 /* ------------------------------------------------------------------------------------ frames -- */
 
-/** Order and type of a pixel's channels in memory. Alpha is straight: colours are not multiplied by
- *  it. The effect treats all colours alike, so RGBA8 and BGRA8 differ in name only. */
+/** Order and type of a pixel's channels in memory. The effect treats all colours alike, so RGBA8 and BGRA8
+ *  differ where one image of a frame has the one and the other the other: red and blue are exchanged. */
 enum {
   LOMIX_ARGB8 = 1,   /**< 4 bytes, 0 to 255. */
   LOMIX_RGBA8 = 2,
   LOMIX_BGRA8 = 3,
   LOMIX_ARGB32F = 4, /**< 4 floats of 32 bits, nominally 0 to 1; any value is accepted. */
-  LOMIX_RGBA32F = 5
+  LOMIX_RGBA32F = 5,
+  LOMIX_BGRA32F = 6
 };
 
-/** A picture in the caller's memory. Row 0 is the top row, whatever the sign of row_bytes. */
+/** How the colours of an image relate to its alpha. The effect is defined on straight colours.
+ *  At 8 bits premultiplied colours are divided as round(colour * 255 / alpha), at most 255, and multiplied
+ *  as round(colour * alpha / 255); the second gives back every colour up to alpha that the first was given.
+ *  Colours under alpha 0 are drawn as they are. In a premultiplied output they stay where the source is
+ *  premultiplied too, and are 0 elsewhere. Where both are premultiplied and "Blend w/Original" is 100, nothing
+ *  is divided, so that the output has the source's bytes. */
+enum {
+  LOMIX_STRAIGHT = 0,      /**< Colours are not multiplied by alpha. */
+  LOMIX_PREMULTIPLIED = 1, /**< Colours are multiplied by alpha. */
+  LOMIX_OPAQUE = 2         /**< The program knows that alpha is 255 or 1 everywhere. Drawn as straight. */
+};
+
+/** A picture, or a part of one, in the caller's memory. Row 0 is the top row, whatever the sign of
+ *  row_bytes. */
 typedef struct lomix_image {
   uint32_t struct_size;
   int32_t format;    /**< LOMIX_ARGB8, ... */
   int32_t width;     /**< Pixels, 1 to 2^24. */
   int32_t height;    /**< Rows, 1 to 2^24. */
   int64_t row_bytes; /**< From a row to the next row below it; negative in bottom-up memory. Its
-                          absolute value: at least a row's bytes, at most 2^31 - 1. Floats: a
-                          multiple of 4. */
-  void* data;        /**< First pixel of row 0. Floats: aligned to 4 bytes. */
+                          absolute value: at least a row's bytes, at most 2^31 - 1. */
+  void* data;        /**< First pixel of row 0. Any address; floats are drawn faster where it and row_bytes
+                          are multiples of 4. */
+  int32_t alpha;     /**< LOMIX_STRAIGHT, ... */
+  /* Of sources that hold a part of a picture, or more than it; 0 in other images. */
+  int32_t picture_width;  /**< Size of the picture, 1 to 2^24; 0 where the image is the picture. */
+  int32_t picture_height;
+  int32_t left;           /**< The picture's column and row of the image's first pixel; any sign. Pixels of
+                               the picture that the image lacks are transparent black. */
+  int32_t top;
 } lomix_image;
-#define LOMIX_IMAGE_INIT {sizeof(lomix_image), 0, 0, 0, 0, 0}
+#define LOMIX_IMAGE_INIT {sizeof(lomix_image), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}
 
 /** What a frame depends on beside its source. */
 typedef struct lomix_frame_settings {
@@ -346,18 +367,20 @@ typedef struct lomix_frame_settings {
 typedef struct lomix_frame lomix_frame;
 
 /** Prepares a frame: computes everything that is computed once.
- *  source, output: of one format, and usually of one size. Output pixel (x, y) starts from source
- *  pixel (x, y); beyond the source the effect's own edge rules apply (Tile, Stretch), and
- *  "Blend w/Original" mixes only where both have a pixel. Their memory must not overlap, and must
- *  stay valid until the frame is destroyed. The structs are read during the call only.
+ *  source, output: of one format, but for the order of colours, and usually of one size. Output pixel
+ *  (x, y) starts from pixel (x, y) of the source's picture; beyond it the effect's own edge rules apply
+ *  (Tile, Stretch), and "Blend w/Original" mixes only where both have a pixel. Their memory must not overlap,
+ *  and must stay valid until the frame is destroyed. The structs are read during the call only.
  *  Errors: LOMIX_BAD_ARGUMENT, LOMIX_OUT_OF_RANGE, LOMIX_OUT_OF_MEMORY. [any thread] */
 LOMIX_API lomix_status lomix_frame_create(const lomix_frame_settings* settings,
                                           const lomix_image* source, const lomix_image* output,
                                           lomix_frame** frame, lomix_error* error);
 
-/** Draws rows first to last - 1 of the output, 0 <= first <= last <= its height. Allocates nothing and
- *  takes no lock. Rows may be drawn in any order by any threads, but no row by two threads at once.
- *  Errors: LOMIX_BAD_ARGUMENT. [shared] */
+/** Draws rows first to last - 1 of the output, 0 <= first <= last <= its height. Rows may be drawn in any
+ *  order by any threads, but no row by two threads at once. Takes no lock. Allocates nothing, but for two or
+ *  three rows where pixels are converted: premultiplied or unaligned images, a source that holds a part of
+ *  its picture, two orders of colours.
+ *  Errors: LOMIX_BAD_ARGUMENT, LOMIX_OUT_OF_MEMORY. [shared] */
 LOMIX_API lomix_status lomix_frame_draw_rows(const lomix_frame* frame, int32_t first, int32_t last,
                                              lomix_error* error);
 
@@ -424,9 +447,10 @@ LOMIX_API lomix_status lomix_frame_create_for_windows(const lomix_frame_settings
                                                       lomix_error* error);
 
 /** Draws a part of any frame: pixel (x, y) of the window receives pixel (left + x, top + y) of the
- *  output, with the same bytes as in a whole frame. Allocates nothing and takes no lock.
- *  window: in the source's format, inside the output; its memory must not overlap the source's.
- *  Errors: LOMIX_BAD_ARGUMENT. [shared] */
+ *  output, with the same bytes as in a whole frame, and transparent black outside of the output. Takes no
+ *  lock and allocates as lomix_frame_draw_rows() does.
+ *  window: in the source's format, but for the order of colours; its memory must not overlap the source's.
+ *  Errors: LOMIX_BAD_ARGUMENT, LOMIX_OUT_OF_MEMORY. [shared] */
 LOMIX_API lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int32_t top,
                                                const lomix_image* window, lomix_error* error);
 

@@ -140,12 +140,12 @@ void RowEngine::drawRows(int first, int last) const {
 }
 
 void RowEngine::drawWindow(const Window& window) const {
-  if (frame_.source.data == nullptr) return;
+  if (frame_.source.data == nullptr && window.reader == nullptr) return;
   for (int y = window.top; y < window.bottom; ++y) {
     if (frame_.depth == 8) drawRow<PF_Pixel>(window, y);
     if (frame_.depth == 32) drawRow<PF_PixelFloat>(window, y);
   }
-  if (streaming_) target_.finishStreaming();
+  if (streaming_ && window.streaming) target_.finishStreaming();
 }
 
 template <typename Pixel>
@@ -303,22 +303,48 @@ GrainRow RowEngine::grainRow(int y) const {
   return row;
 }
 
+/// The source rows of an output row.
+template <typename Pixel>
+struct RowEngine::SourceRows {
+  const Pixel* source;
+  const Pixel* original;     ///< To blend with; null: no blend.
+  std::ptrdiff_t toNextRow;  ///< 0 where the next row is not in memory.
+};
+
+template <typename Pixel>
+RowEngine::SourceRows<Pixel> RowEngine::sourceRowsOf(const Window& window, int y,
+                                                     bool blended) const {
+  const PF_LayerDef& source = frame_.source;
+  const int sourceY = sourceRow(frame_.record, source, y);
+  if (window.reader == nullptr) {
+    return {rowOf<Pixel>(source, sourceY), blended ? rowOf<Pixel>(source, y) : nullptr,
+            source.rowbytes};
+  }
+  auto* const row = static_cast<Pixel*>(window.sourceRows);
+  window.reader->read(sourceY, 0, source.width, row);
+  if (!blended || sourceY == y) return {row, blended ? row : nullptr, 0};
+  Pixel* const original = row + source.width;
+  // The whole row may come from anywhere; the blend needs the window's own columns.
+  const int first = std::min(window.left, source.width);
+  window.reader->read(y, first, std::min(window.right, source.width), original);
+  return {row, original, 0};
+}
+
 template <typename Row, typename Pixel>
 void RowEngine::drawPixels(const Row& row, const Window& window, int y) const {
-  const int sourceY = sourceRow(frame_.record, frame_.source, y);
-  const Pixel* source = rowOf<Pixel>(frame_.source, sourceY);
   // The row's column 0, which may be left of the window's memory; only the window's columns are
   // addressed.
   Pixel* output = reinterpret_cast<Pixel*>(static_cast<char*>(window.data) +
                                            (y - window.top) * window.rowBytes) -
                   window.left;
-  const bool blended = row.blend && y < frame_.source.height;
-  const Pixel* original = blended ? rowOf<Pixel>(frame_.source, y) : nullptr;
+  const bool streaming = streaming_ && window.streaming;
+  const auto [source, original, toNextRow] =
+      sourceRowsOf<Pixel>(window, y, row.blend && y < frame_.source.height);
 
   SpanList spans;
   if (columns_.spansOfRow(y, spans)) {
     return drawRun<Row, Pixel>(row, {source, output, original, window.left, window.right,
-                                     spans.begin(), streaming_, frame_.source.rowbytes});
+                                     spans.begin(), streaming, toNextRow});
   }
   Pixel gathered[kChunk];
   for (int first = window.left; first < window.right; first += kChunk) {
@@ -327,7 +353,7 @@ void RowEngine::drawPixels(const Row& row, const Window& window, int y) const {
       gathered[x - first] = source[sourceColumn(frame_.record, frame_.source, x, y)];
     }
     const Span span{first, end - first, 0, false};
-    drawRun<Row, Pixel>(row, {gathered, output, original, first, end, &span, streaming_, 0});
+    drawRun<Row, Pixel>(row, {gathered, output, original, first, end, &span, streaming, 0});
   }
 }
 

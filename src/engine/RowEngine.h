@@ -22,7 +22,7 @@ struct Frame {
   LomixStruct record;
   // The worlds may have padded rows and negative row bytes, and may differ in size. Where one has
   // no data, nothing is drawn.
-  PF_LayerDef source;  ///< Width and height from 1.
+  PF_LayerDef source;  ///< Width and height from 1. Without data it is drawn by a RowReader alone.
   PF_LayerDef output;  ///< Must not overlap the source's memory, see worldsOverlap().
   int depth;           ///< Bits per channel: 8 or 32; nothing is drawn at any other.
   double invXDown;     ///< Full-resolution columns per column: 2 at half resolution.
@@ -50,6 +50,17 @@ Frame frameOf(const ParameterValues& values, double seconds, const Scale& scale,
 /// counts, padding after the last row does not.
 bool worldsOverlap(const PF_LayerDef& a, const PF_LayerDef& b, int depth);
 
+/// Reads the rows of a source whose memory does not have the frame's pixels.
+class RowReader {
+ public:
+  /// Writes pixels first ... end - 1 of a source row to the same columns of row, a row of the
+  /// frame's pixels. Any threads may call it at once.
+  virtual void read(int y, int first, int end, void* row) const noexcept = 0;
+
+ protected:
+  ~RowReader() = default;
+};
+
 /// A rectangle of the output, and memory of its own to draw it into.
 struct Window {
   int left;  ///< Columns left ... right - 1 and rows top ... bottom - 1 of the output.
@@ -58,6 +69,9 @@ struct Window {
   int bottom;
   void* data;  ///< Of the pixel (left, top). Must not overlap the source's memory.
   std::ptrdiff_t rowBytes;
+  bool streaming = true;              ///< Streaming stores are allowed: nobody reads it at once.
+  const RowReader* reader = nullptr;  ///< Null: source rows are in the source's memory.
+  void* sourceRows = nullptr;         ///< With a reader: memory for two source rows.
 };
 
 /// Draws a frame row by row, with the bytes of the reference path (Lomix::Kernel for every pixel,
@@ -90,6 +104,10 @@ class RowEngine {
  private:
   template <typename Pixel>
   void drawRow(const Window& window, int y) const;
+  template <typename Pixel>
+  struct SourceRows;
+  template <typename Pixel>
+  SourceRows<Pixel> sourceRowsOf(const Window& window, int y, bool blended) const;
   template <typename Row, typename Pixel>
   void drawPixels(const Row& row, const Window& window, int y) const;
   template <typename Row, typename Pixel>

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "engine/RowEngine.h"
+#include "library/DrawImage.h"
 #include "library/Guard.h"
 #include "library/Image.h"
 #include "library/WholeFrame.h"
@@ -14,23 +15,23 @@
 
 namespace engine = lomix::engine;
 namespace looks = lomix::looks;
+using lomix::library::drawImage;
 using lomix::library::drawWholeFrame;
-using lomix::library::failImage;
 using lomix::library::Failure;
-using lomix::library::Format;
-using lomix::library::formatOf;
 using lomix::library::guarded;
-using lomix::library::layerOf;
+using lomix::library::Image;
+using lomix::library::outputOfSize;
+using lomix::library::readSource;
 using lomix::library::readStruct;
-using lomix::library::report;
+using lomix::library::readTarget;
 using lomix::library::require;
+using lomix::library::requireTarget;
 using lomix::library::WorkerPool;
 
 struct lomix_frame {
-  lomix_frame(engine::Frame frame, std::int32_t pixelFormat)
-      : rows(std::move(frame)), format(pixelFormat) {}
   engine::RowEngine rows;
-  std::int32_t format;  ///< LOMIX_ARGB8, ..., of source and output.
+  Image source;
+  Image output;  ///< Without memory where the frame is drawn in windows.
 };
 
 struct lomix_context {
@@ -72,49 +73,24 @@ double scaleOf(double scale) {
   return scale;
 }
 
-engine::Frame frameOf(const lomix_frame_settings* givenSettings, const lomix_image& source,
+engine::Frame frameOf(const lomix_frame_settings* givenSettings, const Image& source,
                       const PF_LayerDef& output) {
   const auto settings = readStruct(givenSettings, "settings");
   const double scaleX = scaleOf(settings.scale_x);
   const double scaleY = scaleOf(settings.scale_y);
-  const Format format = formatOf(source, "source");
   return engine::frameOf(valuesOf(settings), secondsOf(settings), {scaleX, scaleY},
-                         layerOf(source, "source"), output, format.depth, format.alpha);
+                         source.picture(), output, source.format.depth, source.format.alpha);
 }
 
-/// Returns the image as the engine has it. Throws LOMIX_BAD_ARGUMENT where frames of that format
-/// and source cannot be drawn into it.
-PF_LayerDef targetOf(const lomix_image& image, const char* name, std::int32_t format,
-                     const PF_LayerDef& source) {
-  const PF_LayerDef target = layerOf(image, name);
-  if (image.format != format) {
-    failImage(name, "its format is not the source's (use one format for both)");
+/// The images of a frame, checked.
+struct Images {
+  Image source, output;
+
+  Images(const lomix_image* givenSource, const lomix_image* givenOutput)
+      : source(readSource(givenSource, "source")), output(readTarget(givenOutput, "output")) {
+    requireTarget(output, "output", source);
   }
-  if (engine::worldsOverlap(source, target, formatOf(image, name).depth)) {
-    failImage(name, "its memory overlaps the source's (draw into memory of its own)");
-  }
-  return target;
-}
-
-engine::Frame frameOf(const lomix_frame_settings* settings, const lomix_image* givenSource,
-                      const lomix_image* givenOutput) {
-  const auto source = readStruct(givenSource, "source");
-  const auto output = readStruct(givenOutput, "output");
-  engine::Frame frame = frameOf(settings, source, layerOf(output, "output"));
-  targetOf(output, "output", source.format, frame.source);
-  return frame;
-}
-
-/// Returns an output of that size without memory.
-PF_LayerDef outputOf(std::int32_t width, std::int32_t height, const lomix_image& source) {
-  lomix_image output = source;  // For its format and any memory.
-  output.width = width;
-  output.height = height;
-  output.row_bytes = std::int64_t{width} * (formatOf(source, "source").depth / 2);
-  PF_LayerDef layer = layerOf(output, "output");
-  layer.data = nullptr;
-  return layer;
-}
+};
 
 /// The caller's progress callback and its argument.
 struct Callback {
@@ -141,8 +117,10 @@ lomix_status lomix_frame_create(const lomix_frame_settings* settings, const lomi
   if (frame != nullptr) *frame = nullptr;
   return guarded(error, [&] {
     require(frame != nullptr, "frame: it is null (pass the address of a pointer)");
-    engine::Frame prepared = frameOf(settings, source, output);
-    *frame = new lomix_frame(std::move(prepared), source->format);
+    const Images images(source, output);
+    *frame =
+        new lomix_frame{engine::RowEngine(frameOf(settings, images.source, images.output.memory)),
+                        images.source, images.output};
   });
 }
 
@@ -153,9 +131,9 @@ lomix_status lomix_frame_create_for_windows(const lomix_frame_settings* settings
   if (frame != nullptr) *frame = nullptr;
   return guarded(error, [&] {
     require(frame != nullptr, "frame: it is null (pass the address of a pointer)");
-    const auto image = readStruct(source, "source");
-    *frame =
-        new lomix_frame(frameOf(settings, image, outputOf(width, height, image)), image.format);
+    const Image image = readSource(source, "source");
+    const PF_LayerDef output = outputOfSize(width, height, image);
+    *frame = new lomix_frame{engine::RowEngine(frameOf(settings, image, output)), image, {}};
   });
 }
 
@@ -163,14 +141,9 @@ lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int
                                      const lomix_image* window, lomix_error* error) {
   return guarded(error, [&] {
     require(frame != nullptr, "frame: it is null (create one first)");
-    const auto image = readStruct(window, "window");
-    const engine::RowEngine& rows = frame->rows;
-    const PF_LayerDef target = targetOf(image, "window", frame->format, rows.frame().source);
-    require(left >= 0 && top >= 0 && left <= rows.width() - image.width &&
-                top <= rows.height() - image.height,
-            "window: it is not inside the output (use 0 <= left, left + width <= the output's)");
-    rows.drawWindow(
-        {left, top, left + image.width, top + image.height, target.data, target.rowbytes});
+    const Image target = readTarget(window, "window");
+    requireTarget(target, "window", frame->source);
+    drawImage(frame->rows, frame->source, target, left, top, 0, target.memory.height);
   });
 }
 
@@ -180,9 +153,9 @@ lomix_status lomix_frame_draw_rows(const lomix_frame* frame, int32_t first, int3
     require(frame != nullptr, "frame: it is null (create one first)");
     require(first >= 0 && first <= last && last <= frame->rows.height(),
             "rows: they are not the output's (use 0 <= first <= last <= its height)");
-    require(frame->rows.frame().output.data != nullptr,
+    require(frame->output.memory.data != nullptr,
             "frame: it has no output (use lomix_frame_draw_window)");
-    frame->rows.drawRows(first, last);
+    drawImage(frame->rows, frame->source, frame->output, 0, 0, first, last);
   });
 }
 
@@ -228,8 +201,12 @@ lomix_status lomix_context_render(lomix_context* context, const lomix_frame_sett
   return guarded(error, [&] {
     require(context != nullptr, "context: it is null (create one first)");
     Callback callback{progress, user};
-    if (!drawWholeFrame(context->pool, frameOf(settings, source, output), engine::bestTarget(),
-                        callBack, &callback)) {
+    const Images images(source, output);
+    const auto drawRows = [&images](const engine::RowEngine& rows, int first, int last) {
+      drawImage(rows, images.source, images.output, 0, 0, first, last);
+    };
+    if (!drawWholeFrame(context->pool, frameOf(settings, images.source, images.output.memory),
+                        engine::bestTarget(), callBack, &callback, drawRows)) {
       throw Failure(LOMIX_ABORTED, "frame: the progress callback ended it (draw it again)");
     }
   });

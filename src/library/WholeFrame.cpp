@@ -1,6 +1,7 @@
 #include "library/WholeFrame.h"
 
-#include <functional>
+#include <atomic>
+#include <new>
 #include <utility>
 
 namespace lomix::library {
@@ -9,16 +10,30 @@ namespace {
 /// Draws the rows of a prepared frame.
 class DrawTask : public RowTask {
  public:
-  DrawTask(const engine::RowEngine& rows, Progress progress, void* user)
-      : rows_(rows), progress_(progress), user_(user) {}
+  DrawTask(const engine::RowEngine& rows, const DrawRows& drawRows, Progress progress, void* user)
+      : rows_(rows), drawRows_(drawRows), progress_(progress), user_(user) {}
 
-  void doRows(int first, int last) const noexcept override { rows_.drawRows(first, last); }
-  bool goOn(int rowsDone) override {
-    return progress_ == nullptr || progress_(user_, rowsDone, rows_.height());
+  // An exception must not end a worker thread.
+  void doRows(int first, int last) const noexcept override {
+    try {
+      if (drawRows_) {
+        drawRows_(rows_, first, last);
+      } else {
+        rows_.drawRows(first, last);
+      }
+    } catch (...) {
+      failed_ = true;
+    }
   }
+  bool goOn(int rowsDone) override {
+    return !failed_ && (progress_ == nullptr || progress_(user_, rowsDone, rows_.height()));
+  }
+  bool failed() const { return failed_; }
 
  private:
   const engine::RowEngine& rows_;
+  const DrawRows& drawRows_;
+  mutable std::atomic<bool> failed_ = false;
   Progress progress_;
   void* user_;
 };
@@ -37,14 +52,16 @@ class ProfileTask : public RowTask {
 }  // namespace
 
 bool drawWholeFrame(WorkerPool& pool, engine::Frame frame, const engine::SimdTarget& target,
-                    Progress progress, void* user) {
+                    Progress progress, void* user, const DrawRows& drawRows) {
   const auto makeProfiles = [&pool](int rows, const std::function<void(int, int)>& makeRows) {
     ProfileTask task(makeRows);
     pool.run(task, rows);
   };
   const engine::RowEngine rows(std::move(frame), target, makeProfiles);
-  DrawTask task(rows, progress, user);
-  return pool.run(task, rows.height());
+  DrawTask task(rows, drawRows, progress, user);
+  const bool complete = pool.run(task, rows.height());
+  if (task.failed()) throw std::bad_alloc();
+  return complete;
 }
 
 }  // namespace lomix::library

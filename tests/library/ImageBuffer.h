@@ -11,7 +11,7 @@
 namespace lomix::library_test {
 
 constexpr bool isFloat(std::int32_t format) {
-  return format == LOMIX_ARGB32F || format == LOMIX_RGBA32F;
+  return format == LOMIX_ARGB32F || format == LOMIX_RGBA32F || format == LOMIX_BGRA32F;
 }
 constexpr int pixelBytes(std::int32_t format) { return isFloat(format) ? 16 : 4; }
 
@@ -25,6 +25,7 @@ constexpr ChannelOrder orderOf(std::int32_t format) {
     case LOMIX_RGBA32F:
       return {{3, 0, 1, 2}};
     case LOMIX_BGRA8:
+    case LOMIX_BGRA32F:
       return {{3, 2, 1, 0}};
     default:
       return {{0, 1, 2, 3}};
@@ -33,9 +34,9 @@ constexpr ChannelOrder orderOf(std::int32_t format) {
 
 /// How rows are placed in memory.
 struct Layout {
-  int padding = 0;        ///< Bytes between two rows; a multiple of 4 for floats.
+  int padding = 0;        ///< Bytes between two rows.
   bool bottomUp = false;  ///< Negative row bytes.
-  int offset = 0;         ///< Bytes before the first row; a multiple of 4 for floats.
+  int offset = 0;         ///< Bytes before the first row.
 };
 
 class ImageBuffer {

@@ -61,7 +61,13 @@ std::array<std::uint8_t, 64 * 48 * 4> output;
 std::array<char, 1 << 16> json;
 
 lomix_image imageOf(std::array<std::uint8_t, 64 * 48 * 4>& pixels) {
-  return {sizeof(lomix_image), LOMIX_RGBA8, 64, 48, 64 * 4, pixels.data()};
+  lomix_image image = LOMIX_IMAGE_INIT;
+  image.format = LOMIX_RGBA8;
+  image.width = 64;
+  image.height = 48;
+  image.row_bytes = 64 * 4;
+  image.data = pixels.data();
+  return image;
 }
 
 /// One call and what undoes it. Returns the call's status.
@@ -129,6 +135,27 @@ TEST(Memory, EveryAllocationMayFail) {
       {"render a frame",
        [&](lomix_error* e) {
          return lomix_context_render(context, &settings, &from, &to, nullptr, nullptr, e);
+       }},
+      {"draw converted rows",
+       [&](lomix_error* e) {
+         lomix_frame* frame = nullptr;
+         const long given = failAt;
+         failAt = -1;
+         lomix_image premultiplied = from;
+         premultiplied.alpha = LOMIX_PREMULTIPLIED;
+         lomix_frame_create(&settings, &premultiplied, &to, &frame, nullptr);
+         allocations = 0;
+         failAt = given;
+         const lomix_status status = lomix_frame_draw_rows(frame, 0, 48, e);
+         lomix_frame_destroy(frame);
+         return status;
+       }},
+      {"render converted rows",
+       [&](lomix_error* e) {
+         lomix_image premultiplied = to;
+         premultiplied.alpha = LOMIX_PREMULTIPLIED;
+         return lomix_context_render(context, &settings, &from, &premultiplied, nullptr, nullptr,
+                                     e);
        }},
       {"create a context",
        [](lomix_error* e) {
