@@ -454,6 +454,29 @@ LOMIX_API lomix_status lomix_frame_create_for_windows(const lomix_frame_settings
 LOMIX_API lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int32_t top,
                                                const lomix_image* window, lomix_error* error);
 
+/** Finds out whether a frame is its source, bit by bit, so that a host need not draw it: where
+ *  "Blend w/Original" is 100, or everything else is 0 and pixels are opaque floats. At 8 bits the effect rounds
+ *  also where everything is 0.
+ *  settings: as in lomix_frame_create(). format, alpha: of source and output, as in lomix_image.
+ *  *identity: receives 1 or 0; 0 on failure.
+ *  Errors: LOMIX_BAD_ARGUMENT, LOMIX_OUT_OF_RANGE. [any thread] */
+LOMIX_API lomix_status lomix_settings_are_identity(const lomix_frame_settings* settings, int32_t format,
+                                                   int32_t alpha, int32_t* identity,
+                                                   lomix_error* error);
+
+/* ------------------------------------------------------------------------------------- times -- */
+
+/** Returns the time in seconds of a frame, counted from 0, at a rate that a program has in floating point.
+ *  Rates over 1001 are recognised however they are rounded: frame 45 at 23.976 is 45 * 1001 / 24000.
+ *  frame: any number; 4.5 is half-way to the next frame. frames_per_second: 24 applies where it is not above
+ *  0 and finite. Never fails: a time that is no finite float is 0. [any thread] */
+LOMIX_API double lomix_time_of_frame(double frame, double frames_per_second);
+
+/** Returns the time that a computed time stands for: the quotient of the simplest fraction within 4 ulp of it,
+ *  with a denominator of at most a million. 33.366700033366698 / 1000 becomes 1001 / 30000, so that keys fall
+ *  on their frames. Any other time is returned as it is. [any thread] */
+LOMIX_API double lomix_time_of_seconds(double seconds);
+
 /* ------------------------------------------------------------------------------------ effect -- */
 
 /** Return what menus and panels of hosts show: "Lomix", the name of the group of effects that it

@@ -18,6 +18,7 @@ namespace looks = lomix::looks;
 using lomix::library::drawImage;
 using lomix::library::drawWholeFrame;
 using lomix::library::Failure;
+using lomix::library::formatOf;
 using lomix::library::guarded;
 using lomix::library::Image;
 using lomix::library::outputOfSize;
@@ -25,6 +26,7 @@ using lomix::library::readSource;
 using lomix::library::readStruct;
 using lomix::library::readTarget;
 using lomix::library::require;
+using lomix::library::requireAlpha;
 using lomix::library::requireTarget;
 using lomix::library::WorkerPool;
 
@@ -144,6 +146,31 @@ lomix_status lomix_frame_draw_window(const lomix_frame* frame, int32_t left, int
     const Image target = readTarget(window, "window");
     requireTarget(target, "window", frame->source);
     drawImage(frame->rows, frame->source, target, left, top, 0, target.memory.height);
+  });
+}
+
+lomix_status lomix_settings_are_identity(const lomix_frame_settings* settings, int32_t format,
+                                         int32_t alpha, int32_t* identity, lomix_error* error) {
+  if (identity != nullptr) *identity = 0;
+  return guarded(error, [&] {
+    require(identity != nullptr, "identity: it is null (pass the address of a number)");
+    lomix_image image = LOMIX_IMAGE_INIT;
+    image.format = format;
+    image.alpha = alpha;
+    const bool isFloat = formatOf(image, "format").depth == 32;
+    requireAlpha(image, "format");
+    const auto values = valuesOf(readStruct(settings, "settings"));
+    const auto at = [&values](const char* key) {
+      return values[static_cast<std::size_t>(looks::effectTable().get(key, "").index)];
+    };
+    constexpr const char* kAmounts[] = {"signal_distortion", "scan_distortion", "horizontal_sync",
+                                        "vertical_sync",     "bars_overlay",    "noise",
+                                        "scanline_overlay"};
+    // Every pixel is premultiplied and divided again, which is exact for opaque floats alone.
+    const bool exact = isFloat && alpha == LOMIX_OPAQUE;
+    const auto isZero = [&at](const char* key) { return at(key) == 0.0; };
+    *identity =
+        at("blend_with_original") == 100.0 || (exact && std::ranges::all_of(kAmounts, isZero));
   });
 }
 

@@ -17,26 +17,6 @@ constexpr std::int64_t kMostRowBytes = std::numeric_limits<std::int32_t>::max();
   throw Failure(LOMIX_BAD_ARGUMENT, std::string(name) + ": " + cause);
 }
 
-Format formatOf(const lomix_image& image, const char* name) {
-  using engine::AlphaPlace;
-  switch (image.format) {
-    case LOMIX_ARGB8:
-      return {8, AlphaPlace::First, false};
-    case LOMIX_RGBA8:
-      return {8, AlphaPlace::Last, false};
-    case LOMIX_BGRA8:
-      return {8, AlphaPlace::Last, true};
-    case LOMIX_ARGB32F:
-      return {32, AlphaPlace::First, false};
-    case LOMIX_RGBA32F:
-      return {32, AlphaPlace::Last, false};
-    case LOMIX_BGRA32F:
-      return {32, AlphaPlace::Last, true};
-    default:
-      fail(name, "format " + std::to_string(image.format) + " is unknown (use LOMIX_ARGB8, ...)");
-  }
-}
-
 void requireSize(std::int32_t width, std::int32_t height, int pixelBytes, const char* name) {
   const std::string size = std::to_string(width) + " x " + std::to_string(height);
   if (width < 1 || height < 1) fail(name, size + " is no size (use at least 1 x 1)");
@@ -71,9 +51,7 @@ Image imageOf(const lomix_image& given, const char* name) {
     fail(name, "row_bytes " + std::to_string(given.row_bytes) + " is less than the " +
                    std::to_string(needed) + " bytes of a row (pass the distance of two rows)");
   }
-  if (given.alpha < LOMIX_STRAIGHT || given.alpha > LOMIX_OPAQUE) {
-    fail(name, "alpha " + std::to_string(given.alpha) + " is unknown (use LOMIX_STRAIGHT, ...)");
-  }
+  requireAlpha(given, name);
   image.memory = worldOf(given.width, given.height, image.format);
   image.memory.data = static_cast<PF_Pixel*>(given.data);
   image.memory.rowbytes = static_cast<std::int32_t>(given.row_bytes);
@@ -84,6 +62,32 @@ Image imageOf(const lomix_image& given, const char* name) {
 }
 
 }  // namespace
+
+Format formatOf(const lomix_image& image, const char* name) {
+  using engine::AlphaPlace;
+  switch (image.format) {
+    case LOMIX_ARGB8:
+      return {8, AlphaPlace::First, false};
+    case LOMIX_RGBA8:
+      return {8, AlphaPlace::Last, false};
+    case LOMIX_BGRA8:
+      return {8, AlphaPlace::Last, true};
+    case LOMIX_ARGB32F:
+      return {32, AlphaPlace::First, false};
+    case LOMIX_RGBA32F:
+      return {32, AlphaPlace::Last, false};
+    case LOMIX_BGRA32F:
+      return {32, AlphaPlace::Last, true};
+    default:
+      fail(name, "format " + std::to_string(image.format) + " is unknown (use LOMIX_ARGB8, ...)");
+  }
+}
+
+void requireAlpha(const lomix_image& image, const char* name) {
+  if (image.alpha < LOMIX_STRAIGHT || image.alpha > LOMIX_OPAQUE) {
+    fail(name, "alpha " + std::to_string(image.alpha) + " is unknown (use LOMIX_STRAIGHT, ...)");
+  }
+}
 
 unsigned char* Image::at(std::int64_t x, std::int64_t y) const {
   return reinterpret_cast<unsigned char*>(memory.data) +

@@ -26,6 +26,11 @@ struct Image {
   PF_LayerDef picture() const;
 };
 
+/// Returns the image's format. name: the argument's, for messages. Throws LOMIX_BAD_ARGUMENT.
+Format formatOf(const lomix_image& image, const char* name);
+/// Throws LOMIX_BAD_ARGUMENT for an alpha that is none of LOMIX_STRAIGHT, ...
+void requireAlpha(const lomix_image& image, const char* name);
+
 /// Return the caller's image; only a source may be a part of a picture. name: the argument's, for
 /// messages. Throw LOMIX_BAD_ARGUMENT.
 Image readSource(const lomix_image* given, const char* name);

@@ -299,6 +299,18 @@ TEST(BadCalls, NullsAndNonsense) {
       {LOMIX_BAD_ARGUMENT,
        [&](auto* e) { return lomix_frame_create(&a.settings, &a.source, &a.output, nullptr, e); }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_frame_draw_rows(nullptr, 0, 1, e); }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) { return lomix_settings_are_identity(nullptr, LOMIX_ARGB8, 0, &number, e); }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) { return lomix_settings_are_identity(&a.settings, 0, 0, &number, e); }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) {
+         return lomix_settings_are_identity(&a.settings, LOMIX_ARGB8, 3, &number, e);
+       }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) {
+         return lomix_settings_are_identity(&a.settings, LOMIX_ARGB8, 0, nullptr, e);
+       }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_context_create(-1, &context, e); }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_context_create(257, &context, e); }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_context_create(1, nullptr, e); }},

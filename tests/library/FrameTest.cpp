@@ -467,6 +467,36 @@ TEST(Frames, PremultipliedBytesSurviveTheirConversion) {
   EXPECT_EQ(difference(source, output), "");
 }
 
+TEST(Frames, IdentityIsClaimedOnlyWhereItIsExact) {
+  for (const std::int32_t format : kFormats) {
+    for (const std::int32_t alpha : {LOMIX_STRAIGHT, LOMIX_PREMULTIPLIED, LOMIX_OPAQUE}) {
+      for (int changed = -1; changed < 13; ++changed) {
+        std::array<double, 13> values{1, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0};
+        if (changed >= 0) values[static_cast<std::size_t>(changed)] = changed == 2 ? 1 : 2;
+        if (changed == 12) values = {1, 0, 1, 20, 30, 3, -7, 40, 35, 25, 3, 2, 100};
+        lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+        settings.values = values.data();
+        settings.value_count = 13;
+        settings.time_seconds = 1.5;
+        ImageBuffer source(40, 30, format), output(40, 30, format);
+        fill(source, Random(9));
+        for (int i = 0; alpha == LOMIX_OPAQUE && i < 40 * 30; ++i) {
+          isFloat(format) ? source.set(i % 40, i / 40, 0, 1.0f)
+                          : source.set(i % 40, i / 40, 0, std::uint8_t{255});
+        }
+        source.image.alpha = output.image.alpha = alpha;
+        const FramePtr frame = createFrame(settings, source.image, output.image);
+        ASSERT_EQ(lomix_frame_draw_rows(frame.get(), 0, 30, nullptr), LOMIX_OK);
+        std::int32_t identity = -1;
+        ASSERT_EQ(lomix_settings_are_identity(&settings, format, alpha, &identity, nullptr),
+                  LOMIX_OK);
+        EXPECT_EQ(identity == 1, difference(source, output).empty())
+            << "format " << format << ", alpha " << alpha << ", parameter " << changed;
+      }
+    }
+  }
+}
+
 TEST(Frames, WindowsFarFromTheOutputAreTransparentBlack) {
   ImageBuffer source(6, 5, LOMIX_ARGB8), window(6, 5, LOMIX_ARGB8);
   fill(source, Random(2));

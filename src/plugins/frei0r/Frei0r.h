@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "plugins/Export.h"
+
 extern "C" {
 
 using f0r_instance_t = void*;
@@ -48,21 +50,15 @@ inline constexpr int kString = 4;
 
 }  // namespace lomix::frei0r
 
-#if defined(_WIN32)
-#define LOMIX_FREI0R extern "C" __declspec(dllexport)
-#else
-#define LOMIX_FREI0R extern "C" __attribute__((visibility("default")))
-#endif
-
 // Construct, destruct and the two info functions may be called at once; set, get and update by one
 // thread for each instance.
-LOMIX_FREI0R int f0r_init();
-LOMIX_FREI0R void f0r_deinit();
-LOMIX_FREI0R void f0r_get_plugin_info(f0r_plugin_info_t* info);
-LOMIX_FREI0R void f0r_get_param_info(f0r_param_info_t* info, int index);
-LOMIX_FREI0R f0r_instance_t f0r_construct(unsigned width, unsigned height);
-LOMIX_FREI0R void f0r_destruct(f0r_instance_t instance);
-LOMIX_FREI0R void f0r_set_param_value(f0r_instance_t instance, f0r_param_t value, int index);
-LOMIX_FREI0R void f0r_get_param_value(f0r_instance_t instance, f0r_param_t value, int index);
-LOMIX_FREI0R void f0r_update(f0r_instance_t instance, double time, const std::uint32_t* in,
-                             std::uint32_t* out);
+LOMIX_PLUGIN_EXPORT int f0r_init();
+LOMIX_PLUGIN_EXPORT void f0r_deinit();
+LOMIX_PLUGIN_EXPORT void f0r_get_plugin_info(f0r_plugin_info_t* info);
+LOMIX_PLUGIN_EXPORT void f0r_get_param_info(f0r_param_info_t* info, int index);
+LOMIX_PLUGIN_EXPORT f0r_instance_t f0r_construct(unsigned width, unsigned height);
+LOMIX_PLUGIN_EXPORT void f0r_destruct(f0r_instance_t instance);
+LOMIX_PLUGIN_EXPORT void f0r_set_param_value(f0r_instance_t instance, f0r_param_t value, int index);
+LOMIX_PLUGIN_EXPORT void f0r_get_param_value(f0r_instance_t instance, f0r_param_t value, int index);
+LOMIX_PLUGIN_EXPORT void f0r_update(f0r_instance_t instance, double time, const std::uint32_t* in,
+                                    std::uint32_t* out);

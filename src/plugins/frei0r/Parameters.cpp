@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <sstream>
+#include <vector>
+
+#include "plugins/Parameters.h"
 
 namespace lomix::frei0r {
 namespace {
@@ -19,19 +22,9 @@ std::string explanationOf(const lomix_parameter_info& info) {
   return text.str();
 }
 
-std::vector<Parameter> readParameters() {
-  std::vector<Parameter> parameters;
-  for (int i = 0; i < lomix_parameter_count(); ++i) {
-    lomix_parameter_info info = LOMIX_PARAMETER_INFO_INIT;
-    lomix_parameter_get(i, &info, nullptr);
-    parameters.push_back({info, explanationOf(info)});
-  }
-  return parameters;
-}
-
 }  // namespace
 
-double Parameter::valueAt(double position) const {
+double valueAt(const lomix_parameter_info& info, double position) {
   position = std::clamp(position, 0.0, 1.0);
   if (info.kind == LOMIX_CHOICE) {
     return std::min(std::floor(position * info.choice_count) + 1.0, info.maximum);
@@ -39,13 +32,17 @@ double Parameter::valueAt(double position) const {
   return info.slider_minimum + position * (info.slider_maximum - info.slider_minimum);
 }
 
-double Parameter::defaultPosition() const {
+double defaultPosition(const lomix_parameter_info& info) {
   return (info.default_value - info.slider_minimum) / (info.slider_maximum - info.slider_minimum);
 }
 
-const std::vector<Parameter>& effectParameters() {
-  static const std::vector<Parameter> parameters = readParameters();
-  return parameters;
+const std::string& explanation(std::size_t index) {
+  static const std::vector<std::string> all = [] {
+    std::vector<std::string> list;
+    for (const auto& info : plugins::effectParameters()) list.push_back(explanationOf(info));
+    return list;
+  }();
+  return all[index];
 }
 
 }  // namespace lomix::frei0r

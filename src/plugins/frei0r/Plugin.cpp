@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "plugins/Fraction.h"
 #include "plugins/Handles.h"
+#include "plugins/Parameters.h"
 #include "plugins/frei0r/Frei0r.h"
 #include "plugins/frei0r/LookText.h"
 #include "plugins/frei0r/Parameters.h"
@@ -15,7 +15,7 @@
 namespace lomix::frei0r {
 namespace {
 
-using plugins::Fraction;
+using plugins::effectParameters;
 using plugins::FramePtr;
 using plugins::LookPtr;
 
@@ -23,9 +23,7 @@ using plugins::LookPtr;
 class Filter {
  public:
   Filter(unsigned width, unsigned height) : width_(width), height_(height) {
-    for (const Parameter& parameter : effectParameters()) {
-      positions_.push_back(parameter.defaultPosition());
-    }
+    for (const auto& info : effectParameters()) positions_.push_back(defaultPosition(info));
   }
 
   // Hosts set all parameters before every frame, so nothing is done for a value that is there
@@ -53,16 +51,10 @@ class Filter {
   bool draw(double hostTime, const std::uint32_t* in, std::uint32_t* out) const {
     if (!lookText_.empty() && !look_) return false;
     const double seconds = secondsOf(hostTime);
-    const Fraction time = plugins::nearestFraction(seconds);
-    const std::vector<double> values =
-        valuesAt(time.denominator > 0
-                     ? static_cast<double>(time.numerator) / static_cast<double>(time.denominator)
-                     : seconds);
+    const std::vector<double> values = valuesAt(seconds);
     lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
     settings.values = values.data();
     settings.value_count = static_cast<std::int32_t>(values.size());
-    settings.time_numerator = time.numerator;
-    settings.time_denominator = time.denominator;
     settings.time_seconds = seconds;
     // The library reads the source and writes the output only.
     const lomix_image source = imageOf(const_cast<std::uint32_t*>(in));
@@ -99,7 +91,7 @@ class Filter {
   double secondsOf(double hostTime) const {
     constexpr double kMostSeconds = 1e9;
     const double seconds = milliseconds_ >= 0.5 ? hostTime / 1000.0 : hostTime;
-    return std::abs(seconds) < kMostSeconds ? seconds : 0.0;
+    return std::abs(seconds) < kMostSeconds ? lomix_time_of_seconds(seconds) : 0.0;
   }
 
   std::vector<double> valuesAt(double seconds) const {
@@ -109,7 +101,7 @@ class Filter {
                         nullptr);
     } else {
       for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = effectParameters()[i].valueAt(positions_[i]);
+        values[i] = valueAt(effectParameters()[i], positions_[i]);
       }
     }
     return values;
@@ -161,12 +153,12 @@ void f0r_get_param_info(f0r_param_info_t* info, int index) {
        "empty, the parameters below do not count"},
       {"Time in Milliseconds", kBool, "On for FFmpeg, which passes milliseconds; off for MLT"},
   };
+  const auto& effect = lomix::plugins::effectParameters();
   const auto i = static_cast<std::size_t>(index - kFirstOfEffect);
   if (index >= 0 && index < kFirstOfEffect) {
     *info = kOwn[index];
-  } else if (i < effectParameters().size()) {
-    const Parameter& parameter = effectParameters()[i];
-    *info = {parameter.info.name, kDouble, parameter.explanation.c_str()};
+  } else if (i < effect.size()) {
+    *info = {effect[i].name, kDouble, explanation(i).c_str()};
   }
 }
 

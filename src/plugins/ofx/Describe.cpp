@@ -3,8 +3,12 @@
 #include <cmath>
 #include <string_view>
 
+#include "plugins/Parameters.h"
+
 namespace lomix::ofx {
 namespace {
+
+using plugins::effectParameters;
 
 Properties propertiesOf(const Suites& suites, EffectHandle effect) {
   PropertySet set = nullptr;
@@ -107,19 +111,6 @@ class Definer {
 };
 
 }  // namespace
-
-const std::vector<lomix_parameter_info>& effectParameters() {
-  static const std::vector<lomix_parameter_info> parameters = [] {
-    std::vector<lomix_parameter_info> list;
-    for (int i = 0; i < lomix_parameter_count(); ++i) {
-      lomix_parameter_info info = LOMIX_PARAMETER_INFO_INIT;
-      lomix_parameter_get(i, &info, nullptr);
-      list.push_back(info);
-    }
-    return list;
-  }();
-  return parameters;
-}
 
 void describe(const Suites& suites, EffectHandle descriptor) {
   const Properties properties = propertiesOf(suites, descriptor);

@@ -1,10 +1,6 @@
 // What the effect tells hosts about itself, before there is an instance.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "lomix/lomix.h"
 #include "plugins/ofx/Host.h"
 
 namespace lomix::ofx {
@@ -12,9 +8,6 @@ namespace lomix::ofx {
 inline constexpr char kPresetParameter[] = "preset";
 inline constexpr char kTimeControl[] = "time_control";
 inline constexpr char kTime[] = "time";
-
-/// Returns the effect's parameters, in order of their indices. [any thread]
-const std::vector<lomix_parameter_info>& effectParameters();
 
 /// OfxActionDescribe: what does not depend on the context.
 void describe(const Suites& suites, EffectHandle descriptor);

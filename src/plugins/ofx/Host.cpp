@@ -9,6 +9,11 @@ void require(OfxStatus status, const char* what) {
                     " (see the host's log)");
 }
 
+void check(const lomix_error& error) {
+  if (error.status == LOMIX_OK) return;
+  throw Failure(error.status == LOMIX_OUT_OF_MEMORY ? kMemory : kFailed, error.message);
+}
+
 Suites Suites::of(const OfxHost* host) {
   const auto fetch = [host](const char* name, int version) -> const void* {
     return host == nullptr || host->fetchSuite == nullptr

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "lomix/lomix.h"
 #include "plugins/ofx/OpenFx.h"
 
 namespace lomix::ofx {
@@ -24,6 +25,9 @@ class Failure : public std::runtime_error {
 /// Throws Failure with the host's status, which is kFailed where the host's makes no sense to a
 /// host.
 void require(OfxStatus status, const char* what);
+
+/// Throws Failure with the library's message where a call of it failed.
+void check(const lomix_error& error);
 
 /// What the host offers. The pointers are valid as long as the plug-in is loaded.
 struct Suites {

@@ -5,11 +5,13 @@
 #include <string_view>
 
 #include "plugins/Handles.h"
+#include "plugins/Parameters.h"
+#include "plugins/ofx/Describe.h"
 
 namespace lomix::ofx {
 namespace {
 
-using plugins::Fraction;
+using plugins::effectParameters;
 using plugins::LookPtr;
 
 std::size_t indexOf(std::string_view key) {
@@ -22,11 +24,6 @@ bool isChoice(std::size_t index) { return effectParameters()[index].kind == LOMI
 
 /// Of the choices of "Time Control".
 constexpr double kManual = 2.0;
-
-/// What the library says of a failed call.
-[[noreturn]] void fail(const lomix_error& error) {
-  throw Failure(error.status == LOMIX_OUT_OF_MEMORY ? kMemory : kFailed, error.message);
-}
 
 /// One undo step of the host.
 class Edit {
@@ -70,7 +67,7 @@ Properties Instance::clipProperties(ClipHandle clip) const {
   return {suites_, set};
 }
 
-Fraction Instance::rate() const {
+double Instance::framesPerSecond() const {
   const auto usable = [](double rate) { return rate > 0.0 && std::isfinite(rate); };
   double rate = Properties(suites_, properties_).get(prop::kFrameRate, 0, 0.0);
   for (const ClipHandle clip : {output_, source_}) {
@@ -78,15 +75,11 @@ Fraction Instance::rate() const {
     if (usable(rate) || suites_.effect->clipGetPropertySet(clip, &set) != kOk) continue;
     rate = Properties(suites_, set).get(prop::kFrameRate, 0, 0.0);
   }
-  return plugins::frameRate(rate);
+  return rate;
 }
 
 double Instance::seconds(OfxTime time) const {
-  const Fraction fps = rate();
-  // The product of a whole frame is exact, so that the quotient is the one of the whole numbers.
-  const double seconds =
-      time * static_cast<double>(fps.denominator) / static_cast<double>(fps.numerator);
-  return std::isfinite(static_cast<float>(seconds)) ? seconds : 0.0;
+  return lomix_time_of_frame(time, framesPerSecond());
 }
 
 double Instance::valueAt(std::size_t index, OfxTime time) const {
@@ -120,17 +113,18 @@ bool Instance::changesByItself() const {
 
 bool Instance::isIdentity(OfxTime time) const {
   const std::vector<double> values = valuesAt(time);
-  const auto at = [&values](const char* key) { return values[indexOf(key)]; };
-  if (at("blend_with_original") == 100.0) return true;
-  // Every pixel is premultiplied and divided again. That is exact for opaque float pixels alone.
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.values = values.data();
+  settings.value_count = static_cast<std::int32_t>(values.size());
   const Properties clip = clipProperties(source_);
-  return clip.get(prop::kPixelDepth, "") == kDepthFloat &&
-         clip.get(prop::kPremultiplication, "") == kOpaque &&
-         std::ranges::all_of(
-             std::initializer_list<const char*>{"signal_distortion", "scan_distortion",
-                                                "horizontal_sync", "vertical_sync", "bars_overlay",
-                                                "noise", "scanline_overlay"},
-             [&at](const char* key) { return at(key) == 0.0; });
+  const bool isFloat = clip.get(prop::kPixelDepth, "") == kDepthFloat;
+  const bool opaque = clip.get(prop::kPremultiplication, "") == kOpaque;
+  std::int32_t identity = 0;
+  lomix_error error = LOMIX_ERROR_INIT;
+  lomix_settings_are_identity(&settings, isFloat ? LOMIX_RGBA32F : LOMIX_RGBA8,
+                              opaque ? LOMIX_OPAQUE : LOMIX_STRAIGHT, &identity, &error);
+  check(error);
+  return identity != 0;
 }
 
 void Instance::enableTime() const {
@@ -147,29 +141,33 @@ void Instance::applyPreset(OfxTime time) const {
   lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
   lomix_look* made = nullptr;
   lomix_error error = LOMIX_ERROR_INIT;
-  if (lomix_preset_get(choice - 1, &preset, &error) != LOMIX_OK ||
-      lomix_look_create_from_preset(preset.id, &made, &error) != LOMIX_OK) {
-    fail(error);
+  if (lomix_preset_get(choice - 1, &preset, &error) == LOMIX_OK) {
+    lomix_look_create_from_preset(preset.id, &made, &error);
   }
+  check(error);
   const LookPtr look(made);
   const Edit edit(suites_.parameter, parameterSet_, preset.name);
-  setValues(look.get(), time);
-}
-
-// Sets what can be set, and fails in the end where something could not.
-void Instance::setValues(const lomix_look* look, OfxTime now) const {
   std::vector<double> values(parameters_.size());
-  lomix_look_values(look, seconds(now), values.data(), static_cast<int>(values.size()), nullptr);
+  lomix_look_values(made, seconds(time), values.data(), static_cast<int>(values.size()), nullptr);
+  // Sets what can be set, and fails in the end where something could not.
   OfxStatus status = kOk;
   for (std::size_t i = 0; i < parameters_.size(); ++i) {
     suites_.parameter->deleteAllKeys(parameters_[i]);
-    if (setKeys(look, i)) continue;
-    const OfxStatus set =
-        isChoice(i) ? suites_.parameter->setValue(parameters_[i], static_cast<int>(values[i]) - 1)
-                    : suites_.parameter->setValue(parameters_[i], values[i]);
+    if (setKeys(made, i)) continue;
+    const OfxStatus set = setValue(i, values[i]);
     if (status == kOk) status = set;
   }
   require(status, "preset");
+}
+
+/// key: the frame of a key; nothing for a value at all times.
+OfxStatus Instance::setValue(std::size_t index, double value, std::optional<OfxTime> key) const {
+  const ParameterSuite& suite = *suites_.parameter;
+  const ParamHandle handle = parameters_[index];
+  const auto set = [&](auto argument) {
+    return key ? suite.setValueAtTime(handle, *key, argument) : suite.setValue(handle, argument);
+  };
+  return isChoice(index) ? set(static_cast<int>(value) - 1) : set(value);
 }
 
 // One key on every frame between the preset's first and last key: hosts interpolate in ways of
@@ -181,20 +179,13 @@ bool Instance::setKeys(const lomix_look* look, std::size_t index) const {
   if (count < 2) return false;
   std::vector<lomix_key> keys(static_cast<std::size_t>(count), LOMIX_KEY_INIT);
   lomix_look_get_keys(look, name, keys.data(), count, &count, nullptr);
-  const Fraction fps = rate();
-  const double perSecond =
-      static_cast<double>(fps.numerator) / static_cast<double>(fps.denominator);
-  const double last = std::ceil(keys.back().seconds * perSecond);
+  const double frameSeconds = lomix_time_of_frame(1.0, framesPerSecond());
+  const double last = std::ceil(keys.back().seconds / frameSeconds);
   std::vector<double> values(parameters_.size());
-  for (double frame = std::floor(keys.front().seconds * perSecond); frame <= last; ++frame) {
+  for (double frame = std::floor(keys.front().seconds / frameSeconds); frame <= last; ++frame) {
     lomix_look_values(look, seconds(frame), values.data(), static_cast<int>(values.size()),
                       nullptr);
-    const double value = values[index];
-    const OfxStatus status =
-        isChoice(index) ? suites_.parameter->setValueAtTime(parameters_[index], frame,
-                                                            static_cast<int>(value) - 1)
-                        : suites_.parameter->setValueAtTime(parameters_[index], frame, value);
-    if (status != kOk) return false;
+    if (setValue(index, values[index], frame) != kOk) return false;
   }
   return true;
 }

@@ -1,10 +1,10 @@
 // One instance of the effect: its handles and what its parameters say.
 #pragma once
 
+#include <optional>
 #include <vector>
 
-#include "plugins/Fraction.h"
-#include "plugins/ofx/Describe.h"
+#include "plugins/ofx/Host.h"
 
 namespace lomix::ofx {
 
@@ -39,9 +39,9 @@ class Instance {
   void applyPreset(OfxTime time) const;
 
  private:
-  plugins::Fraction rate() const;
+  double framesPerSecond() const;
   double valueAt(std::size_t index, OfxTime time) const;
-  void setValues(const lomix_look* look, OfxTime now) const;
+  OfxStatus setValue(std::size_t index, double value, std::optional<OfxTime> key = {}) const;
   bool setKeys(const lomix_look* look, std::size_t index) const;
 
   Suites suites_;

@@ -8,6 +8,7 @@
 #include <shared_mutex>
 #include <string_view>
 
+#include "plugins/Export.h"
 #include "plugins/ofx/Describe.h"
 #include "plugins/ofx/Instance.h"
 #include "plugins/ofx/Render.h"
@@ -176,20 +177,14 @@ OfxPlugin thePlugin{
 }  // namespace
 }  // namespace lomix::ofx
 
-#if defined(_WIN32)
-#define LOMIX_OFX extern "C" __declspec(dllexport)
-#else
-#define LOMIX_OFX extern "C" __attribute__((visibility("default")))
-#endif
+LOMIX_PLUGIN_EXPORT int OfxGetNumberOfPlugins() { return 1; }
 
-LOMIX_OFX int OfxGetNumberOfPlugins() { return 1; }
-
-LOMIX_OFX lomix::ofx::OfxPlugin* OfxGetPlugin(int nth) {
+LOMIX_PLUGIN_EXPORT lomix::ofx::OfxPlugin* OfxGetPlugin(int nth) {
   return nth == 0 ? &lomix::ofx::thePlugin : nullptr;
 }
 
 /// Hosts of version 1.5 call it before the others.
-LOMIX_OFX lomix::ofx::OfxStatus OfxSetHost(const lomix::ofx::OfxHost* host) {
+LOMIX_PLUGIN_EXPORT lomix::ofx::OfxStatus OfxSetHost(const lomix::ofx::OfxHost* host) {
   lomix::ofx::theHost = host;
   return host == nullptr ? lomix::ofx::kFailed : lomix::ofx::kOk;
 }

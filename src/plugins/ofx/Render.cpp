@@ -192,9 +192,8 @@ class Renderer {
     const lomix_image image = imageOf(pixels, area_, form_);
     lomix_frame* made = nullptr;
     lomix_error error = LOMIX_ERROR_INIT;
-    check(lomix_frame_create_for_windows(&settings_, &image, image.width, image.height, &made,
-                                         &error),
-          error);
+    lomix_frame_create_for_windows(&settings_, &image, image.width, image.height, &made, &error);
+    check(error);
     frame_.reset(made);
     return true;
   }
@@ -237,20 +236,13 @@ class Renderer {
   void drawInto(const PixelArea& pixels, const OfxRectI& part) const {
     const lomix_image image = imageOf(pixels, part, form_);
     lomix_error error = LOMIX_ERROR_INIT;
-    check(lomix_frame_draw_window(frame_.get(), part.x1 - area_.x1, area_.y2 - part.y2, &image,
-                                  &error),
-          error);
+    lomix_frame_draw_window(frame_.get(), part.x1 - area_.x1, area_.y2 - part.y2, &image, &error);
+    check(error);
     for (int y = part.y1; y < part.y2; ++y) {
       std::byte* const row = at(pixels, part.x1, y);
       const int count = part.x2 - part.x1;
       if (multiply_) makePremultiplied(row, count, form_.isFloat, sourceForm_.premultiplied);
       if (swap_) swapRedAndBlue(row, count, form_.isFloat);
-    }
-  }
-
-  static void check(lomix_status status, const lomix_error& error) {
-    if (status != LOMIX_OK) {
-      throw Failure(status == LOMIX_OUT_OF_MEMORY ? kMemory : kFailed, error.message);
     }
   }
 
