@@ -343,7 +343,8 @@ typedef struct lomix_image {
   int32_t picture_width;  /**< Size of the picture, 1 to 2^24; 0 where the image is the picture. */
   int32_t picture_height;
   int32_t left;           /**< The picture's column and row of the image's first pixel; any sign. Pixels of
-                               the picture that the image lacks are transparent black. */
+                               the picture that the image lacks are transparent black. An image with
+                               width and height 0 and no data lacks them all. */
   int32_t top;
 } lomix_image;
 #define LOMIX_IMAGE_INIT {sizeof(lomix_image), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}

@@ -112,7 +112,10 @@ PF_LayerDef Image::picture() const {
 
 Image readSource(const lomix_image* given, const char* name) {
   const lomix_image source = readStruct(given, name);
-  Image image = imageOf(source, name);
+  // No part of the picture at all.
+  const bool absent = source.data == nullptr && source.width == 0 && source.height == 0 &&
+                      source.picture_width != 0;
+  Image image = absent ? Image{.format = formatOf(source, name)} : imageOf(source, name);
   if (source.picture_width != 0 || source.picture_height != 0) {
     const std::string picture = std::string(name) + ": picture";
     requireSize(source.picture_width, source.picture_height, image.format.pixelBytes(),

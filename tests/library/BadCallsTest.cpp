@@ -77,6 +77,16 @@ const BadFrame kBadFrames[] = {
      }},
     {"an enormous picture", LOMIX_BAD_ARGUMENT,
      [](Arguments& a) { a.source.picture_width = a.source.picture_height = INT_MAX; }},
+    {"no pixels of an output", LOMIX_BAD_ARGUMENT,
+     [](Arguments& a) {
+       a.output.width = a.output.height = 0;
+       a.output.data = nullptr;
+     }},
+    {"no data of a part", LOMIX_BAD_ARGUMENT,
+     [](Arguments& a) {
+       a.source.picture_width = a.source.picture_height = 9;
+       a.source.data = nullptr;
+     }},
     {"a part of an output", LOMIX_BAD_ARGUMENT,
      [](Arguments& a) { a.output.picture_width = a.output.picture_height = 9; }},
     {"in place", LOMIX_BAD_ARGUMENT, [](Arguments& a) { a.output.data = a.source.data; }},

@@ -295,6 +295,17 @@ void changeColours(ImageBuffer& buffer, const std::function<double(double, doubl
   isFloat(buffer.image.format) ? apply(0.0f) : apply(std::uint8_t{0});
 }
 
+/// Makes an image transparent black.
+void makeBlack(ImageBuffer& buffer) {
+  changeColours(buffer, [](double, double) { return 0; });
+  for (int y = 0; y < buffer.image.height; ++y) {
+    for (int x = 0; x < buffer.image.width; ++x) {
+      isFloat(buffer.image.format) ? buffer.set(x, y, 0, 0.0f)
+                                   : buffer.set(x, y, 0, std::uint8_t{0});
+    }
+  }
+}
+
 /// What the header says of premultiplied colours.
 double straight(double colour, double alpha, bool isFloat) {
   if (alpha == 0) return colour;
@@ -360,11 +371,7 @@ TEST(Frames, ImagesOfEveryKindAreConverted) {
       }
       source.image.alpha = c.sourceAlpha;
       ImageBuffer picture(kWidth, kHeight, c.source);
-      changeColours(picture, [](double, double) { return 0; });
-      for (int i = 0; i < kWidth * kHeight; ++i) {
-        isFloats ? picture.set(i % kWidth, i / kWidth, 0, 0.0f)
-                 : picture.set(i % kWidth, i / kWidth, 0, std::uint8_t{0});
-      }
+      makeBlack(picture);
       for (int y = 0; y < c.height; ++y) {
         for (int x = 0; x < c.width; ++x) {
           const int toX = c.left + x, toY = c.top + y;
@@ -421,11 +428,7 @@ TEST(Frames, ImagesOfEveryKindAreConverted) {
       window.image.alpha = c.outputAlpha;
       ASSERT_EQ(lomix_frame_draw_window(frame.get(), -m, -m, &window.image, nullptr), LOMIX_OK);
       ImageBuffer around(kWidth + 2 * m, kHeight + 2 * m, c.output);
-      changeColours(around, [](double, double) { return 0; });
-      for (int i = 0; i < around.image.width * around.image.height; ++i) {
-        const int x = i % around.image.width, y = i / around.image.width;
-        isFloats ? around.set(x, y, 0, 0.0f) : around.set(x, y, 0, std::uint8_t{0});
-      }
+      makeBlack(around);
       convert(expected, around, m, m);
       EXPECT_EQ(difference(around, window), "") << "in a window";
       EXPECT_TRUE(window.surroundingsIntact());
@@ -494,6 +497,26 @@ TEST(Frames, IdentityIsClaimedOnlyWhereItIsExact) {
             << "format " << format << ", alpha " << alpha << ", parameter " << changed;
       }
     }
+  }
+}
+
+TEST(Frames, AnAbsentSourceIsTransparentBlack) {
+  const std::array<double, 13> values{1, 0, 1, 20, 30, 3, -7, 40, 35, 25, 3, 2, 10};
+  lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
+  settings.values = values.data();
+  settings.value_count = 13;
+  for (const std::int32_t format : kFormats) {
+    ImageBuffer black(40, 30, format), expected(40, 30, format), output(40, 30, format);
+    makeBlack(black);
+    const FramePtr frame = createFrame(settings, black.image, expected.image);
+    ASSERT_EQ(lomix_frame_draw_rows(frame.get(), 0, 30, nullptr), LOMIX_OK);
+    lomix_image absent = LOMIX_IMAGE_INIT;
+    absent.format = format;
+    absent.picture_width = 40;
+    absent.picture_height = 30;
+    const FramePtr drawn = createFrame(settings, absent, output.image);
+    ASSERT_EQ(lomix_frame_draw_rows(drawn.get(), 0, 30, nullptr), LOMIX_OK);
+    EXPECT_EQ(difference(expected, output), "") << format;
   }
 }
 

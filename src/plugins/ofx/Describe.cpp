@@ -10,12 +10,6 @@ namespace {
 
 using plugins::effectParameters;
 
-Properties propertiesOf(const Suites& suites, EffectHandle effect) {
-  PropertySet set = nullptr;
-  require(suites.effect->getPropertySet(effect, &set), "effect");
-  return {suites, set};
-}
-
 void setLabels(const Properties& properties, const char* label) {
   for (const char* name : {prop::kLabel, prop::kShortLabel, prop::kLongLabel}) {
     properties.set(name, label);
@@ -32,97 +26,88 @@ void defineClip(const Suites& suites, EffectHandle descriptor, const char* name)
   clip.set(prop::kTemporalAccess, 0);
 }
 
-/// Defines parameters and sets what they have in common.
-class Definer {
- public:
-  Definer(const Suites& suites, ParamSet set)
-      : suites_(suites),
-        set_(set),
-        choicesAnimate_(Properties(suites, suites.host->host).get(prop::kChoiceAnimation, 0, 0) !=
-                        0) {}
+/// Defines a parameter and sets what all have in common.
+Properties define(const Suites& suites, ParamSet parameters, const char* type, const char* name,
+                  const char* label, const char* hint) {
+  PropertySet set = nullptr;
+  require(suites.parameter->define(parameters, type, name, &set), name);
+  const Properties properties(suites, set);
+  setLabels(properties, label);
+  properties.set(prop::kScriptName, name);
+  properties.set(prop::kHint, hint);
+  return properties;
+}
 
-  void effect(const lomix_parameter_info& info) const {
-    const bool choice = info.kind == LOMIX_CHOICE;
-    const bool constant = (info.flags & LOMIX_PARAMETER_CONSTANT) != 0;
-    const Properties properties =
-        define(choice ? kParamChoice : kParamDouble, info.key, info.name, info.help);
-    if (choice) {
-      for (int i = 0; i < info.choice_count; ++i) {
-        properties.require(prop::kChoiceOption, info.choices[i], i);
-      }
-      properties.require(prop::kDefault, static_cast<int>(info.default_value) - 1);
-    } else {
-      // In this order: hosts set the slider's ends again when they get the limits.
-      properties.require(prop::kDefault, info.default_value);
-      properties.require(prop::kMinimum, info.minimum);
-      properties.require(prop::kMaximum, info.maximum);
-      properties.require(prop::kSliderMinimum, info.slider_minimum);
-      properties.require(prop::kSliderMaximum, info.slider_maximum);
-      properties.set(prop::kIncrement, std::pow(10.0, -info.decimals));
-      properties.set(prop::kDigits, info.decimals);
-      properties.set(prop::kDoubleType, kDoublePlain);
+void defineEffect(const Suites& suites, ParamSet parameters, const lomix_parameter_info& info) {
+  const bool choice = info.kind == LOMIX_CHOICE;
+  const Properties properties = define(suites, parameters, choice ? kParamChoice : kParamDouble,
+                                       info.key, info.name, info.help);
+  bool animates = (info.flags & LOMIX_PARAMETER_CONSTANT) == 0;
+  if (choice) {
+    for (int i = 0; i < info.choice_count; ++i) {
+      properties.require(prop::kChoiceOption, info.choices[i], i);
     }
-    properties.set(prop::kAnimates, !constant && (!choice || choicesAnimate_) ? 1 : 0);
-    properties.set(prop::kCacheInvalidation, kInvalidateValueChange);
+    properties.require(prop::kDefault, static_cast<int>(info.default_value) - 1);
+    const Properties host(suites, suites.host->host);
+    animates = animates && host.get(prop::kChoiceAnimation, 0) != 0;
+  } else {
+    // In this order: hosts set the slider's ends again when they get the limits.
+    properties.require(prop::kDefault, info.default_value);
+    properties.require(prop::kMinimum, info.minimum);
+    properties.require(prop::kMaximum, info.maximum);
+    properties.require(prop::kSliderMinimum, info.slider_minimum);
+    properties.require(prop::kSliderMaximum, info.slider_maximum);
+    properties.set(prop::kIncrement, std::pow(10.0, -info.decimals));
+    properties.set(prop::kDigits, info.decimals);
+    properties.set(prop::kDoubleType, kDoublePlain);
   }
+  properties.set(prop::kAnimates, animates ? 1 : 0);
+  properties.set(prop::kCacheInvalidation, kInvalidateValueChange);
+}
 
-  // Choosing one sets the other parameters; projects do not store which one it was.
-  void presets() const {
-    const Properties properties =
-        define(kParamChoice, kPresetParameter, "Preset",
-               "Sets all parameters, with keys where the preset has them; undone in one step");
-    properties.require(prop::kChoiceOption, "Choose a preset");
-    for (int i = 0; i < lomix_preset_count(); ++i) {
-      lomix_preset_info info = LOMIX_PRESET_INFO_INIT;
-      lomix_preset_get(i, &info, nullptr);
-      properties.require(prop::kChoiceOption, info.name, i + 1);
-    }
-    properties.require(prop::kDefault, 0);
-    properties.set(prop::kAnimates, 0);
-    properties.set(prop::kPersistent, 0);
-    properties.set(prop::kEvaluateOnChange, 0);
+// Choosing one sets the other parameters; projects do not store which one it was.
+void definePresets(const Suites& suites, ParamSet parameters) {
+  const Properties properties =
+      define(suites, parameters, kParamChoice, kPresetParameter, "Preset",
+             "Sets all parameters, with keys where the preset has them; undone in one step");
+  properties.require(prop::kChoiceOption, "Choose a preset");
+  for (int i = 0; i < lomix_preset_count(); ++i) {
+    lomix_preset_info info = LOMIX_PRESET_INFO_INIT;
+    lomix_preset_get(i, &info, nullptr);
+    properties.require(prop::kChoiceOption, info.name, i + 1);
   }
-
-  // For hosts that lay parameters out in pages; others ignore or refuse it.
-  void page() const {
-    PropertySet set = nullptr;
-    if (suites_.parameter->define(set_, kParamPage, "page", &set) != kOk) return;
-    const Properties properties(suites_, set);
-    setLabels(properties, lomix_effect_name());
-    std::vector<const char*> children{kPresetParameter};
-    for (const lomix_parameter_info& info : effectParameters()) children.push_back(info.key);
-    properties.setAll(prop::kPageChild, children);
+  properties.require(prop::kDefault, 0);
+  for (const char* no : {prop::kAnimates, prop::kPersistent, prop::kEvaluateOnChange}) {
+    properties.set(no, 0);
   }
+}
 
- private:
-  Properties define(const char* type, const char* name, const char* label, const char* hint) const {
-    PropertySet set = nullptr;
-    require(suites_.parameter->define(set_, type, name, &set), name);
-    const Properties properties(suites_, set);
-    setLabels(properties, label);
-    properties.set(prop::kScriptName, name);
-    properties.set(prop::kHint, hint);
-    return properties;
-  }
-
-  const Suites& suites_;
-  ParamSet set_;
-  bool choicesAnimate_;
-};
+// For hosts that lay parameters out in pages; others ignore or refuse it.
+void definePage(const Suites& suites, ParamSet parameters) {
+  PropertySet set = nullptr;
+  if (suites.parameter->define(parameters, kParamPage, "page", &set) != kOk) return;
+  const Properties properties(suites, set);
+  setLabels(properties, lomix_effect_name());
+  std::vector<const char*> children{kPresetParameter};
+  for (const lomix_parameter_info& info : effectParameters()) children.push_back(info.key);
+  properties.setAll(prop::kPageChild, children);
+}
 
 }  // namespace
 
 void describe(const Suites& suites, EffectHandle descriptor) {
-  const Properties properties = propertiesOf(suites, descriptor);
+  PropertySet set = nullptr;
+  require(suites.effect->getPropertySet(descriptor, &set), "effect");
+  const Properties properties(suites, set);
   setLabels(properties, lomix_effect_name());
   properties.set(prop::kGrouping, lomix_effect_category());
   properties.set(prop::kDescription, lomix_effect_description());
   properties.setAll<int>(prop::kVersion,
                          {LOMIX_VERSION_MAJOR, LOMIX_VERSION_MINOR, LOMIX_VERSION_PATCH});
   properties.set(prop::kVersionLabel, lomix_version_text());
-  properties.require(prop::kContexts, kContextFilter, 0);
+  properties.require(prop::kContexts, kContextFilter);
   properties.require(prop::kContexts, kContextGeneral, 1);
-  properties.require(prop::kPixelDepths, kDepthByte, 0);
+  properties.require(prop::kPixelDepths, kDepthByte);
   properties.require(prop::kPixelDepths, kDepthFloat, 1);
   properties.set(prop::kThreadSafety, kRenderFullySafe);
   for (const char* yes : {prop::kHostFrameThreading, prop::kTiles, prop::kMultiResolution}) {
@@ -142,10 +127,9 @@ void describeInContext(const Suites& suites, EffectHandle descriptor) {
   defineClip(suites, descriptor, kOutputClip);
   ParamSet set = nullptr;
   require(suites.effect->getParamSet(descriptor, &set), "parameters");
-  const Definer definer(suites, set);
-  definer.presets();
-  for (const lomix_parameter_info& info : effectParameters()) definer.effect(info);
-  definer.page();
+  definePresets(suites, set);
+  for (const lomix_parameter_info& info : effectParameters()) defineEffect(suites, set, info);
+  definePage(suites, set);
 }
 
 }  // namespace lomix::ofx

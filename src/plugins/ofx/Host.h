@@ -1,7 +1,6 @@
 // The host's suites and property sets, with C++ types.
 #pragma once
 
-#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -12,20 +11,14 @@
 namespace lomix::ofx {
 
 /// Ends an action with a status. what(): "subject: cause (way out)".
-class Failure : public std::runtime_error {
- public:
-  Failure(OfxStatus status, const std::string& message)
-      : std::runtime_error(message), status_(status) {}
-  OfxStatus status() const { return status_; }
-
- private:
-  OfxStatus status_;
+struct Failure : std::runtime_error {
+  Failure(OfxStatus failed, const std::string& message)
+      : std::runtime_error(message), status(failed) {}
+  OfxStatus status;
 };
 
-/// Throws Failure with the host's status, which is kFailed where the host's makes no sense to a
-/// host.
+/// Throws Failure unless the host's status is kOk: with kMemory as it is, else with kFailed.
 void require(OfxStatus status, const char* what);
-
 /// Throws Failure with the library's message where a call of it failed.
 void check(const lomix_error& error);
 
@@ -43,43 +36,62 @@ struct Suites {
   static Suites of(const OfxHost* host);
 };
 
-/// A property set of the host.
+/// A property set of the host. Values are of the type int, double or const char*.
 class Properties {
  public:
   Properties(const Suites& suites, PropertySet set) : suite_(suites.property), set_(set) {}
 
-  // Return whether the host took the value. Hosts of older versions lack newer properties, so that
-  // most callers ignore it.
-  bool set(const char* name, int value, int index = 0) const;
-  bool set(const char* name, double value, int index = 0) const;
-  bool set(const char* name, const char* value, int index = 0) const;
-
-  /// Sets the first values of a property, up to the first one that the host refuses.
+  /// Sets a value. Hosts of older versions lack newer properties, so most callers ignore the
+  /// status.
   template <typename Value>
-  bool setAll(const char* name, const std::vector<Value>& values) const {
-    int index = 0;
-    return std::ranges::all_of(values, [&](Value value) { return set(name, value, index++); });
+  OfxStatus set(const char* name, Value value, int index = 0) const {
+    return (suite_->*setter(value))(set_, name, index, value);
   }
-
   /// Sets a value that the effect cannot do without. Throws Failure.
   template <typename Value>
   void require(const char* name, Value value, int index = 0) const {
-    if (!set(name, value, index)) failSet(name);
+    ofx::require(set(name, value, index), name);
+  }
+  /// Sets the first values of a property, up to the first one that the host refuses.
+  template <typename Value>
+  void setAll(const char* name, const std::vector<Value>& values) const {
+    for (int i = 0; const Value& value : values) {
+      if (set(name, value, i++) != kOk) return;
+    }
   }
 
   // Return the host's value, or the other one where the host has none.
-  int get(const char* name, int index, int otherwise) const;
-  double get(const char* name, int index, double otherwise) const;
-  std::string get(const char* name, const char* otherwise) const;
+  template <typename Value>
+  Value get(const char* name, Value otherwise, int index = 0) const {
+    Value value = otherwise;
+    return (suite_->*getter(&value))(set_, name, index, &value) == kOk ? value : otherwise;
+  }
+  std::string get(const char* name) const {
+    const char* const text = get<char*>(name, nullptr);
+    return text != nullptr ? text : "";
+  }
+  OfxRectI rect(const char* name, const OfxRectI& otherwise) const;
 
-  // Throw Failure where the host has no value.
-  int needInt(const char* name, int index = 0) const;
-  double needDouble(const char* name, int index = 0) const;
-  OfxRectI needRect(const char* name) const;
-  void* needPointer(const char* name) const;
+  // Return the host's value. Throw Failure where the host has none.
+  template <typename Value>
+  Value need(const char* name, int index = 0) const {
+    Value value{};
+    ofx::require((suite_->*getter(&value))(set_, name, index, &value), name);
+    return value;
+  }
+
+  OfxRectI needRect(const char* name) const {
+    return {need<int>(name, 0), need<int>(name, 1), need<int>(name, 2), need<int>(name, 3)};
+  }
 
  private:
-  [[noreturn]] static void failSet(const char* name);
+  static auto setter(int) { return &PropertySuite::setInt; }
+  static auto setter(double) { return &PropertySuite::setDouble; }
+  static auto setter(const char*) { return &PropertySuite::setString; }
+  static auto getter(int*) { return &PropertySuite::getInt; }
+  static auto getter(double*) { return &PropertySuite::getDouble; }
+  static auto getter(char**) { return &PropertySuite::getString; }
+  static auto getter(void**) { return &PropertySuite::getPointer; }
 
   const PropertySuite* suite_;
   PropertySet set_;

@@ -12,7 +12,6 @@ namespace lomix::ofx {
 namespace {
 
 using plugins::effectParameters;
-using plugins::LookPtr;
 
 std::size_t indexOf(std::string_view key) {
   const auto& all = effectParameters();
@@ -22,25 +21,13 @@ std::size_t indexOf(std::string_view key) {
 
 bool isChoice(std::size_t index) { return effectParameters()[index].kind == LOMIX_CHOICE; }
 
-/// Of the choices of "Time Control".
-constexpr double kManual = 2.0;
-
-/// One undo step of the host.
-class Edit {
- public:
-  Edit(const ParameterSuite* suite, ParamSet set, const char* name) : suite_(suite), set_(set) {
-    begun_ = suite->editBegin(set, name) == kOk;
+/// Ends an undo step of the host.
+struct UndoStep {
+  const ParameterSuite* suite;  ///< Null where the host began none.
+  ParamSet set;
+  ~UndoStep() {
+    if (suite != nullptr) suite->editEnd(set);
   }
-  ~Edit() {
-    if (begun_) suite_->editEnd(set_);
-  }
-  Edit(const Edit&) = delete;
-  Edit& operator=(const Edit&) = delete;
-
- private:
-  const ParameterSuite* suite_;
-  ParamSet set_;
-  bool begun_;
 };
 
 }  // namespace
@@ -56,9 +43,8 @@ Instance::Instance(const Suites& suites, EffectHandle effect) : suites_(suites),
     return handle;
   };
   preset_ = handleOf(kPresetParameter);
-  for (const lomix_parameter_info& info : effectParameters()) {
-    parameters_.push_back(handleOf(info.key));
-  }
+  for (const auto& info : effectParameters()) parameters_.push_back(handleOf(info.key));
+  enableTime();
 }
 
 Properties Instance::clipProperties(ClipHandle clip) const {
@@ -68,75 +54,104 @@ Properties Instance::clipProperties(ClipHandle clip) const {
 }
 
 double Instance::framesPerSecond() const {
-  const auto usable = [](double rate) { return rate > 0.0 && std::isfinite(rate); };
-  double rate = Properties(suites_, properties_).get(prop::kFrameRate, 0, 0.0);
+  double rate = Properties(suites_, properties_).get(prop::kFrameRate, 0.0);
   for (const ClipHandle clip : {output_, source_}) {
     PropertySet set = nullptr;
-    if (usable(rate) || suites_.effect->clipGetPropertySet(clip, &set) != kOk) continue;
-    rate = Properties(suites_, set).get(prop::kFrameRate, 0, 0.0);
+    const bool usable = rate > 0.0 && std::isfinite(rate);
+    if (usable || suites_.effect->clipGetPropertySet(clip, &set) != kOk) continue;
+    rate = Properties(suites_, set).get(prop::kFrameRate, 0.0);
   }
   return rate;
-}
-
-double Instance::seconds(OfxTime time) const {
-  return lomix_time_of_frame(time, framesPerSecond());
 }
 
 double Instance::valueAt(std::size_t index, OfxTime time) const {
   const lomix_parameter_info& info = effectParameters()[index];
   double value = info.default_value;
+  int choice = static_cast<int>(value) - 1;
+  const auto get = suites_.parameter->getValueAtTime;
   if (isChoice(index)) {
-    int choice = 0;
-    require(suites_.parameter->getValueAtTime(parameters_[index], time, &choice), info.key);
+    require(get(parameters_[index], time, &choice), info.key);
     value = 1.0 + choice;
   } else {
-    require(suites_.parameter->getValueAtTime(parameters_[index], time, &value), info.key);
+    require(get(parameters_[index], time, &value), info.key);
   }
   // Scripts and expressions set anything.
-  if (std::isnan(value)) return info.default_value;
-  return std::clamp(value, info.minimum, info.maximum);
+  return std::isnan(value) ? info.default_value : std::clamp(value, info.minimum, info.maximum);
 }
 
-std::vector<double> Instance::valuesAt(OfxTime time) const {
-  std::vector<double> values;
+lomix_frame_settings Instance::settingsAt(OfxTime time, std::vector<double>& values) const {
   for (std::size_t i = 0; i < parameters_.size(); ++i) values.push_back(valueAt(i, time));
-  return values;
-}
-
-bool Instance::changesByItself() const {
-  if (valueAt(indexOf(kTimeControl), 0.0) != kManual) return true;
-  return std::ranges::any_of(parameters_, [this](ParamHandle parameter) {
-    unsigned keys = 0;
-    return suites_.parameter->getNumKeys(parameter, &keys) == kOk && keys > 0;
-  });
-}
-
-bool Instance::isIdentity(OfxTime time) const {
-  const std::vector<double> values = valuesAt(time);
   lomix_frame_settings settings = LOMIX_FRAME_SETTINGS_INIT;
   settings.values = values.data();
   settings.value_count = static_cast<std::int32_t>(values.size());
+  settings.time_seconds = lomix_time_of_frame(time, framesPerSecond());
+  return settings;
+}
+
+OfxStatus Instance::regionsOfInterest(const Properties& in, const Properties& out) const {
+  OfxRectD whole{};
+  const auto time = in.need<double>(prop::kTime);
+  if (suites_.effect->clipGetRegionOfDefinition(source_, time, &whole) != kOk) return kReplyDefault;
+  for (int i = 0; const double side : {whole.x1, whole.y1, whole.x2, whole.y2}) {
+    out.require(prop::kSourceRegionOfInterest, side, i++);
+  }
+  return kOk;
+}
+
+bool Instance::timeIsManual() const {
+  constexpr double kManual = 2.0;  // Of the choices of "Time Control".
+  return valueAt(indexOf(kTimeControl), 0.0) == kManual;
+}
+
+OfxStatus Instance::clipPreferences(const Properties&, const Properties& out) const {
+  const auto hasKeys = [this](ParamHandle parameter) {
+    unsigned keys = 0;
+    return suites_.parameter->getNumKeys(parameter, &keys) == kOk && keys > 0;
+  };
+  const int varying = !timeIsManual() || std::ranges::any_of(parameters_, hasKeys) ? 1 : 0;
+  out.require(prop::kFrameVarying, varying);
+  out.set(prop::kContinuousSamples, varying);
+  return kOk;
+}
+
+OfxStatus Instance::identity(const Properties& in, const Properties& out) const {
+  std::vector<double> values;
+  const lomix_frame_settings settings = settingsAt(in.need<double>(prop::kTime), values);
   const Properties clip = clipProperties(source_);
-  const bool isFloat = clip.get(prop::kPixelDepth, "") == kDepthFloat;
-  const bool opaque = clip.get(prop::kPremultiplication, "") == kOpaque;
+  const bool isFloat = clip.get(prop::kPixelDepth) == kDepthFloat;
+  const bool opaque = clip.get(prop::kPremultiplication) == kOpaque;
   std::int32_t identity = 0;
   lomix_error error = LOMIX_ERROR_INIT;
   lomix_settings_are_identity(&settings, isFloat ? LOMIX_RGBA32F : LOMIX_RGBA8,
                               opaque ? LOMIX_OPAQUE : LOMIX_STRAIGHT, &identity, &error);
   check(error);
-  return identity != 0;
+  if (identity == 0) return kReplyDefault;
+  out.require(prop::kName, kSourceClip);
+  return kOk;
+}
+
+OfxStatus Instance::changed(const Properties& in, const Properties&) const {
+  const std::string name = in.get(prop::kName);
+  const bool byTime = in.get(prop::kChangeReason) == kChangedByTime;
+  const bool preset = name == kPresetParameter && !byTime;
+  if (in.get(prop::kType) != kTypeParameter || (!preset && name != kTimeControl)) {
+    return kReplyDefault;
+  }
+  if (preset) applyPreset(in.get(prop::kTime, 0.0));
+  enableTime();
+  return kOk;
 }
 
 void Instance::enableTime() const {
   PropertySet set = nullptr;
   require(suites_.parameter->getPropertySet(parameters_[indexOf(kTime)], &set), kTime);
-  const bool manual = valueAt(indexOf(kTimeControl), 0.0) == kManual;
-  Properties(suites_, set).set(prop::kEnabled, manual ? 1 : 0);
+  Properties(suites_, set).set(prop::kEnabled, timeIsManual() ? 1 : 0);
 }
 
-void Instance::applyPreset(OfxTime time) const {
+// Sets what can be set, and fails in the end where something could not.
+void Instance::applyPreset(OfxTime now) const {
   int choice = 0;
-  require(suites_.parameter->getValueAtTime(preset_, time, &choice), kPresetParameter);
+  require(suites_.parameter->getValueAtTime(preset_, now, &choice), kPresetParameter);
   if (choice < 1) return;
   lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
   lomix_look* made = nullptr;
@@ -145,16 +160,16 @@ void Instance::applyPreset(OfxTime time) const {
     lomix_look_create_from_preset(preset.id, &made, &error);
   }
   check(error);
-  const LookPtr look(made);
-  const Edit edit(suites_.parameter, parameterSet_, preset.name);
+  const plugins::LookPtr look(made);
+  const bool begun = suites_.parameter->editBegin(parameterSet_, preset.name) == kOk;
+  const UndoStep step{begun ? suites_.parameter : nullptr, parameterSet_};
   std::vector<double> values(parameters_.size());
-  lomix_look_values(made, seconds(time), values.data(), static_cast<int>(values.size()), nullptr);
-  // Sets what can be set, and fails in the end where something could not.
+  lomix_look_values(made, lomix_time_of_frame(now, framesPerSecond()), values.data(),
+                    static_cast<int>(values.size()), nullptr);
   OfxStatus status = kOk;
   for (std::size_t i = 0; i < parameters_.size(); ++i) {
     suites_.parameter->deleteAllKeys(parameters_[i]);
-    if (setKeys(made, i)) continue;
-    const OfxStatus set = setValue(i, values[i]);
+    const OfxStatus set = setKeys(made, i) ? kOk : setValue(i, values[i]);
     if (status == kOk) status = set;
   }
   require(status, "preset");
@@ -162,10 +177,9 @@ void Instance::applyPreset(OfxTime time) const {
 
 /// key: the frame of a key; nothing for a value at all times.
 OfxStatus Instance::setValue(std::size_t index, double value, std::optional<OfxTime> key) const {
-  const ParameterSuite& suite = *suites_.parameter;
-  const ParamHandle handle = parameters_[index];
   const auto set = [&](auto argument) {
-    return key ? suite.setValueAtTime(handle, *key, argument) : suite.setValue(handle, argument);
+    return key ? suites_.parameter->setValueAtTime(parameters_[index], *key, argument)
+               : suites_.parameter->setValue(parameters_[index], argument);
   };
   return isChoice(index) ? set(static_cast<int>(value) - 1) : set(value);
 }
@@ -179,12 +193,12 @@ bool Instance::setKeys(const lomix_look* look, std::size_t index) const {
   if (count < 2) return false;
   std::vector<lomix_key> keys(static_cast<std::size_t>(count), LOMIX_KEY_INIT);
   lomix_look_get_keys(look, name, keys.data(), count, &count, nullptr);
-  const double frameSeconds = lomix_time_of_frame(1.0, framesPerSecond());
+  const double rate = framesPerSecond(), frameSeconds = lomix_time_of_frame(1.0, rate);
   const double last = std::ceil(keys.back().seconds / frameSeconds);
   std::vector<double> values(parameters_.size());
   for (double frame = std::floor(keys.front().seconds / frameSeconds); frame <= last; ++frame) {
-    lomix_look_values(look, seconds(frame), values.data(), static_cast<int>(values.size()),
-                      nullptr);
+    lomix_look_values(look, lomix_time_of_frame(frame, rate), values.data(),
+                      static_cast<int>(values.size()), nullptr);
     if (setValue(index, values[index], frame) != kOk) return false;
   }
   return true;

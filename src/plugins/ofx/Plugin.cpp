@@ -5,13 +5,11 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <shared_mutex>
 #include <string_view>
 
 #include "plugins/Export.h"
 #include "plugins/ofx/Describe.h"
 #include "plugins/ofx/Instance.h"
-#include "plugins/ofx/Render.h"
 
 namespace lomix::ofx {
 namespace {
@@ -28,119 +26,75 @@ Suites loadedSuites() {
   return theSuites;
 }
 
+// The instances by their handles. A property of the host could hold the pointer, but one that
+// cannot be read in the end would leak.
+using InstancePtr = std::shared_ptr<const Instance>;
+std::mutex instancesMutex;
+std::map<EffectHandle, InstancePtr> instances;  ///< Guarded by instancesMutex.
+
+InstancePtr instanceOf(EffectHandle handle) {
+  const std::lock_guard lock(instancesMutex);
+  const auto found = instances.find(handle);
+  if (found != instances.end()) return found->second;
+  throw Failure(kBadHandle, "instance: it was not created (create it first)");
+}
+
 void load() {
   const Suites suites = Suites::of(theHost);
   const std::lock_guard lock(suitesMutex);
   theSuites = suites;
 }
 
-/// The instances by their handles. A property of the host could hold the pointer, but one that
-/// cannot be read in the end would leak.
-class Instances {
- public:
-  void add(EffectHandle handle, std::shared_ptr<const Instance> instance) {
-    const std::unique_lock lock(mutex_);
-    instances_[handle] = std::move(instance);
-  }
-  void remove(EffectHandle handle) {
-    const std::unique_lock lock(mutex_);
-    instances_.erase(handle);
-  }
-  std::shared_ptr<const Instance> get(EffectHandle handle) const {
-    const std::shared_lock lock(mutex_);
-    const auto found = instances_.find(handle);
-    if (found == instances_.end()) {
-      throw Failure(kBadHandle, "instance: it was not created (create it first)");
-    }
-    return found->second;
-  }
-
- private:
-  mutable std::shared_mutex mutex_;
-  std::map<EffectHandle, std::shared_ptr<const Instance>> instances_;
-};
-
-Instances& instances() {
-  static Instances all;
-  return all;
-}
-
 void createInstance(EffectHandle handle) {
   const auto instance = std::make_shared<const Instance>(loadedSuites(), handle);
-  instance->enableTime();
-  instances().add(handle, instance);
+  const std::lock_guard lock(instancesMutex);
+  instances[handle] = instance;
 }
 
-OfxStatus instanceChanged(const Instance& instance, const Properties& arguments) {
-  if (arguments.get(prop::kType, "") != kTypeParameter) return kReplyDefault;
-  const std::string name = arguments.get(prop::kName, "");
-  if (name == kTimeControl) {
-    instance.enableTime();
-    return kOk;
-  }
-  if (name != kPresetParameter || arguments.get(prop::kChangeReason, "") == kChangedByTime) {
-    return kReplyDefault;
-  }
-  instance.applyPreset(arguments.get(prop::kTime, 0, 0.0));
-  instance.enableTime();
-  return kOk;
+void destroyInstance(EffectHandle handle) {
+  const std::lock_guard lock(instancesMutex);
+  instances.erase(handle);
 }
 
-OfxStatus regionsOfInterest(const Instance& instance, const Properties& in, const Properties& out) {
-  OfxRectD whole{};
-  const OfxStatus status = instance.suites().effect->clipGetRegionOfDefinition(
-      instance.sourceClip(), in.needDouble(prop::kTime), &whole);
-  if (status != kOk) return kReplyDefault;
-  int index = 0;
-  for (const double side : {whole.x1, whole.y1, whole.x2, whole.y2}) {
-    out.require(prop::kSourceRegionOfInterest, side, index++);
-  }
-  return kOk;
-}
+struct Action {
+  std::string_view name;
+  void (*perform)(EffectHandle handle);
+};
+constexpr Action kActions[] = {
+    {action::kLoad, [](EffectHandle) { load(); }},
+    {action::kUnload, [](EffectHandle) {}},
+    {action::kDescribe, [](EffectHandle handle) { describe(loadedSuites(), handle); }},
+    {action::kDescribeInContext,
+     [](EffectHandle handle) { describeInContext(loadedSuites(), handle); }},
+    {action::kCreateInstance, createInstance},
+    {action::kDestroyInstance, destroyInstance},
+};
 
-void clipPreferences(const Instance& instance, const Properties& out) {
-  const int varying = instance.changesByItself() ? 1 : 0;
-  out.require(prop::kFrameVarying, varying);
-  out.set(prop::kContinuousSamples, varying);
-}
-
-OfxStatus isIdentity(const Instance& instance, const Properties& in, const Properties& out) {
-  if (!instance.isIdentity(in.needDouble(prop::kTime))) return kReplyDefault;
-  out.require(prop::kName, kSourceClip);
-  return kOk;
-}
+struct InstanceAction {
+  std::string_view name;
+  OfxStatus (Instance::*perform)(const Properties& in, const Properties& out) const;
+};
+constexpr InstanceAction kInstanceActions[] = {
+    {action::kInstanceChanged, &Instance::changed},
+    {action::kGetRegionsOfInterest, &Instance::regionsOfInterest},
+    {action::kGetClipPreferences, &Instance::clipPreferences},
+    {action::kIsIdentity, &Instance::identity},
+    {action::kRender, &Instance::render},
+};
 
 OfxStatus perform(std::string_view name, EffectHandle handle, PropertySet in, PropertySet out) {
-  if (name == action::kLoad) {
-    load();
-  } else if (name == action::kUnload) {
+  for (const auto& [action, act] : kActions) {
+    if (action != name) continue;
+    act(handle);
     return kOk;
-  } else if (name == action::kDescribe) {
-    describe(loadedSuites(), handle);
-  } else if (name == action::kDescribeInContext) {
-    describeInContext(loadedSuites(), handle);
-  } else if (name == action::kCreateInstance) {
-    createInstance(handle);
-  } else if (name == action::kDestroyInstance) {
-    instances().remove(handle);
-  } else if (name == action::kRender) {
-    render(*instances().get(handle), in);
-  } else if (name == action::kInstanceChanged) {
-    const auto instance = instances().get(handle);
-    return instanceChanged(*instance, {instance->suites(), in});
-  } else if (name == action::kGetRegionsOfInterest) {
-    const auto instance = instances().get(handle);
-    return regionsOfInterest(*instance, {instance->suites(), in}, {instance->suites(), out});
-  } else if (name == action::kGetClipPreferences) {
-    const auto instance = instances().get(handle);
-    clipPreferences(*instance, {instance->suites(), out});
-  } else if (name == action::kIsIdentity) {
-    const auto instance = instances().get(handle);
-    return isIdentity(*instance, {instance->suites(), in}, {instance->suites(), out});
-  } else {
-    return kReplyDefault;
   }
-  return kOk;
+  for (const auto& [action, act] : kInstanceActions) {
+    if (action != name) continue;
+    const InstancePtr instance = instanceOf(handle);
+    const Suites& suites = instance->suites();
+    return (*instance.*act)({suites, in}, {suites, out});
+  }
+  return kReplyDefault;
 }
 
 /// Tells the user where the host has means.
@@ -160,7 +114,7 @@ OfxStatus mainEntry(const char* name, const void* handle, PropertySet in, Proper
     return perform(name == nullptr ? "" : name, effect, in, out);
   } catch (const Failure& failure) {
     show(effect, failure.what());
-    return failure.status();
+    return failure.status;
   } catch (const std::bad_alloc&) {
     return kMemory;
   } catch (...) {

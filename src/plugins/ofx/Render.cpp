@@ -1,280 +1,221 @@
-#include "plugins/ofx/Render.h"
+// OfxImageEffectActionRender.
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <cstring>
-#include <exception>
-#include <functional>
-#include <memory>
 #include <mutex>
 
 #include "plugins/Handles.h"
-#include "plugins/ofx/Image.h"
+#include "plugins/ofx/Instance.h"
 
 namespace lomix::ofx {
 namespace {
 
-using plugins::FramePtr;
-
 constexpr int kBandRows = 16;
 
-/// Work on rows, in bands that the host's threads share out.
-class Bands {
+bool isEmpty(const OfxRectI& rect) { return rect.x1 >= rect.x2 || rect.y1 >= rect.y2; }
+
+/// Returns whether the library takes images of that size.
+bool fits(const OfxRectI& rect) {
+  constexpr std::int64_t kMostPixels = 1 << 24;
+  return std::int64_t{rect.x2} - rect.x1 <= kMostPixels &&
+         std::int64_t{rect.y2} - rect.y1 <= kMostPixels;
+}
+
+std::int32_t formatOf(const std::string& depth, bool bgra) {
+  if (depth == kDepthByte) return bgra ? LOMIX_BGRA8 : LOMIX_RGBA8;
+  if (depth == kDepthFloat) return bgra ? LOMIX_BGRA32F : LOMIX_RGBA32F;
+  if (depth == kDepthByteBgra) return LOMIX_BGRA8;
+  if (depth == kDepthFloatBgra) return LOMIX_BGRA32F;
+  throw Failure(kFailed, "image: its depth is '" + depth + "' (use 8 bits or float)");
+}
+
+int pixelBytes(const lomix_image& image) {
+  return image.format == LOMIX_RGBA32F || image.format == LOMIX_BGRA32F ? 16 : 4;
+}
+
+/// An image of a clip, released in the end.
+class Image {
  public:
-  using Work = std::function<void(int first, int last)>;
-
-  Bands(const Instance& instance, int rows, const Work& work)
-      : instance_(instance), rows_(rows), work_(work) {}
-
-  /// Does all rows and returns true; false where the host ended the render. Throws what the work
-  /// throws.
-  bool run() {
-    const MultiThreadSuite* const threads = instance_.suites().threads;
-    unsigned count = 1;
-    const bool usable = threads != nullptr && threads->multiThread != nullptr &&
-                        threads->numCpus != nullptr && rows_ > kBandRows &&
-                        threads->numCpus(&count) == kOk && count > 1;
-    if (usable) {
-      const auto bands = static_cast<unsigned>((rows_ + kBandRows - 1) / kBandRows);
-      threads->multiThread(&Bands::onHostThread, std::min(count, bands), this);
-    }
-    // What is left: everything where the host's threads do not work, as inside one of them.
-    doBands();
-    if (error_) std::rethrow_exception(error_);
-    return !stopped_;
-  }
-
- private:
-  static void onHostThread(unsigned, unsigned, void* bands) {
-    static_cast<Bands*>(bands)->doBands();
-  }
-
-  void doBands() noexcept {
-    while (!stopped_) {
-      const int first = next_.fetch_add(kBandRows);
-      if (first >= rows_) return;
-      try {
-        if (instance_.suites().effect->abort(instance_.effect()) != 0) {
-          stopped_ = true;
-        } else {
-          work_(first, std::min(rows_, first + kBandRows));
-        }
-      } catch (...) {
-        const std::lock_guard lock(mutex_);
-        error_ = std::current_exception();
-        stopped_ = true;
-      }
+  /// Fetches the image at a time. Where the host has none the object is empty. Throws Failure.
+  Image(const Instance& instance, ClipHandle clip, OfxTime time) : suites_(instance.suites()) {
+    const OfxStatus status = suites_.effect->clipGetImage(clip, time, nullptr, &set_);
+    if (status != kOk) set_ = nullptr;
+    if (status != kFailed) require(status, "image");  // kFailed: there is no image at that time.
+    if (set_ == nullptr) return;
+    try {
+      read(Properties(suites_, set_), instance.clipProperties(clip));
+    } catch (...) {
+      suites_.effect->clipReleaseImage(set_);
+      throw;
     }
   }
-
-  const Instance& instance_;
-  const int rows_;
-  const Work& work_;
-  std::atomic<int> next_ = 0;
-  std::atomic<bool> stopped_ = false;
-  std::mutex mutex_;
-  std::exception_ptr error_;  ///< Guarded by mutex_.
-};
-
-/// Pixels of our own, aligned for the library.
-class Scratch {
- public:
-  Scratch(const OfxRectI& bounds, const PixelForm& form) {
-    const auto width = static_cast<std::size_t>(bounds.x2 - bounds.x1);
-    const auto height = static_cast<std::size_t>(bounds.y2 - bounds.y1);
-    const std::size_t rowBytes = width * static_cast<std::size_t>(form.pixelBytes());
-    memory_ = std::make_unique_for_overwrite<float[]>(rowBytes * height / sizeof(float));
-    area_ = {memory_.get(), static_cast<std::ptrdiff_t>(rowBytes), bounds};
+  ~Image() {
+    if (set_ != nullptr) suites_.effect->clipReleaseImage(set_);
   }
-  const PixelArea& area() const { return area_; }
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+
+  bool empty() const { return set_ == nullptr; }
+
+  OfxRectI bounds{}, regionOfDefinition{};
+  lomix_image pixels = LOMIX_IMAGE_INIT;  ///< Top row first. Opaque where alpha is not said.
 
  private:
-  std::unique_ptr<float[]> memory_;
-  PixelArea area_;
+  void read(const Properties& image, const Properties& clip) {
+    // Images do not say everything in every host; their clips do.
+    const auto either = [&](const char* name) {
+      const std::string value = image.get(name);
+      return value.empty() ? clip.get(name) : value;
+    };
+    pixels.format = formatOf(image.get(prop::kPixelDepth), either(prop::kPixelOrder) == kOrderBgra);
+    const std::string components = image.get(prop::kComponents);
+    if (components != kRgba) {
+      throw Failure(kFailed, "image: its components are '" + components + "' (use RGBA)");
+    }
+    const std::string alpha = either(prop::kPremultiplication);
+    pixels.alpha = alpha == kPremultiplied ? LOMIX_PREMULTIPLIED
+                   : alpha == kStraight    ? LOMIX_STRAIGHT
+                                           : LOMIX_OPAQUE;
+    auto* const data = static_cast<std::byte*>(image.need<void*>(prop::kData));
+    bounds = image.needRect(prop::kBounds);
+    if (data == nullptr || isEmpty(bounds) || !fits(bounds)) {
+      throw Failure(kFailed, "image: it has no pixels (check the input)");
+    }
+    // The host's first row is the lowest one, the library's the top one.
+    const std::int64_t rowBytes = image.need<int>(prop::kRowBytes);
+    pixels.width = bounds.x2 - bounds.x1;
+    pixels.height = bounds.y2 - bounds.y1;
+    pixels.row_bytes = -rowBytes;
+    pixels.data = data + rowBytes * (pixels.height - 1);
+    // Some hosts' images do not say their region: then they are whole.
+    regionOfDefinition = image.rect(prop::kRegionOfDefinition, bounds);
+    if (isEmpty(regionOfDefinition)) regionOfDefinition = bounds;
+  }
+
+  const Suites& suites_;
+  PropertySet set_ = nullptr;
 };
 
-/// Size of the picture as a part of full resolution, from what the host says.
-double scaleOf(const Properties& arguments, int axis, bool inverse) {
-  double scale = arguments.get(prop::kRenderScale, axis, 1.0);
-  if (inverse && scale != 0.0) scale = 1.0 / scale;
+/// Returns what the frame covers: the source's region of definition, whatever is in memory of it.
+OfxRectI areaOf(const Image& source, const Image& output) {
+  // An infinite source, such as a plain colour, has no size of its own.
+  if (!source.empty() && fits(source.regionOfDefinition)) return source.regionOfDefinition;
+  return fits(output.regionOfDefinition) ? output.regionOfDefinition : output.bounds;
+}
+
+/// Returns the size of the picture as a part of full resolution, from what the host says.
+double scaleOf(const Properties& arguments, int axis, const std::string& host) {
+  double scale = arguments.get(prop::kRenderScale, 1.0, axis);
+  // Fusion passes 2 for half the size.
+  if (host == "com.eyeonline.Fusion" || host == "com.blackmagicdesign.Fusion") scale = 1.0 / scale;
   if (!(scale > 0.0 && scale < 1.0)) return 1.0;
   // A third comes as 0.333333: its factor is 3, as After Effects has it.
   const double factor = std::round(1.0 / scale);
   return std::abs(1.0 / scale - factor) < 1e-4 ? 1.0 / factor : std::max(scale, 1e-6);
 }
 
-/// One render action.
-class Renderer {
- public:
-  Renderer(const Instance& instance, const Properties& arguments)
-      : instance_(instance),
-        time_(arguments.needDouble(prop::kTime)),
-        output_(instance, instance.outputClip(), time_),
-        source_(instance, instance.sourceClip(), time_),
-        values_(instance.valuesAt(time_)) {
-    if (output_.empty()) throw Failure(kFailed, "output: there is no image (see the host's log)");
-    window_ = intersection(arguments.needRect(prop::kRenderWindow), output_.pixels().bounds);
-    const std::string field = arguments.get(prop::kField, "");
-    field_ = field == kFieldLower ? 0 : field == kFieldUpper ? 1 : -1;
-    const std::string host =
-        Properties(instance.suites(), instance.suites().host->host).get(prop::kName, "");
-    // Fusion passes 2 for half the size.
-    const bool inverse = host == "com.eyeonline.Fusion" || host == "com.blackmagicdesign.Fusion";
-    settings_.scale_x = scaleOf(arguments, 0, inverse);
-    settings_.scale_y = scaleOf(arguments, 1, inverse);
-    settings_.time_seconds = instance.seconds(time_);
-    settings_.values = values_.data();
-    settings_.value_count = static_cast<std::int32_t>(values_.size());
-    chooseForms();
-    chooseArea();
-  }
+/// A window that the host's threads draw in bands.
+struct Drawing {
+  const Instance& instance;
+  const lomix_frame* frame;
+  OfxRectI area;       ///< What the frame covers.
+  OfxRectI bounds;     ///< Of the output.
+  lomix_image pixels;  ///< Of the output.
+  OfxRectI window;     ///< Inside the bounds.
+  int field;           ///< 0: even rows only, 1: odd rows only, counted from below; -1: all.
 
-  void draw() {
-    if (isEmpty(window_)) return;
-    const OfxRectI part = intersection(window_, area_);
-    if (!isEmpty(part) && !prepare()) return;
-    const Bands::Work work = [this, &part](int first, int last) {
-      // Rows count from the top of the window.
-      drawBand({window_.x1, window_.y2 - last, window_.x2, window_.y2 - first}, part);
+  std::atomic<int> nextRow = 0;  ///< From the top of the window.
+  std::atomic<bool> stopped = false;
+  std::mutex mutex{};
+  lomix_error failure = LOMIX_ERROR_INIT;  ///< Guarded by the mutex.
+
+  /// Draws everything, up to the host's abort. Throws Failure.
+  void run() {
+    const MultiThreadSuite* const threads = instance.suites().threads;
+    const auto bands = static_cast<unsigned>((window.y2 - window.y1 + kBandRows - 1) / kBandRows);
+    unsigned cpus = 1;
+    const bool usable = bands > 1 && threads != nullptr && threads->multiThread != nullptr &&
+                        threads->numCpus != nullptr && threads->numCpus(&cpus) == kOk && cpus > 1;
+    const auto onHostThread = [](unsigned, unsigned, void* drawing) {
+      static_cast<Drawing*>(drawing)->drawBands();
     };
-    Bands(instance_, window_.y2 - window_.y1, work).run();
+    if (usable) threads->multiThread(onHostThread, std::min(cpus, bands), this);
+    // What is left: everything where the host's threads do not work, as inside one of them.
+    drawBands();
+    check(failure);
   }
 
- private:
-  void chooseForms() {
-    form_ = output_.form();
-    if (source_.empty()) {
-      sourceForm_ = form_;
-      sourceForm_.premultiplied = false;
-    } else {
-      sourceForm_ = source_.form();
-      if (sourceForm_.isFloat != form_.isFloat) {
-        throw Failure(kFailed, "images: their depths differ (use one depth for both)");
-      }
-      // Hosts that do not say it of the output give it the source's state.
-      if (!output_.saysPremultiplied()) form_.premultiplied = sourceForm_.premultiplied;
-    }
-    // A full blend is the source itself, also where dividing and multiplying by alpha would round.
-    const bool identity =
-        values_.back() == 100.0 && form_.premultiplied == sourceForm_.premultiplied;
-    divide_ = sourceForm_.premultiplied && !identity;
-    multiply_ = form_.premultiplied && !identity;
-    swap_ = sourceForm_.bgra != form_.bgra;
-  }
-
-  // The frame covers the source's region of definition, whatever is in memory of it. Row 0 is its
-  // top.
-  void chooseArea() {
-    area_ = source_.empty() ? output_.regionOfDefinition() : source_.regionOfDefinition();
-    constexpr std::int64_t kMostPixels = 1 << 24;
-    const auto tooLarge = [](const OfxRectI& rect) {
-      return std::int64_t{rect.x2} - rect.x1 > kMostPixels ||
-             std::int64_t{rect.y2} - rect.y1 > kMostPixels;
-    };
-    // An infinite source, such as a plain colour, has no size of its own.
-    if (tooLarge(area_)) area_ = output_.regionOfDefinition();
-    if (tooLarge(area_)) area_ = output_.pixels().bounds;
-  }
-
-  // Makes the frame. Returns false where the host ended the render.
-  bool prepare() {
-    PixelArea pixels = source_.pixels();
-    if (source_.empty() || divide_ || !contains(pixels.bounds, area_) ||
-        !isAligned(pixels, sourceForm_) || area_.y2 - area_.y1 == 1) {
-      copy_ = std::make_unique<Scratch>(area_, form_);
-      const Bands::Work work = [this](int first, int last) {
-        for (int row = first; row < last; ++row) copyRow(area_.y1 + row);
-      };
-      if (!Bands(instance_, area_.y2 - area_.y1, work).run()) return false;
-      pixels = copy_->area();
-    }
-    const lomix_image image = imageOf(pixels, area_, form_);
-    lomix_frame* made = nullptr;
-    lomix_error error = LOMIX_ERROR_INIT;
-    lomix_frame_create_for_windows(&settings_, &image, image.width, image.height, &made, &error);
-    check(error);
-    frame_.reset(made);
-    return true;
-  }
-
-  // Copies a row of the source; what is not in memory is transparent black.
-  void copyRow(int y) const {
-    const int pixelBytes = form_.pixelBytes();
-    const PixelArea& to = copy_->area();
-    std::byte* const row = to.address(area_.x1, y, pixelBytes);
-    std::memset(row, 0, bytesOf(area_.x2 - area_.x1));
-    const OfxRectI known = intersection(source_.pixels().bounds, {area_.x1, y, area_.x2, y + 1});
-    if (source_.empty() || isEmpty(known)) return;
-    std::byte* const first = to.address(known.x1, y, pixelBytes);
-    std::memcpy(first, source_.pixels().address(known.x1, y, pixelBytes),
-                bytesOf(known.x2 - known.x1));
-    if (divide_) makeStraight(first, known.x2 - known.x1, form_.isFloat);
-  }
-
-  // Draws rows of the window: of part what the frame covers, transparent black around it.
-  void drawBand(const OfxRectI& band, const OfxRectI& part) const {
-    const PixelArea& output = output_.pixels();
-    const OfxRectI inner = intersection(band, part);
-    if (!(inner == band)) {
-      for (int y = band.y1; y < band.y2; ++y) {
-        if (isOfField(y)) std::memset(at(output, band.x1, y), 0, bytesOf(band.x2 - band.x1));
+  void drawBands() {
+    while (!stopped) {
+      const int row = nextRow.fetch_add(kBandRows);
+      if (row >= window.y2 - window.y1) return;
+      const int top = window.y2 - row, bottom = std::max(window.y1, top - kBandRows);
+      if (instance.suites().effect->abort(instance.effect()) != 0) {
+        stopped = true;
+      } else if (field < 0) {
+        drawRows(bottom, top);
+      } else {
+        for (int y = bottom; y < top; ++y) {
+          if ((y & 1) == field) drawRows(y, y + 1);
+        }
       }
     }
-    if (isEmpty(inner)) return;
-    if (isAligned(output, form_) && field_ < 0) return drawInto(output, inner);
-    // Fields and misaligned floats: by way of memory of our own.
-    const Scratch scratch(inner, form_);
-    drawInto(scratch.area(), inner);
-    for (int y = inner.y1; y < inner.y2; ++y) {
-      if (!isOfField(y)) continue;
-      std::memcpy(at(output, inner.x1, y), at(scratch.area(), inner.x1, y),
-                  bytesOf(inner.x2 - inner.x1));
-    }
   }
 
-  void drawInto(const PixelArea& pixels, const OfxRectI& part) const {
-    const lomix_image image = imageOf(pixels, part, form_);
+  /// Draws rows y1 ... y2 - 1, counted from below.
+  void drawRows(int y1, int y2) {
+    lomix_image rows = pixels;
+    rows.width = window.x2 - window.x1;
+    rows.height = y2 - y1;
+    rows.data = static_cast<std::byte*>(rows.data) + (bounds.y2 - y2) * rows.row_bytes +
+                std::ptrdiff_t{window.x1 - bounds.x1} * pixelBytes(rows);
     lomix_error error = LOMIX_ERROR_INIT;
-    lomix_frame_draw_window(frame_.get(), part.x1 - area_.x1, area_.y2 - part.y2, &image, &error);
-    check(error);
-    for (int y = part.y1; y < part.y2; ++y) {
-      std::byte* const row = at(pixels, part.x1, y);
-      const int count = part.x2 - part.x1;
-      if (multiply_) makePremultiplied(row, count, form_.isFloat, sourceForm_.premultiplied);
-      if (swap_) swapRedAndBlue(row, count, form_.isFloat);
-    }
+    lomix_frame_draw_window(frame, window.x1 - area.x1, area.y2 - y2, &rows, &error);
+    if (error.status == LOMIX_OK) return;
+    const std::lock_guard lock(mutex);
+    failure = error;
+    stopped = true;
   }
-
-  bool isOfField(int y) const { return field_ < 0 || (y & 1) == field_; }
-  std::size_t bytesOf(int pixels) const {
-    return static_cast<std::size_t>(pixels) * static_cast<std::size_t>(form_.pixelBytes());
-  }
-  std::byte* at(const PixelArea& pixels, int x, int y) const {
-    return pixels.address(x, y, form_.pixelBytes());
-  }
-
-  const Instance& instance_;
-  const OfxTime time_;
-  const Image output_;
-  const Image source_;
-  const std::vector<double> values_;
-  lomix_frame_settings settings_ = LOMIX_FRAME_SETTINGS_INIT;
-  OfxRectI window_{};  ///< Of the output, in memory.
-  OfxRectI area_{};    ///< What the frame covers.
-  int field_ = -1;     ///< 0: even rows only, 1: odd rows only, counted from below; -1: all.
-  PixelForm form_;     ///< Of the output.
-  PixelForm sourceForm_;
-  bool divide_ = false, multiply_ = false, swap_ = false;
-  std::unique_ptr<Scratch>
-      copy_;  ///< Of the source, where the library cannot read the host's memory.
-  FramePtr frame_;
 };
 
 }  // namespace
 
-void render(const Instance& instance, PropertySet arguments) {
-  Renderer(instance, Properties(instance.suites(), arguments)).draw();
+OfxStatus Instance::render(const Properties& in, const Properties&) const {
+  const auto time = in.need<double>(prop::kTime);
+  const Image output(*this, output_, time), source(*this, source_, time);
+  if (output.empty()) throw Failure(kFailed, "output: there is no image (see the host's log)");
+  OfxRectI window = in.needRect(prop::kRenderWindow);
+  window = {std::max(window.x1, output.bounds.x1), std::max(window.y1, output.bounds.y1),
+            std::min(window.x2, output.bounds.x2), std::min(window.y2, output.bounds.y2)};
+  if (isEmpty(window)) return kOk;
+
+  std::vector<double> values;
+  lomix_frame_settings settings = settingsAt(time, values);
+  const std::string host = Properties(suites_, suites_.host->host).get(prop::kName);
+  settings.scale_x = scaleOf(in, 0, host);
+  settings.scale_y = scaleOf(in, 1, host);
+  // The picture is the area, of which the source holds a part, or nothing.
+  const OfxRectI area = areaOf(source, output);
+  const int width = area.x2 - area.x1, height = area.y2 - area.y1;
+  lomix_image picture = source.pixels;
+  if (source.empty()) picture.format = output.pixels.format;
+  picture.picture_width = width;
+  picture.picture_height = height;
+  picture.left = source.bounds.x1 - area.x1;
+  picture.top = area.y2 - source.bounds.y2;
+  lomix_frame* made = nullptr;
+  lomix_error error = LOMIX_ERROR_INIT;
+  lomix_frame_create_for_windows(&settings, &picture, width, height, &made, &error);
+  check(error);
+  const plugins::FramePtr frame(made);
+  lomix_image pixels = output.pixels;
+  // Hosts that do not say it of the output give it the source's state.
+  if (pixels.alpha == LOMIX_OPAQUE) pixels.alpha = picture.alpha;
+  const std::string field = in.get(prop::kField);
+  const int parity = field == kFieldLower ? 0 : field == kFieldUpper ? 1 : -1;
+  Drawing{*this, made, area, output.bounds, pixels, window, parity}.run();
+  return kOk;
 }
 
 }  // namespace lomix::ofx

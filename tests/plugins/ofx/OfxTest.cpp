@@ -811,9 +811,9 @@ TEST_F(Ofx, ImagesThatItCannotDrawAreRefused) {
        [](Effect& e) {
          e.clips.at("Output").plane = std::make_shared<Plane>(OfxRectI{0, 0, 64, 48}, 16, false, 0);
        },
-       "depths differ"},
+       "format is not the source's"},
       {"short rows", [](Effect& e) { e.clips.at("Output").image[prop::kRowBytes] = 64 * 4 - 1; },
-       "shorter"},
+       "less than the 256 bytes of a row"},
   };
   for (const Case& c : cases) {
     Effect fresh = *effect_;
