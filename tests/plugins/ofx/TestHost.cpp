@@ -307,6 +307,7 @@ struct SuiteFunctions {
   }
   static OfxStatus paramSetValueAtTime(ParamHandle handle, OfxTime time, ...) {
     if (theHost->fails()) return kFailed;
+    if (theHost->habits_.plain) return kMissingHostFeature;
     Parameter& parameter = *objectOf<Parameter>(handle);
     if (parameter.properties.get<int>(prop::kAnimates) == 0) return kUnsupported;
     va_list arguments;
@@ -317,20 +318,22 @@ struct SuiteFunctions {
   }
   static OfxStatus paramGetNumKeys(ParamHandle handle, unsigned* count) {
     if (theHost->fails()) return kFailed;
+    if (theHost->habits_.plain) return kMissingHostFeature;
     *count = static_cast<unsigned>(objectOf<Parameter>(handle)->keys.size());
     return kOk;
   }
   static OfxStatus paramDeleteAllKeys(ParamHandle handle) {
     if (theHost->fails()) return kFailed;
+    if (theHost->habits_.plain) return kMissingHostFeature;
     if (theHost->hasUndo_ && theHost->openEdits_ == 0)
       theHost->violate("keys deleted outside of an undo step");
     objectOf<Parameter>(handle)->keys.clear();
     return kOk;
   }
   static OfxStatus paramEditBegin(ParamSet, const char* name) {
-    if (theHost->fails()) {
+    if (theHost->fails() || theHost->habits_.plain) {
       theHost->hasUndo_ = false;
-      return kFailed;
+      return theHost->habits_.plain ? kMissingHostFeature : kFailed;
     }
     ++theHost->openEdits_;
     theHost->edits.emplace_back(name);

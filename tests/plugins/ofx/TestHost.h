@@ -96,6 +96,7 @@ struct Habits {
   bool old = false;  ///< Version 1.0: newer properties are unknown, and so is the message suite.
   bool concurrent =
       false;             ///< Sends actions on several threads at once: their order is not checked.
+  bool plain = false;    ///< Has neither keys nor undo steps: refuses with status 4.
   bool noPages = false;  ///< Refuses parameters of the type page.
   std::string name = "lomix.test.host";
   std::string missingSuite;
