@@ -262,6 +262,18 @@ LOMIX_API lomix_status lomix_look_get_keys(const lomix_look* look, const char* n
                                            lomix_key* keys, int32_t capacity, int32_t* count,
                                            lomix_error* error);
 
+/** Computes the values of a parameter on the frames that its keys span, for programs that interpolate between
+ *  keys in ways of their own.
+ *  frames_per_second: as in lomix_time_of_frame().
+ *  *first, *count: receive the range: from the last frame at or before the first key to the first one at or
+ *  after the last key. *count is 0 for a parameter with fewer than two keys.
+ *  values: receives at most capacity values, of the frames from *first on; NULL where capacity is 0.
+ *  Errors: LOMIX_UNKNOWN_NAME; LOMIX_BAD_ARGUMENT, also for keys that span 2^24 frames and more. [shared] */
+LOMIX_API lomix_status lomix_look_get_frames(const lomix_look* look, const char* name,
+                                             double frames_per_second, int64_t* first,
+                                             double* values, int32_t capacity, int32_t* count,
+                                             lomix_error* error);
+
 /** Computes the values of all parameters at a time.
  *  seconds: finite. values[i] receives the value of the parameter with index i.
  *  count: size of values. A newer library has more parameters than an older caller has values: it

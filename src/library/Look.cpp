@@ -235,6 +235,40 @@ lomix_status lomix_look_get_keys(const lomix_look* look, const char* name, lomix
   });
 }
 
+lomix_status lomix_look_get_frames(const lomix_look* look, const char* name,
+                                   double frames_per_second, int64_t* first, double* values,
+                                   int32_t capacity, int32_t* count, lomix_error* error) {
+  if (first != nullptr) *first = 0;
+  if (count != nullptr) *count = 0;
+  return guarded(error, [&] {
+    requireLook(look);
+    const looks::Parameter& parameter = parameterNamed(name);
+    require(first != nullptr && count != nullptr,
+            "first, count: one is null (pass the addresses of two numbers)");
+    require(capacity >= 0 && (capacity == 0 || values != nullptr),
+            "values: they do not fit the capacity (pass an array of at least that size)");
+    const auto found = look->look.curves().find(parameter.index);
+    if (found == look->look.curves().end() || found->second.keys().size() < 2) return;
+    const std::vector<looks::Key>& keys = found->second.keys();
+    // A key on a frame is on it, whatever the quotient rounds to.
+    const auto frameOf = [frames_per_second](double seconds) {
+      const double frame = seconds / lomix_time_of_frame(1.0, frames_per_second);
+      const double whole = std::round(frame);
+      return lomix_time_of_frame(whole, frames_per_second) == seconds ? whole : frame;
+    };
+    const double begin = std::floor(frameOf(keys.front().seconds));
+    const double end = std::ceil(frameOf(keys.back().seconds)) + 1.0;
+    constexpr double kMostFrames = 0x1p24, kMostNumber = 0x1p53;
+    require(end - begin <= kMostFrames && std::abs(begin) < kMostNumber,
+            "keys: they span too many frames (use at most 16777216)");
+    *first = static_cast<std::int64_t>(begin);
+    *count = static_cast<std::int32_t>(end - begin);
+    for (std::int32_t i = 0; i < std::min(capacity, *count); ++i) {
+      values[i] = look->look.valueAt(parameter, lomix_time_of_frame(begin + i, frames_per_second));
+    }
+  });
+}
+
 lomix_status lomix_look_values(const lomix_look* look, double seconds, double* values,
                                int32_t count, lomix_error* error) {
   return guarded(error, [&] {

@@ -228,6 +228,7 @@ TEST(BadCalls, NullsAndNonsense) {
   const lomix_key odd[] = {{20, 0, 1, 5}, {20, 0, 2, 5}};
   double values[13];
   std::int32_t number = 0;
+  std::int64_t first = 0;
   std::size_t length = 0;
   char text[8] = "intact!";
   using Call = std::function<lomix_status(lomix_error*)>;
@@ -285,6 +286,18 @@ TEST(BadCalls, NullsAndNonsense) {
        [&](auto* e) { return lomix_look_get_keys(look, "noise", nullptr, 1, &number, e); }},
       {LOMIX_BAD_ARGUMENT,
        [&](auto* e) { return lomix_look_get_keys(look, "noise", nullptr, 0, nullptr, e); }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) {
+         return lomix_look_get_frames(look, "noise", 24, &first, nullptr, 1, &number, e);
+       }},
+      {LOMIX_BAD_ARGUMENT,
+       [&](auto* e) {
+         return lomix_look_get_frames(look, "noise", 24, nullptr, nullptr, 0, &number, e);
+       }},
+      {LOMIX_UNKNOWN_NAME,
+       [&](auto* e) {
+         return lomix_look_get_frames(look, "hiss", 24, &first, nullptr, 0, &number, e);
+       }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_look_values(look, kNan, values, 13, e); }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_look_values(look, 0, nullptr, 13, e); }},
       {LOMIX_BAD_ARGUMENT, [&](auto* e) { return lomix_look_values(look, 0, values, -1, e); }},

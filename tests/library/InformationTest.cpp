@@ -229,6 +229,55 @@ TEST(Looks, KeysAreAddedInOrderAndReplacedAtTheSameTime) {
   EXPECT_EQ(valueOf(look, "noise", 7.5), 75);
 }
 
+TEST(Looks, FramesOfKeysReachFromTheFirstKeyToTheLast) {
+  struct Case {
+    const char* keys;
+    double rate;
+    std::int64_t first;
+    std::int32_t count;
+  };
+  for (const Case& c : {Case{"0:0,1:10", 24, 0, 25},
+                        {"0:0,1:10", 23.976, 0, 25},  // Frame 23.976 is after 1 s.
+                        {"1.001:5,2.002:50@ease,3:1", 23.976, 24, 49},  // Keys on frames.
+                        {"0.51:7,0.52:8", 10, 5, 2},
+                        {"-0.25:7,0.1:8@hold,0.2:9", 10, -3, 6},
+                        {"2:7", 24, 0, 0}}) {
+    const LookPtr look = newLook();
+    ASSERT_EQ(lomix_look_set_keys_text(look.get(), "noise", c.keys, nullptr), LOMIX_OK);
+    std::int64_t first = -1;
+    std::int32_t count = -1;
+    std::array<double, 64> values{};
+    ASSERT_EQ(
+        lomix_look_get_frames(look.get(), "Noise", c.rate, &first, nullptr, 0, &count, nullptr),
+        LOMIX_OK);
+    EXPECT_EQ(first, c.first) << c.keys;
+    EXPECT_EQ(count, c.count) << c.keys;
+    values.fill(-1);
+    ASSERT_EQ(lomix_look_get_frames(look.get(), "noise", c.rate, &first, values.data(), 50, &count,
+                                    nullptr),
+              LOMIX_OK);
+    for (int i = 0; i < 64; ++i) {
+      const double time = lomix_time_of_frame(static_cast<double>(c.first) + i, c.rate);
+      EXPECT_EQ(values[static_cast<std::size_t>(i)], i < count ? valueOf(look, "noise", time) : -1)
+          << c.keys << ", frame " << i;
+    }
+  }
+  const LookPtr look = newLook();
+  std::int64_t first = -1;
+  std::int32_t count = -1;
+  EXPECT_EQ(lomix_look_get_frames(look.get(), "noise", 24, &first, nullptr, 0, &count, nullptr),
+            LOMIX_OK);
+  EXPECT_EQ(count, 0) << "one value for all times";
+  for (const char* keys : {"0:0,1e9:10", "-1e300:0,1e300:10", "1e300:1,1.1e300:2"}) {
+    ASSERT_EQ(lomix_look_set_keys_text(look.get(), "noise", keys, nullptr), LOMIX_OK) << keys;
+    lomix_error error = LOMIX_ERROR_INIT;
+    EXPECT_EQ(lomix_look_get_frames(look.get(), "noise", 24, &first, nullptr, 0, &count, &error),
+              LOMIX_BAD_ARGUMENT);
+    EXPECT_THAT(error.message, HasSubstr("too many frames"));
+    EXPECT_EQ(count, 0);
+  }
+}
+
 // A program of a newer library, whose keys have a field that this one does not know.
 TEST(Looks, KeysOfAnotherSizeAreReadAndWrittenWhereTheyAre) {
   struct LaterKey {

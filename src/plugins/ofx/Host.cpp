@@ -15,8 +15,7 @@ void check(const lomix_error& error) {
 }
 
 Suites Suites::of(const OfxHost* host) {
-  Suites suites;
-  suites.host = host;
+  Suites suites{.host = host};
   const auto fetch = [host]<typename Suite>(const Suite*& suite, const char* name) {
     const bool able = host != nullptr && host->fetchSuite != nullptr;
     if (able) suite = static_cast<const Suite*>(host->fetchSuite(host->host, name, 1));
@@ -31,14 +30,6 @@ Suites Suites::of(const OfxHost* host) {
                   "host: the property, effect or parameter suite is missing (use another version)");
   }
   return suites;
-}
-
-OfxRectI Properties::rect(const char* name, const OfxRectI& otherwise) const {
-  try {
-    return needRect(name);
-  } catch (const Failure&) {
-    return otherwise;
-  }
 }
 
 }  // namespace lomix::ofx

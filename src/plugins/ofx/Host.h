@@ -70,7 +70,6 @@ class Properties {
     const char* const text = get<char*>(name, nullptr);
     return text != nullptr ? text : "";
   }
-  OfxRectI rect(const char* name, const OfxRectI& otherwise) const;
 
   // Return the host's value. Throw Failure where the host has none.
   template <typename Value>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <string_view>
 
 #include "plugins/Handles.h"
@@ -22,12 +23,9 @@ std::size_t indexOf(std::string_view key) {
 bool isChoice(std::size_t index) { return effectParameters()[index].kind == LOMIX_CHOICE; }
 
 /// Ends an undo step of the host.
-struct UndoStep {
-  const ParameterSuite* suite;  ///< Null where the host began none.
-  ParamSet set;
-  ~UndoStep() {
-    if (suite != nullptr) suite->editEnd(set);
-  }
+struct EndEdit {
+  const ParameterSuite* suite;
+  void operator()(ParamSet set) const { suite->editEnd(set); }
 };
 
 }  // namespace
@@ -66,15 +64,13 @@ double Instance::framesPerSecond() const {
 
 double Instance::valueAt(std::size_t index, OfxTime time) const {
   const lomix_parameter_info& info = effectParameters()[index];
-  double value = info.default_value;
-  int choice = static_cast<int>(value) - 1;
   const auto get = suites_.parameter->getValueAtTime;
-  if (isChoice(index)) {
-    require(get(parameters_[index], time, &choice), info.key);
-    value = 1.0 + choice;
-  } else {
-    require(get(parameters_[index], time, &value), info.key);
-  }
+  double value = 0.0;
+  int choice = 0;
+  require(isChoice(index) ? get(parameters_[index], time, &choice)
+                          : get(parameters_[index], time, &value),
+          info.key);
+  if (isChoice(index)) value = 1.0 + choice;
   // Scripts and expressions set anything.
   return std::isnan(value) ? info.default_value : std::clamp(value, info.minimum, info.maximum);
 }
@@ -162,7 +158,8 @@ void Instance::applyPreset(OfxTime now) const {
   check(error);
   const plugins::LookPtr look(made);
   const bool begun = suites_.parameter->editBegin(parameterSet_, preset.name) == kOk;
-  const UndoStep step{begun ? suites_.parameter : nullptr, parameterSet_};
+  const std::unique_ptr<OfxParamSetStruct, EndEdit> step(begun ? parameterSet_ : nullptr,
+                                                         EndEdit{suites_.parameter});
   std::vector<double> values(parameters_.size());
   lomix_look_values(made, lomix_time_of_frame(now, framesPerSecond()), values.data(),
                     static_cast<int>(values.size()), nullptr);
@@ -188,20 +185,15 @@ OfxStatus Instance::setValue(std::size_t index, double value, std::optional<OfxT
 // their own, and the interface cannot choose one. Returns whether the parameter has keys now.
 bool Instance::setKeys(const lomix_look* look, std::size_t index) const {
   const char* const name = effectParameters()[index].key;
+  const double rate = framesPerSecond();
+  std::int64_t first = 0;
   std::int32_t count = 0;
-  lomix_look_get_keys(look, name, nullptr, 0, &count, nullptr);
-  if (count < 2) return false;
-  std::vector<lomix_key> keys(static_cast<std::size_t>(count), LOMIX_KEY_INIT);
-  lomix_look_get_keys(look, name, keys.data(), count, &count, nullptr);
-  const double rate = framesPerSecond(), frameSeconds = lomix_time_of_frame(1.0, rate);
-  const double last = std::ceil(keys.back().seconds / frameSeconds);
-  std::vector<double> values(parameters_.size());
-  for (double frame = std::floor(keys.front().seconds / frameSeconds); frame <= last; ++frame) {
-    lomix_look_values(look, lomix_time_of_frame(frame, rate), values.data(),
-                      static_cast<int>(values.size()), nullptr);
-    if (setValue(index, values[index], frame) != kOk) return false;
-  }
-  return true;
+  lomix_look_get_frames(look, name, rate, &first, nullptr, 0, &count, nullptr);
+  std::vector<double> values(static_cast<std::size_t>(count));
+  lomix_look_get_frames(look, name, rate, &first, values.data(), count, &count, nullptr);
+  auto frame = static_cast<OfxTime>(first);
+  const auto set = [&](double value) { return setValue(index, value, frame++) == kOk; };
+  return count > 0 && std::ranges::all_of(values, set);
 }
 
 }  // namespace lomix::ofx

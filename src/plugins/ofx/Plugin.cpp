@@ -6,6 +6,7 @@
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "plugins/Export.h"
 #include "plugins/ofx/Describe.h"
@@ -56,11 +57,7 @@ void destroyInstance(EffectHandle handle) {
   instances.erase(handle);
 }
 
-struct Action {
-  std::string_view name;
-  void (*perform)(EffectHandle handle);
-};
-constexpr Action kActions[] = {
+constexpr std::pair<std::string_view, void (*)(EffectHandle)> kActions[] = {
     {action::kLoad, [](EffectHandle) { load(); }},
     {action::kUnload, [](EffectHandle) {}},
     {action::kDescribe, [](EffectHandle handle) { describe(loadedSuites(), handle); }},
@@ -70,11 +67,8 @@ constexpr Action kActions[] = {
     {action::kDestroyInstance, destroyInstance},
 };
 
-struct InstanceAction {
-  std::string_view name;
-  OfxStatus (Instance::*perform)(const Properties& in, const Properties& out) const;
-};
-constexpr InstanceAction kInstanceActions[] = {
+using InstanceAction = OfxStatus (Instance::*)(const Properties& in, const Properties& out) const;
+constexpr std::pair<std::string_view, InstanceAction> kInstanceActions[] = {
     {action::kInstanceChanged, &Instance::changed},
     {action::kGetRegionsOfInterest, &Instance::regionsOfInterest},
     {action::kGetClipPreferences, &Instance::clipPreferences},

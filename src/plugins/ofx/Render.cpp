@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <memory>
 #include <mutex>
 
 #include "plugins/Handles.h"
@@ -34,27 +35,25 @@ int pixelBytes(const lomix_image& image) {
   return image.format == LOMIX_RGBA32F || image.format == LOMIX_BGRA32F ? 16 : 4;
 }
 
-/// An image of a clip, released in the end.
+/// Gives an image back to the host.
+struct Release {
+  const ImageEffectSuite* suite;
+  void operator()(PropertySet image) const { suite->clipReleaseImage(image); }
+};
+
+/// An image of a clip.
 class Image {
  public:
   /// Fetches the image at a time. Where the host has none the object is empty. Throws Failure.
-  Image(const Instance& instance, ClipHandle clip, OfxTime time) : suites_(instance.suites()) {
-    const OfxStatus status = suites_.effect->clipGetImage(clip, time, nullptr, &set_);
-    if (status != kOk) set_ = nullptr;
-    if (status != kFailed) require(status, "image");  // kFailed: there is no image at that time.
-    if (set_ == nullptr) return;
-    try {
-      read(Properties(suites_, set_), instance.clipProperties(clip));
-    } catch (...) {
-      suites_.effect->clipReleaseImage(set_);
-      throw;
-    }
+  Image(const Instance& instance, ClipHandle clip, OfxTime time)
+      : set_(nullptr, Release{instance.suites().effect}) {
+    PropertySet set = nullptr;
+    const OfxStatus status = instance.suites().effect->clipGetImage(clip, time, nullptr, &set);
+    if (status == kFailed) return;  // There is no image at that time.
+    require(status, "image");
+    set_.reset(set);
+    if (!empty()) read(Properties(instance.suites(), set), instance.clipProperties(clip));
   }
-  ~Image() {
-    if (set_ != nullptr) suites_.effect->clipReleaseImage(set_);
-  }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
 
   bool empty() const { return set_ == nullptr; }
 
@@ -88,13 +87,15 @@ class Image {
     pixels.height = bounds.y2 - bounds.y1;
     pixels.row_bytes = -rowBytes;
     pixels.data = data + rowBytes * (pixels.height - 1);
-    // Some hosts' images do not say their region: then they are whole.
-    regionOfDefinition = image.rect(prop::kRegionOfDefinition, bounds);
+    try {
+      regionOfDefinition = image.needRect(prop::kRegionOfDefinition);
+    } catch (const Failure&) {
+      // Some hosts' images do not say it: then they are whole.
+    }
     if (isEmpty(regionOfDefinition)) regionOfDefinition = bounds;
   }
 
-  const Suites& suites_;
-  PropertySet set_ = nullptr;
+  std::unique_ptr<OfxPropertySetStruct, Release> set_;
 };
 
 /// Returns what the frame covers: the source's region of definition, whatever is in memory of it.
@@ -151,14 +152,11 @@ struct Drawing {
       const int row = nextRow.fetch_add(kBandRows);
       if (row >= window.y2 - window.y1) return;
       const int top = window.y2 - row, bottom = std::max(window.y1, top - kBandRows);
-      if (instance.suites().effect->abort(instance.effect()) != 0) {
-        stopped = true;
-      } else if (field < 0) {
-        drawRows(bottom, top);
-      } else {
-        for (int y = bottom; y < top; ++y) {
-          if ((y & 1) == field) drawRows(y, y + 1);
-        }
+      if (instance.suites().effect->abort(instance.effect()) != 0) stopped = true;
+      if (stopped) return;
+      if (field < 0) drawRows(bottom, top);
+      for (int y = bottom; field >= 0 && y < top; ++y) {
+        if ((y & 1) == field) drawRows(y, y + 1);
       }
     }
   }
