@@ -24,14 +24,17 @@ class SourceReader final : public engine::RowReader {
   void read(int y, int first, int end, void* row) const noexcept override {
     const Format& format = image_.format;
     auto* const pixels = static_cast<unsigned char*>(row);
-    if (first < end) std::memset(pixels + bytesOf(first, format), 0, bytesOf(end - first, format));
     const std::int64_t inRow = y - image_.top;
-    const auto left = std::max<std::int64_t>(first, image_.left);
-    const auto right = std::min<std::int64_t>(end, image_.left + image_.memory.width);
-    if (inRow < 0 || inRow >= image_.memory.height || left >= right) return;
-    unsigned char* const known = pixels + bytesOf(left, format);
-    std::memcpy(known, image_.at(left - image_.left, inRow), bytesOf(right - left, format));
-    if (divide_) makeStraight(known, static_cast<int>(right - left), format);
+    const bool known = inRow >= 0 && inRow < image_.memory.height;
+    const auto left = std::clamp<std::int64_t>(image_.left, first, end);
+    const auto right =
+        known ? std::clamp(image_.left + image_.memory.width, left, std::int64_t{end}) : left;
+    std::memset(pixels + bytesOf(first, format), 0, bytesOf(left - first, format));
+    std::memset(pixels + bytesOf(right, format), 0, bytesOf(end - right, format));
+    if (left == right) return;
+    unsigned char* const part = pixels + bytesOf(left, format);
+    std::memcpy(part, image_.at(left - image_.left, inRow), bytesOf(right - left, format));
+    if (divide_) makeStraight(part, static_cast<int>(right - left), format);
   }
 
  private:

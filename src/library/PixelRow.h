@@ -1,4 +1,4 @@
-// Conversions of a row of pixels, in place and at any address.
+// Conversions of a row of pixels in place. Rows of floats are aligned.
 #pragma once
 
 #include "engine/SimdTarget.h"
