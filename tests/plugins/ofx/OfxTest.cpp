@@ -515,7 +515,7 @@ TEST_F(OfxFiles, FramesAreThoseOfTheCommand) {
     forChannels<Value>(source, card,
                        [](std::uint8_t* from, Value& to) { std::memcpy(&to, from, sizeof to); });
     media::writePicture(card, path("card" + ending), true);
-    constexpr int kStep = 4;  // Starting the command takes long.
+    constexpr int kStep = 6;  // Starting the command takes long.
     for (int i = isFloat ? 1 : 0; i < lomix_preset_count(); i += kStep) {
       lomix_preset_info preset = LOMIX_PRESET_INFO_INIT;
       ASSERT_EQ(lomix_preset_get(i, &preset, nullptr), LOMIX_OK);
@@ -988,6 +988,15 @@ TEST_F(Ofx, OddHosts) {
     TestHost host;
     loadedPlugin()->setHost(nullptr);
     EXPECT_EQ(host.send(action::kLoad, nullptr), kMissingHostFeature);
+  }
+  {
+    const auto setHost = reinterpret_cast<OfxStatus (*)(const OfxHost*)>(exported("OfxSetHost"));
+    ASSERT_NE(setHost, nullptr);
+    TestHost host;
+    EXPECT_EQ(setHost(nullptr), kFailed);
+    EXPECT_EQ(host.send(action::kLoad, nullptr), kMissingHostFeature);
+    EXPECT_EQ(setHost(host.record()), kOk);
+    EXPECT_EQ(host.send(action::kLoad, nullptr), kOk) << "a host of version 1.5";
   }
   Habits old;
   old.old = true;

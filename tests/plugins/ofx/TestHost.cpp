@@ -606,22 +606,20 @@ Set TestHost::preferences(Effect& effect) {
   return out;
 }
 
-OfxPlugin* loadedPlugin() {
-  using GetPlugin = OfxPlugin*(int);
-  static OfxPlugin* const plugin = []() -> OfxPlugin* {
+void* exported(const char* name) {
 #if defined(_WIN32)
-    const HMODULE file = LoadLibraryA(LOMIX_OFX_FILE);
-    const auto find = [file](const char* name) {
-      return file == nullptr ? nullptr : reinterpret_cast<void*>(GetProcAddress(file, name));
-    };
+  static const HMODULE file = LoadLibraryA(LOMIX_OFX_FILE);
+  return file == nullptr ? nullptr : reinterpret_cast<void*>(GetProcAddress(file, name));
 #else
-    void* const file = dlopen(LOMIX_OFX_FILE, RTLD_NOW | RTLD_LOCAL);
-    const auto find = [file](const char* name) {
-      return file == nullptr ? nullptr : dlsym(file, name);
-    };
+  static void* const file = dlopen(LOMIX_OFX_FILE, RTLD_NOW | RTLD_LOCAL);
+  return file == nullptr ? nullptr : dlsym(file, name);
 #endif
-    const auto count = reinterpret_cast<int (*)()>(find("OfxGetNumberOfPlugins"));
-    const auto get = reinterpret_cast<GetPlugin*>(find("OfxGetPlugin"));
+}
+
+OfxPlugin* loadedPlugin() {
+  static OfxPlugin* const plugin = []() -> OfxPlugin* {
+    const auto count = reinterpret_cast<int (*)()>(exported("OfxGetNumberOfPlugins"));
+    const auto get = reinterpret_cast<OfxPlugin* (*)(int)>(exported("OfxGetPlugin"));
     if (count == nullptr || get == nullptr || count() != 1 || get(1) != nullptr ||
         get(-1) != nullptr || get(0) == nullptr) {
       std::fprintf(stderr, "%s cannot be loaded\n", LOMIX_OFX_FILE);

@@ -177,6 +177,8 @@ class TestHost {
   int openEdits_ = 0;
 };
 
+/// Returns a function that the bundle's binary exports, or null.
+void* exported(const char* name);
 /// The plug-in's record, from the bundle's binary.
 OfxPlugin* loadedPlugin();
 
