@@ -1,6 +1,7 @@
 // The OpenFX plug-in in a strict host, against frames of the library and of the command.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -907,32 +908,40 @@ TEST_F(Ofx, AMissingSourceIsTransparentBlack) {
 TEST_F(Ofx, BgraPicturesKeepTheirOrder) {
   start();
   const std::string depth = prop::kPixelDepth, order = prop::kPixelOrder;
-  for (const bool swapped : {false, true}) {
-    for (const bool byDepth : {false, true}) {
-      const Layout layout{};
-      setImages(*effect_, layout);
-      setValues(*effect_, strong());
-      for (auto& [name, clip] : effect_->clips) {
-        clip.image.clear();
-        if (swapped && name == "Output") continue;
-        if (byDepth) {
-          clip.image[depth] = std::string(kDepthByteBgra);
-        } else {
-          clip.image[order] = std::string(kOrderBgra);
-        }
+  struct Case {
+    bool isFloat;
+    bool swapped;  ///< The output is RGBA.
+    bool byDepth;
+  };
+  for (const Case& c : {Case{false, false, false},
+                        {false, false, true},
+                        {false, true, false},
+                        {false, true, true},
+                        {true, false, true},
+                        {true, true, false},
+                        {true, true, true}}) {
+    const Layout layout{c.isFloat, {0, 0, 64, 48}, 0, 0, false, 0, 0};
+    setImages(*effect_, layout);
+    setValues(*effect_, strong());
+    for (auto& [name, clip] : effect_->clips) {
+      clip.image.clear();
+      if (c.swapped && name == "Output") continue;
+      if (c.byDepth) {
+        clip.image[depth] = std::string(c.isFloat ? kDepthFloatBgra : kDepthByteBgra);
+      } else {
+        clip.image[order] = std::string(kOrderBgra);
       }
-      ASSERT_EQ(renderTiled(*host_, *effect_, 36, 2, 1), kOk);
-      Plane source = *effect_->clips.at("Source").plane;
-      if (swapped) {
-        for (int y = 0; y < 48; ++y) {
-          for (int x = 0; x < 64; ++x) std::swap(source.at(x, y)[0], source.at(x, y)[2]);
-        }
-      }
-      EXPECT_EQ(difference(*effect_->clips.at("Output").plane, layout.region,
-                           libraryFrame(source, layout.region, strong(), {3, 2})),
-                "")
-          << swapped << byDepth;
     }
+    ASSERT_EQ(renderTiled(*host_, *effect_, 36, 2, 1), kOk);
+    Plane source = *effect_->clips.at("Source").plane;
+    for (int i = 0; c.swapped && i < 64 * 48; ++i) {
+      std::uint8_t* const pixel = source.at(i % 64, i / 64);
+      std::swap_ranges(pixel, pixel + source.pixelBytes() / 4, pixel + source.pixelBytes() / 2);
+    }
+    EXPECT_EQ(difference(*effect_->clips.at("Output").plane, layout.region,
+                         libraryFrame(source, layout.region, strong(), {3, 2})),
+              "")
+        << c.isFloat << c.swapped << c.byDepth;
   }
 }
 
