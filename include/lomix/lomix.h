@@ -358,8 +358,9 @@ typedef struct lomix_image {
                                the picture that the image lacks are transparent black. An image with
                                width and height 0 and no data lacks them all. */
   int32_t top;
+  int32_t reserved;       /**< 0. */
 } lomix_image;
-#define LOMIX_IMAGE_INIT {sizeof(lomix_image), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}
+#define LOMIX_IMAGE_INIT {sizeof(lomix_image), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}
 
 /** What a frame depends on beside its source. */
 typedef struct lomix_frame_settings {
