@@ -49,10 +49,9 @@ namespace fs = std::filesystem;
 enum class Format { Unknown, Png, Jpeg, Bmp, Tga };
 
 constexpr const char* kExtensions = ".png, .jpg, .bmp or .tga";
-constexpr int kJpegQuality = 95;
 
-Format formatOf(const fs::path& file) {
-  const std::string extension = lowerCase(file.extension().string());
+Format formatFor(const std::string& name) {
+  const std::string extension = lowerCase(name);
   if (extension == ".png") return Format::Png;
   if (extension == ".jpg" || extension == ".jpeg") return Format::Jpeg;
   if (extension == ".bmp") return Format::Bmp;
@@ -84,7 +83,7 @@ void appendTo(void* context, void* data, int size) {
 
 std::string pictureLibrary() { return "stb_image " + std::to_string(STBI_VERSION); }
 
-Picture decodePicture(const fs::path& file) {
+Picture decodePicture(const fs::path& file, const std::string&) {
   std::ifstream stream(file, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
   if (!stream) refuseReading(file, "the system gives no more of it");
@@ -126,26 +125,39 @@ Picture decodePicture(const fs::path& file) {
   return picture;
 }
 
+// The library reads nothing but the pixels of one picture.
+std::vector<std::string> lossesInVideo(const Picture&) { return {}; }
+
+// As the library does it.
+std::string jpegSubsampling(int quality) { return quality <= 90 ? "4:2:0" : "4:4:4"; }
+
 void requireWritableFormat(const fs::path& file) {
   if (!file.has_extension()) {
     throw MediaError(cannotWrite(file) + "its name has no extension to choose the format by (use " +
                      kExtensions + ")");
   }
-  if (formatOf(file) == Format::Unknown) {
+  if (formatFor(file.extension().string()) == Format::Unknown) {
     throw MediaError(cannotWrite(file) + "'" + file.extension().string() +
                      "' names no picture format that can be written (use " + kExtensions + ")");
   }
 }
 
-bool storesAlpha(const fs::path& file) {
-  requireWritableFormat(file);
-  return formatOf(file) != Format::Jpeg;
+std::string formatOf(const std::string& extension) {
+  constexpr std::array kNames{"", "png", "jpeg", "bmp", "targa"};
+  return kNames.at(static_cast<std::size_t>(formatFor(extension)));
 }
 
-void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
+bool storesAlpha(const fs::path& file, const std::string& extension) {
+  if (extension.empty()) requireWritableFormat(file);
+  return formatFor(extension.empty() ? file.extension().string() : extension) != Format::Jpeg;
+}
+
+std::vector<std::string> encodePicture(const Picture& picture, const fs::path& file,
+                                       const fs::path& temporary, const PictureOutput& options) {
   const Picture bytes = toDepth(picture, 8);
-  const Format format = formatOf(file);
-  const bool withAlpha = picture.info.hasAlpha && storesAlpha(file);
+  const Format format =
+      formatFor(options.extension.empty() ? file.extension().string() : options.extension);
+  const bool withAlpha = picture.info.hasAlpha && format != Format::Jpeg;
   const std::size_t channels = withAlpha ? 4 : 3;
   constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
   std::vector<std::uint8_t> samples;
@@ -166,7 +178,7 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
   switch (format) {
     case Format::Jpeg:
       done = stbi_write_jpg_to_func(appendTo, &stream, width, height, count, samples.data(),
-                                    kJpegQuality);
+                                    options.quality);
       break;
     case Format::Bmp:
       done = stbi_write_bmp_to_func(appendTo, &stream, width, height, count, samples.data());
@@ -182,6 +194,7 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
   if (done == 0 || !stream) {
     throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
+  return {};
 }
 
 }  // namespace lomix::media

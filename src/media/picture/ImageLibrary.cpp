@@ -4,16 +4,38 @@
 #include <array>
 #include <cctype>
 #include <string_view>
+#include <utility>
 
+#include "media/picture/CameraData.h"
 #include "media/picture/PictureFile.h"
 #include "support/Text.h"
 
 namespace lomix::media {
 namespace {
 
-// The library's names of the attributes that describe the picture. Those that describe the file
-// (tile sizes, strips, bit counts, software) are not inherited: the output has other values.
-constexpr std::array kInherited{
+// Attributes that describe how a file is stored. The output has other values.
+constexpr std::array kOfTheFile{
+    "planarconfig",
+    "oiio:UnassociatedAlpha",
+    "CompressionQuality",
+    "PixelAspectRatio",
+    "openexr:chunkCount",
+    "openexr:levelmode",
+    "openexr:roundingmode",
+    "openexr:lineOrder",
+    "dpx:ImageDescriptor",
+    "dpx:Packing",
+    "dpx:ImagePacking",
+    // The pixels are turned upright.
+    "Orientation",
+};
+
+// Of the other formats, these prefixes describe how the file is stored.
+constexpr std::array kFormatPrefixes{"openexr", "dpx", "targa"};
+
+// Those of a camera's picture that the library writes as it has read them. The others are copied
+// by copyCameraData().
+constexpr std::array kOfCameraPictures{
     "ICCProfile",     "oiio:ColorSpace", "oiio:Gamma",       "chromaticities",
     "whiteLuminance", "XResolution",     "YResolution",      "ResolutionUnit",
     "smpte:TimeCode", "smpte:KeyCode",   "FramesPerSecond",  "DateTime",
@@ -24,6 +46,10 @@ constexpr std::array kInherited{
 constexpr const char* kCompression = "compression";
 constexpr const char* kBitsPerSample = "oiio:BitsPerSample";
 
+bool isAmong(std::string_view name, const auto& names) {
+  return std::ranges::find(names, name) != names.end();
+}
+
 }  // namespace
 
 std::string pictureLibrary() {
@@ -31,29 +57,57 @@ std::string pictureLibrary() {
   return "OpenImageIO " + dotted(version / 10000, version / 100 % 100, version % 100);
 }
 
-Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec) {
-  Metadata metadata{format, {}, spec.full_x, spec.full_y};
-  const auto take = [&](const char* name) {
-    if (const OIIO::ParamValue* found = spec.find_attribute(name)) {
-      metadata.attributes.push_back(*found);
-    }
-  };
-  for (const char* name : kInherited) take(name);
-  take(kCompression);
+std::unique_ptr<OIIO::ImageInput> openAs(const std::string& format,
+                                         const std::filesystem::path& file) {
+  std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::create(format);
+  OIIO::ImageSpec spec;
+  if (input && !input->open(file.string(), spec)) {
+    input->geterror();
+    input.reset();
+  }
+  OIIO::geterror();  // The library prints errors that are not fetched when the program ends.
+  return input;
+}
+
+bool isInherited(const OIIO::ParamValue& attribute, const Metadata& metadata,
+                 std::string_view format, bool sameStorage) {
+  const std::string_view name = attribute.name().string();
+  const bool sameFormat = format == metadata.format;
+  if (name == kCompression) return sameFormat && sameStorage;
   // For 10 and 12 bits in 16. A count below 8 would lose bits of the picture.
-  if (spec.get_int_attribute(kBitsPerSample) > 8) take(kBitsPerSample);
-  return metadata;
+  if (name == kBitsPerSample) return sameFormat && sameStorage && attribute.get_int() > 8;
+  if (isAmong(name, kOfTheFile) || name.starts_with("thumbnail_")) return false;
+  if (holdsCameraData(metadata.format) && holdsCameraData(format)) {
+    // PNG text is copied by copyPngText().
+    const bool isText = attribute.type() == OIIO::TypeString && !name.starts_with("oiio:");
+    return isAmong(name, kOfCameraPictures) && !(sameFormat && format == "png" && isText);
+  }
+  const std::size_t colon = name.find(':');
+  if (colon == std::string_view::npos) return true;
+  const std::string_view prefix = name.substr(0, colon);
+  if (prefix == "oiio") {
+    return name == "oiio:ColorSpace" || name == "oiio:Gamma" ||
+           (sameFormat && name == "oiio:subimagename");
+  }
+  if (isAmong(prefix, kFormatPrefixes)) return sameFormat;
+  constexpr std::array kStoragePrefixes{"tiff", "jpeg", "png",        "gif", "bmp",
+                                        "psd",  "webp", "ICCProfile", "raw", "heif"};
+  return !isAmong(prefix, kStoragePrefixes);
 }
 
 void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec) {
-  for (const OIIO::ParamValue& attribute : metadata.attributes) {
-    const bool ofTheFile = attribute.name() == kCompression || attribute.name() == kBitsPerSample;
-    if (ofTheFile && !(sameStorage && format == metadata.format)) continue;
-    spec.extra_attribs.push_back(attribute);
+  for (const OIIO::ParamValue& attribute : metadata.spec.extra_attribs) {
+    if (isInherited(attribute, metadata, format, sameStorage)) {
+      spec.extra_attribs.push_back(attribute);
+    }
   }
-  spec.x = spec.full_x = metadata.originX;
-  spec.y = spec.full_y = metadata.originY;
+  for (const auto& [name, length] : {std::pair{"Exif:PixelXDimension", spec.width},
+                                     std::pair{"Exif:PixelYDimension", spec.height}}) {
+    if (spec.find_attribute(name) != nullptr) spec.attribute(name, length);
+  }
+  spec.x = spec.full_x = metadata.spec.full_x;
+  spec.y = spec.full_y = metadata.spec.full_y;
 }
 
 std::string firstLine(const std::string& message, const std::string& name,

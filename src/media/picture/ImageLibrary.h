@@ -3,24 +3,46 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <array>
+#include <filesystem>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "media/picture/Picture.h"
 
 namespace lomix::media {
 
-/// Attributes of a file that its output inherits, and the origin of its display window.
+/// Indices of a file's channels in the order alpha, red, green, blue; -1: the file has none. A grey
+/// file has the same index three times.
+using ChannelMap = std::array<int, Picture::kChannels>;
+
+/// What a picture's file has besides the pixels that were decoded.
 struct Metadata {
-  std::string format;  ///< The library's name of the file's format.
-  OIIO::ParamValueList attributes;
-  int originX = 0;
-  int originY = 0;
+  std::filesystem::path file;  ///< What is copied without being decoded is read from here again.
+  std::string format;          ///< The library's name of the file's format.
+  OIIO::ImageSpec spec;        ///< Of the part that was decoded, with all its attributes.
+  ChannelMap channels{};       ///< Those that were decoded.
+  int part = 0;                ///< The number of that part, from 0.
+  bool hasOtherParts = false;  ///< OpenEXR: other parts. Other formats: further pictures or layers.
+  bool hasSmallerLevels = false;  ///< The part has smaller copies of itself (mipmap).
+  int width = 0;                  ///< Of the decoded picture.
+  int height = 0;
 };
 
-/// Picks the inheritable attributes of a file that was opened for reading.
-Metadata collectMetadata(const std::string& format, const OIIO::ImageSpec& spec);
+/// Opens a file as one of that format. Without it the library would try all its readers on a file
+/// whose name does not tell, and some crash. Returns null where it cannot be opened.
+std::unique_ptr<OIIO::ImageInput> openAs(const std::string& format,
+                                         const std::filesystem::path& file);
 
-/// Sets them on a file about to be written. sameStorage: the channels keep their precision.
+/// Returns whether an attribute of a file is for its output too: not those that describe how the
+/// file is stored, such as its compression, unless the output is stored alike. format: of the
+/// output; sameStorage: the channels keep their precision.
+bool isInherited(const OIIO::ParamValue& attribute, const Metadata& metadata,
+                 std::string_view format, bool sameStorage);
+
+/// Sets the inherited attributes on a file about to be written, and the origin of its display
+/// window. spec: has the size of the picture.
 void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec);
 

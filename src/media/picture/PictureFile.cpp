@@ -94,7 +94,7 @@ bool isCut(FileBytes& bytes) {
 
 }  // namespace
 
-Picture readPicture(const fs::path& file) {
+Picture readPicture(const fs::path& file, const std::string& extension) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
   if (status.type() == fs::file_type::not_found) {
@@ -122,27 +122,37 @@ Picture readPicture(const fs::path& file) {
   }
   const QuietStandardError quiet;
   try {
-    return decodePicture(file);
+    return decodePicture(file, extension);
   } catch (const std::bad_alloc&) {
     throw MediaError(cannotRead(file) + "there is not enough memory (use a smaller picture)");
   }
 }
 
-void checkWritable(const fs::path& file, bool overwrite) {
-  requireWritableFormat(file);
+void checkWritable(const fs::path& file, bool overwrite, const std::string& extension) {
+  if (extension.empty()) requireWritableFormat(file);
   checkNewFile(file, overwrite);
 }
 
-void writePicture(const Picture& picture, const fs::path& file, bool overwrite) {
-  checkWritable(file, overwrite);
+std::vector<std::string> writePicture(const Picture& picture, const fs::path& file,
+                                      const PictureOutput& options) {
+  checkWritable(file, options.overwrite, options.extension);
   TemporaryFile temporary(file);
   const QuietStandardError quiet;
+  std::vector<std::string> losses;
   try {
-    encodePicture(picture, file, temporary.path());
+    losses = encodePicture(picture, file, temporary.path(), options);
   } catch (const std::bad_alloc&) {
     throw MediaError(cannotWrite(file) + "there is not enough memory (use a smaller picture)");
   }
-  temporary.publish(overwrite);
+  temporary.publish(options.overwrite);
+  return losses;
+}
+
+std::vector<std::string> writePicture(const Picture& picture, const fs::path& file,
+                                      bool overwrite) {
+  PictureOutput options;
+  options.overwrite = overwrite;
+  return writePicture(picture, file, options);
 }
 
 }  // namespace lomix::media

@@ -2,13 +2,16 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <optional>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
 #include "media/picture/ImageLibrary.h"
 #include "media/picture/PictureCodec.h"
+#include "media/picture/PictureContent.h"
 #include "media/picture/PictureFile.h"
+#include "media/picture/PngText.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/Text.h"
@@ -17,9 +20,6 @@ namespace lomix::media {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Indices of a file's channels in the order alpha, red, green, blue; -1: the file has none.
-using ChannelMap = std::array<int, Picture::kChannels>;
 
 int findChannel(const OIIO::ImageSpec& spec, std::initializer_list<std::string_view> names) {
   for (const std::string_view name : names) {
@@ -30,23 +30,22 @@ int findChannel(const OIIO::ImageSpec& spec, std::initializer_list<std::string_v
   return -1;
 }
 
-ChannelMap mapChannels(const fs::path& file, const OIIO::ImageSpec& spec) {
+/// Returns the channels to decode: red, green and blue, or where those are missing, grey. Nothing
+/// where the part has neither.
+std::optional<ChannelMap> findColours(const OIIO::ImageSpec& spec, bool grey) {
   int alpha = findChannel(spec, {"a", "alpha"});
   if (alpha < 0 && spec.alpha_channel < spec.nchannels) alpha = spec.alpha_channel;
-  const ChannelMap colour{alpha, findChannel(spec, {"r", "red"}), findChannel(spec, {"g", "green"}),
-                          findChannel(spec, {"b", "blue"})};
-  if (std::all_of(colour.begin() + 1, colour.end(), [](int i) { return i >= 0; })) {
-    return colour;
+  if (grey) {
+    const int found = findChannel(spec, {"y", "i", "l", "gray", "grey"});
+    if (found < 0) return std::nullopt;
+    return ChannelMap{alpha, found, found, found};
   }
-  const int grey = findChannel(spec, {"y", "i", "l", "gray", "grey"});
-  if (grey >= 0) return {alpha, grey, grey, grey};
-
-  std::string names;
-  for (int i = 0; i < spec.nchannels; ++i) {
-    names += (i == 0 ? "" : ", ") + std::string(spec.channel_name(i));
+  const ChannelMap colours{alpha, findChannel(spec, {"r", "red"}),
+                           findChannel(spec, {"g", "green"}), findChannel(spec, {"b", "blue"})};
+  if (std::any_of(colours.begin() + 1, colours.end(), [](int i) { return i < 0; })) {
+    return std::nullopt;
   }
-  throw MediaError(cannotRead(file) + "it has no channels R, G and B or Y, only " + names +
-                   " (extract the wanted layer to a separate file)");
+  return colours;
 }
 
 Storage storageOf(OIIO::TypeDesc type) {
@@ -81,60 +80,25 @@ void unpremultiply(Picture& picture) {
   }
 }
 
-/// Returns the library's name of the format that a file's first bytes tell; empty where they tell
-/// none.
-std::string contentFormat(const fs::path& file) {
-  struct Signature {
-    std::string_view bytes;
-    const char* format;
-  };
-  using namespace std::string_view_literals;
-  constexpr std::array kSignatures{
-      Signature{"\x89PNG"sv, "png"},
-      Signature{"\xff\xd8\xff"sv, "jpeg"},
-      Signature{"II*\0"sv, "tiff"},
-      Signature{"MM\0*"sv, "tiff"},
-      Signature{"II+\0"sv, "tiff"},
-      Signature{"MM\0+"sv, "tiff"},
-      Signature{"\x76\x2f\x31\x01"sv, "openexr"},
-      Signature{"GIF8"sv, "gif"},
-      Signature{"SDPX"sv, "dpx"},
-      Signature{"XPDS"sv, "dpx"},
-      Signature{"8BPS"sv, "psd"},
-      Signature{"#?RADIANCE"sv, "hdr"},
-      Signature{"\0\0\0\x0cjP  "sv, "jpeg2000"},
-      Signature{"BM"sv, "bmp"},
-  };
-  std::array<char, 12> start{};
-  std::ifstream(file, std::ios::binary).read(start.data(), start.size());
-  const std::string_view head(start.data(), start.size());
-  for (const Signature& signature : kSignatures) {
-    if (head.starts_with(signature.bytes)) return signature.format;
-  }
-  return head.starts_with("RIFF") && head.substr(8) == "WEBP" ? "webp" : "";
-}
-
 /// Reads one opened file.
 class Reader {
  public:
-  explicit Reader(const fs::path& file) : file_(file) {
+  Reader(const fs::path& file, const std::string& extension) : file_(file) {
     // Requests the stored bytes of files with straight alpha. By default the library would
     // premultiply them, which loses precision in 8 bits.
     OIIO::ImageSpec wish;
     wish.attribute("oiio:UnassociatedAlpha", 1);
     // One reader only: tried on another format's files, some crash.
-    const std::string named = contentFormat(file);
-    input_ = OIIO::ImageInput::create(named.empty() ? file.string() : named);
+    const std::string named = contentFormatOf(file);
+    const std::string format = named.empty() && !extension.empty() ? formatOf(extension) : named;
+    input_ = OIIO::ImageInput::create(format.empty() ? file.string() : format);
     if (!input_) fail(OIIO::geterror());
     if (!input_->open(file.string(), spec_, wish)) fail(input_->geterror());
-    if (spec_.deep || spec_.depth > 1) {
-      throw MediaError(cannotRead(file_) + "it is deep or a volume (flatten it first)");
-    }
+    choosePart();
     if (spec_.full_width < 1) spec_.full_width = spec_.width;
     if (spec_.full_height < 1) spec_.full_height = spec_.height;
     requirePossibleSize(spec_.width, spec_.height);
     requirePossibleSize(spec_.full_width, spec_.full_height);
-    channels_ = mapChannels(file_, spec_);
     hasAlpha_ = channels_[0] >= 0;
     premultiplied_ = hasAlpha_ && arrivesPremultiplied(input_->format_name(), spec_);
     if (premultiplied_ && std::string_view(input_->format_name()) == "webp") {
@@ -171,13 +135,84 @@ class Reader {
     picture.info.storage = storage;
     const float aspect = spec_.get_float_attribute("PixelAspectRatio", 1.0f);
     if (aspect > 0.01f && aspect < 100.0f) picture.info.pixelAspect = aspect;
-    picture.info.metadata =
-        std::make_shared<const Metadata>(collectMetadata(input_->format_name(), spec_));
     if (premultiplied_) unpremultiply(picture);
-    return upright(std::move(picture), spec_.get_int_attribute("Orientation", 1));
+    picture = upright(std::move(picture), spec_.get_int_attribute("Orientation", 1));
+    picture.info.metadata = std::make_shared<const Metadata>(describe(picture));
+    return picture;
   }
 
  private:
+  /// Chooses the first part with red, green and blue; where there is none, the first with grey.
+  /// Only OpenEXR has parts: the further pictures of other formats are pages, layers or thumbnails.
+  void choosePart() {
+    std::vector<OIIO::ImageSpec> parts{spec_};
+    if (isExr()) {
+      for (int i = 1; input_->seek_subimage(i, 0); ++i) parts.push_back(input_->spec());
+    } else {
+      const std::string_view format = input_->format_name();
+      hasOtherParts_ = (format == "tiff" || format == "psd" || format == "ico") && has(1, 0);
+    }
+    input_->geterror();  // Of the part that does not exist.
+    hasOtherParts_ = hasOtherParts_ || parts.size() > 1;
+    for (const OIIO::ImageSpec& part : parts) {
+      if (!part.deep && part.depth <= 1) continue;
+      const std::string name = part.get_string_attribute("oiio:subimagename");
+      throw MediaError(cannotRead(file_) +
+                       (name.empty() || parts.size() == 1 ? "it" : "its part '" + name + "'") +
+                       " is deep or a volume (flatten it first)");
+    }
+    for (const bool grey : {false, true}) {
+      for (std::size_t i = 0; i < parts.size(); ++i) {
+        const std::optional<ChannelMap> found = findColours(parts[i], grey);
+        if (!found) continue;
+        channels_ = *found;
+        part_ = static_cast<int>(i);
+        spec_ = parts[i];
+        if (!input_->seek_subimage(part_, 0)) fail(input_->geterror());
+        return;
+      }
+    }
+    std::string names;
+    for (const OIIO::ImageSpec& part : parts) {
+      for (int i = 0; i < part.nchannels; ++i) {
+        names += (names.empty() ? "" : ", ") + std::string(part.channel_name(i));
+      }
+    }
+    throw MediaError(cannotRead(file_) + "it has no channels R, G and B or Y, only " + names +
+                     " (extract the wanted layer to a separate file)");
+  }
+
+  bool isExr() const { return std::string_view(input_->format_name()) == "openexr"; }
+
+  /// Returns whether the file has a part of that number and level. Opens it again: one that does
+  /// not exist leaves a reader in disorder.
+  bool has(int part, int level) const {
+    const auto input = openAs(input_->format_name(), file_);
+    const bool found = input && input->seek_subimage(part, level);
+    if (input) input->geterror();
+    return found;
+  }
+
+  Metadata describe(const Picture& picture) const {
+    Metadata metadata;
+    metadata.file = file_;
+    metadata.format = input_->format_name();
+    metadata.spec = spec_;
+    if (metadata.format == "png") {
+      for (OIIO::ParamValue& attribute : metadata.spec.extra_attribs) {
+        if (attribute.type() != OIIO::TypeString) continue;
+        attribute = OIIO::ParamValue(attribute.name(), utf8OfPngText(attribute.get_string()));
+      }
+    }
+    metadata.channels = channels_;
+    metadata.part = part_;
+    metadata.hasOtherParts = hasOtherParts_;
+    metadata.hasSmallerLevels = isExr() && spec_.tile_width > 0 && has(part_, 1);
+    metadata.width = picture.width();
+    metadata.height = picture.height();
+    return metadata;
+  }
+
   /// Throws what Picture's constructor would throw, but with the name of the file.
   void requirePossibleSize(int width, int height) const {
     if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
@@ -202,7 +237,7 @@ class Reader {
     const auto stride = static_cast<std::size_t>(last - first + 1);
     const auto width = static_cast<std::size_t>(spec_.width);
     std::vector<From> pixels(stride * width * static_cast<std::size_t>(spec_.height));
-    const bool complete = input_->read_image(0, 0, first, last + 1, type, pixels.data());
+    const bool complete = input_->read_image(part_, 0, first, last + 1, type, pixels.data());
     const std::string message = input_->geterror();
     // The JPEG reader fills a missing end with made-up pixels and only mentions it.
     if (!complete || message.find("Premature end") != std::string::npos) fail(message);
@@ -250,12 +285,16 @@ class Reader {
   std::unique_ptr<OIIO::ImageInput> input_;
   OIIO::ImageSpec spec_;
   ChannelMap channels_{};
+  int part_ = 0;
+  bool hasOtherParts_ = false;
   bool hasAlpha_ = false;
   bool premultiplied_ = false;
 };
 
 }  // namespace
 
-Picture decodePicture(const fs::path& file) { return Reader(file).read(); }
+Picture decodePicture(const fs::path& file, const std::string& extension) {
+  return Reader(file, extension).read();
+}
 
 }  // namespace lomix::media

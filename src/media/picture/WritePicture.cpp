@@ -9,9 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "media/picture/CameraData.h"
+#include "media/picture/ExrParts.h"
 #include "media/picture/ImageLibrary.h"
+#include "media/picture/Losses.h"
 #include "media/picture/PictureCodec.h"
 #include "media/picture/PictureFile.h"
+#include "media/picture/PngText.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
@@ -25,17 +29,27 @@ constexpr std::array<std::size_t, 4> kFileOrder{1, 2, 3, 0};
 
 const std::string kExtensions = ".png, .jpg, .tif or .exr";
 
-std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file) {
-  if (!file.has_extension()) {
-    throw MediaError(cannotWrite(file) + "its name has no extension to choose the format by (use " +
-                     kExtensions + ")");
-  }
-  std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(file.string());
+/// Returns null for an extension that no format has.
+std::unique_ptr<OIIO::ImageOutput> createWriterFor(const std::string& extension) {
+  std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("a" + extension);
   OIIO::geterror();  // The library prints errors that are not fetched when the program ends.
   const std::string_view format = output ? output->format_name() : "";
   // Two of the library's writers make no file: one discards, one prints on the terminal.
-  if (!output || format == "null" || format == "term") {
-    throw MediaError(cannotWrite(file) + "'" + file.extension().string() +
+  if (format == "null" || format == "term") return nullptr;
+  return output;
+}
+
+/// extension: as in PictureOutput.
+std::unique_ptr<OIIO::ImageOutput> createWriter(const fs::path& file,
+                                                const std::string& extension = {}) {
+  if (extension.empty() && !file.has_extension()) {
+    throw MediaError(cannotWrite(file) + "its name has no extension to choose the format by (use " +
+                     kExtensions + ")");
+  }
+  const std::string used = extension.empty() ? file.extension().string() : extension;
+  std::unique_ptr<OIIO::ImageOutput> output = createWriterFor(used);
+  if (!output) {
+    throw MediaError(cannotWrite(file) + "'" + used +
                      "' names no picture format that can be written (use " + kExtensions + ")");
   }
   return output;
@@ -120,7 +134,7 @@ bool writePixels(OIIO::ImageOutput& output, Picture picture, bool premultiplied)
 
 /// Returns the description of a picture's file without the type of its channels.
 OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool withAlpha,
-                         bool premultiplied) {
+                         bool premultiplied, int quality) {
   OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, OIIO::TypeDesc::UINT8);
   if (picture.info.metadata) {
     const bool sameStorage = (picture.depth() == 8) == (picture.info.storage == Storage::UInt8);
@@ -131,20 +145,38 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   }
   if (withAlpha && !premultiplied) spec.attribute("oiio:UnassociatedAlpha", 1);
   if (format == "jpeg") {
-    spec.attribute("CompressionQuality", 95);
-    spec.attribute("jpeg:subsampling", "4:4:4");
+    spec.attribute("CompressionQuality", quality);
+    spec.attribute("jpeg:subsampling", jpegSubsampling(quality));
   }
   return spec;
+}
+
+/// Copies the data of cameras and the text of PNG files, which the library does not keep as it is.
+void copyWhatTheLibraryDoesNot(const Picture& picture, const fs::path& file,
+                               const fs::path& temporary, WrittenFile& written) {
+  const Metadata& metadata = *picture.info.metadata;
+  if (written.format == "png" && metadata.format == "png") {
+    copyPngText(metadata.file, temporary, file);
+  } else if (written.format == "png") {
+    markUtf8PngText(temporary, file);
+  }
+  if (holdsCameraData(metadata.format) && holdsCameraData(written.format)) {
+    written.lostCameraData =
+        copyCameraData(metadata.file, temporary, picture.width(), picture.height());
+  }
 }
 
 /// Where a writer of the library writes: to memory if it supports that, else to the file. Few
 /// writers notice a full disk, and one of them ends the process then.
 class Destination {
  public:
-  Destination(OIIO::ImageOutput& output, const fs::path& file) : file_(file) {
+  /// hasParts: the file is made by writeExrParts(). It may be large, and the library writes several
+  /// parts to files only.
+  Destination(OIIO::ImageOutput& output, const fs::path& file, bool hasParts)
+      : file_(file), hasParts_(hasParts) {
     // The TIFF writer's output in memory is not always complete.
     isTiff_ = std::string_view(output.format_name()) == "tiff";
-    if (isTiff_ || output.supports("ioproxy") == 0) return;
+    if (isTiff_ || hasParts || output.supports("ioproxy") == 0) return;
     memory_.emplace();
     output.set_ioproxy(&*memory_);
   }
@@ -153,7 +185,9 @@ class Destination {
   bool store() const {
     // The TIFF writer reports every failure but that of its last write, the file's directory,
     // without which the file cannot be opened.
-    if (isTiff_) return isReadable();
+    if (isTiff_) return openAs("tiff", file_) != nullptr;
+    // The OpenEXR writer does not report a failure of its last writes.
+    if (hasParts_) return isWholeExr(file_);
     if (!memory_) return true;
     std::ofstream stream(file_, std::ios::binary);
     const std::vector<unsigned char>& bytes = memory_->buffer();
@@ -164,29 +198,38 @@ class Destination {
   }
 
  private:
-  bool isReadable() const {
-    const bool readable = OIIO::ImageInput::open(file_.string()) != nullptr;
-    OIIO::geterror();  // As in createWriter().
-    return readable;
-  }
-
   fs::path file_;
+  bool hasParts_;
   bool isTiff_ = false;
   std::optional<OIIO::Filesystem::IOVecOutput> memory_;
 };
 
 }  // namespace
 
+std::string formatOf(const std::string& extension) {
+  const std::unique_ptr<OIIO::ImageOutput> output = createWriterFor(extension);
+  return output ? output->format_name() : "";
+}
+
+// The effect shifts single rows, which half the resolution would smear.
+std::string jpegSubsampling(int) { return "4:4:4"; }
+
 void requireWritableFormat(const fs::path& file) { createWriter(file); }
 
-bool storesAlpha(const fs::path& file) { return createWriter(file)->supports("alpha") != 0; }
+bool storesAlpha(const fs::path& file, const std::string& extension) {
+  return createWriter(file, extension)->supports("alpha") != 0;
+}
 
-void encodePicture(const Picture& picture, const fs::path& file, const fs::path& temporary) {
-  std::unique_ptr<OIIO::ImageOutput> output = createWriter(file);
+std::vector<std::string> encodePicture(const Picture& picture, const fs::path& file,
+                                       const fs::path& temporary, const PictureOutput& options) {
+  std::unique_ptr<OIIO::ImageOutput> output = createWriter(file, options.extension);
+  WrittenFile written;
   const std::string format = output->format_name();
+  written.format = format;
+  written.extension = options.extension.empty() ? file.extension().string() : options.extension;
   const bool withAlpha = picture.info.hasAlpha && output->supports("alpha") != 0;
   const bool premultiplied = withAlpha && storesPremultiplied(format, picture.info);
-  OIIO::ImageSpec spec = describe(picture, format, withAlpha, premultiplied);
+  OIIO::ImageSpec spec = describe(picture, format, withAlpha, premultiplied, options.quality);
   if (output->supports("displaywindow") == 0) spec.x = spec.y = spec.full_x = spec.full_y = 0;
 
   const auto require = [&](bool success) {
@@ -195,25 +238,39 @@ void encodePicture(const Picture& picture, const fs::path& file, const fs::path&
                      firstLine(output->geterror(), temporary.string(), file.string()) +
                      " (check the free space, or try another format)");
   };
-  // A writer that lacks the wanted type chooses another one, not always the nearest.
-  const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
   std::optional<Destination> destination;
-  for (std::size_t i = 0; i < types.size(); ++i) {
-    if (i > 0) {
-      // Opened twice, one writer would leave its first header in the file.
-      output->close();
-      output = createWriter(file);
+  written.keepsParts = format == "openexr" && hasExrParts(picture);
+  if (written.keepsParts) {
+    Picture drawn = toDepth(picture, 32);
+    if (premultiplied) premultiply(drawn);
+    destination.emplace(*output, temporary, true);
+    require(writeExrParts(drawn, *output, temporary));
+  } else {
+    // A writer that lacks the wanted type chooses another one, not always the nearest.
+    const std::vector<OIIO::TypeDesc> types = wantedTypes(picture);
+    for (std::size_t i = 0; i < types.size(); ++i) {
+      if (i > 0) {
+        // Opened twice, one writer would leave its first header in the file.
+        output->close();
+        output = createWriter(file, options.extension);
+      }
+      spec.set_format(types[i]);
+      destination.emplace(*output, temporary, false);
+      require(output->open(temporary.string(), spec));
+      if (output->spec().format == types[i]) break;
     }
-    spec.set_format(types[i]);
-    destination.emplace(*output, temporary);
-    require(output->open(temporary.string(), spec));
-    if (output->spec().format == types[i]) break;
+    require(writePixels(*output, picture, premultiplied));
   }
-  require(writePixels(*output, picture, premultiplied));
   require(output->close());
   if (!destination->store()) {
     throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
+  if (!picture.info.metadata) return {};
+  copyWhatTheLibraryDoesNot(picture, file, temporary, written);
+  if (const auto input = openAs(format, temporary)) {
+    written.spec = input->spec(written.keepsParts ? picture.info.metadata->part : 0);
+  }
+  return lossesOf(picture, written);
 }
 
 }  // namespace lomix::media
