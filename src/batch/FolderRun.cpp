@@ -10,6 +10,7 @@
 
 #include "batch/RenderRun.h"
 #include "looks/JsonText.h"
+#include "media/picture/PictureFile.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
@@ -75,6 +76,20 @@ std::vector<Task> tasksOf(const std::vector<std::string>& inputs, bool recursive
   return tasks;
 }
 
+bool isJpeg(const Task& task) { return media::formatOf(task.name.extension().string()) == "jpeg"; }
+
+/// Refuses options that concern no output.
+void refuseIdleOptions(const RouteOptions& route, const std::vector<Task>& tasks) {
+  if (!route.format.empty()) {
+    throw UsageError(
+        "--format: in a folder the outputs have the names of the inputs (leave it "
+        "out, or render them one by one)");
+  }
+  if (route.quality && std::ranges::none_of(tasks, isJpeg)) {
+    throw UsageError("--quality: no input is a JPEG (leave it out)");
+  }
+}
+
 }  // namespace
 
 bool isMediaName(const fs::path& file) {
@@ -100,6 +115,7 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
   if (!options.reportFile.empty()) written.push_back({"--report", options.reportFile});
   if (!options.savedPreset.empty()) written.push_back({"--save-preset", options.savedPreset});
   requireDistinctFiles(written, read);
+  refuseIdleOptions(options.route, tasks);
   makeFolder(folder);
   if (!options.reportFile.empty()) checkNewFile(options.reportFile, overwrite);
 
@@ -111,6 +127,7 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
     RunOptions run = options;
     run.route.input = task.input.string();
     run.route.output = (folder / task.name).string();
+    if (!isJpeg(task)) run.route.quality.reset();
     run.reportFile.clear();
     if (!savesPreset) run.savedPreset.clear();
     // Once for each folder, which may have as many files as there are inputs.

@@ -25,11 +25,12 @@ std::vector<std::int64_t> gapsOf(const std::vector<std::int64_t>& numbers) {
   return gaps;
 }
 
-/// output: the name to warn about, whose extension is the pictures'. Throws MediaError for an
-/// extension that no picture has.
-media::TransparencyCheck transparencyCheck(const fs::path& output, Warn warn) {
-  return {media::storesAlpha(output), output.string(),
-          output.extension().string() + " files have none; .png files do", std::move(warn)};
+/// output: the name to warn about. Throws MediaError for an extension that no picture has.
+media::TransparencyCheck transparencyCheck(const fs::path& output, const PictureWriting& writing) {
+  const std::string extension =
+      writing.extension.empty() ? output.extension().string() : writing.extension;
+  return {media::storesAlpha(output, writing.extension), output.string(),
+          extension + " files have none; .png files do", writing.warn};
 }
 
 }  // namespace
@@ -96,34 +97,45 @@ void SequenceSource::load(const Frame& frame, media::Picture& picture) {
   picture = media::readPicture(name_.file(frame.number));
 }
 
-PictureSink::PictureSink(fs::path file, Existing existing, Warn warn)
-    : file_(std::move(file)),
-      existing_(existing),
-      transparency_(transparencyCheck(file_, std::move(warn))) {
+PictureWriter::PictureWriter(const fs::path& output, PictureWriting writing)
+    : subject_("'" + output.string() + "': "),
+      writing_(std::move(writing)),
+      transparency_(transparencyCheck(output, writing_)) {}
+
+void PictureWriter::write(const media::Picture& picture, const fs::path& file) {
+  transparency_.check(picture);
+  media::PictureOutput options;
+  options.overwrite = writing_.existing == Existing::Overwrite;
+  options.extension = writing_.extension;
+  options.quality = writing_.quality;
+  for (const std::string& loss : media::writePicture(picture, file, options)) {
+    writing_.warn(subject_ + loss);
+  }
+}
+
+PictureSink::PictureSink(fs::path file, const PictureWriting& writing)
+    : file_(std::move(file)), writer_(file_, writing) {
   // Checked before the render, which may take long.
-  media::checkWritable(file_, existing != Existing::Refuse);
+  media::checkWritable(file_, writing.existing != Existing::Refuse, writing.extension);
 }
 
 bool PictureSink::has(const Frame&) const {
-  return existing_ == Existing::Skip && fileExists(file_);
+  return writer_.writing().existing == Existing::Skip && fileExists(file_);
 }
 
 std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
                                                          std::shared_ptr<media::Picture> picture) {
-  transparency_.check(*picture);
-  media::writePicture(*picture, file_, existing_ == Existing::Overwrite);
+  writer_.write(*picture, file_);
   return nullptr;
 }
 
-SequenceSink::SequenceSink(media::SequenceName name, Existing existing, Warn warn)
-    : name_(std::move(name)),
-      existing_(existing),
-      transparency_(transparencyCheck(name_.pattern(), std::move(warn))) {
-  media::checkWritable(name_.file(0), true);
+SequenceSink::SequenceSink(media::SequenceName name, const PictureWriting& writing)
+    : name_(std::move(name)), writer_(name_.pattern(), writing) {
+  media::checkWritable(name_.file(0), true, writing.extension);
 }
 
 void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
-  if (existing_ != Existing::Refuse) return;
+  if (writer_.writing().existing != Existing::Refuse) return;
   std::vector<std::int64_t> taken;
   for (const std::int64_t number : numbers) {
     if (fileExists(name_.file(number))) taken.push_back(number);
@@ -135,13 +147,12 @@ void SequenceSink::checkFree(const std::vector<std::int64_t>& numbers) const {
 }
 
 bool SequenceSink::has(const Frame& frame) const {
-  return existing_ == Existing::Skip && fileExists(name_.file(frame.number));
+  return writer_.writing().existing == Existing::Skip && fileExists(name_.file(frame.number));
 }
 
 std::unique_ptr<media::EncodableFrame> SequenceSink::take(const Frame& frame,
                                                           std::shared_ptr<media::Picture> picture) {
-  transparency_.check(*picture);
-  media::writePicture(*picture, name_.file(frame.number), existing_ == Existing::Overwrite);
+  writer_.write(*picture, name_.file(frame.number));
   return nullptr;
 }
 

@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "batch/Frame.h"
 #include "batch/FrameTime.h"
+#include "media/picture/PictureFile.h"
 #include "media/picture/SequenceName.h"
 #include "media/picture/TransparencyCheck.h"
 #include "media/video/Video.h"
@@ -82,11 +84,38 @@ class SequenceSource : public NumberedSource {
   std::vector<std::int64_t> missing_;
 };
 
+/// How the pictures of a run are written.
+struct PictureWriting {
+  Existing existing = Existing::Refuse;
+  std::string extension;  ///< Chooses the format: ".png"; empty: that of the output's name.
+  int quality = media::kJpegQuality;
+  Warn warn = [](const std::string&) {};  ///< Called for what is lost.
+};
+
+/// Writes pictures and warns of what they lose.
+class PictureWriter {
+ public:
+  /// output: the name to warn about, which has the pictures' extension unless another is given.
+  /// Throws MediaError for an extension that no picture has.
+  PictureWriter(const std::filesystem::path& output, PictureWriting writing);
+
+  /// Writes a picture. Warns where it has transparency and its file has not, once for all pictures,
+  /// and of what else the file does not keep. Any thread. Throws MediaError.
+  void write(const media::Picture& picture, const std::filesystem::path& file);
+
+  const PictureWriting& writing() const { return writing_; }
+
+ private:
+  std::string subject_;  ///< Of warnings.
+  PictureWriting writing_;
+  media::TransparencyCheck transparency_;
+};
+
 /// One picture file, for a run of a single frame.
 class PictureSink : public FrameSink {
  public:
-  /// warn: called for what is lost. Throws MediaError when the file cannot be written.
-  PictureSink(std::filesystem::path file, Existing existing, Warn warn);
+  /// Throws MediaError when the file cannot be written.
+  PictureSink(std::filesystem::path file, const PictureWriting& writing);
 
   bool has(const Frame& frame) const override;
   std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
@@ -94,15 +123,14 @@ class PictureSink : public FrameSink {
 
  private:
   std::filesystem::path file_;
-  Existing existing_;
-  media::TransparencyCheck transparency_;
+  PictureWriter writer_;
 };
 
 /// A numbered sequence.
 class SequenceSink : public FrameSink {
  public:
-  /// warn: called for what is lost. Throws MediaError when no file of the kind can be written.
-  SequenceSink(media::SequenceName name, Existing existing, Warn warn);
+  /// Throws MediaError when no file of the kind can be written.
+  SequenceSink(media::SequenceName name, const PictureWriting& writing);
 
   /// Throws AvoidableError when a file of one of these frames exists and may not be replaced.
   void checkFree(const std::vector<std::int64_t>& numbers) const;
@@ -114,8 +142,7 @@ class SequenceSink : public FrameSink {
 
  private:
   media::SequenceName name_;
-  Existing existing_;
-  media::TransparencyCheck transparency_;
+  PictureWriter writer_;
 };
 
 }  // namespace lomix::batch

@@ -69,8 +69,8 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
 class Report {
  public:
   Report(const RunOptions& options, const FrameRenderer& renderer, const looks::Look& look,
-         const Warnings& warnings)
-      : options_(options), renderer_(renderer), look_(look), warnings_(warnings) {}
+         const Route& route, const Warnings& warnings)
+      : options_(options), renderer_(renderer), look_(look), route_(route), warnings_(warnings) {}
 
   /// error: why the run ended early; empty: it did not.
   void write(const Pipeline& pipeline, double seconds, const std::string& error) const {
@@ -94,6 +94,10 @@ class Report {
                                      {"engine", options_.byPlugin ? "plugin" : "rows"},
                                      {"threads", options_.threads},
                                      {"settings", settingsOf(renderer_.parameters(), look_)}};
+    if (const std::optional<int> quality = route_.jpegQuality; quality && !kept) {
+      report["jpeg"] = {{"quality", *quality},
+                        {"chromaSubsampling", media::jpegSubsampling(*quality)}};
+    }
     report.update(reportOf(tally, failures, seconds));
     if (kept) report["kept"] = true;
     report["warnings"] = warnings_.all();
@@ -106,6 +110,7 @@ class Report {
   const RunOptions& options_;
   const FrameRenderer& renderer_;
   const looks::Look& look_;
+  const Route& route_;
   const Warnings& warnings_;
 };
 
@@ -129,7 +134,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     looks::savePreset(look, renderer.parameters(), options.savedPreset,
                       options.route.existing == Existing::Overwrite);
   }
-  const Report report(options, renderer, look, warnings);
+  const Report report(options, renderer, look, route, warnings);
   if (route.done) {
     report.writeKept(route.isVideo);
     if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";

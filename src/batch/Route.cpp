@@ -3,7 +3,10 @@
 #include <cmath>
 #include <utility>
 
+#include "batch/PipedPicture.h"
 #include "batch/VideoFrames.h"
+#include "media/picture/PictureContent.h"
+#include "media/picture/PictureFile.h"
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 #include "support/NewFile.h"
@@ -51,16 +54,20 @@ class Planner {
       openInput();
       openVideoOutput();
     } else if (outputSequence_) {
-      auto sink =
-          std::make_unique<SequenceSink>(*outputSequence_, options_.existing, options_.warn);
+      auto sink = std::make_unique<SequenceSink>(*outputSequence_, writing());
       openInput();
       sink->checkFree(numbers_);
       noteLostStreams();
       route_.sink = std::move(sink);
+    } else if (writesStream()) {
+      PictureWriting piped = writing();
+      piped.existing = Existing::Overwrite;  // Of a temporary file.
+      route_.sink = std::make_unique<PipedSink>(piped);
+      openInput();
+      requireOneFrame();
     } else {
       // Checked before the input is opened, which may take long.
-      route_.sink =
-          std::make_unique<PictureSink>(options_.output, options_.existing, options_.warn);
+      route_.sink = std::make_unique<PictureSink>(options_.output, writing());
       openInput();
       requireOneFrame();
     }
@@ -75,8 +82,29 @@ class Planner {
 
  private:
   bool readsStream() const { return options_.input == media::kStandardStream; }
+  bool writesStream() const { return options_.output == media::kStandardStream; }
+  bool choosesCodec() const { return !options_.codec.empty() || options_.crf.has_value(); }
+
+  /// Returns how pictures are written. Call after classifyOutput().
+  PictureWriting writing() const {
+    return {options_.existing, extension_, options_.quality.value_or(media::kJpegQuality),
+            options_.warn};
+  }
+
+  /// Returns whether standard input may be a single picture; a name of frames or of a video, or a
+  /// codec, says that it is not.
+  bool mayReadPicture() const {
+    if (!readsStream() || !options_.rawFormat.empty() || choosesCodec()) return false;
+    return writesStream() ||
+           (!media::isVideoName(options_.output) && !SequenceName::parse(options_.output));
+  }
 
   void classifyInput() {
+    if (mayReadPicture()) standardInput_ = readStandardPicture(options_.format);
+    if (standardInput_.picture) {
+      wanted_ = wantedPictures();
+      return;
+    }
     if (readsStream() || !options_.rawFormat.empty()) {
       kind_ = Kind::Video;
     } else if ((inputSequence_ = inputSequence(options_.input))) {
@@ -97,8 +125,13 @@ class Planner {
     const bool several = (extension == ".webp" || extension == ".gif") &&
                          !options_.frames.isOne() && !onePicture &&
                          !SequenceName::parse(options_.output);
-    writesVideo_ = media::isVideoName(options_.output) || several;
-    if (!writesVideo_ && !onePicture) outputSequence_ = SequenceName::parse(options_.output);
+    const bool toStream = writesStream() && !choosesCodec() && options_.rawFormat.empty() &&
+                          (onePicture || !options_.format.empty());
+    writesVideo_ = (media::isVideoName(options_.output) || several) && !toStream;
+    if (!writesVideo_ && !onePicture && !toStream) {
+      outputSequence_ = SequenceName::parse(options_.output);
+    }
+    chooseFormat();
     if (writesVideo_) return;
     for (const auto& [given, option] :
          {std::pair{!options_.codec.empty(), "--codec"}, {options_.crf.has_value(), "--crf"}}) {
@@ -106,6 +139,47 @@ class Planner {
       throw UsageError(std::string(option) + ": '" + options_.output +
                        "' is no video (leave it out, or name a video)");
     }
+  }
+
+  /// Chooses the format of pictures, and checks the options that concern it.
+  void chooseFormat() {
+    const std::string name = std::filesystem::path(options_.output).extension().string();
+    const std::string shown = "'" + options_.output + "'";
+    extension_ = options_.format;
+    if (!extension_.empty()) {
+      const std::string named = media::formatOf(name);
+      if (writesVideo_) {
+        throw UsageError("--format: " + shown + " is a video (leave it out, or use --codec)");
+      }
+      if (media::formatOf(extension_).empty()) {
+        throw UsageError("--format: pictures cannot be written as '" + extension_.substr(1) +
+                         "' (use one such as png, jpg, tif or exr)");
+      }
+      if (!named.empty() && named != media::formatOf(extension_)) {
+        throw UsageError("--format: the name " + shown + " says another format (leave it out, or " +
+                         "name a " + extension_ + " file)");
+      }
+    } else if (writesStream() && !writesVideo_) {
+      extension_ = formatOfInput();
+      if (media::formatOf(extension_).empty()) {
+        throw UsageError("OUTPUT: '" + options_.input + "' has a format that cannot be written " +
+                         "(choose one with --format png)");
+      }
+    }
+    const std::string format = media::formatOf(extension_.empty() ? name : extension_);
+    if (!writesVideo_ && format == "jpeg") {
+      route_.jpegQuality = options_.quality.value_or(media::kJpegQuality);
+    } else if (options_.quality) {
+      throw UsageError("--quality: " + shown + " is no JPEG (leave it out, or choose .jpg)");
+    }
+  }
+
+  /// Returns an extension of the single picture's format.
+  std::string formatOfInput() const {
+    const std::string format =
+        standardInput_.picture ? standardInput_.format : media::contentFormatOf(options_.input);
+    if (!format.empty()) return media::extensionOf(format);
+    return std::filesystem::path(options_.input).extension().string();
   }
 
   /// Returns the numbers of the chosen frames of pictures, whose times follow from the rate.
@@ -195,15 +269,18 @@ class Planner {
   }
 
   void openStill() {
+    const FrameTime time = options_.time.value_or(FrameTime{0, 1});
+    const std::shared_ptr<TemporaryFile>& piped = standardInput_.picture;
     if (options_.frames.isAll()) {
       numbers_ = {0};
-      route_.source =
-          std::make_unique<StillSource>(options_.input, options_.time.value_or(FrameTime{0, 1}));
+      route_.source = piped ? std::make_unique<PipedSource>(piped, options_.format, time)
+                            : std::make_unique<StillSource>(options_.input, time);
       return;
     }
     refuseTime("with --frames the times come from the frame numbers (use --fps)");
     numbers_ = wanted_;
-    route_.source = std::make_unique<StillSource>(options_.input, numbers_, rate());
+    route_.source = piped ? std::make_unique<PipedSource>(piped, options_.format, numbers_, rate())
+                          : std::make_unique<StillSource>(options_.input, numbers_, rate());
   }
 
   void openVideoInput() {
@@ -214,6 +291,7 @@ class Planner {
     numbers_ = wanted_;
     media::VideoInput input;
     input.name = options_.input;
+    input.start = std::move(standardInput_.start);
     input.threads = options_.threads;
     input.deinterlace = options_.deinterlace;
     input.warn = options_.warn;
@@ -278,6 +356,8 @@ class Planner {
   /// The frames that --frames chooses by number; of pictures also those that it chooses by time.
   std::vector<std::int64_t> wanted_;
   SequenceSelection selection_;  ///< Of the input sequence.
+  StandardInput standardInput_;  ///< Where it is the input.
+  std::string extension_;        ///< Of pictures, where it is not that of the output's name.
   bool writesVideo_ = false;
   std::optional<SequenceName> outputSequence_;
   std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video only those of --frames.

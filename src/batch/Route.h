@@ -26,6 +26,9 @@ struct RouteOptions {
   /// folder.
   bool removesLeftovers = true;
   int threads = 1;  ///< Of decoders and encoders.
+  // Of pictures.
+  std::string format;          ///< An extension, ".png"; empty: the output's name chooses.
+  std::optional<int> quality;  ///< Of JPEG, 1 to 100; nothing: media::kJpegQuality.
   // Of videos, as in media::VideoInput and media::VideoOutput.
   std::string codec;
   std::optional<int> crf;
@@ -46,6 +49,7 @@ struct RouteOptions {
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
+  std::optional<int> jpegQuality;  ///< Where the output is JPEG.
   bool done = false;     ///< The output exists already and is kept; there is no source and sink.
   bool isVideo = false;  ///< The output is a video.
 };
@@ -53,8 +57,10 @@ struct Route {
 /// Opens the source and the sink: picture, sequence or video. Before that, checks that no output is
 /// the file of an input or of another output, and that each can be written. OUTPUT is a pattern
 /// where several frames are written or the input is a sequence or a video; the output of a single
-/// picture has the very name that is given. Throws UsageError for options that contradict each
-/// other and for shared files, MediaError when something cannot be read or written.
+/// picture has the very name that is given. A single picture of standard input is read here, and
+/// one for standard output has its input's format unless another is given. Throws UsageError for
+/// options that contradict each other and for shared files, MediaError when something cannot be
+/// read or written.
 Route makeRoute(const RouteOptions& options);
 
 /// Opens the source alone, as makeRoute() does. Ignores all that concerns the output.

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "media/picture/PictureFile.h"
+
 namespace lomix::batch {
 
 std::optional<Frame> VideoSource::next() {
@@ -26,10 +28,14 @@ std::vector<std::int64_t> VideoSource::missing() const {
 
 VideoSink::VideoSink(const media::VideoOutput& output, media::VideoReader* source,
                      std::int64_t firstNumber)
-    : writer_(media::createVideo(output, source)), firstNumber_(firstNumber) {}
+    : writer_(media::createVideo(output, source)),
+      firstNumber_(firstNumber),
+      name_(output.name),
+      warn_(output.warn) {}
 
 std::unique_ptr<media::EncodableFrame> VideoSink::take(const Frame& frame,
                                                        std::shared_ptr<media::Picture> picture) {
+  for (const std::string& loss : media::lossesInVideo(*picture)) warn_("'" + name_ + "': " + loss);
   return writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "batch/Frame.h"
@@ -44,6 +45,8 @@ class VideoSink : public FrameSink {
  private:
   std::unique_ptr<media::VideoWriter> writer_;
   std::int64_t firstNumber_;
+  std::string name_;
+  Warn warn_;
 };
 
 }  // namespace lomix::batch

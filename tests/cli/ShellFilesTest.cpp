@@ -147,7 +147,7 @@ TEST_F(ShellFiles, BashCompletesValues) {
            {{"render", "--set", "distortion_mode", "=", "S"}, {"Stretch"}},
            {{"render", "--set", "=", "time_control", "=", "M"}, {"Manual"}},
            {{"render", "--set", "noise", "=", ""}, {}},
-           {{"render", "--key", "noise", "=", "0", ":", "1", "--qu"}, {"--quiet"}},
+           {{"render", "--key", "noise", "=", "0", ":", "1", "--qui"}, {"--quiet"}},
            {{"render", "--quiet", "--threads", ""}, {}},
            // Files are what bash offers where the script offers nothing.
            {{"render", "a"}, {}},

@@ -77,6 +77,8 @@ struct Options {
   std::string engine;
   std::string plugin;
   int threads = 0;
+  std::string format;
+  std::optional<int> quality;
   std::string report;
   std::string codec;
   std::optional<int> crf;
@@ -131,6 +133,21 @@ void declare(CLI::App& app, Options& options) {
                  "24 by default for pictures")
       ->type_name("N|N/D")
       ->group(sequences);
+
+  const char* pictures = "Pictures";
+  app.add_option("--format", options.format,
+                 "The format to write pictures in: png, jpg, tif, exr,\n"
+                 "dpx, tga, ... By default that of OUTPUT's extension, and\n"
+                 "for standard output that of INPUT. Also the format of a\n"
+                 "picture on standard input whose content does not tell")
+      ->type_name("NAME")
+      ->group(pictures);
+  app.add_option("--quality", options.quality,
+                 "Quality of JPEG, 1 to 100 (best); 95 by default.\n"
+                 "Colours are stored at full resolution (4:4:4)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100))
+      ->group(pictures);
 
   const char* video = "Video";
   app.add_option("--codec", options.codec,
@@ -281,6 +298,12 @@ void run(const Options& options, const Streams& streams) {
   route.threads = run.threads;
   route.otherInputs = options.look.files();
   if (!options.plugin.empty()) route.otherInputs.push_back({"--plugin", options.plugin});
+  if (!options.format.empty()) {
+    // Both "png" and ".png".
+    const bool dot = options.format.starts_with('.');
+    route.format = lowerCase(dot ? options.format : "." + options.format);
+  }
+  route.quality = options.quality;
   route.codec = options.codec;
   route.crf = options.crf;
   route.deinterlace = options.deinterlace;

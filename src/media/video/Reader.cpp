@@ -88,6 +88,10 @@ void Reader::open(const VideoInput& input) {
                 std::to_string(input.rawRate.num) + "/" + std::to_string(input.rawRate.den));
   }
   const std::string url = standard ? "pipe:0" : "file:" + name_;
+  if (!input.start.empty()) {
+    standardInput_ = std::make_unique<InputStream>(input.start);
+    container_ = standardInput_->makeContainer();
+  }
   int error = avformat_open_input(&container_, url.c_str(), format, options.address());
   if (error < 0) fail(error, isRaw_ ? "check the pixel format and the size" : kUnknown);
   error = avformat_find_stream_info(container_, nullptr);

@@ -8,6 +8,7 @@
 #include "media/video/Ffmpeg.h"
 #include "media/video/FrameConverter.h"
 #include "media/video/FrameFilter.h"
+#include "media/video/InputStream.h"
 
 namespace lomix::media {
 
@@ -103,6 +104,8 @@ class Reader : public VideoReader {
   Warn warn_;
   std::unique_ptr<FrameFilter> deinterlacer_;  ///< Made for the first frame.
   bool filtersEnd_ = false;                    ///< The deinterlacer has got the last frame.
+  std::unique_ptr<InputStream>
+      standardInput_;  ///< Standard input that was begun to be read; else null.
   AVFormatContext* container_ = nullptr;
   AVStream* stream_ = nullptr;
   FfmpegPtr<AVCodecContext> decoder_;

@@ -88,6 +88,7 @@ struct FrameChoice {
 /// The video to read.
 struct VideoInput {
   std::string name;
+  std::string start;   ///< Of standard input: its first bytes, where they were read already.
   FrameChoice frames;  ///< Those that next() returns.
   int threads = 1;     ///< Of the decoder.
   /// Whether frames of two fields become frames of one time, a frame for a frame. Where the video
