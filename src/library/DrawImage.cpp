@@ -64,7 +64,7 @@ class Drawing {
     const std::size_t sourceRow = reads_ ? sourceRowBytes() : 0;
     const std::size_t targetRow = writes_ ? bytesOf(width, target_.format) : 0;
     if (sourceRow + targetRow == 0) return frame_.drawWindow(window);
-    const auto rows = std::make_unique_for_overwrite<float[]>((2 * sourceRow + targetRow) / 4);
+    const std::unique_ptr<float[]> rows(new float[(2 * sourceRow + targetRow) / 4]);
     if (reads_) {
       window.reader = &reader;
       window.sourceRows = rows.get();

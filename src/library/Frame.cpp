@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -169,8 +170,8 @@ lomix_status lomix_settings_are_identity(const lomix_frame_settings* settings, i
     // Every pixel is premultiplied and divided again, which is exact for opaque floats alone.
     const bool exact = isFloat && alpha == LOMIX_OPAQUE;
     const auto isZero = [&at](const char* key) { return at(key) == 0.0; };
-    *identity =
-        at("blend_with_original") == 100.0 || (exact && std::ranges::all_of(kAmounts, isZero));
+    *identity = at("blend_with_original") == 100.0 ||
+                (exact && std::all_of(std::begin(kAmounts), std::end(kAmounts), isZero));
   });
 }
 
