@@ -16,6 +16,7 @@
 #include "media/picture/PictureCodec.h"
 #include "media/picture/PictureFile.h"
 #include "media/picture/PngText.h"
+#include "media/picture/WriteChecks.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
@@ -174,21 +175,19 @@ class Destination {
   /// parts to files only.
   Destination(OIIO::ImageOutput& output, const fs::path& file, bool hasParts)
       : file_(file), hasParts_(hasParts) {
-    // The TIFF writer's output in memory is not always complete.
-    isTiff_ = std::string_view(output.format_name()) == "tiff";
-    if (isTiff_ || hasParts || output.supports("ioproxy") == 0) return;
-    memory_.emplace();
-    output.set_ioproxy(&*memory_);
+    // The TIFF writer reads its own directory again, but not from memory.
+    const bool isTiff = std::string_view(output.format_name()) == "tiff";
+    if (isTiff || hasParts || output.supports("ioproxy") == 0) return;
+    output.set_ioproxy(&memory_.emplace());
   }
 
-  /// Writes the memory to the file. Returns whether the file is complete.
-  bool store() const {
-    // The TIFF writer reports every failure but that of its last write, the file's directory,
-    // without which the file cannot be opened.
-    if (isTiff_) return openAs("tiff", file_) != nullptr;
+  /// Completes the file after its writer was closed. readsBack: called where only a comparison can
+  /// tell; returns whether the file has its pixels. Returns whether the file is complete.
+  template <typename ReadsBack>
+  bool store(ReadsBack readsBack) const {
     // The OpenEXR writer does not report a failure of its last writes.
     if (hasParts_) return isWholeExr(file_);
-    if (!memory_) return true;
+    if (!memory_) return readsBack();
     std::ofstream stream(file_, std::ios::binary);
     const std::vector<unsigned char>& bytes = memory_->buffer();
     stream.write(reinterpret_cast<const char*>(bytes.data()),
@@ -200,7 +199,6 @@ class Destination {
  private:
   fs::path file_;
   bool hasParts_;
-  bool isTiff_ = false;
   std::optional<OIIO::Filesystem::IOVecOutput> memory_;
 };
 
@@ -222,6 +220,7 @@ bool storesAlpha(const fs::path& file, const std::string& extension) {
 
 std::vector<std::string> encodePicture(const Picture& picture, const fs::path& file,
                                        const fs::path& temporary, const PictureOutput& options) {
+  std::optional<Destination> destination;  // Outlives the writer, which may write when it ends.
   std::unique_ptr<OIIO::ImageOutput> output = createWriter(file, options.extension);
   WrittenFile written;
   const std::string format = output->format_name();
@@ -238,7 +237,6 @@ std::vector<std::string> encodePicture(const Picture& picture, const fs::path& f
                      firstLine(output->geterror(), temporary.string(), file.string()) +
                      " (check the free space, or try another format)");
   };
-  std::optional<Destination> destination;
   written.keepsParts = format == "openexr" && hasExrParts(picture);
   if (written.keepsParts) {
     Picture drawn = toDepth(picture, 32);
@@ -261,8 +259,13 @@ std::vector<std::string> encodePicture(const Picture& picture, const fs::path& f
     }
     require(writePixels(*output, picture, premultiplied));
   }
+  const OIIO::ImageSpec stored = output->spec();
   require(output->close());
-  if (!destination->store()) {
+  const auto readsBack = [&] {
+    ReadBack comparison(temporary, stored);
+    return writePixels(comparison, picture, premultiplied);
+  };
+  if (!destination->store(readsBack)) {
     throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
   if (!picture.info.metadata) return {};
