@@ -8,7 +8,7 @@ packages=(
   libopenimageio-dev libopenexr-dev libexiv2-dev libcairo2-dev libfontconfig-dev fonts-dejavu-core
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswscale-dev ffmpeg melt
-  qemu-user
+  qemu-user strace
   zsh fish groff-base
   "$@"
 )
