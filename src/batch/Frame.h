@@ -46,6 +46,14 @@ class FrameSource {
   virtual void load(const Frame& frame, media::Picture& picture) = 0;
 };
 
+/// What a sink has done with a frame.
+struct Taken {
+  /// Where frames must follow each other: the frame, prepared to be appended. Else null.
+  std::unique_ptr<media::EncodableFrame> prepared;
+  /// Whether another process has written the frame meanwhile, and its file is kept.
+  bool isKept = false;
+};
+
 /// Writes frames: to pictures, a sequence or a video.
 class FrameSink {
  public:
@@ -58,12 +66,10 @@ class FrameSink {
   virtual bool has(const Frame&) const { return false; }
   /// Returns whether the output is of use with a frame missing.
   virtual bool allowsGaps() const { return false; }
-  /// Takes a rendered frame. Any thread, any order. Writes it and returns null; or, where frames
-  /// must follow each other, returns it prepared: the caller has to append() it in the order of the
-  /// source, and the picture may be kept until then. The sink must outlive prepared frames. Throws
-  /// MediaError.
-  virtual std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
-                                                      std::shared_ptr<media::Picture> picture) = 0;
+  /// Takes a rendered frame. Any thread, any order. Writes it; or, where frames must follow each
+  /// other, returns it prepared: the caller has to append() it in the order of the source, and the
+  /// picture may be kept until then. The sink must outlive prepared frames. Throws MediaError.
+  virtual Taken take(const Frame& frame, std::shared_ptr<media::Picture> picture) = 0;
   /// Completes the output. Called after the last frame, unless something failed. Throws MediaError.
   virtual void finish() {}
 };

@@ -102,15 +102,22 @@ PictureWriter::PictureWriter(const fs::path& output, PictureWriting writing)
       writing_(std::move(writing)),
       transparency_(transparencyCheck(output, writing_)) {}
 
-void PictureWriter::write(const media::Picture& picture, const fs::path& file) {
+Taken PictureWriter::write(const media::Picture& picture, const fs::path& file) {
   transparency_.check(picture);
   media::PictureOutput options;
   options.overwrite = writing_.existing == Existing::Overwrite;
   options.extension = writing_.extension;
   options.quality = writing_.quality;
-  for (const std::string& loss : media::writePicture(picture, file, options)) {
-    writing_.warn(subject_ + loss);
+  try {
+    for (const std::string& loss : media::writePicture(picture, file, options)) {
+      writing_.warn(subject_ + loss);
+    }
+  } catch (const FileExistsError&) {
+    // With Existing::Skip, several processes may share the frames of a sequence.
+    if (writing_.existing != Existing::Skip) throw;
+    return {nullptr, true};
   }
+  return {};
 }
 
 PictureSink::PictureSink(fs::path file, const PictureWriting& writing)
@@ -123,10 +130,8 @@ bool PictureSink::has(const Frame&) const {
   return writer_.writing().existing == Existing::Skip && fileExists(file_);
 }
 
-std::unique_ptr<media::EncodableFrame> PictureSink::take(const Frame&,
-                                                         std::shared_ptr<media::Picture> picture) {
-  writer_.write(*picture, file_);
-  return nullptr;
+Taken PictureSink::take(const Frame&, std::shared_ptr<media::Picture> picture) {
+  return writer_.write(*picture, file_);
 }
 
 SequenceSink::SequenceSink(media::SequenceName name, const PictureWriting& writing)
@@ -150,10 +155,8 @@ bool SequenceSink::has(const Frame& frame) const {
   return writer_.writing().existing == Existing::Skip && fileExists(name_.file(frame.number));
 }
 
-std::unique_ptr<media::EncodableFrame> SequenceSink::take(const Frame& frame,
-                                                          std::shared_ptr<media::Picture> picture) {
-  writer_.write(*picture, name_.file(frame.number));
-  return nullptr;
+Taken SequenceSink::take(const Frame& frame, std::shared_ptr<media::Picture> picture) {
+  return writer_.write(*picture, name_.file(frame.number));
 }
 
 }  // namespace lomix::batch

@@ -100,8 +100,9 @@ class PictureWriter {
   PictureWriter(const std::filesystem::path& output, PictureWriting writing);
 
   /// Writes a picture. Warns where it has transparency and its file has not, once for all pictures,
-  /// and of what else the file does not keep. Any thread. Throws MediaError.
-  void write(const media::Picture& picture, const std::filesystem::path& file);
+  /// and of what else the file does not keep. With Existing::Skip, keeps a file that exists. Any
+  /// thread. Throws MediaError.
+  Taken write(const media::Picture& picture, const std::filesystem::path& file);
 
   const PictureWriting& writing() const { return writing_; }
 
@@ -118,8 +119,7 @@ class PictureSink : public FrameSink {
   PictureSink(std::filesystem::path file, const PictureWriting& writing);
 
   bool has(const Frame& frame) const override;
-  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
-                                              std::shared_ptr<media::Picture> picture) override;
+  Taken take(const Frame& frame, std::shared_ptr<media::Picture> picture) override;
 
  private:
   std::filesystem::path file_;
@@ -137,8 +137,7 @@ class SequenceSink : public FrameSink {
 
   bool has(const Frame& frame) const override;
   bool allowsGaps() const override { return true; }
-  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
-                                              std::shared_ptr<media::Picture> picture) override;
+  Taken take(const Frame& frame, std::shared_ptr<media::Picture> picture) override;
 
  private:
   media::SequenceName name_;

@@ -125,14 +125,13 @@ void PipedSource::load(const Frame&, media::Picture& picture) {
 
 PipedSink::PipedSink(const PictureWriting& writing) : writer_(media::kStandardStream, writing) {}
 
-std::unique_ptr<media::EncodableFrame> PipedSink::take(const Frame&,
-                                                       std::shared_ptr<media::Picture> picture) {
+Taken PipedSink::take(const Frame&, std::shared_ptr<media::Picture> picture) {
   const TemporaryFile place(temporaryName(writer_.writing().extension));
   renamingErrors(place.path(), [&] {
     writer_.write(*picture, place.path());
     copyToStandardOutput(place.path());
   });
-  return nullptr;
+  return {};
 }
 
 }  // namespace lomix::batch

@@ -45,8 +45,7 @@ class PipedSink : public FrameSink {
   /// writing: with an extension. Throws MediaError for one that no picture has.
   explicit PipedSink(const PictureWriting& writing);
 
-  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
-                                              std::shared_ptr<media::Picture> picture) override;
+  Taken take(const Frame& frame, std::shared_ptr<media::Picture> picture) override;
 
  private:
   PictureWriter writer_;

@@ -116,13 +116,13 @@ void Pipeline::process(const Job& job) {
     renderer_.render(look_, *input, job.frame.time, bandThreads_, *output);
   }
   input.reset();
-  std::unique_ptr<media::EncodableFrame> prepared;
+  Taken taken;
   {
     const Stopwatch watch(tally_.writeTime);
-    prepared = sink_.take(job.frame, std::move(output));
+    taken = sink_.take(job.frame, std::move(output));
   }
-  if (prepared) append(job.place, *prepared);
-  ++tally_.rendered;
+  if (taken.prepared) append(job.place, *taken.prepared);
+  ++(taken.isKept ? tally_.skipped : tally_.rendered);
 }
 
 bool Pipeline::load(const Frame& frame, media::Picture& picture) {

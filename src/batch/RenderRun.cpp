@@ -135,11 +135,11 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
                       options.route.existing == Existing::Overwrite);
   }
   const Report report(options, renderer, look, route, warnings);
-  if (route.done) {
+  const auto keep = [&] {
     report.writeKept(route.isVideo);
     if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
-    return;
-  }
+  };
+  if (route.done) return keep();
 
   Pipeline pipeline(*route.source, renderer, look, *route.sink, options.threads);
   const std::vector<std::int64_t> missing = route.source->missing();
@@ -161,6 +161,12 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     if (!options.quiet) warnings.setPrint([&](const std::string& line) { progress.say(line); });
     pipeline.run();
     if (!options.quiet) warnings.setPrint(printLine);
+  } catch (const FileExistsError& error) {
+    warnings.setPrint({});
+    // Of a video, which another process has finished meanwhile.
+    if (options.route.existing == Existing::Skip) return keep();
+    report.write(pipeline, seconds(), error.what());
+    throw;
   } catch (const std::exception& error) {
     warnings.setPrint({});
     report.write(pipeline, seconds(), error.what());

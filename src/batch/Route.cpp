@@ -9,6 +9,7 @@
 #include "media/picture/PictureFile.h"
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
+#include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/TemporaryFile.h"
 #include "support/Text.h"
@@ -34,6 +35,7 @@ class Planner {
   Route plan() {
     classifyInput();
     classifyOutput();
+    route_.isVideo = writesVideo_;
     requireDistinct();
     if (options_.removesLeftovers && options_.existing != Existing::Refuse &&
         options_.output != media::kStandardStream) {
@@ -47,12 +49,17 @@ class Planner {
     const bool one = !outputSequence_ && options_.output != media::kStandardStream;
     if (options_.existing == Existing::Skip && one && fileExists(options_.output)) {
       route_.done = true;
-      route_.isVideo = writesVideo_;
       return std::move(route_);
     }
     if (writesVideo_) {
       openInput();
-      openVideoOutput();
+      try {
+        openVideoOutput();
+      } catch (const FileExistsError&) {
+        // Another process has finished it meanwhile.
+        if (options_.existing != Existing::Skip) throw;
+        route_.done = true;
+      }
     } else if (outputSequence_) {
       auto sink = std::make_unique<SequenceSink>(*outputSequence_, writing());
       openInput();

@@ -33,10 +33,10 @@ VideoSink::VideoSink(const media::VideoOutput& output, media::VideoReader* sourc
       name_(output.name),
       warn_(output.warn) {}
 
-std::unique_ptr<media::EncodableFrame> VideoSink::take(const Frame& frame,
-                                                       std::shared_ptr<media::Picture> picture) {
+Taken VideoSink::take(const Frame& frame, std::shared_ptr<media::Picture> picture) {
   for (const std::string& loss : media::lossesInVideo(*picture)) warn_("'" + name_ + "': " + loss);
-  return writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_);
+  return {writer_->prepare(std::move(picture), frame.decoded.get(), frame.number - firstNumber_),
+          false};
 }
 
 }  // namespace lomix::batch

@@ -38,8 +38,7 @@ class VideoSink : public FrameSink {
   /// firstNumber: for frames from pictures, the number of the frame at time 0. Throws MediaError.
   VideoSink(const media::VideoOutput& output, media::VideoReader* source, std::int64_t firstNumber);
 
-  std::unique_ptr<media::EncodableFrame> take(const Frame& frame,
-                                              std::shared_ptr<media::Picture> picture) override;
+  Taken take(const Frame& frame, std::shared_ptr<media::Picture> picture) override;
   void finish() override { writer_->finish(); }
 
  private:

@@ -45,4 +45,10 @@ class AvoidableError : public MediaError {
   Remedy remedy_;
 };
 
+/// Reports that a file exists and may not be replaced. Callers that keep such files catch it.
+class FileExistsError : public AvoidableError {
+ public:
+  using AvoidableError::AvoidableError;
+};
+
 }  // namespace lomix

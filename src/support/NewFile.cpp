@@ -48,8 +48,8 @@ void makeFolder(const fs::path& folder) {
 }
 
 void throwFileExists(const fs::path& file) {
-  throw AvoidableError(Remedy::Overwrite, cannotWrite(file) + "it exists",
-                       "choose another name, or replace it");
+  throw FileExistsError(Remedy::Overwrite, cannotWrite(file) + "it exists",
+                        "choose another name, or replace it");
 }
 
 void checkNewFile(const fs::path& file, bool overwrite) {

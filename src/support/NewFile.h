@@ -8,10 +8,11 @@
 namespace lomix {
 
 /// Throws MediaError when no file of that name can be made: its folder is missing, or the name is
-/// taken. With overwrite true an existing file, but nothing else, may have the name.
+/// taken. With overwrite true an existing file, but nothing else, may have the name; else it is a
+/// FileExistsError.
 void checkNewFile(const std::filesystem::path& file, bool overwrite);
 
-/// Throws the AvoidableError about a file that exists and may not be replaced.
+/// Throws the FileExistsError about a file that exists and may not be replaced.
 [[noreturn]] void throwFileExists(const std::filesystem::path& file);
 
 /// Makes a folder and those that it is in, where they are missing. Does nothing for an empty name.

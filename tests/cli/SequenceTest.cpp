@@ -174,6 +174,40 @@ TEST_F(Sequence, KilledAtRandomAndResumedItIsWholeAndTheSame) {
   }
 }
 
+TEST_F(Sequence, ProcessesThatShareAFolderAllSucceedAndItIsWhole) {
+  makeFrames(1, 12, 160, 90);
+  expectDone(render({"in.####.png", "good.####.png"}));
+  const std::vector<std::string> shared =
+      render({"in.####.png", "out.####.png", "--skip-existing", "--threads", "2"});
+  for (const std::size_t count : {2, 2, 2, 4, 4, 4}) {
+    std::vector<pid_t> processes(count);
+    for (pid_t& process : processes) process = start(shared);
+    for (const pid_t process : processes) {
+      const Result result = finish(process);
+      EXPECT_EQ(result.exitCode, 0) << result.err;
+    }
+    ASSERT_EQ(namesWith("out").size(), 12u);
+    EXPECT_THAT(namesWith(".lomix-"), IsEmpty());
+    for (const std::string& name : namesWith("out")) {
+      EXPECT_EQ(read(path(name)), read(path("good" + name.substr(3)))) << name;
+      std::filesystem::remove(path(name));
+    }
+  }
+}
+
+TEST_F(Sequence, APictureThatAppearsDuringTheRenderIsKept) {
+  media::writePicture(media::drawTestCard(1920, 1080), path("card.png"), false);
+  const pid_t process = start(render({"card.png", "out.png", "--skip-existing", "--report", "r"}));
+  // The report's probe and the picture's own file; the second is being written.
+  while (namesWith(".lomix-").empty()) std::this_thread::yield();
+  write(path("out.png"), "theirs");
+  const Result result = finish(process);
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(read(path("out.png")), "theirs");
+  const auto report = nlohmann::json::parse(read(path("r")));
+  EXPECT_TRUE(report.contains("kept") || report["frames"]["skipped"] == 1) << report;
+}
+
 TEST_F(Sequence, AnInterruptFinishesTheFramesInFlightAndSaysHowToGoOn) {
   media::writePicture(media::drawTestCard(640, 360), path("card.png"), false);
   const pid_t process = start(render({"card.png", "out.####.png", "--frames", "1-9999"}));
