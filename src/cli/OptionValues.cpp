@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "support/Errors.h"
+#include "support/TemporaryFile.h"
 #include "support/Text.h"
 
 namespace lomix::cli {
@@ -127,6 +128,13 @@ batch::PairOfWholes parseDownsample(std::string_view text) {
                      std::to_string(kMaxDownsample) + ")");
   }
   return *factors;
+}
+
+CLI::Option* addNoFsync(CLI::App& app) {
+  return app.add_flag_callback(
+      "--no-fsync", [] { TemporaryFile::setFlushing(false); },
+      "Do not wait until the disk has what is written: faster,\n"
+      "but after a power loss new files may be damaged");
 }
 
 }  // namespace lomix::cli

@@ -1,6 +1,7 @@
 // Reads the values of options: times, rates, sizes, thread counts.
 #pragma once
 
+#include <CLI/App.hpp>
 #include <string>
 #include <string_view>
 
@@ -25,5 +26,8 @@ batch::PairOfWholes parseSize(std::string_view text, const std::string& option =
 
 /// Reads factors: "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
 batch::PairOfWholes parseDownsample(std::string_view text);
+
+/// Adds the option --no-fsync to a command that writes files. Returns it.
+CLI::Option* addNoFsync(CLI::App& app);
 
 }  // namespace lomix::cli

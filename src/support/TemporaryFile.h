@@ -10,7 +10,8 @@ namespace lomix {
 /// destructor removes a file that was not published.
 class TemporaryFile {
  public:
-  /// Creates an empty file in the folder of target, with target's extension. A target that is a
+  /// Creates an empty file in the folder of target, with target's extension. Where target exists,
+  /// only the user may read it until it is published. A target that is a
   /// link stays one: the file that it leads to is replaced. Throws MediaError when the folder does
   /// not exist or cannot be written to.
   explicit TemporaryFile(const std::filesystem::path& target);
@@ -21,9 +22,16 @@ class TemporaryFile {
   /// Returns the temporary name, for writing the content.
   const std::filesystem::path& path() const { return path_; }
 
-  /// Gives the file its final name. Call after it was written and closed. Throws MediaError; with
-  /// overwrite false also when a file of that name exists by now, which is kept.
+  /// Gives the file its final name, and the mode of a file that it replaces. Its bytes are on the
+  /// disk before, and its name when this returns, so that a power loss leaves the old file or the
+  /// whole new one. Call after it was written and closed. Throws MediaError, FileExistsError when,
+  /// with overwrite false, a file of that name exists by now. The old file is kept then, unless
+  /// only flushing the new name has failed.
   void publish(bool overwrite);
+
+  /// Chooses whether publish() waits for the disk; true at first. For the whole process: call
+  /// before other threads publish files.
+  static void setFlushing(bool flushes) noexcept;
 
   /// Removes the temporary files that killed processes have left in a folder. Does nothing on
   /// Windows, where such a file looks the same as one that is being written.

@@ -99,6 +99,7 @@ void declare(CLI::App& app, Options& options) {
                  "is a part of the range")
       ->type_name("DIFFERENCE");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
+  addNoFsync(app);
   app.footer(
       "Prints the largest difference and the peak signal-to-noise ratio. Of sequences and videos, "
       "all\n"

@@ -57,6 +57,7 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--over", options.over, "The span of the time axis; 0:8 by default")
       ->type_name("FROM:TO");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
+  addNoFsync(app);
   app.footer(
       "Every row of a frame has three values, which depend only on its position and the time: the\n"
       "weight of the scan distortion, the brightness of the bars, the jitter of the signal.\n\n"

@@ -229,6 +229,7 @@ void declare(CLI::App& app, Options& options) {
                "continue a run that was stopped")
       ->excludes(overwrite)
       ->group(files);
+  addNoFsync(app)->group(files);
   app.add_option("--report", options.report,
                  "Write a report as JSON: frames, failures, times, settings,\n"
                  "versions")

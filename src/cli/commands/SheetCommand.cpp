@@ -89,6 +89,7 @@ void declare(CLI::App& app, Options& options) {
       ->type_name("TEXT")
       ->group(layout);
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(layout);
+  addNoFsync(app)->group(layout);
   app.footer(
       "Examples:\n"
       "  lomix sheet in.png noise.png --sweep Noise=0:100:5\n"

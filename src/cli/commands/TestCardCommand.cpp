@@ -38,6 +38,7 @@ void declare(CLI::App& app, Options& options) {
                "what becomes of transparency")
       ->excludes(scene);
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
+  addNoFsync(app);
   app.footer(
       "Examples:\n"
       "  lomix testcard card.png\n"
