@@ -66,8 +66,8 @@ expect() {
 look=(--set Noise=30 --set "Scan Distortion=20" --set "Bars Overlay=40" --set "Vertical Sync=-7"
   --set "Signal Distortion=15" --set "Scanline Overlay=35" --time 1.5 --quiet)
 
-expect 0 testcard "$work/Prüfbild.png" --size 333x222
-"$lomix" testcard "$work/card.png" --size 333x222
+expect 0 testcard "$work/Prüfbild.png" --size 333x222 --alpha
+"$lomix" testcard "$work/card.png" --size 333x222 --alpha
 for engine in rows plugin; do
   expect 0 render "$work/Prüfbild.png" "$work/$engine.bmp" "${look[@]}" --engine "$engine"
 done

@@ -1,6 +1,5 @@
 #include "support/FileBytes.h"
 
-#include <algorithm>
 #include <array>
 #include <system_error>
 
@@ -27,10 +26,10 @@ void FileBytes::read(std::uint64_t at, char* bytes, std::size_t length) {
 std::uint64_t FileBytes::number(std::uint64_t at, std::size_t length) {
   std::array<char, 8> bytes{};
   read(at, bytes.data(), length);
-  if (!bigEndian_) std::reverse(bytes.begin(), bytes.begin() + static_cast<int>(length));
   std::uint64_t value = 0;
   for (std::size_t i = 0; i < length; ++i) {
-    value = value << 8 | static_cast<unsigned char>(bytes.at(i));
+    const char next = bytes.at(bigEndian_ ? i : length - 1 - i);
+    value = value << 8 | static_cast<unsigned char>(next);
   }
   return value;
 }
