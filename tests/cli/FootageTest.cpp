@@ -247,14 +247,27 @@ TEST_F(Footage, PicturesOfSeveralFramesAreVideosWhateverTheirName) {
   makeClip("a.gif", "s=32x32:r=10:d=0.5", "");
   makeClip("a.apng", "s=32x32:r=10:d=0.5", "-plays 0");
   std::filesystem::rename(path("a.apng"), path("b.png"));
-  makeClip("c.webp", "s=32x32:r=10:d=0.5", "-c:v libwebp_anim");
+  makeClip("c.webp", "s=32x32:r=10:d=0.5", "-c:v libwebp_anim -lossless 1");
   makeClip("one.gif", "s=32x32:r=10:d=0.1", "-frames:v 1");
-  for (const std::string in : {"a.gif", "b.png"}) {
+  // The first two are alike, and become one in a WebP.
+  for (const auto& [in, frames] :
+       {std::pair<std::string, std::string>{"a.gif", "5"}, {"b.png", "5"}, {"c.webp", "4"}}) {
     render(in + " out.mkv --overwrite --quiet");
-    EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,5\n") << in;
+    EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"),
+              "stream," + frames + "\n");
     EXPECT_THAT(render(in + " one.png", 2), HasSubstr("one picture for several frames"));
   }
-  EXPECT_THAT(render("c.webp out.mkv --overwrite", 1), HasSubstr("animated WebP"));
+  render("c.webp part.mkv --frames 0.2s-0.4s --quiet");
+  EXPECT_EQ(probe("part.mkv", "v", "frame=pts_time"), "frame,0.000000\nframe,0.100000\n");
+  const std::string whole = read(path("c.webp"));
+  write(path("c.webp"), whole.substr(0, whole.size() * 4 / 5));
+  EXPECT_THAT(render("c.webp out.mkv --overwrite", 1), HasSubstr("damaged or not whole"));
+  std::string damaged = whole;
+  const std::size_t third =
+      damaged.find("ANMF", damaged.find("ANMF", damaged.find("ANMF") + 1) + 1);
+  std::fill_n(damaged.begin() + static_cast<std::ptrdiff_t>(third) + 60, 60, '\xff');
+  write(path("c.webp"), damaged);
+  EXPECT_THAT(render("c.webp out.mkv --overwrite", 3), HasSubstr("breaks off"));
   render("one.gif one.png --quiet");
   write(path("broken.gif"), std::string("GIF89a\x20\0\x20\0\xf7\0\0", 13));
   EXPECT_THAT(render("broken.gif broken.png", 1), StartsWith("error: "));
@@ -289,6 +302,8 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
   EXPECT_THAT(probe("a.mp4", "v", "stream=color_range"), HasSubstr("tv"));
   EXPECT_THAT(render("clear.mkv g.webp"), IsEmpty());
   EXPECT_THAT(read(path("g.webp")).substr(0, 64), HasSubstr("ANIM"));
+  render("clear.mkv g.mkv --quiet");
+  EXPECT_EQ(run({"compare", "g.webp", "g.mkv", "--fail-above", "0"}).exitCode, 0);
   EXPECT_THAT(render("clear.mkv g.gif"), HasSubstr("alpha becomes all or nothing"));
   // 256 colours of its own for each frame: near to what was drawn.
   render("deep.mkv frames.mkv --quiet");

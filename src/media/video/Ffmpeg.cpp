@@ -1,5 +1,7 @@
 #include "media/video/Ffmpeg.h"
 
+#include <webp/demux.h>
+
 #include <algorithm>
 #include <array>
 #include <new>
@@ -13,9 +15,12 @@ std::vector<std::string> videoLibraries() {
     return std::string(name) + " " +
            dotted(AV_VERSION_MAJOR(version), AV_VERSION_MINOR(version), AV_VERSION_MICRO(version));
   };
-  return {std::string("FFmpeg ") + av_version_info(), line("libavformat", avformat_version()),
-          line("libavcodec", avcodec_version()), line("libavutil", avutil_version()),
-          line("libswscale", swscale_version())};
+  return {std::string("FFmpeg ") + av_version_info(),
+          line("libavformat", avformat_version()),
+          line("libavcodec", avcodec_version()),
+          line("libavutil", avutil_version()),
+          line("libswscale", swscale_version()),
+          line("libwebpdemux", static_cast<unsigned>(WebPGetDemuxVersion()))};
 }
 
 FfmpegPtr<AVFrame> newFrame() {

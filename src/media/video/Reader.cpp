@@ -72,10 +72,14 @@ void Reader::open(const VideoInput& input) {
   if (!standard && !fileExists(name_)) {
     throw MediaError(cannotRead(name_) + "there is no such file (check the name)");
   }
-  if (!standard && isAnimatedWebp(name_)) {
-    throw MediaError(cannotRead(name_) +
-                     "the frames of an animated WebP cannot be decoded here (convert it to GIF or "
-                     "PNG first)");
+  if (!standard && !isRaw_ && isAnimatedWebp(name_)) {
+    webp_ = std::make_unique<WebpFrames>(name_);
+    if (webp_->hasMetadata()) {
+      warn_("'" + name_ + "': colour profile, Exif and XMP of an animated WebP are not kept");
+    }
+    container_ = webp_->makeContainer();
+    copied_ = std::make_unique<CopiedPackets>(*container_);
+    return;
   }
   const AVInputFormat* format = nullptr;
   FfmpegOptions options;
@@ -235,7 +239,7 @@ void Reader::requireDecoded(int error) {
 FfmpegPtr<AVPacket> Reader::readPacket() {
   if (atFileEnd_) return nullptr;
   FfmpegPtr<AVPacket> packet = newPacket();
-  const int error = av_read_frame(container_, packet.get());
+  const int error = webp_ ? webp_->read(*packet) : av_read_frame(container_, packet.get());
   if (error < 0) {
     atFileEnd_ = true;
     if (error == AVERROR(ENOMEM)) throw std::bad_alloc();

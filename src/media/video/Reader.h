@@ -9,6 +9,7 @@
 #include "media/video/FrameConverter.h"
 #include "media/video/FrameFilter.h"
 #include "media/video/InputStream.h"
+#include "media/video/WebpFrames.h"
 
 namespace lomix::media {
 
@@ -105,7 +106,8 @@ class Reader : public VideoReader {
   std::unique_ptr<FrameFilter> deinterlacer_;  ///< Made for the first frame.
   bool filtersEnd_ = false;                    ///< The deinterlacer has got the last frame.
   std::unique_ptr<InputStream>
-      standardInput_;  ///< Standard input that was begun to be read; else null.
+      standardInput_;                 ///< Standard input that was begun to be read; else null.
+  std::unique_ptr<WebpFrames> webp_;  ///< The frames of an animated WebP; else null.
   AVFormatContext* container_ = nullptr;
   AVStream* stream_ = nullptr;
   FfmpegPtr<AVCodecContext> decoder_;

@@ -34,7 +34,7 @@ bool isVideoName(const std::string& name);
 /// error. False for a file that cannot be read.
 bool isVideoFile(const std::filesystem::path& file);
 
-/// Returns whether such a file is an animated WebP, which FFmpeg cannot decode.
+/// Returns whether such a file is an animated WebP, which FFmpeg does not decode.
 bool isAnimatedWebp(const std::filesystem::path& file);
 
 /// The names of the codecs that can be chosen for output.
