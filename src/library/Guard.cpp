@@ -1,5 +1,7 @@
 #include "library/Guard.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <new>
 #include <system_error>
 
@@ -26,7 +28,10 @@ lomix_status report(lomix_error* error, lomix_status status, std::string_view me
       std::min<std::size_t>(error->struct_size - kMessageOffset, sizeof error->message);
   const std::size_t length = wholeCharacters(message, capacity - 1);
   error->status = status;
-  if (length > 0) std::memcpy(error->message, message.data(), length);
+  // A name that the caller gave may have line breaks.
+  std::replace_copy_if(
+      message.begin(), message.begin() + static_cast<std::ptrdiff_t>(length), error->message,
+      [](char c) { return c == '\n' || c == '\r'; }, ' ');
   error->message[length] = '\0';
   return status;
 }
