@@ -241,8 +241,12 @@ ordered_json toJson(const Preset& preset, const ParameterTable& table) {
 }
 
 std::string presetText(const Preset& preset, const ParameterTable& table) {
-  requirePresetLine("name", preset.name);
-  requirePresetLine("description", preset.description);
+  // As they are read: bytes that are not UTF-8 become a character of three bytes each.
+  const auto written = [](const std::string& line) {
+    return ordered_json::parse(leafText(line)).get<std::string>();
+  };
+  requirePresetLine("name", written(preset.name));
+  requirePresetLine("description", written(preset.description));
   return textOf(preset, table);
 }
 
