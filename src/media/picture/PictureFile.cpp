@@ -7,6 +7,7 @@
 #include <new>
 #include <system_error>
 
+#include "media/picture/ClaimedSize.h"
 #include "media/picture/PictureCodec.h"
 #include "support/FileBytes.h"
 #include "support/MediaError.h"
@@ -120,6 +121,7 @@ Picture readPicture(const fs::path& file, const std::string& extension) {
   if (isCut(bytes)) {
     throw MediaError(cannotRead(file) + "it ends too early (copy or make it again)");
   }
+  requirePossibleHeader(file, bytes);
   const QuietStandardError quiet;
   try {
     return decodePicture(file, extension);

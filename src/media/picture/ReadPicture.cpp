@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "media/picture/ClaimedSize.h"
 #include "media/picture/ImageLibrary.h"
 #include "media/picture/PictureCodec.h"
 #include "media/picture/PictureContent.h"
@@ -99,6 +100,9 @@ class Reader {
     if (spec_.full_height < 1) spec_.full_height = spec_.height;
     requirePossibleSize(spec_.width, spec_.height);
     requirePossibleSize(spec_.full_width, spec_.full_height);
+    requireBytesFor(file_, input_->format_name(),
+                    lowerCase(spec_.get_string_attribute("compression")), spec_.width, spec_.height,
+                    spec_.image_bytes(true));
     hasAlpha_ = channels_[0] >= 0;
     premultiplied_ = hasAlpha_ && arrivesPremultiplied(input_->format_name(), spec_);
     if (premultiplied_ && std::string_view(input_->format_name()) == "webp") {
