@@ -301,6 +301,7 @@ class Planner {
     input.start = std::move(standardInput_.start);
     input.threads = options_.threads;
     input.deinterlace = options_.deinterlace;
+    input.allowsPlaylists = options_.allowsPlaylists;
     input.warn = options_.warn;
     input.rawFormat = options_.rawFormat;
     input.rawWidth = options_.rawSize.first;

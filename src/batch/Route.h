@@ -33,6 +33,7 @@ struct RouteOptions {
   std::string codec;
   std::optional<int> crf;
   bool deinterlace = false;
+  bool allowsPlaylists = false;
   bool sound = true;
   bool subtitles = true;
   bool data = true;

@@ -137,4 +137,10 @@ CLI::Option* addNoFsync(CLI::App& app) {
       "but after a power loss new files may be damaged");
 }
 
+CLI::Option* addAllowPlaylists(CLI::App& app, bool& allows) {
+  return app.add_flag("--allow-playlists", allows,
+                      "Let an input that is a play list (HLS, DASH, ffconcat)\n"
+                      "open the files that it names");
+}
+
 }  // namespace lomix::cli

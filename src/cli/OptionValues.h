@@ -30,4 +30,7 @@ batch::PairOfWholes parseDownsample(std::string_view text);
 /// Adds the option --no-fsync to a command that writes files. Returns it.
 CLI::Option* addNoFsync(CLI::App& app);
 
+/// Adds the option --allow-playlists to a command that reads videos. allows: set by it.
+CLI::Option* addAllowPlaylists(CLI::App& app, bool& allows);
+
 }  // namespace lomix::cli

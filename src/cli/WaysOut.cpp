@@ -14,6 +14,8 @@ const char* optionFor(Remedy remedy) {
       return "--codec";
     case Remedy::NoSound:
       return "--no-audio";
+    case Remedy::AllowPlaylists:
+      return "--allow-playlists";
     case Remedy::NameModule:
       return "--plugin FILE";
   }

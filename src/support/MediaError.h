@@ -20,6 +20,7 @@ enum class Remedy {
   OverwriteOrSkip,  ///< Replace the frames that exist, or keep them.
   ChooseCodec,      ///< Another video codec.
   NoSound,          ///< A video without the input's sound.
+  AllowPlaylists,   ///< Let a play list open the files that it names.
   NameModule        ///< A plug-in module by its file name.
 };
 

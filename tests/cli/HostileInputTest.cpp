@@ -1,4 +1,4 @@
-// Files that ask for more than they are: memory for pictures that they cannot hold.
+// Files that ask for more than they are: memory for pictures that they cannot hold, other files.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -10,6 +10,7 @@ namespace {
 
 using testing::AllOf;
 using testing::EndsWith;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 class HostileInput : public Video {};
@@ -47,6 +48,40 @@ TEST_F(HostileInput, LargePicturesOfOneColourAreNoSuchClaims) {
     EXPECT_LT(std::filesystem::file_size(path(name)), 2'000'000U) << name;
     expectDone({"render", name, "out.tga", "--overwrite", "--no-fsync", "--quiet"});
   }
+}
+
+TEST_F(HostileInput, PlayListsOpenNoOtherFileUnlessAllowed) {
+  makeClip("part.mkv", "s=32x16:r=25:d=0.2", "-c:v ffv1");
+  shell("ffmpeg -v error -i part.mkv -c:v mpeg2video -f hls -hls_segment_filename s%d.ts hls.m3u8");
+  write(path("concat.ffconcat"), "ffconcat version 1.0\nfile 'part.mkv'\n");
+  std::filesystem::copy_file(path("hls.m3u8"), path("hls.mp4"));
+  std::filesystem::copy_file(path("concat.ffconcat"), path("concat.mov"));
+  const auto before = names();
+  for (const std::string name : {"hls.m3u8", "concat.ffconcat", "hls.mp4", "concat.mov"}) {
+    for (const bool piped : {false, true}) {
+      SCOPED_TRACE(name + (piped ? " piped" : ""));
+      const std::string input = piped ? "- out.mkv < " + name : name + " out.mkv";
+      const Result result = finish(startProgram({"sh", "-c", LOMIX_COMMAND " render " + input}));
+      EXPECT_EQ(result.exitCode, 1);
+      EXPECT_THAT(result.err, AllOf(StartsWith("error: cannot read "),
+                                    EndsWith("(open them with --allow-playlists)\n")));
+      EXPECT_EQ(names(), before);
+    }
+    expectDone({"render", name, "out.mkv", "--allow-playlists", "--quiet", "--video-only"});
+    EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,5\n");
+    std::filesystem::remove(path("out.mkv"));
+  }
+  const Result result = run({"compare", "hls.mp4", "part.mkv"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("--allow-playlists"));
+}
+
+TEST_F(HostileInput, PlayListsNeverOpenAddresses) {
+  write(path("list.m3u8"),
+        "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/s.ts\n#EXT-X-ENDLIST\n");
+  const Result result = run({"render", "list.m3u8", "out.mkv", "--allow-playlists"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, AllOf(StartsWith("error: cannot read 'list.m3u8'"), EndsWith(")\n")));
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ struct Options {
   std::string view = "side";
   double gain = 0.0;  ///< 0: as the difference needs.
   std::string failAbove;
+  bool allowsPlaylists = false;
   bool overwrite = false;
 };
 
@@ -100,6 +101,7 @@ void declare(CLI::App& app, Options& options) {
       ->type_name("DIFFERENCE");
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   addNoFsync(app);
+  addAllowPlaylists(app, options.allowsPlaylists);
   app.footer(
       "Prints the largest difference and the peak signal-to-noise ratio. Of sequences and videos, "
       "all\n"
@@ -161,10 +163,11 @@ double parseLimit(const std::string& text) {
 /// One of the two sides: its frames in order.
 class Side {
  public:
-  explicit Side(const std::string& name) : name_(name) {
+  Side(const std::string& name, bool allowsPlaylists) : name_(name) {
     batch::RouteOptions options;
     options.input = name;
     options.threads = threadCount(0);
+    options.allowsPlaylists = allowsPlaylists;
     source_ = batch::openSource(options);
     next();
   }
@@ -303,8 +306,8 @@ void run(const Options& options, const Streams& streams) {
     requireDistinctFiles({{"OUTPUT", options.output}}, {{"A", options.a}, {"B", options.b}});
     media::checkWritable(options.output, options.overwrite);
   }
-  Side a(options.a);
-  Side b(options.b);
+  Side a(options.a, options.allowsPlaylists);
+  Side b(options.b, options.allowsPlaylists);
   const Comparison result = compareAll(a, b);
   const double gain = gainOf(options, result.worst);
   if (!options.output.empty()) {

@@ -84,6 +84,7 @@ struct Options {
   std::optional<int> crf;
   std::string raw;
   bool deinterlace = false;
+  bool allowsPlaylists = false;
   bool videoOnly = false;
   bool noAudio = false;
   bool noSubtitles = false;
@@ -177,6 +178,7 @@ void declare(CLI::App& app, Options& options) {
                "FFmpeg's filter bwdif, before the effect; by default\n"
                "the fields and their order are kept")
       ->group(video);
+  addAllowPlaylists(app, options.allowsPlaylists)->group(video);
   app.add_flag("--video-only", options.videoOnly, "Leave all but the pictures out")->group(video);
   app.add_flag("--no-audio", options.noAudio, "Leave the sound out")->group(video);
   app.add_flag("--no-subtitles", options.noSubtitles, "Leave subtitles and their fonts out")
@@ -308,6 +310,7 @@ void run(const Options& options, const Streams& streams) {
   route.codec = options.codec;
   route.crf = options.crf;
   route.deinterlace = options.deinterlace;
+  route.allowsPlaylists = options.allowsPlaylists;
   route.sound = !options.videoOnly && !options.noAudio;
   route.subtitles = !options.videoOnly && !options.noSubtitles;
   route.data = !options.videoOnly && !options.noData;

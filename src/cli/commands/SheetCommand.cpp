@@ -39,6 +39,7 @@ struct Options {
   std::string title;
   int columns = 0;
   int width = 0;
+  bool allowsPlaylists = false;
   bool overwrite = false;
 };
 
@@ -90,6 +91,7 @@ void declare(CLI::App& app, Options& options) {
       ->group(layout);
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists")->group(layout);
   addNoFsync(app)->group(layout);
+  addAllowPlaylists(app, options.allowsPlaylists)->group(layout);
   app.footer(
       "Examples:\n"
       "  lomix sheet in.png noise.png --sweep Noise=0:100:5\n"
@@ -163,6 +165,7 @@ media::Picture inputPicture(const Options& options) {
   batch::RouteOptions route;
   route.input = options.input;
   route.threads = threadCount(0);
+  route.allowsPlaylists = options.allowsPlaylists;
   if (!options.frame.empty()) {
     route.frames = parseFrames(options.frame);
     if (!route.frames.isOne()) {

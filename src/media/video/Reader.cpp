@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -16,6 +17,7 @@ extern "C" {
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
+#include "support/StandardFiles.h"
 
 namespace lomix::media {
 namespace {
@@ -38,6 +40,56 @@ std::string secondsText(double seconds) {
 
 double secondsOf(const Moment& moment) {
   return static_cast<double>(moment.value) * av_q2d(moment.base);
+}
+
+/// Formats whose files name further files or programs, which the libraries then open.
+constexpr std::array<std::string_view, 10> kPlaylists{"hls",      "applehttp",  "dash", "concat",
+                                                      "imf",      "vobsub",     "sdp",  "rtsp",
+                                                      "avisynth", "vapoursynth"};
+
+bool isPlaylist(const AVInputFormat& format) {
+  return std::ranges::find(kPlaylists, std::string_view(format.name)) != kPlaylists.end();
+}
+
+/// Returns a list of all formats but play lists.
+std::string formatsOfOneFile() {
+  std::string names;
+  void* place = nullptr;
+  while (const AVInputFormat* format = av_demuxer_iterate(&place)) {
+    if (!isPlaylist(*format)) names += (names.empty() ? "" : ",") + std::string(format->name);
+  }
+  return names;
+}
+
+/// Returns what standard input gives first; empty where it is at its end or cannot be read.
+std::string firstInput() {
+  std::string start(4096, '\0');
+  const std::ptrdiff_t size = readStandardInput(start.data(), start.size());
+  start.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  return start;
+}
+
+/// Returns the format of the first bytes of a stream; null where they do not tell it.
+const AVInputFormat* formatOfStart(std::string start) {
+  AVProbeData data{};
+  data.buf_size = static_cast<int>(start.size());
+  start.append(AVPROBE_PADDING_SIZE, '\0');
+  data.buf = reinterpret_cast<unsigned char*>(start.data());
+  data.filename = "";
+  return av_probe_input_format(&data, 1);
+}
+
+/// Does the same for a file; null for a pipe, which cannot be read twice.
+const AVInputFormat* formatOfFile(const std::string& name) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(name, ignored)) return nullptr;
+  const std::string url = "file:" + name;
+  AVIOContext* file = nullptr;
+  const AVInputFormat* format = nullptr;
+  if (avio_open(&file, url.c_str(), AVIO_FLAG_READ) < 0) return nullptr;
+  av_probe_input_buffer(file, &format, url.c_str(), nullptr, 0, 0);
+  avio_closep(&file);
+  return format;
 }
 
 }  // namespace
@@ -91,13 +143,26 @@ void Reader::open(const VideoInput& input) {
     options.set("framerate",
                 std::to_string(input.rawRate.num) + "/" + std::to_string(input.rawRate.den));
   }
+  // A list may name files of this machine, and no address.
+  options.set("protocol_whitelist", "file,pipe,crypto,data");
+  if (!input.allowsPlaylists) options.set("format_whitelist", formatsOfOneFile());
   const std::string url = standard ? "pipe:0" : "file:" + name_;
-  if (!input.start.empty()) {
-    standardInput_ = std::make_unique<InputStream>(input.start);
+  const std::string start = standard && input.start.empty() ? firstInput() : input.start;
+  if (!start.empty()) {
+    standardInput_ = std::make_unique<InputStream>(start);
     container_ = standardInput_->makeContainer();
   }
   int error = avformat_open_input(&container_, url.c_str(), format, options.address());
-  if (error < 0) fail(error, isRaw_ ? "check the pixel format and the size" : kUnknown);
+  if (error < 0) {
+    const AVInputFormat* found = standard ? formatOfStart(start) : formatOfFile(name_);
+    if (!isRaw_ && !input.allowsPlaylists && found != nullptr && isPlaylist(*found)) {
+      throw AvoidableError(
+          Remedy::AllowPlaylists,
+          cannotRead(name_) + "it is a play list, and the files that it names are not opened",
+          "open them");
+    }
+    fail(error, isRaw_ ? "check the pixel format and the size" : kUnknown);
+  }
   error = avformat_find_stream_info(container_, nullptr);
   if (error < 0) fail(error, kUnknown);
   copied_ = std::make_unique<CopiedPackets>(*container_);

@@ -30,8 +30,8 @@ inline constexpr const char* kStandardStream = "-";
 bool isVideoName(const std::string& name);
 
 /// Returns whether a file without a video's name is to be read as one: a picture of several frames
-/// (GIF, PNG, WebP), which its content tells, or a file of sound, for which the reader has a clear
-/// error. False for a file that cannot be read.
+/// (GIF, PNG, WebP), which its content tells, a play list, or a file of sound, for which the reader
+/// has a clear error. False for a file that cannot be read.
 bool isVideoFile(const std::filesystem::path& file);
 
 /// Returns whether such a file is an animated WebP, which FFmpeg does not decode.
@@ -94,6 +94,8 @@ struct VideoInput {
   /// Whether frames of two fields become frames of one time, a frame for a frame. Where the video
   /// says which frames are interlaced, only those; where it says nothing of it, all.
   bool deinterlace = false;
+  /// Whether a play list (HLS, DASH, ffconcat) may open the files that it names.
+  bool allowsPlaylists = false;
   std::string rawFormat;  ///< FFmpeg's pixel format of raw frames; empty: a container says it.
   Warn warn = [](const std::string&) {};  ///< Called for what is assumed.
   int rawWidth = 0;
@@ -193,7 +195,7 @@ class VideoWriter {
 };
 
 /// Opens a video. Throws MediaError when the file is missing, damaged or has no video stream that
-/// can be decoded.
+/// can be decoded, AvoidableError for a play list that is not allowed.
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input);
 
 /// Starts a video. source: the video whose sound, subtitles, timestamps and tags are copied, which

@@ -22,6 +22,8 @@ constexpr std::array<std::string_view, 14> kSoundExtensions{
     ".wav", ".mp3",  ".m4a", ".m4b", ".aac",  ".flac", ".ogg",
     ".oga", ".opus", ".wma", ".aif", ".aiff", ".mka",  ".ac3"};
 
+constexpr std::array<std::string_view, 4> kPlaylistExtensions{".m3u8", ".m3u", ".mpd", ".ffconcat"};
+
 /// Returns whether a GIF file has two pictures or more. Throws EndOfFile where it ends too early.
 bool isAnimatedGif(FileBytes& bytes) {
   std::uint64_t at = 13;  // Behind the signature and the description of the screen.
@@ -109,7 +111,10 @@ std::string extensionOf(const std::filesystem::path& file) {
 bool isVideoFile(const std::filesystem::path& file) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(file, ignored)) return false;
-  if (std::ranges::find(kSoundExtensions, extensionOf(file)) != kSoundExtensions.end()) return true;
+  const auto isAmong = [extension = extensionOf(file)](const auto& names) {
+    return std::ranges::find(names, extension) != names.end();
+  };
+  if (isAmong(kSoundExtensions) || isAmong(kPlaylistExtensions)) return true;
   return animationOf(file) != Content::Other;
 }
 
