@@ -34,6 +34,15 @@ if(LOMIX_SANITIZE)
   endif()
 endif()
 
+if(LOMIX_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang OR NOT LOMIX_BUILD_TESTS)
+    message(FATAL_ERROR "LOMIX_BUILD_FUZZERS: the fuzzers are tests for Clang "
+                        "(choose it with CMAKE_CXX_COMPILER, and LOMIX_BUILD_TESTS=ON)")
+  endif()
+  # Counts what an input reaches.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # A project around this one chooses its own launcher.
 find_program(LOMIX_CCACHE ccache)
 if(LOMIX_CCACHE AND PROJECT_IS_TOP_LEVEL)

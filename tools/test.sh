@@ -2,7 +2,8 @@
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
 # undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine,
-# the library and the plug-ins that draw on several threads with the thread sanitizer; then the Windows
+# the library and the plug-ins that draw on several threads with the thread sanitizer; then fuzzers
+# for 20 seconds each, where their compiler can be installed; then the Windows
 # build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
 # golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be
 # installed, and the instructions that a pixel takes there.
@@ -40,6 +41,7 @@ echo "Testing (tsan)..."
 threads='lomix_engine_tests: ?Threads|library_test: ?(Context|Seeds/Frames.*/1$)'
 threads+='|ofx_test: ?.*(AtOnce|Threads|Abort)|frei0r_test: ?.*AtOnce'
 ctest --preset tsan -j "$(nproc)" -R "$threads"
+tools/fuzz.sh presets,options,module,library 20
 tools/check_windows.sh
 tools/check_clang.sh --quick
 tools/count_instructions.sh --quick

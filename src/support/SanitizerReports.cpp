@@ -10,7 +10,8 @@ namespace {
 
 /// Sends reports to the file or terminal that is standard error when the program starts, so that
 /// QuietStandardError does not drop them. GCC's sanitizers are libraries with a file each, Clang's
-/// are parts of the program.
+/// are parts of the program. The library of GCC's undefined-behaviour sanitizer may choose standard
+/// error again at its first report; the program then ends with an exit code and no text.
 int keepReports() {
   const int file = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (file < 0) return file;
