@@ -2,7 +2,7 @@
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
 # undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine,
-# the library and the plug-ins that draw on several threads with the thread sanitizer; then fuzzers
+# the library, the plug-ins and the pipeline that use several threads with the thread sanitizer; then fuzzers
 # for 20 seconds each, where their compiler can be installed; then the Windows
 # build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
 # golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be
@@ -32,14 +32,14 @@ tools/setup.sh $(tools/setup_packaging.sh --list-windows) ||
 for preset in dev asan; do
   tools/build.sh "$preset"
 done
-tools/build.sh tsan --target lomix_engine_tests library_test ofx_test frei0r_test
+tools/build.sh tsan --target lomix_engine_tests library_test ofx_test frei0r_test pipeline_test
 for preset in dev asan; do
   echo "Testing ($preset)..."
   ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
 done
 echo "Testing (tsan)..."
 threads='lomix_engine_tests: ?Threads|library_test: ?(Context|Seeds/Frames.*/1$)'
-threads+='|ofx_test: ?.*(AtOnce|Threads|Abort)|frei0r_test: ?.*AtOnce'
+threads+='|ofx_test: ?.*(AtOnce|Threads|Abort)|frei0r_test: ?.*AtOnce|pipeline_test'
 ctest --preset tsan -j "$(nproc)" -R "$threads"
 tools/fuzz.sh presets,options,module,library 20
 tools/check_windows.sh
