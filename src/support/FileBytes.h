@@ -19,6 +19,7 @@ class FileBytes {
   explicit FileBytes(const std::filesystem::path& file);
 
   bool isOpen() const { return stream_.is_open(); }
+  std::uint64_t size() const { return size_; }
   /// Chooses the byte order of number(): big-endian or, at first, little-endian.
   void setBigEndian(bool big) { bigEndian_ = big; }
 

@@ -409,6 +409,39 @@ TEST_F(Footage, AVideoHasItsNameOnlyWhenNothingIsWrittenToItAnyMore) {
   }
 }
 
+TEST_F(Footage, MpegStreamsThatAreCutAreNamed) {
+  makeFilm("film.ts", "-g 12 -c:a mp2");
+  shell(
+      "ffmpeg -v error -i film.ts -c copy -mpegts_m2ts_mode 1 film.m2ts; ffmpeg -v error -i "
+      "film.ts "
+      "-c:v mpeg2video -c:a copy film.mpg; tail -c +500 film.ts > joined.ts");
+  const std::string cut = "it ends in the middle of a frame, and does not say how much is missing";
+  for (const std::string name : {"film.ts", "film.m2ts", "film.mpg", "joined.ts"}) {
+    EXPECT_THAT(render(name + " o.mkv --overwrite"), IsEmpty());
+    const std::string whole = read(path(name));
+    const std::string part = "part" + std::filesystem::path(name).extension().string();
+    write(path(part), whole.substr(0, whole.size() / 2 / 188 * 188 + 21));
+    EXPECT_THAT(render(part + " o.mkv --overwrite --report r.json", 3),
+                HasSubstr("error: '" + part + "': " + cut));
+    EXPECT_THAT(report("r.json")["warnings"].dump(), HasSubstr(cut)) << name;
+    // The missing end is not among these frames.
+    EXPECT_THAT(render(part + " o.mkv --overwrite --frames 0-9"), IsEmpty());
+  }
+  // Between two transport packets, within a packet of sound or within a frame.
+  const std::string whole = read(path("film.ts"));
+  int cuts = 0;
+  int guesses = 0;
+  for (std::size_t packets = 300; packets < 340; packets += 3) {
+    write(path("part.ts"), whole.substr(0, packets * 188));
+    const Result result = run({"render", "part.ts", "o.mkv", "--overwrite"});
+    if (result.exitCode == 3) ++cuts;
+    if (result.err.find("warning: 'part.ts': the last frame seems to lack") == 0) ++guesses;
+    EXPECT_TRUE(result.exitCode == 3 || result.exitCode == 0) << result.err;
+  }
+  EXPECT_GT(cuts, 0);
+  EXPECT_GT(guesses, 0);
+}
+
 TEST_F(Footage, ComparisonsLookAtEveryFrame) {
   makeClip("a.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
   shell(

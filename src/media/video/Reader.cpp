@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <new>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -14,6 +15,7 @@ extern "C" {
 }
 
 #include "media/picture/PictureFile.h"
+#include "media/video/MpegEnd.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
@@ -287,7 +289,30 @@ std::string Reader::loss() const {
     loss = lossOf(" of sound", copied_->reached(stream.index), promisedEnd(stream));
   }
   if (loss.empty() && !breakOff_.empty()) loss = "it breaks off, " + breakOff_;
+  if (loss.empty() && endsEarly_) {
+    loss = "it ends in the middle of a frame, and does not say how much is missing";
+  }
   return loss;
+}
+
+/// Looks at the end of a file whose container states no length.
+void Reader::checkEnd() {
+  const std::string_view format = container_->iformat->name;
+  const bool isTransport = format == "mpegts";
+  if (name_ == kStandardStream || (!isTransport && format != "mpeg")) return;
+  std::int64_t size = 0;
+  if (isTransport) {
+    av_opt_get_int(container_, "ts_packetsize", AV_OPT_SEARCH_CHILDREN, &size);
+    if (size <= 0) return;
+  }
+  const MpegEnd end = isTransport ? endOfTransportStream(name_, static_cast<int>(size), stream_->id)
+                                  : endOfProgramStream(name_);
+  endsEarly_ = end == MpegEnd::Cut;
+  if (end == MpegEnd::MaybeCut && !isPastChoice()) {
+    warn_("'" + name_ +
+          "': the last frame seems to lack its end, and so may all that follows (see how long the "
+          "original is)");
+  }
 }
 
 /// Skips damaged parts, as players do, and counts those after the first frame: recordings often
@@ -308,7 +333,10 @@ FfmpegPtr<AVPacket> Reader::readPacket() {
   if (error < 0) {
     atFileEnd_ = true;
     if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
-    if (error == AVERROR_EOF) return nullptr;
+    if (error == AVERROR_EOF) {
+      checkEnd();
+      return nullptr;
+    }
     if (!firstTime_) fail(error, kUnknown);
     breakOff_ = ffmpegMessage(error);
     return nullptr;

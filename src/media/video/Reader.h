@@ -96,6 +96,7 @@ class Reader : public VideoReader {
   std::optional<Moment> promisedEnd(const AVStream& stream) const;
   std::string lossOf(const std::string& what, const std::optional<Moment>& end,
                      const std::optional<Moment>& promised) const;
+  void checkEnd();
   [[noreturn]] void fail(int error, const char* hint) const;
 
   std::string name_;
@@ -119,7 +120,8 @@ class Reader : public VideoReader {
   int errorsInARow_ = 0;
   bool atFileEnd_ = false;
   bool drained_ = false;
-  std::string breakOff_;  ///< Why the file could not be read to its end; empty: it could.
+  bool endsEarly_ = false;  ///< The file ends within a packet.
+  std::string breakOff_;    ///< Why the file could not be read to its end; empty: it could.
 
   bool begun_ = false;
   std::unique_ptr<DecodedFrame> upcoming_;
