@@ -68,6 +68,7 @@ int FrameRenderer::depthFor(const Picture& picture) const {
 
 void FrameRenderer::render(const looks::Look& look, Picture& input, const FrameTime& time,
                            int threads, Picture& output) {
+  if (options_.colours) input = options_.colours->convert(std::move(input));
   const int depth = depthFor(input);
   const auto [factorX, factorY] = options_.downsample;
   // Hosts give the layer's size and pixel aspect at full resolution.

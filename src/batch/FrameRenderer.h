@@ -11,6 +11,7 @@
 #include "batch/FrameTime.h"
 #include "batch/Plugin.h"
 #include "looks/Look.h"
+#include "media/picture/ColourConversion.h"
 #include "media/picture/Picture.h"
 
 namespace lomix::batch {
@@ -28,6 +29,8 @@ struct RenderOptions {
   host::Personality personality = host::Personality::AfterEffects;
   std::optional<int> depth;       ///< Bits per channel; empty: that of each picture.
   PairOfWholes downsample{1, 1};  ///< Factors of width and height, from 1.
+  /// Of the input, before the effect; null for none.
+  std::shared_ptr<const media::ColourConversion> colours;
 };
 
 /// Renders frames with one engine and one set of options.
@@ -42,10 +45,13 @@ class FrameRenderer {
   /// Returns the effect's version, "2.0.0".
   std::string versionText() const;
 
-  /// Renders a frame. look: made for parameters(). input: is converted to the depth and reduced to
-  /// the size of the render. threads: for this frame, where the engine can use several. output: its
-  /// memory is reused where it fits. Several threads may render at once. Throws CommandError or
-  /// host::HostError.
+  /// Returns the conversion of colours, "FROM:TO"; empty for none.
+  std::string colours() const { return options_.colours ? options_.colours->text() : ""; }
+
+  /// Renders a frame. look: made for parameters(). input: is converted to the colours and the depth
+  /// of the render and reduced to its size. threads: for this frame, where the engine can use
+  /// several. output: its memory is reused where it fits. Several threads may render at once.
+  /// Throws CommandError or host::HostError.
   void render(const looks::Look& look, media::Picture& input, const FrameTime& time, int threads,
               media::Picture& output);
 

@@ -98,6 +98,7 @@ class Report {
       report["jpeg"] = {{"quality", *quality},
                         {"chromaSubsampling", media::jpegSubsampling(*quality)}};
     }
+    if (!renderer_.colours().empty()) report["colour"] = renderer_.colours();
     report.update(reportOf(tally, failures, seconds));
     if (kept) report["kept"] = true;
     report["warnings"] = warnings_.all();

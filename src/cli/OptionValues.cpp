@@ -130,6 +130,22 @@ batch::PairOfWholes parseDownsample(std::string_view text) {
   return *factors;
 }
 
+CLI::Option* addColour(CLI::App& app, const std::string& subject, std::string& text) {
+  return app
+      .add_option("--colour,--color", text,
+                  subject + " from one colour space\n" +
+                      "to another: linear, srgb or rec709, or names of the\n"
+                      "OpenColorIO configuration that $OCIO names. By default\n"
+                      "values pass as they are")
+      ->type_name("FROM:TO");
+}
+
+std::shared_ptr<const media::ColourConversion> parseColour(const std::string& text,
+                                                           const std::string& option) {
+  if (text.empty()) return nullptr;
+  return std::make_shared<const media::ColourConversion>(text, option);
+}
+
 CLI::Option* addNoFsync(CLI::App& app) {
   return app.add_flag_callback(
       "--no-fsync", [] { TemporaryFile::setFlushing(false); },

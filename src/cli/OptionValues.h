@@ -2,10 +2,12 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "batch/FrameTime.h"
+#include "media/picture/ColourConversion.h"
 
 namespace lomix::cli {
 
@@ -26,6 +28,14 @@ batch::PairOfWholes parseSize(std::string_view text, const std::string& option =
 
 /// Reads factors: "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
 batch::PairOfWholes parseDownsample(std::string_view text);
+
+/// Adds the option --colour to a command, whose value it writes to text. subject: begins the help,
+/// such as "Convert the input". Returns it.
+CLI::Option* addColour(CLI::App& app, const std::string& subject, std::string& text);
+
+/// Reads the value of such an option; null where it is empty. Throws as ColourConversion does.
+std::shared_ptr<const media::ColourConversion> parseColour(const std::string& text,
+                                                           const std::string& option = "--colour");
 
 /// Adds the option --no-fsync to a command that writes files. Returns it.
 CLI::Option* addNoFsync(CLI::App& app);

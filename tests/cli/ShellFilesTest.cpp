@@ -33,7 +33,7 @@ class ShellFiles : public CommandProcess {
   /// Returns the long options of a command's help; those of `lomix` for an empty name.
   Words options(const std::string& command) {
     const std::string help = run(command.empty() ? Words{"--help"} : Words{command, "--help"}).out;
-    return matches(help, "\n  (?:-h,)?(--[a-z-]+)");
+    return matches(help, "(?:\n  (?:-h,)?|,)(--[a-z-]+)(?=[ ,\n])");
   }
   static Words matches(const std::string& text, const std::string& pattern) {
     const std::regex regex(pattern);

@@ -4,10 +4,13 @@
 #include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <exiv2/exiv2.hpp>
 #include <numeric>
 
+#include "media/picture/ColourConversion.h"
 #include "media/picture/PictureContent.h"
 #include "media/picture/PictureFile.h"
 #include "support/MediaError.h"
@@ -242,11 +245,12 @@ TEST_F(KeptContent, WhatAnOutputCannotHoldIsNamed) {
   other.attribute("oiio:subimagename", "other");
   makeExr("in.exr", {fill(spec), fill(other)});
   const auto losses = redraw("in.exr", "out.png");
-  ASSERT_EQ(losses.size(), 4);
+  ASSERT_EQ(losses.size(), 5);
   EXPECT_THAT(losses[0], testing::StartsWith("channel Z is left out ("));
   EXPECT_THAT(losses[1], testing::StartsWith("all parts but 'beauty' are left out ("));
   EXPECT_THAT(losses[2], testing::StartsWith("pixels outside the display window are left out ("));
   EXPECT_THAT(losses[3], testing::StartsWith("'take' is left out (.png files do not hold it"));
+  EXPECT_THAT(losses[4], HasSubstr("values of linear light are kept as they are"));
   // PNG keeps texts of any name; those that are not ASCII as UTF-8.
   EXPECT_THAT(read(path("out.png")), HasSubstr("iTXtstudio\0\0\0\0\0Größe"s));
 
@@ -332,6 +336,60 @@ TEST_F(KeptContent, CamerasDataStaysButForOrientationSizeAndThumbnail) {
   ASSERT_EQ(losses.size(), 1);
   for (const char* name : {"Exif", "GPS", "IPTC", "XMP", "'Make'"}) {
     EXPECT_THAT(losses[0], HasSubstr(name));
+  }
+}
+
+/// Returns a profile with one tag. colours: what it is of, such as "RGB ".
+std::vector<unsigned char> makeProfile(const std::string& colours) {
+  std::vector<unsigned char> profile(200);
+  const auto put = [&](std::size_t at, const std::string& text) {
+    std::ranges::copy(text, profile.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  put(0, "\0\0\0\xc8\0\0\0\0\2\x10"s);  // Size; version 2.1.
+  put(12, "mntr" + colours + "XYZ ");
+  put(36, "acsp");
+  put(68, "\0\0\xf6\xd6\0\1\0\0\0\0\xd3\x2d"s);  // White: D50.
+  put(128, "\0\0\0\1cprt\0\0\0\x90\0\0\0\x38text\0\0\0\0Nobody"s);
+  return profile;
+}
+
+class ColourProfile : public KeptContent {
+ protected:
+  void makeJpeg(const std::vector<unsigned char>& profile) {
+    ImageSpec spec(4, 4, 3, TypeDesc::UINT8);
+    const auto size = static_cast<int>(profile.size());
+    spec.attribute("ICCProfile", TypeDesc(TypeDesc::UINT8, size), profile.data());
+    spec.attribute("Exif:ColorSpace", 1);
+    const auto output = OIIO::ImageOutput::create("in.jpg");
+    ASSERT_TRUE(output->open(path("in.jpg").string(), spec));
+    ASSERT_TRUE(output->write_image(TypeDesc::UINT8, std::vector<unsigned char>(48, 90).data()));
+    ASSERT_TRUE(output->close());
+  }
+  bool hasProfile(const std::string& name) {
+    const auto input = OIIO::ImageInput::open(path(name).string());
+    return input->spec().find_attribute("ICCProfile") != nullptr;
+  }
+};
+
+TEST_F(ColourProfile, StaysUnlessColoursAreConverted) {
+  makeJpeg(makeProfile("RGB "));
+  const ColourConversion conversion("srgb:rec709", "--colour");
+  for (const std::string out : {"out.jpg", "out.png", "out.tif"}) {
+    for (const bool converts : {false, true}) {
+      Picture picture = readPicture(path("in.jpg"));
+      if (converts) picture = conversion.convert(std::move(picture));
+      const auto losses = writePicture(picture, path(out), true);
+      if (converts) {
+        EXPECT_THAT(losses, ElementsAre(HasSubstr("the colours are converted without"))) << out;
+      } else {
+        EXPECT_THAT(losses, IsEmpty()) << out;
+      }
+      EXPECT_EQ(hasProfile(out), !converts) << out;
+      const auto image = Exiv2::ImageFactory::open(path(out).string());
+      image->readMetadata();
+      EXPECT_EQ(image->exifData()["Exif.Photo.ColorSpace"].toString(), converts ? "65535" : "1")
+          << out;
+    }
   }
 }
 

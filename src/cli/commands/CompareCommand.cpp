@@ -10,6 +10,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -70,6 +71,9 @@ struct Options {
   std::string view = "side";
   double gain = 0.0;  ///< 0: as the difference needs.
   std::string failAbove;
+  std::string colour;
+  std::string colourA;
+  std::string colourB;
   bool allowsPlaylists = false;
   bool overwrite = false;
 };
@@ -99,6 +103,14 @@ void declare(CLI::App& app, Options& options) {
                  "number counts levels of 8 bits, as 5 and 5/255; 0.02\n"
                  "is a part of the range")
       ->type_name("DIFFERENCE");
+  CLI::Option* both = addColour(app, "Convert both pictures", options.colour);
+  for (const auto& [name, side, value] :
+       {std::tuple{"--colour-a", "A", &options.colourA}, {"--colour-b", "B", &options.colourB}}) {
+    app.add_option(name, *value,
+                   std::string("Convert ") + side + " alone, as --colour converts both")
+        ->type_name("FROM:TO")
+        ->excludes(both);
+  }
   app.add_flag("--overwrite", options.overwrite, "Replace OUTPUT if it exists");
   addNoFsync(app);
   addAllowPlaylists(app, options.allowsPlaylists);
@@ -110,6 +122,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix compare before.png after.png\n"
       "  lomix compare before.png after.png both.png --view split\n"
       "  lomix compare a.exr b.exr where.png --view difference --gain 100\n"
+      "  lomix compare plate.exr plate.png --colour-a linear:srgb\n"
       "  lomix compare before.mov after.mov --fail-above 2\n"
       "  lomix compare 'a.####.png' 'b.####.png' worst.png --view difference\n");
 }
@@ -163,7 +176,10 @@ double parseLimit(const std::string& text) {
 /// One of the two sides: its frames in order.
 class Side {
  public:
-  Side(const std::string& name, bool allowsPlaylists) : name_(name) {
+  /// colours: null for none.
+  Side(const std::string& name, std::shared_ptr<const media::ColourConversion> colours,
+       bool allowsPlaylists)
+      : name_(name), colours_(std::move(colours)) {
     batch::RouteOptions options;
     options.input = name;
     options.threads = threadCount(0);
@@ -178,7 +194,7 @@ class Side {
   Picture load() {
     Picture picture;
     source_->load(*frame_, picture);
-    return picture;
+    return colours_ ? colours_->convert(std::move(picture)) : picture;
   }
   /// Returns whether the frames have the numbers of files.
   bool isSequence() const { return source_->isSequence(); }
@@ -193,6 +209,7 @@ class Side {
 
  private:
   std::string name_;
+  std::shared_ptr<const media::ColourConversion> colours_;
   std::unique_ptr<batch::FrameSource> source_;
   std::optional<batch::Frame> frame_;
 };
@@ -209,6 +226,7 @@ struct Comparison {
   std::int64_t differing = 0;
   double lowestPsnr = std::numeric_limits<double>::infinity();
   std::int64_t lowestNumber = 0;
+  media::PictureInfo infoA, infoB;  ///< Of the first frames.
 };
 
 void compareFrames(Comparison& result, const std::string& nameA, Picture a,
@@ -216,6 +234,10 @@ void compareFrames(Comparison& result, const std::string& nameA, Picture a,
   if (a.width() != b.width() || a.height() != b.height()) {
     throw CommandError("lomix compare: '" + nameA + "' is " + sizeText(a) + " and '" + nameB +
                        "' is " + sizeText(b) + " (compare pictures of one size)");
+  }
+  if (result.compared == 0) {
+    result.infoA = a.info;
+    result.infoB = b.info;
   }
   const int depth = std::max(a.depth(), b.depth());
   a = toDepth(std::move(a), depth);
@@ -295,6 +317,25 @@ void print(const Comparison& result, const Side& a, const Side& b, std::ostream&
   }
 }
 
+/// Warns where the values of the two sides mean different things, or where a picture of them would
+/// be shown as something else.
+void warnOfEncodings(const Options& options, const Comparison& result, std::ostream& err) {
+  const media::Encoding a = result.infoA.encoding;
+  if (a != result.infoB.encoding) {
+    err << "warning: '" + options.a + "' and '" + options.b +
+               "': their values mean different things: " + nameOf(a) + " and " +
+               nameOf(result.infoB.encoding) +
+               " (convert one with --colour-a or --colour-b FROM:TO, such as linear:srgb)\n";
+  }
+  if (options.output.empty() || options.view == "difference") return;
+  for (const media::PictureInfo& info : {result.infoA, result.infoB}) {
+    const std::string note = encodingNote(info.encoding, media::Encoding::Display, "srgb");
+    if (note.empty() || info.isEncodingChosen) continue;
+    err << "warning: '" + options.output + "': " + note + "\n";
+    return;
+  }
+}
+
 void run(const Options& options, const Streams& streams) {
   if (options.view != "side" && options.view != "split" && options.view != "difference") {
     throw UsageError("--view: there is no view '" + options.view +
@@ -306,9 +347,13 @@ void run(const Options& options, const Streams& streams) {
     requireDistinctFiles({{"OUTPUT", options.output}}, {{"A", options.a}, {"B", options.b}});
     media::checkWritable(options.output, options.overwrite);
   }
-  Side a(options.a, options.allowsPlaylists);
-  Side b(options.b, options.allowsPlaylists);
+  const auto both = parseColour(options.colour);
+  const auto coloursA = parseColour(options.colourA, "--colour-a");
+  const auto coloursB = parseColour(options.colourB, "--colour-b");
+  Side a(options.a, both ? both : coloursA, options.allowsPlaylists);
+  Side b(options.b, both ? both : coloursB, options.allowsPlaylists);
   const Comparison result = compareAll(a, b);
+  warnOfEncodings(options, result, streams.err);
   const double gain = gainOf(options, result.worst);
   if (!options.output.empty()) {
     const std::string finding = findingText(result.worst, result.depth);

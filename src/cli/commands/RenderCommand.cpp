@@ -72,6 +72,7 @@ struct Options {
   std::string frames;
   std::string fps;
   std::string depth;
+  std::string colour;
   std::string downsample = "1";
   std::string host = "ae";
   std::string engine;
@@ -195,6 +196,7 @@ void declare(CLI::App& app, Options& options) {
                  "for 8-bit inputs and 32 for deeper ones")
       ->type_name("8|32")
       ->group(rendering);
+  addColour(app, "Convert INPUT, before the effect,", options.colour)->group(rendering);
   app.add_option("--downsample", options.downsample,
                  "Render as a host does at reduced resolution: INPUT is\n"
                  "averaged to 1/X by 1/Y of its size, the effect scales\n"
@@ -246,6 +248,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix render 'in.####.exr' 'out.####.exr' --frames 1001-1100 --fps 25 --set Noise=20\n"
       "  lomix render film.mp4 aired.mp4 --set \"Scan Distortion=15\" --crf 18\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
+      "  lomix render plate.exr preview.png --colour linear:srgb --preset weak-aerial\n"
       "  lomix render a.jpg b.jpg c.png aired/ --preset weak-aerial\n"
       "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
@@ -284,6 +287,7 @@ void run(const Options& options, const Streams& streams) {
   rendering.personality = parsePersonality(options.host);
   rendering.downsample = parseDownsample(options.downsample);
   rendering.depth = parseDepth(options.depth, rendering.personality);
+  rendering.colours = parseColour(options.colour);
   rendering.engine = parseEngine(options.engine, options.plugin);
   rendering.module = options.plugin;
   run.byPlugin = rendering.engine == batch::Engine::Plugin;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +37,7 @@ struct Options {
   std::string times;
   std::string time = "0";
   std::string frame;
+  std::string colour;
   std::string title;
   int columns = 0;
   int width = 0;
@@ -74,6 +76,8 @@ void declare(CLI::App& app, Options& options) {
                  "such as 2.5s; the first one by default")
       ->type_name("N|SECONDSs")
       ->group("Effect");
+
+  addColour(app, "Convert INPUT, before the effect,", options.colour)->group("Effect");
 
   const char* layout = "Layout";
   app.add_option("--columns", options.columns, "Pictures in a row")
@@ -182,7 +186,8 @@ media::Picture inputPicture(const Options& options) {
   return picture;
 }
 
-void run(const Options& options, const Streams&) {
+void run(const Options& options, const Streams& streams) {
+  const auto colours = parseColour(options.colour);
   std::vector<NamedFile> inputs = options.look.files();
   inputs.push_back({"INPUT", options.input});
   requireDistinctFiles({{"OUTPUT", options.output}}, inputs);
@@ -190,7 +195,14 @@ void run(const Options& options, const Streams&) {
   const std::vector<std::vector<Step>> axes = axesOf(options, renderer.parameters());
   const std::vector<Cell> cells = cellsOf(options, renderer.parameters(), axes);
   media::checkWritable(options.output, options.overwrite);
-  const media::Picture picture = inputPicture(options);
+  media::Picture picture = inputPicture(options);
+  if (colours) {
+    picture = colours->convert(std::move(picture));
+  } else if (const std::string note =
+                 encodingNote(picture.info.encoding, media::Encoding::Display, "srgb");
+             !note.empty()) {
+    streams.err << "warning: '" + options.output + "': " + note + "\n";
+  }
 
   const int count = static_cast<int>(cells.size());
   const int width = options.width > 0 ? options.width : std::min(kUsualWidth, picture.width());

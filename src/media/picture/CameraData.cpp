@@ -76,14 +76,38 @@ bool correct(Data& data, std::initializer_list<Correction> corrections) {
   return changed;
 }
 
+/// Returns Exif's number of a colour space.
+int numberOf(CameraColours colours) {
+  constexpr int kUncalibrated = 65535;
+  return colours == CameraColours::Srgb ? 1 : kUncalibrated;
+}
+
+/// Removes the entries with these keys. Returns whether there was one.
+template <typename Key, typename Data>
+bool erase(Data& data, std::initializer_list<const char*> keys) {
+  bool changed = false;
+  for (const char* key : keys) {
+    const auto found = data.findKey(Key(key));
+    if (found == data.end()) continue;
+    data.erase(found);
+    changed = true;
+  }
+  return changed;
+}
+
 /// Copies the XMP data as it is stored, unless it describes the pixels otherwise than they are now.
-void copyXmp(const Exiv2::Image& source, int width, int height, Exiv2::Image& target) {
+void copyXmp(const Exiv2::Image& source, int width, int height, CameraColours colours,
+             Exiv2::Image& target) {
   Exiv2::XmpData xmp = source.xmpData();
-  const bool changed = correct<Exiv2::XmpKey>(xmp, {{"Xmp.tiff.Orientation", 1},
-                                                    {"Xmp.tiff.ImageWidth", width},
-                                                    {"Xmp.tiff.ImageLength", height},
-                                                    {"Xmp.exif.PixelXDimension", width},
-                                                    {"Xmp.exif.PixelYDimension", height}});
+  bool changed = correct<Exiv2::XmpKey>(xmp, {{"Xmp.tiff.Orientation", 1},
+                                              {"Xmp.tiff.ImageWidth", width},
+                                              {"Xmp.tiff.ImageLength", height},
+                                              {"Xmp.exif.PixelXDimension", width},
+                                              {"Xmp.exif.PixelYDimension", height}});
+  if (colours != CameraColours::AsTheyWere) {
+    changed |= correct<Exiv2::XmpKey>(xmp, {{"Xmp.exif.ColorSpace", numberOf(colours)}});
+    changed |= erase<Exiv2::XmpKey>(xmp, {"Xmp.photoshop.ICCProfile", "Xmp.exif.Gamma"});
+  }
   target.setXmpData(xmp);
   if (changed || source.xmpPacket().empty()) return;
   target.setXmpPacket(source.xmpPacket());
@@ -110,7 +134,8 @@ std::vector<std::string> cameraDataOf(const std::filesystem::path& file) {
 }
 
 std::vector<std::string> copyCameraData(const std::filesystem::path& from,
-                                        const std::filesystem::path& to, int width, int height) {
+                                        const std::filesystem::path& to, int width, int height,
+                                        CameraColours colours) {
   const ImagePtr source = open(from);
   if (source.get() == nullptr) return {};
   std::vector<std::string> lost;
@@ -122,6 +147,11 @@ std::vector<std::string> copyCameraData(const std::filesystem::path& from,
     correct<Exiv2::ExifKey>(exif, {{"Exif.Image.Orientation", 1},
                                    {"Exif.Photo.PixelXDimension", width},
                                    {"Exif.Photo.PixelYDimension", height}});
+    if (colours != CameraColours::AsTheyWere) {
+      correct<Exiv2::ExifKey>(exif, {{"Exif.Photo.ColorSpace", numberOf(colours)}});
+      erase<Exiv2::ExifKey>(exif, {"Exif.Image.InterColorProfile", "Exif.Image.TransferFunction",
+                                   "Exif.Photo.Gamma"});
+    }
     const auto copy = [&](Exiv2::MetadataId kind, bool exists, const char* name, auto set) {
       if (!exists) return;
       if ((target->checkMode(kind) & Exiv2::amWrite) != 0) {
@@ -136,7 +166,7 @@ std::vector<std::string> copyCameraData(const std::filesystem::path& from,
          [&] { target->setIptcData(source->iptcData()); });
     target->clearXmpData();
     copy(Exiv2::mdXmp, !source->xmpData().empty() || !source->xmpPacket().empty(), "XMP",
-         [&] { copyXmp(*source, width, height, *target); });
+         [&] { copyXmp(*source, width, height, colours, *target); });
     // In PNG it is text, which copyPngText() copies.
     if (source->mimeType() != "image/png") {
       target->clearComment();

@@ -12,12 +12,16 @@ namespace lomix::media {
 /// it.
 bool holdsCameraData(std::string_view format);
 
+/// What the data is to say of the colours.
+enum class CameraColours { AsTheyWere, Srgb, Other };
+
 /// Copies the data of one file to another, whose own it replaces. Changed are only the orientation,
-/// to upright, and the size, to width and height of the picture; the thumbnail is removed, for it
-/// shows another picture. Both files must be of such formats. Returns what could not be copied:
-/// "Exif", "GPS", "IPTC", "XMP", "the comment". Any thread.
+/// to upright, the size, to width and height of the picture, and the colour space; the thumbnail is
+/// removed, for it shows another picture. Both files must be of such formats. Returns what could
+/// not be copied: "Exif", "GPS", "IPTC", "XMP", "the comment". Any thread.
 std::vector<std::string> copyCameraData(const std::filesystem::path& from,
-                                        const std::filesystem::path& to, int width, int height);
+                                        const std::filesystem::path& to, int width, int height,
+                                        CameraColours colours);
 
 /// Returns which of them a file has.
 std::vector<std::string> cameraDataOf(const std::filesystem::path& file);

@@ -92,12 +92,14 @@ struct PartCopy {
   std::vector<ChannelSource> channels;  ///< Of the output.
 };
 
-/// Returns a part whose channels are all copied.
-PartCopy copyOf(const OIIO::ImageSpec& from, const Metadata& metadata) {
+/// Returns a part whose channels are all copied. drawn: the picture, for the part that it replaces;
+/// null for others.
+PartCopy copyOf(const OIIO::ImageSpec& from, const Metadata& metadata, const PictureInfo* drawn) {
   PartCopy part{from, from, {}};
   part.to.extra_attribs.clear();
   for (const OIIO::ParamValue& attribute : from.extra_attribs) {
-    if (isInherited(attribute, metadata, "openexr", true)) {
+    const bool isTrue = drawn == nullptr || !describesColours(attribute.name().string(), *drawn);
+    if (isTrue && isInherited(attribute, metadata, "openexr", true)) {
       part.to.extra_attribs.push_back(attribute);
     }
   }
@@ -151,7 +153,7 @@ class Writer {
     input_ = openAs("openexr", metadata_.file);
     if (!input_) failToRead("it cannot be opened any more");
     for (int i = 0; input_->seek_subimage(i, 0); ++i) {
-      parts_.push_back(copyOf(input_->spec(), metadata_));
+      parts_.push_back(copyOf(input_->spec(), metadata_, nullptr));
     }
     input_->geterror();  // Of the part that does not exist.
     const auto chosen = static_cast<std::size_t>(metadata_.part);
@@ -160,7 +162,7 @@ class Writer {
     }
     // It has the display window that was drawn.
     parts_[chosen].from = parts_[chosen].to = metadata_.spec;
-    parts_[chosen] = copyOf(metadata_.spec, metadata_);
+    parts_[chosen] = copyOf(metadata_.spec, metadata_, &picture.info);
     draw(metadata_, parts_[chosen]);
     parts_[chosen].to.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
   }

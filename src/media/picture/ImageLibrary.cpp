@@ -95,10 +95,23 @@ bool isInherited(const OIIO::ParamValue& attribute, const Metadata& metadata,
   return !isAmong(prefix, kStoragePrefixes);
 }
 
-void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
+bool describesColours(std::string_view name, const PictureInfo& picture) {
+  if (picture.convertedTo.empty()) return false;
+  constexpr std::array kOfColours{
+      "oiio:ColorSpace", "oiio:Gamma",   "ICCProfile", "Exif:ColorSpace",
+      "Exif:Gamma",      "dpx:Transfer", "dpx:Gamma",  "acesImageContainerFlag",
+  };
+  constexpr std::array kOfPrimaries{"chromaticities", "dpx:Colorimetric"};
+  return isAmong(name, kOfColours) || name.starts_with("ICCProfile:") ||
+         (picture.hasNewPrimaries && isAmong(name, kOfPrimaries));
+}
+
+void applyMetadata(const PictureInfo& picture, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec) {
+  const Metadata& metadata = *picture.metadata;
   for (const OIIO::ParamValue& attribute : metadata.spec.extra_attribs) {
-    if (isInherited(attribute, metadata, format, sameStorage)) {
+    if (isInherited(attribute, metadata, format, sameStorage) &&
+        !describesColours(attribute.name().string(), picture)) {
       spec.extra_attribs.push_back(attribute);
     }
   }

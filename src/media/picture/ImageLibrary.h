@@ -35,6 +35,10 @@ struct Metadata {
 std::unique_ptr<OIIO::ImageInput> openAs(const std::string& format,
                                          const std::filesystem::path& file);
 
+/// Returns whether an attribute describes the colours of its file, so that it is not true of a
+/// picture that ColourConversion has converted.
+bool describesColours(std::string_view name, const PictureInfo& picture);
+
 /// Returns whether an attribute of a file is for its output too: not those that describe how the
 /// file is stored, such as its compression, unless the output is stored alike. format: of the
 /// output; sameStorage: the channels keep their precision.
@@ -42,8 +46,8 @@ bool isInherited(const OIIO::ParamValue& attribute, const Metadata& metadata,
                  std::string_view format, bool sameStorage);
 
 /// Sets the inherited attributes on a file about to be written, and the origin of its display
-/// window. spec: has the size of the picture.
-void applyMetadata(const Metadata& metadata, const std::string& format, bool sameStorage,
+/// window. picture: has metadata. spec: has the size of the picture.
+void applyMetadata(const PictureInfo& picture, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec);
 
 /// Returns the first line of a library message that is not empty, without control characters. name:

@@ -110,7 +110,9 @@ void noteAttributes(const Picture& picture, const WrittenFile& written,
                         name.find(':') == std::string::npos;
     const bool wanted = copied ? isText && written.format != "png"
                                : isInherited(attribute, metadata, written.format, false);
-    if (!wanted || isDefault(attribute) || written.spec.find_attribute(name) != nullptr) continue;
+    if (!wanted || describesColours(name, picture.info) || isDefault(attribute) ||
+        written.spec.find_attribute(name) != nullptr)
+      continue;
     add(kindOf(name, fromCamera, written.spec));
   }
   if (fromCamera && !copied) {
@@ -127,6 +129,18 @@ void noteAttributes(const Picture& picture, const WrittenFile& written,
   std::ranges::stable_partition(lost, [](const std::string& name) { return name[0] != '\''; });
   notes.push_back(leftOut(lost) + " (" + written.extension + " files do not hold " +
                   (lost.size() == 1 ? "it" : "them") + "; choose the format of the input)");
+}
+
+/// Names the profile that colours had before they were converted, unless it is that of sRGB, which
+/// a built-in name stands for.
+void noteProfile(const PictureInfo& info, std::vector<std::string>& notes) {
+  const OIIO::ImageSpec& spec = info.metadata->spec;
+  if (info.convertedTo.empty() || spec.find_attribute("ICCProfile") == nullptr) return;
+  const std::string name = spec.get_string_attribute("ICCProfile:profile_description");
+  if (name.find("sRGB") != std::string::npos) return;
+  notes.push_back("the colour profile" + (name.empty() ? "" : " '" + name + "'") +
+                  " is left out, since the colours are converted without it (use a program that "
+                  "converts by profiles where that matters)");
 }
 
 /// Names the pixels that a file does not keep beside those of the picture.
@@ -171,6 +185,7 @@ std::vector<std::string> lossesOf(const Picture& picture, const WrittenFile& wri
     notes.emplace_back("smaller levels of the picture are left out (make them again)");
   }
   noteAttributes(picture, written, notes);
+  noteProfile(picture.info, notes);
   return notes;
 }
 

@@ -5,7 +5,10 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
+
+#include "media/picture/Encoding.h"
 
 namespace lomix::media {
 
@@ -16,10 +19,16 @@ enum class Storage { UInt8, UInt16, Half, Float };
 
 /// Properties of a picture's file besides the pixels. Carried from input to output.
 struct PictureInfo {
-  bool hasAlpha = false;                     ///< False: every alpha is opaque, and none is written.
-  bool storedPremultiplied = false;          ///< The file's colours were multiplied by alpha.
-  Storage storage = Storage::UInt8;          ///< The precision of the file's channels.
-  double pixelAspect = 1.0;                  ///< Width of a pixel over its height; finite, above 0.
+  bool hasAlpha = false;                  ///< False: every alpha is opaque, and none is written.
+  bool storedPremultiplied = false;       ///< The file's colours were multiplied by alpha.
+  Storage storage = Storage::UInt8;       ///< The precision of the file's channels.
+  double pixelAspect = 1.0;               ///< Width of a pixel over its height; finite, above 0.
+  Encoding encoding = Encoding::Display;  ///< Of the values, as the file says or implies.
+  bool isEncodingChosen = false;          ///< The user has said what the values mean.
+  /// The colour space that ColourConversion has converted to, as OpenImageIO names it in files;
+  /// empty: the values are those of the file.
+  std::string convertedTo;
+  bool hasNewPrimaries = false;              ///< The conversion may have changed the primaries.
   std::shared_ptr<const Metadata> metadata;  ///< Null when there is none.
 };
 

@@ -44,7 +44,8 @@ struct PictureOutput {
 /// - The file gets what its format can hold of the file that the picture was read from, which must
 ///   still exist: attributes, Exif, IPTC and XMP data, text; from OpenEXR to OpenEXR, at the same
 ///   size, also all further parts and channels, and pixels outside the display window.
-/// Returns what it cannot hold, each as "... is left out (way out)". Throws MediaError and leaves
+/// Returns what it cannot hold, each as "... is left out (way out)", and whether programs expect
+/// values of another meaning in such a file, see encodingNote(). Throws MediaError and leaves
 /// no file behind when it fails.
 std::vector<std::string> writePicture(const Picture& picture, const std::filesystem::path& file,
                                       const PictureOutput& options);

@@ -98,8 +98,9 @@ void copyPngText(const fs::path& from, const fs::path& to, const fs::path& shown
   const std::string source = read(from);
   std::string texts;
   forEachChunk(source, [&](const Chunk& chunk) {
+    // The library writes the colour space itself, which may have changed.
     if (!chunk.isText() || chunk.keyword() == "XML:com.adobe.xmp" ||
-        chunk.keyword().starts_with("Raw profile type ")) {
+        chunk.keyword() == "oiio:ColorSpace" || chunk.keyword().starts_with("Raw profile type ")) {
       return;
     }
     texts += chunk.all;

@@ -70,6 +70,17 @@ bool arrivesPremultiplied(const std::string& format, const OIIO::ImageSpec& spec
   return format != "bmp" && format != "ico" && format != "dpx" && format != "jpeg2000";
 }
 
+/// Returns what a file says of its values or, where it says nothing, what is usual.
+Encoding encodingOf(const std::string& format, const OIIO::ImageSpec& spec, Storage storage) {
+  const std::string space = lowerCase(spec.get_string_attribute("oiio:ColorSpace"));
+  // Common programs mark all DPX files as linear, whatever their values are.
+  if (space == "linear") return format == "dpx" ? Encoding::Display : Encoding::Linear;
+  if (space.ends_with("log")) return Encoding::Logarithmic;
+  if (!space.empty()) return Encoding::Display;
+  const bool isFloat = storage == Storage::Half || storage == Storage::Float;
+  return isFloat || format == "hdr" ? Encoding::Linear : Encoding::Display;
+}
+
 void unpremultiply(Picture& picture) {
   for (int y = 0; y < picture.height(); ++y) {
     const std::span<float> row = picture.row32(y);
@@ -137,6 +148,7 @@ class Reader {
     picture.info.hasAlpha = hasAlpha_;
     picture.info.storedPremultiplied = premultiplied_;
     picture.info.storage = storage;
+    picture.info.encoding = encodingOf(input_->format_name(), spec_, storage);
     const float aspect = spec_.get_float_attribute("PixelAspectRatio", 1.0f);
     if (aspect > 0.01f && aspect < 100.0f) picture.info.pixelAspect = aspect;
     if (premultiplied_) unpremultiply(picture);

@@ -139,7 +139,10 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   OIIO::ImageSpec spec(picture.width(), picture.height(), withAlpha ? 4 : 3, OIIO::TypeDesc::UINT8);
   if (picture.info.metadata) {
     const bool sameStorage = (picture.depth() == 8) == (picture.info.storage == Storage::UInt8);
-    applyMetadata(*picture.info.metadata, format, sameStorage, spec);
+    applyMetadata(picture.info, format, sameStorage, spec);
+  }
+  if (!picture.info.convertedTo.empty()) {
+    spec.attribute("oiio:ColorSpace", picture.info.convertedTo);
   }
   if (picture.info.pixelAspect != 1.0) {
     spec.attribute("PixelAspectRatio", static_cast<float>(picture.info.pixelAspect));
@@ -152,6 +155,22 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   return spec;
 }
 
+/// Returns a warning, without a subject, where programs read the values of a file otherwise than
+/// they are meant; empty where not, and where the user has chosen what they mean.
+std::string encodingNoteOf(const PictureInfo& info, const std::string& format,
+                           const OIIO::ImageSpec& stored) {
+  if (info.isEncodingChosen) return {};
+  // A file of the same format says the same, or leaves it to the same custom.
+  if (info.metadata && info.metadata->format == format) return {};
+  // Of other formats of floats, the tag of the input decides.
+  const bool isTagged = stored.get_string_attribute("oiio:ColorSpace") == "sRGB";
+  const bool isFloat =
+      stored.format == OIIO::TypeDesc::HALF || stored.format == OIIO::TypeDesc::FLOAT;
+  const bool isLinear = format == "openexr" || format == "hdr" || (isFloat && !isTagged);
+  return encodingNote(info.encoding, isLinear ? Encoding::Linear : Encoding::Display,
+                      info.metadata ? "srgb" : "rec709");
+}
+
 /// Copies the data of cameras and the text of PNG files, which the library does not keep as it is.
 void copyWhatTheLibraryDoesNot(const Picture& picture, const fs::path& file,
                                const fs::path& temporary, WrittenFile& written) {
@@ -162,8 +181,12 @@ void copyWhatTheLibraryDoesNot(const Picture& picture, const fs::path& file,
     markUtf8PngText(temporary, file);
   }
   if (holdsCameraData(metadata.format) && holdsCameraData(written.format)) {
+    const std::string& space = picture.info.convertedTo;
+    const CameraColours colours = space.empty()     ? CameraColours::AsTheyWere
+                                  : space == "sRGB" ? CameraColours::Srgb
+                                                    : CameraColours::Other;
     written.lostCameraData =
-        copyCameraData(metadata.file, temporary, picture.width(), picture.height());
+        copyCameraData(metadata.file, temporary, picture.width(), picture.height(), colours);
   }
 }
 
@@ -268,12 +291,17 @@ std::vector<std::string> encodePicture(const Picture& picture, const fs::path& f
   if (!destination->store(readsBack)) {
     throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
-  if (!picture.info.metadata) return {};
-  copyWhatTheLibraryDoesNot(picture, file, temporary, written);
-  if (const auto input = openAs(format, temporary)) {
-    written.spec = input->spec(written.keepsParts ? picture.info.metadata->part : 0);
+  std::vector<std::string> notes;
+  const std::string note = encodingNoteOf(picture.info, format, stored);
+  if (picture.info.metadata) {
+    copyWhatTheLibraryDoesNot(picture, file, temporary, written);
+    if (const auto input = openAs(format, temporary)) {
+      written.spec = input->spec(written.keepsParts ? picture.info.metadata->part : 0);
+    }
+    notes = lossesOf(picture, written);
   }
-  return lossesOf(picture, written);
+  if (!note.empty()) notes.push_back(note);
+  return notes;
 }
 
 }  // namespace lomix::media

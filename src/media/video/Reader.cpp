@@ -40,6 +40,22 @@ std::string secondsText(double seconds) {
   return text.data();
 }
 
+Encoding encodingOf(AVColorTransferCharacteristic transfer) {
+  switch (transfer) {
+    case AVCOL_TRC_LINEAR:
+      return Encoding::Linear;
+    case AVCOL_TRC_LOG:
+    case AVCOL_TRC_LOG_SQRT:
+      return Encoding::Logarithmic;
+    case AVCOL_TRC_SMPTE2084:
+      return Encoding::Pq;
+    case AVCOL_TRC_ARIB_STD_B67:
+      return Encoding::Hlg;
+    default:
+      return Encoding::Display;
+  }
+}
+
 double secondsOf(const Moment& moment) {
   return static_cast<double>(moment.value) * av_q2d(moment.base);
 }
@@ -628,6 +644,10 @@ std::vector<FfmpegPtr<AVPacket>> Reader::takePackets() {
 void Reader::toPicture(const VideoFrame& frame, Picture& picture) {
   const AVFrame& decoded = *static_cast<const DecodedFrame&>(frame).frame;
   converters_.use([&](FrameConverter& converter) { converter.toPicture(decoded, picture); });
+  // Some decoders leave it to the container.
+  picture.info.encoding =
+      encodingOf(decoded.color_trc != AVCOL_TRC_UNSPECIFIED ? decoded.color_trc
+                                                            : stream_->codecpar->color_trc);
   const double aspect = av_q2d(decoded.sample_aspect_ratio);
   picture.info.pixelAspect =
       decoded.sample_aspect_ratio.den > 0 && aspect > 0.01 && aspect < 100 ? aspect : 1.0;

@@ -55,6 +55,13 @@ void copyTagsOf(const AVDictionary* from, AVDictionary** to) {
   }
 }
 
+/// Returns the tag for a colour space that a picture was converted to.
+AVColorTransferCharacteristic transferOf(const std::string& space) {
+  if (space == "Linear") return AVCOL_TRC_LINEAR;
+  if (space == "sRGB") return AVCOL_TRC_IEC61966_2_1;
+  return space == "Rec709" ? AVCOL_TRC_BT709 : AVCOL_TRC_UNSPECIFIED;
+}
+
 /// Advances a tag "timecode" by a number of frames.
 void advanceTimecode(AVDictionary** tags, AVRational rate, std::int64_t frames) {
   const AVDictionaryEntry* tag = av_dict_get(*tags, "timecode", nullptr, 0);
@@ -163,8 +170,10 @@ void Writer::openEncoder(const Picture& picture) {
   }
   encoder.thread_count = output_.threads;
   encoder.strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
-  setColours(encoder);
+  converts_ = !picture.info.convertedTo.empty();
+  setColours(picture.info, encoder);
   frameFormat_ = encoder.pix_fmt;
+  warnOfEncoding(picture.info);
   if (codec->id == AV_CODEC_ID_GIF) {
     encoder.pix_fmt = AV_PIX_FMT_PAL8;
     if (picture.info.hasAlpha) {
@@ -210,13 +219,15 @@ void Writer::openEncoder(const Picture& picture) {
                         output_.warn);
 }
 
-/// Copies the source's colour tags where they apply to the pixels that are written.
-void Writer::setColours(AVCodecContext& encoder) const {
+/// Sets the colour tags: those of the source where they apply to the pixels that are written.
+void Writer::setColours(const PictureInfo& info, AVCodecContext& encoder) const {
   const AVCodecContext* from = source_ != nullptr ? &source_->decoder() : nullptr;
   if (from != nullptr) {
     encoder.color_primaries = from->color_primaries;
     encoder.color_trc = from->color_trc;
   }
+  if (converts_) encoder.color_trc = transferOf(info.convertedTo);
+  if (info.hasNewPrimaries) encoder.color_primaries = AVCOL_PRI_UNSPECIFIED;
   if (isRgb(encoder.pix_fmt)) {
     encoder.colorspace = AVCOL_SPC_RGB;
     encoder.color_range = AVCOL_RANGE_JPEG;
@@ -229,6 +240,26 @@ void Writer::setColours(AVCodecContext& encoder) const {
   } else {
     encoder.colorspace = effectiveMatrix(AVCOL_SPC_UNSPECIFIED, encoder.height);
     encoder.color_range = AVCOL_RANGE_MPEG;
+  }
+}
+
+/// Warns where programs read the values otherwise than they are meant.
+void Writer::warnOfEncoding(const PictureInfo& info) const {
+  if (info.isEncodingChosen) return;
+  // Of the others neither the codec nor the container says what the values mean.
+  const bool tagged = isMp4Family(*format_) || isMatroska(*format_) || codec_.name == "h264" ||
+                      codec_.name == "hevc" || codec_.name == "prores";
+  if (source_ == nullptr || !tagged) {
+    const std::string display = source_ == nullptr ? "srgb" : "rec709";
+    const std::string note = encodingNote(info.encoding, Encoding::Display, display);
+    if (!note.empty()) warn(output_.name, note);
+    return;
+  }
+  const bool isHdr = info.encoding == Encoding::Pq || info.encoding == Encoding::Hlg;
+  if (isHdr && channelBits(frameFormat_) <= 8) {
+    warn(output_.name,
+         "HDR values are stored in 8 bits, which are too few for them: gradients become steps "
+         "(leave --depth out and choose a codec of 10 bits, such as hevc)");
   }
 }
 
@@ -320,6 +351,7 @@ void Writer::addSideData(const AVStream& from) {
       case AV_PKT_DATA_MASTERING_DISPLAY_METADATA:
       case AV_PKT_DATA_CONTENT_LIGHT_LEVEL:
         light = true;
+        if (converts_) break;
         add(data.type, data.data, data.size);
         break;
       case AV_PKT_DATA_STEREO3D:
@@ -343,10 +375,15 @@ void Writer::addSideData(const AVStream& from) {
     const AVFrameSideData* data = av_frame_get_side_data(&source_->firstFrame(), inFrame);
     if (data == nullptr) continue;
     light = true;
+    if (converts_) break;
     if (av_stream_get_side_data(stream_, inStream, nullptr) != nullptr) continue;
     add(inStream, data->data, data->size);
   }
-  if (light && !isMp4Family(*format_) && !isMatroska(*format_)) {
+  if (light && converts_) {
+    warn(output_.name,
+         "the mastering display and light levels of HDR are left out (they are not true of "
+         "converted colours)");
+  } else if (light && !isMp4Family(*format_) && !isMatroska(*format_)) {
     warn(output_.name,
          "the mastering display and light levels of HDR are left out (the output cannot hold "
          "them)");

@@ -35,7 +35,8 @@ class Writer : public VideoWriter {
   void writeWrapped(AVFrame& frame);
   void open(const Picture& picture);
   void openEncoder(const Picture& picture);
-  void setColours(AVCodecContext& encoder) const;
+  void setColours(const PictureInfo& info, AVCodecContext& encoder) const;
+  void warnOfEncoding(const PictureInfo& info) const;
   void setFieldOrder(AVCodecContext& encoder);
   void addStreams();
   void addVideoStream();
@@ -73,6 +74,7 @@ class Writer : public VideoWriter {
   std::mutex mutex_;                               ///< Guards open().
   int depth_ = 0;                                  ///< Of the pictures; 0 until the file is open.
   bool wraps_ = false;
+  bool converts_ = false;  ///< The pictures are in another colour space than the source.
 };
 
 }  // namespace lomix::media
