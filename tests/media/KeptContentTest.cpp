@@ -393,6 +393,22 @@ TEST_F(ColourProfile, StaysUnlessColoursAreConverted) {
   }
 }
 
+TEST_F(ColourProfile, OfGreyOrDamagedIsLeftOutInsteadOfEndingTheRun) {
+  makeJpeg(makeProfile("GRAY"));
+  for (const std::string out : {"out.jpg", "out.png", "out.tif"}) {
+    EXPECT_THAT(writePicture(readPicture(path("in.jpg")), path(out), true),
+                ElementsAre(HasSubstr("damaged or not of red, green and blue")))
+        << out;
+    EXPECT_FALSE(hasProfile(out)) << out;
+  }
+  std::vector<unsigned char> damaged = makeProfile("RGB ");
+  damaged[38] = 'x';
+  makeJpeg(damaged);
+  EXPECT_THAT(writePicture(readPicture(path("in.jpg")), path("out.png"), true),
+              ElementsAre(HasSubstr("damaged or not of red, green and blue")));
+  EXPECT_TRUE(writePicture(readPicture(path("in.jpg")), path("out.jpg"), true).empty());
+}
+
 TEST_F(KeptContent, PngTextStaysAsItIsStored) {
   writePicture(Picture(2, 2, 8), path("plain.png"), false);
   std::string png = read(path("plain.png"));

@@ -106,12 +106,26 @@ bool describesColours(std::string_view name, const PictureInfo& picture) {
          (picture.hasNewPrimaries && isAmong(name, kOfPrimaries));
 }
 
+bool isUsableProfile(const OIIO::ParamValue& profile, std::string_view format) {
+  // The header of a profile: its size, the kind of its colours, and a signature.
+  constexpr std::size_t kHeader = 128;
+  constexpr std::size_t kColours = 16;
+  constexpr std::size_t kSignature = 36;
+  const std::string_view bytes(static_cast<const char*>(profile.data()), profile.type().size());
+  if (bytes.size() < kHeader) return false;
+  if (bytes.substr(kColours, 4) != "RGB ") return false;
+  std::size_t size = 0;
+  for (const char byte : bytes.substr(0, 4)) size = size << 8 | static_cast<unsigned char>(byte);
+  return format != "png" || (size == bytes.size() && bytes.substr(kSignature, 4) == "acsp");
+}
+
 void applyMetadata(const PictureInfo& picture, const std::string& format, bool sameStorage,
                    OIIO::ImageSpec& spec) {
   const Metadata& metadata = *picture.metadata;
   for (const OIIO::ParamValue& attribute : metadata.spec.extra_attribs) {
     if (isInherited(attribute, metadata, format, sameStorage) &&
-        !describesColours(attribute.name().string(), picture)) {
+        !describesColours(attribute.name().string(), picture) &&
+        (attribute.name() != "ICCProfile" || isUsableProfile(attribute, format))) {
       spec.extra_attribs.push_back(attribute);
     }
   }

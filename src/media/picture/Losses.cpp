@@ -110,6 +110,7 @@ void noteAttributes(const Picture& picture, const WrittenFile& written,
                         name.find(':') == std::string::npos;
     const bool wanted = copied ? isText && written.format != "png"
                                : isInherited(attribute, metadata, written.format, false);
+    if (name == "ICCProfile" && !isUsableProfile(attribute, written.format)) continue;
     if (!wanted || describesColours(name, picture.info) || isDefault(attribute) ||
         written.spec.find_attribute(name) != nullptr)
       continue;
@@ -131,16 +132,25 @@ void noteAttributes(const Picture& picture, const WrittenFile& written,
                   (lost.size() == 1 ? "it" : "them") + "; choose the format of the input)");
 }
 
-/// Names the profile that colours had before they were converted, unless it is that of sRGB, which
-/// a built-in name stands for.
-void noteProfile(const PictureInfo& info, std::vector<std::string>& notes) {
+/// Names a colour profile that is not true of the output. format: of the output.
+void noteProfile(const PictureInfo& info, std::string_view format,
+                 std::vector<std::string>& notes) {
   const OIIO::ImageSpec& spec = info.metadata->spec;
-  if (info.convertedTo.empty() || spec.find_attribute("ICCProfile") == nullptr) return;
+  const OIIO::ParamValue* profile = spec.find_attribute("ICCProfile");
+  if (profile == nullptr) return;
   const std::string name = spec.get_string_attribute("ICCProfile:profile_description");
-  if (name.find("sRGB") != std::string::npos) return;
-  notes.push_back("the colour profile" + (name.empty() ? "" : " '" + name + "'") +
-                  " is left out, since the colours are converted without it (use a program that "
-                  "converts by profiles where that matters)");
+  const std::string subject =
+      "the colour profile" + (name.empty() ? "" : " '" + name + "'") + " is left out, ";
+  if (!isUsableProfile(*profile, format)) {
+    notes.push_back(subject +
+                    "since it is damaged or not of red, green and blue as the output (convert the "
+                    "input to RGB first where that matters)");
+  } else if (!info.convertedTo.empty() && name.find("sRGB") == std::string::npos) {
+    // A built-in name stands for that of sRGB.
+    notes.push_back(subject +
+                    "since the colours are converted without it (use a program that converts by "
+                    "profiles where that matters)");
+  }
 }
 
 /// Names the pixels that a file does not keep beside those of the picture.
@@ -185,7 +195,7 @@ std::vector<std::string> lossesOf(const Picture& picture, const WrittenFile& wri
     notes.emplace_back("smaller levels of the picture are left out (make them again)");
   }
   noteAttributes(picture, written, notes);
-  noteProfile(picture.info, notes);
+  noteProfile(picture.info, written.format, notes);
   return notes;
 }
 
