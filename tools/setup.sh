@@ -9,6 +9,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswscale-dev libwebp-dev ffmpeg melt
   qemu-user strace
+  parallel python3-yaml shellcheck
   zsh fish groff-base
   "$@"
 )

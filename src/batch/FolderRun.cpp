@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "batch/RenderRun.h"
+#include "batch/RunReport.h"
 #include "looks/JsonText.h"
 #include "media/picture/PictureFile.h"
 #include "support/Errors.h"
@@ -104,8 +105,8 @@ bool isMediaName(const fs::path& file) {
 void runFolder(const RunOptions& options, const std::vector<std::string>& inputs, bool recursive,
                const MakeRenderer& makeRenderer, const MakeLook& makeLook, const Streams& streams) {
   const fs::path folder = options.route.output;
-  const std::vector<Task> tasks = tasksOf(inputs, recursive, streams, options.quiet);
-  const bool overwrite = options.route.existing == Existing::Overwrite;
+  std::vector<Task> tasks = tasksOf(inputs, recursive, streams, options.quiet);
+  const bool replaces = options.route.existing == Existing::Overwrite || continuesShare(options);
   std::vector<NamedFile> read = options.route.otherInputs;
   std::vector<NamedFile> written;
   for (const Task& task : tasks) {
@@ -117,14 +118,17 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
   requireDistinctFiles(written, read);
   refuseIdleOptions(options.route, tasks);
   makeFolder(folder);
-  if (!options.reportFile.empty()) checkNewFile(options.reportFile, overwrite);
+  if (!options.reportFile.empty()) checkNewFile(options.reportFile, replaces);
 
+  const std::size_t whole = tasks.size();
+  if (options.route.share) tasks = partOf(tasks, *options.route.share);
   auto reports = nlohmann::ordered_json::array();
   std::size_t failed = 0;
   std::set<fs::path> cleaned;
   bool savesPreset = !options.savedPreset.empty();
   for (const Task& task : tasks) {
     RunOptions run = options;
+    run.route.share.reset();
     run.route.input = task.input.string();
     run.route.output = (folder / task.name).string();
     if (!isJpeg(task)) run.route.quality.reset();
@@ -158,9 +162,20 @@ void runFolder(const RunOptions& options, const std::vector<std::string>& inputs
     reports.back()["error"] = failure;
   }
   if (!options.reportFile.empty()) {
-    const nlohmann::ordered_json report{
-        {"inputs", tasks.size()}, {"failed", failed}, {"runs", reports}};
-    writeText(looks::jsonText(report), options.reportFile, overwrite);
+    nlohmann::ordered_json report{{"inputs", tasks.size()}, {"failed", failed}};
+    if (const std::optional<Share>& share = options.route.share) {
+      report["share"] = {
+          {"number", share->number}, {"of", share->count}, {"blocks", share->blocks}};
+      report["share"]["whole"] = whole;
+    }
+    report["output"] = options.route.output;
+    report["arguments"] = options.arguments;
+    report["runs"] = reports;
+    writeText(looks::jsonText(report), options.reportFile, replaces);
+  }
+  if (tasks.empty() && !options.quiet) {
+    streams.out << "nothing to do: " + options.route.share->text() + " has none of the " +
+                       std::to_string(whole) + " inputs\n";
   }
   if (failed == 0) return;
   const std::string message = "'" + folder.string() + "': " + std::to_string(failed) + " of " +

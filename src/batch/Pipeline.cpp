@@ -47,6 +47,11 @@ void Pipeline::addFailure(FrameFailure failure) {
   ++tally_.failed;
 }
 
+void Pipeline::addDone(std::int64_t number) {
+  const std::lock_guard lock(resultMutex_);
+  done_.push_back(number);
+}
+
 void Pipeline::run() {
   const PatientWork patient;
   const std::int64_t count = source_.count().value_or(threads_ + 1);
@@ -103,6 +108,7 @@ std::optional<Pipeline::Job> Pipeline::nextJob() {
     }
     if (!sink_.has(*frame)) return Job{std::move(*frame), nextPlace_++};
     ++tally_.skipped;
+    addDone(frame->number);
   }
   return std::nullopt;
 }
@@ -123,6 +129,7 @@ void Pipeline::process(const Job& job) {
   }
   if (taken.prepared) append(job.place, *taken.prepared);
   ++(taken.isKept ? tally_.skipped : tally_.rendered);
+  addDone(job.frame.number);
 }
 
 bool Pipeline::load(const Frame& frame, media::Picture& picture) {

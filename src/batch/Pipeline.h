@@ -54,6 +54,8 @@ class Pipeline {
 
   /// Returns the skipped frames. Call after run().
   const std::vector<FrameFailure>& failures() const { return failures_; }
+  /// Returns the numbers of the frames that were written or kept, in any order. Call after run().
+  const std::vector<std::int64_t>& done() const { return done_; }
   /// Returns the signal that ended the run early, 0 for none.
   int interruptedBy() const { return interruptedBy_; }
 
@@ -67,6 +69,7 @@ class Pipeline {
   std::optional<Job> nextJob();
   void process(const Job& job);
   void addFailure(FrameFailure failure);
+  void addDone(std::int64_t number);
   bool load(const Frame& frame, media::Picture& picture);
   void append(std::int64_t place, media::EncodableFrame& prepared);
   void fail(std::exception_ptr error);
@@ -89,6 +92,7 @@ class Pipeline {
 
   std::mutex resultMutex_;
   std::vector<FrameFailure> failures_;
+  std::vector<std::int64_t> done_;
   std::exception_ptr error_;
   std::atomic<bool> stop_ = false;
   std::atomic<bool> failed_ = false;

@@ -25,8 +25,8 @@ std::string frames(std::int64_t count) {
   return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
 
-std::string summary(const RunOptions& options, const Tally& tally, double seconds) {
-  std::string text = "wrote '" + options.route.output + "': " + frames(tally.rendered);
+std::string summary(const std::string& output, const Tally& tally, double seconds) {
+  std::string text = "wrote '" + output + "': " + frames(tally.rendered);
   if (tally.skipped > 0) text += ", " + frames(tally.skipped) + " kept";
   char time[64];
   std::snprintf(time, sizeof time, " in %.2f s", seconds);
@@ -41,7 +41,7 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
         route.sink->allowsGaps()
             ? frames(tally.rendered) + " written (run it again with --skip-existing to go on)"
             : "nothing is written (run it again from the start)";
-    throw Interrupted("'" + options.route.output + "': " + kept, pipeline.interruptedBy());
+    throw Interrupted("'" + route.output + "': " + kept, pipeline.interruptedBy());
   }
   if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
     throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
@@ -65,6 +65,19 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }
 
+/// Returns what the segments of one film have in common beside the input, without spaces.
+std::string jobOf(const RunOptions& options, const looks::ParameterTable& table,
+                  const looks::Look& look) {
+  // FNV-1a: the same on every machine.
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char c : options.job + settingsOf(table, look).dump()) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  }
+  char text[20];
+  std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
+  return text;
+}
+
 /// Writes the report.
 class Report {
  public:
@@ -74,38 +87,60 @@ class Report {
 
   /// error: why the run ended early; empty: it did not.
   void write(const Pipeline& pipeline, double seconds, const std::string& error) const {
-    write(pipeline.tally(), pipeline.failures(), seconds, error, false);
+    write(pipeline.tally(), pipeline.failures(), pipeline.done(), seconds, error, false);
   }
   /// For an output that exists and is kept. The frames of a video are not counted.
   void writeKept(bool isVideo) const {
     Tally tally;
     if (!isVideo) tally.skipped = 1;
-    write(tally, {}, 0.0, "", true);
+    write(tally, {}, ownFrames(), 0.0, "", true);
   }
+  /// For a share that has no frame.
+  void writeEmpty() const { write(Tally(), {}, {}, 0.0, "", false); }
 
  private:
-  void write(const Tally& tally, const std::vector<FrameFailure>& failures, double seconds,
-             const std::string& error, bool kept) const {
+  /// Returns the frames of the share; none without a share.
+  std::vector<std::int64_t> ownFrames() const {
+    if (!options_.route.share) return {};
+    Share share = *options_.route.share;
+    share.blocks = share.blocks || route_.isVideo;
+    return partOf(route_.whole, share);
+  }
+
+  nlohmann::ordered_json share() const {
+    const Share& share = *options_.route.share;
+    return {{"number", share.number},
+            {"of", share.count},
+            {"blocks", share.blocks || route_.isVideo},
+            {"segment", route_.isVideo},
+            {"frames", framesText(ownFrames())},
+            {"whole", framesText(route_.whole)}};
+  }
+
+  void write(const Tally& tally, const std::vector<FrameFailure>& failures,
+             std::vector<std::int64_t> done, double seconds, const std::string& error,
+             bool kept) const {
     if (options_.reportFile.empty() && !options_.takeReport) return;
-    nlohmann::ordered_json report = {{"lomix", lomix_version_text()},
-                                     {"effect", renderer_.versionText()},
-                                     {"input", options_.route.input},
-                                     {"output", options_.route.output},
-                                     {"engine", options_.byPlugin ? "plugin" : "rows"},
-                                     {"threads", options_.threads},
-                                     {"settings", settingsOf(renderer_.parameters(), look_)}};
+    nlohmann::ordered_json report = {
+        {"lomix", lomix_version_text()},   {"effect", renderer_.versionText()},
+        {"input", options_.route.input},   {"output", options_.route.output},
+        {"arguments", options_.arguments}, {"engine", options_.byPlugin ? "plugin" : "rows"},
+        {"threads", options_.threads},     {"settings", settingsOf(renderer_.parameters(), look_)}};
     if (const std::optional<int> quality = route_.jpegQuality; quality && !kept) {
       report["jpeg"] = {{"quality", *quality},
                         {"chromaSubsampling", media::jpegSubsampling(*quality)}};
     }
     if (!renderer_.colours().empty()) report["colour"] = renderer_.colours();
+    if (options_.route.share) report["share"] = share();
+    std::ranges::sort(done);
+    report["done"] = framesText(done);
     report.update(reportOf(tally, failures, seconds));
     if (kept) report["kept"] = true;
     report["warnings"] = warnings_.all();
     if (!error.empty()) report["error"] = error;
     if (options_.takeReport) return options_.takeReport(report);
     writeText(looks::jsonText(report), options_.reportFile,
-              options_.route.existing == Existing::Overwrite);
+              options_.route.existing == Existing::Overwrite || continuesShare(options_));
   }
 
   const RunOptions& options_;
@@ -123,6 +158,8 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   const auto printLine = [&](const std::string& line) { streams.err << line + "\n" << std::flush; };
   if (!options.quiet) warnings.setPrint(printLine);
   RouteOptions routeOptions = options.route;
+  routeOptions.job = jobOf(options, renderer.parameters(), look);
+  if (continuesShare(options)) routeOptions.replacedOutput = "--report";
   routeOptions.warn = [&](const std::string& text) { warnings.add(text); };
   if (!options.savedPreset.empty()) {
     routeOptions.otherOutputs.push_back({"--save-preset", options.savedPreset});
@@ -138,9 +175,17 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   const Report report(options, renderer, look, route, warnings);
   const auto keep = [&] {
     report.writeKept(route.isVideo);
-    if (!options.quiet) streams.out << "kept '" + options.route.output + "': it exists\n";
+    if (!options.quiet) streams.out << "kept '" + route.output + "': it exists\n";
   };
   if (route.done) return keep();
+  if (!route.source) {
+    report.writeEmpty();
+    if (!options.quiet) {
+      streams.out << "nothing to do: " + options.route.share->text() + " has none of the " +
+                         frames(static_cast<std::int64_t>(route.whole.size())) + "\n";
+    }
+    return;
+  }
 
   Pipeline pipeline(*route.source, renderer, look, *route.sink, options.threads);
   const std::vector<std::int64_t> missing = route.source->missing();
@@ -183,7 +228,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   throwUnlessDone(options, pipeline, route);
   // Standard output may carry the frames.
   std::ostream& out = options.route.output == media::kStandardStream ? streams.err : streams.out;
-  if (!options.quiet) out << summary(options, pipeline.tally(), seconds());
+  if (!options.quiet) out << summary(route.output, pipeline.tally(), seconds());
 }
 
 }  // namespace lomix::batch

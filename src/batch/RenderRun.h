@@ -23,6 +23,10 @@ struct RunOptions {
   std::string savedPreset;  ///< File to save the parameters to as a preset; empty for none.
   bool byPlugin = false;    ///< The engine that the report names: plugin or rows.
   bool quiet = false;
+  /// The command line that was given, for the report.
+  std::vector<std::string> arguments;
+  /// The options by which two runs give other pixels or another file.
+  std::string job;
   /// Returns the text of an input's error in runFolder(), its way out completed.
   std::function<std::string(const AvoidableError&)> withWayOut = [](const AvoidableError& error) {
     return std::string(error.what());

@@ -1,6 +1,9 @@
 #include "batch/Route.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <numeric>
 #include <utility>
 
 #include "batch/PipedPicture.h"
@@ -36,16 +39,20 @@ class Planner {
     classifyInput();
     classifyOutput();
     route_.isVideo = writesVideo_;
+    if (options_.share) takeShare(*options_.share);
+    route_.output = options_.output;
     requireDistinct();
     if (options_.removesLeftovers && options_.existing != Existing::Refuse &&
         options_.output != media::kStandardStream) {
       TemporaryFile::removeLeftovers(linkedFile(options_.output).parent_path());
     }
     for (const NamedFile& other : options_.otherOutputs) {
-      checkNewFile(other.file, options_.existing == Existing::Overwrite);
+      checkNewFile(other.file, options_.existing == Existing::Overwrite ||
+                                   other.role == options_.replacedOutput);
       // Fails where the folder takes no files.
       const TemporaryFile probe(other.file);
     }
+    if (options_.share && route_.frames == 0) return std::move(route_);
     const bool one = !outputSequence_ && options_.output != media::kStandardStream;
     if (options_.existing == Existing::Skip && one && fileExists(options_.output)) {
       route_.done = true;
@@ -215,6 +222,89 @@ class Planner {
     return std::move(choice.numbers);
   }
 
+  /// Chooses the frames of the share and, of a film, its segment.
+  void takeShare(Share share) {
+    const std::string shown = "'" + options_.output + "'";
+    if (readsStream() || writesStream()) {
+      throw UsageError("--share: standard input and output cannot be shared (name files)");
+    }
+    if (!writesVideo_ && !outputSequence_) {
+      throw UsageError("--share: " + shown +
+                       " is one picture (leave it out, or render several, to out.####.png)");
+    }
+    share.blocks = share.blocks || writesVideo_;
+    std::vector<std::int64_t> all =
+        kind_ == Kind::Sequence && wanted_.empty() ? selection_.numbers : wanted_;
+    if (kind_ == Kind::Video) {
+      if (!options_.frames.spans.empty() || !options_.frames.timecodes.empty()) {
+        throw UsageError("--share: it takes frames by their numbers (use --frames 0-99)");
+      }
+      if (all.empty()) all = numbersOfVideo();
+    }
+    std::vector<std::int64_t> own = partOf(all, share);
+    route_.frames = static_cast<std::int64_t>(own.size());
+    if (writesVideo_) chooseSegment(share, all);
+    if (kind_ == Kind::Video) {
+      film_ =
+          media::Film{static_cast<std::int64_t>(all.size()), all.front(), options_.frames.isAll()};
+      if (film_->isAll && !own.empty()) options_.frames.series = endOfVideo(share, own);
+      options_.frames.numbers = own;
+    }
+    keepOnly(selection_.numbers, own);
+    keepOnly(selection_.missing, own);
+    wanted_ = std::move(own);
+    route_.whole = std::move(all);
+  }
+
+  /// Removes the numbers that others does not have. Both ascend.
+  static void keepOnly(std::vector<std::int64_t>& numbers,
+                       const std::vector<std::int64_t>& others) {
+    std::vector<std::int64_t> kept;
+    std::ranges::set_intersection(numbers, others, std::back_inserter(kept));
+    numbers = std::move(kept);
+  }
+
+  std::vector<std::int64_t> numbersOfVideo() const {
+    const std::int64_t count = media::countFrames(videoInput());
+    if (count == 0) throw MediaError(cannotRead(options_.input) + "it has no frame (name another)");
+    std::vector<std::int64_t> numbers(static_cast<std::size_t>(count));
+    std::iota(numbers.begin(), numbers.end(), std::int64_t{0});
+    return numbers;
+  }
+
+  /// Returns the share's frames after those that were counted. The count may be too small, and no
+  /// frame may be lost.
+  static std::optional<media::FrameSeries> endOfVideo(const Share& share,
+                                                      const std::vector<std::int64_t>& own) {
+    if (!share.blocks) return media::FrameSeries{own.back() + share.count, share.count};
+    if (share.number < share.count) return std::nullopt;
+    return media::FrameSeries{own.back() + 1, 1};
+  }
+
+  void chooseSegment(const Share& share, const std::vector<std::int64_t>& all) {
+    const std::string shown = "'" + options_.output + "'";
+    if (!media::holdsSegments(options_.output)) {
+      throw UsageError("--share: " + shown +
+                       " is no file for segments of a film (use .mp4, .mov, .mkv or .webm)");
+    }
+    const auto pattern = SequenceName::parse(options_.output);
+    if (!pattern) {
+      throw UsageError("--share: the name " + shown +
+                       " has no place for the number of the segment (name it as film.##.mkv)");
+    }
+    options_.output = pattern->file(share.number).string();
+    media::Segment segment;
+    segment.number = share.number;
+    segment.count = share.count;
+    segment.frames = route_.frames;
+    segment.film = {static_cast<std::int64_t>(all.size()), all.front(), options_.frames.isAll()};
+    const std::size_t place = static_cast<std::size_t>(
+        media::blockBegin(segment.film.frames, share.number - 1, share.count));
+    if (route_.frames > 0) segment.place = all[place] - all.front();
+    segment.job = options_.job;
+    segment_ = segment;
+  }
+
   /// Checks that no file is used twice.
   void requireDistinct() const {
     std::vector<NamedFile> inputs = options_.otherInputs;
@@ -296,9 +386,15 @@ class Planner {
       throw UsageError("--fps: a video has its own timestamps (leave it out)");
     }
     numbers_ = wanted_;
+    auto source = std::make_unique<VideoSource>(videoInput());
+    reader_ = &source->reader();
+    route_.source = std::move(source);
+  }
+
+  media::VideoInput videoInput() const {
     media::VideoInput input;
     input.name = options_.input;
-    input.start = std::move(standardInput_.start);
+    input.start = standardInput_.start;
     input.threads = options_.threads;
     input.deinterlace = options_.deinterlace;
     input.allowsPlaylists = options_.allowsPlaylists;
@@ -308,9 +404,8 @@ class Planner {
     input.rawHeight = options_.rawSize.second;
     input.rawRate = {rate().frames, rate().seconds};
     input.frames = options_.frames;
-    auto source = std::make_unique<VideoSource>(input);
-    reader_ = &source->reader();
-    route_.source = std::move(source);
+    input.film = film_;
+    return input;
   }
 
   /// Warns of what a sequence of pictures does not keep of a video.
@@ -336,10 +431,12 @@ class Planner {
     output.subtitles = options_.subtitles;
     output.data = options_.data;
     output.keepTimestamps = options_.keepTimestamps;
+    output.segment = segment_;
     output.warn = options_.warn;
     output.overwrite = options_.existing == Existing::Overwrite;
-    route_.sink =
-        std::make_unique<VideoSink>(output, reader_, numbers_.empty() ? 0 : numbers_.front());
+    std::int64_t first = numbers_.empty() ? 0 : numbers_.front();
+    if (segment_) first = segment_->film.first;
+    route_.sink = std::make_unique<VideoSink>(output, reader_, first);
   }
 
   void requireOneFrame() const {
@@ -357,7 +454,7 @@ class Planner {
   }
   FrameRate rate() const { return options_.rate.value_or(FrameRate{}); }
 
-  const RouteOptions& options_;
+  RouteOptions options_;
   Route route_;
   Kind kind_ = Kind::Still;
   std::optional<SequenceName> inputSequence_;
@@ -367,6 +464,8 @@ class Planner {
   StandardInput standardInput_;  ///< Where it is the input.
   std::string extension_;        ///< Of pictures, where it is not that of the output's name.
   bool writesVideo_ = false;
+  std::optional<media::Film> film_;        ///< Of a share of a video.
+  std::optional<media::Segment> segment_;  ///< Of a share of a film.
   std::optional<SequenceName> outputSequence_;
   std::vector<std::int64_t> numbers_;  ///< Of the frames; of a video only those of --frames.
   media::VideoReader* reader_ = nullptr;

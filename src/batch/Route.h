@@ -9,6 +9,7 @@
 #include "batch/Frame.h"
 #include "batch/FrameTime.h"
 #include "batch/PictureFrames.h"
+#include "batch/Share.h"
 #include "support/NewFile.h"
 #include "support/Warn.h"
 
@@ -21,6 +22,8 @@ struct RouteOptions {
   std::optional<FrameTime> time;  ///< Of a single picture; nothing: 0.
   media::FrameChoice frames;      ///< Times count from the first frame: number 0 of pictures.
   std::optional<FrameRate> rate;  ///< Nothing: that of the input; 24 for pictures.
+  std::optional<Share> share;     ///< Only these of the frames, or this segment of a film.
+  std::string job;                ///< As in media::Segment.
   Existing existing = Existing::Refuse;
   /// Where the output may exist: whether temporary files of killed runs are removed from its
   /// folder.
@@ -42,7 +45,8 @@ struct RouteOptions {
   PairOfWholes rawSize{0, 0};
   // Files of the run beside input and output. Their names must not be those of other files.
   std::vector<NamedFile> otherInputs;
-  std::vector<NamedFile> otherOutputs;    ///< A report or preset to write.
+  std::vector<NamedFile> otherOutputs;  ///< A report or preset to write.
+  std::string replacedOutput;  ///< The role of one of them that may be replaced in any case.
   Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
 };
 
@@ -50,12 +54,17 @@ struct RouteOptions {
 struct Route {
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<FrameSink> sink;
-  std::optional<int> jpegQuality;  ///< Where the output is JPEG.
+  std::string output;               ///< Its name; of a segment not that of the options.
+  std::vector<std::int64_t> whole;  ///< Of a share: the frames of all shares.
+  std::int64_t frames = 0;          ///< Of a share: how many frames it has; 0: none, and no sink.
+  std::optional<int> jpegQuality;   ///< Where the output is JPEG.
   bool done = false;     ///< The output exists already and is kept; there is no source and sink.
   bool isVideo = false;  ///< The output is a video.
 };
 
-/// Opens the source and the sink: picture, sequence or video. Before that, checks that no output is
+/// Opens the source and the sink: picture, sequence or video. The output of a share is a sequence,
+/// or a pattern with the place for the number of the share, whose segment of a film is written.
+/// Before that, checks that no output is
 /// the file of an input or of another output, and that each can be written. OUTPUT is a pattern
 /// where several frames are written or the input is a sequence or a video; the output of a single
 /// picture has the very name that is given. A single picture of standard input is read here, and

@@ -1,6 +1,8 @@
 #include "batch/RunReport.h"
 
 #include "looks/Preset.h"
+#include "support/NewFile.h"
+#include "support/TextFile.h"
 
 namespace lomix::batch {
 
@@ -26,6 +28,22 @@ Json reportOf(const Tally& tally, const std::vector<FrameFailure>& failures, dou
             {"effect", seconds(tally.effectTime)},
             {"write", seconds(tally.writeTime)}}},
           {"framesPerSecond", wallSeconds > 0 ? static_cast<double>(rendered) / wallSeconds : 0.0}};
+}
+
+bool continuesShare(const RunOptions& options) {
+  const std::optional<Share>& share = options.route.share;
+  if (!share || options.route.existing != Existing::Skip || options.reportFile.empty() ||
+      !fileExists(options.reportFile)) {
+    return false;
+  }
+  constexpr std::size_t kMostBytes = 16 << 20;
+  const Json old = Json::parse(readText(options.reportFile, kMostBytes), nullptr, false);
+  if (!old.is_object()) return false;
+  const auto earlier = old.find("share");
+  return earlier != old.end() && earlier->is_object() &&
+         old.value("output", Json()) == options.route.output &&
+         earlier->value("number", Json()) == share->number &&
+         earlier->value("of", Json()) == share->count;
 }
 
 Json settingsOf(const looks::ParameterTable& table, const looks::Look& look) {

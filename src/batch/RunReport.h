@@ -6,6 +6,7 @@
 
 #include "batch/FrameRenderer.h"
 #include "batch/Pipeline.h"
+#include "batch/RenderRun.h"
 
 namespace lomix::batch {
 
@@ -13,6 +14,10 @@ namespace lomix::batch {
 /// effect and writing are sums over all threads.
 nlohmann::ordered_json reportOf(const Tally& tally, const std::vector<FrameFailure>& failures,
                                 double wallSeconds);
+
+/// Returns whether the run keeps what exists and has the report's name of an earlier try of the
+/// same share, which its own report replaces. Throws MediaError.
+bool continuesShare(const RunOptions& options);
 
 /// Returns every parameter's value by name, or its keys in the form of preset files.
 nlohmann::ordered_json settingsOf(const looks::ParameterTable& table, const looks::Look& look);

@@ -52,6 +52,8 @@ class Parser {
     // In the order of the help text.
     commands_ = {
       addRenderCommand(app_),
+      addJoinCommand(app_),
+      addReportCommand(app_),
       addParamsCommand(app_),
       addPresetsCommand(app_),
 #if defined(LOMIX_DRAWING)

@@ -146,6 +146,49 @@ std::shared_ptr<const media::ColourConversion> parseColour(const std::string& te
   return std::make_shared<const media::ColourConversion>(text, option);
 }
 
+batch::Share parseShare(std::string_view text) {
+  constexpr std::int64_t kMostShares = 1'000'000;
+  const std::size_t slash = text.find('/');
+  const bool both = slash != std::string_view::npos;
+  const auto number = parseWhole(text.substr(0, slash));
+  const auto count = parseWhole(both ? text.substr(slash + 1) : "");
+  const std::string shown = "--share: '" + std::string(text) + "' ";
+  if (!number || !count || *count < 1 || *count > kMostShares) {
+    throw UsageError(shown + "is no share (use one such as 3/8, the third of eight)");
+  }
+  if (*number == 0) {
+    throw UsageError(shown + "is no share: the first is 1/" + std::to_string(*count) +
+                     " (where a queue counts from 0, add 1 to its number, or let it count from 1)");
+  }
+  if (*number < 0 || *number > *count) {
+    throw UsageError(shown + "is no share: they are 1/" + std::to_string(*count) + " to " +
+                     std::to_string(*count) + "/" + std::to_string(*count) + " (use one of these)");
+  }
+  return {*number, *count, false};
+}
+
+std::vector<std::string> givenOptions(const CLI::App& app, const std::set<std::string>& without) {
+  std::vector<std::string> given;
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->get_positional() || option->get_lnames().empty() || option->count() == 0) continue;
+    const std::string name = "--" + option->get_lnames().front();
+    if (without.contains(name)) continue;
+    if (option->get_items_expected_max() == 0) {
+      given.push_back(name);
+      continue;
+    }
+    for (const std::string& value : option->results()) {
+      // Behind a space, such a value would be taken for an option.
+      if (value.starts_with('-')) {
+        given.push_back(name + "=" + value);
+      } else {
+        given.insert(given.end(), {name, value});
+      }
+    }
+  }
+  return given;
+}
+
 CLI::Option* addNoFsync(CLI::App& app) {
   return app.add_flag_callback(
       "--no-fsync", [] { TemporaryFile::setFlushing(false); },

@@ -3,10 +3,13 @@
 
 #include <CLI/App.hpp>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "batch/FrameTime.h"
+#include "batch/Share.h"
 #include "media/picture/ColourConversion.h"
 
 namespace lomix::cli {
@@ -25,6 +28,14 @@ int threadCount(int wanted);
 
 /// Reads a size "WxH", both from 1. option: for error messages. Throws UsageError.
 batch::PairOfWholes parseSize(std::string_view text, const std::string& option = "--size");
+
+/// Reads a share "K/N", K from 1 to N. Throws UsageError.
+batch::Share parseShare(std::string_view text);
+
+/// Returns the options of a command line that was parsed, and their values, as another command line
+/// takes them: "--set", "Noise=30". Leaves out those of the names ("--share") and arguments without
+/// a name. app: the command's parser.
+std::vector<std::string> givenOptions(const CLI::App& app, const std::set<std::string>& without);
 
 /// Reads factors: "X" for both or "X,Y", each from 1 to 1000. Throws UsageError.
 batch::PairOfWholes parseDownsample(std::string_view text);

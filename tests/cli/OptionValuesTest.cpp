@@ -1,6 +1,7 @@
 // Frame numbers, times, rates, sizes and version words, as the command reads them.
 #include <gmock/gmock.h>
 
+#include "cli/FrameList.h"
 #include "cli/OptionValues.h"
 #include "hostapi/Commands.h"
 #include "support/Errors.h"
@@ -132,6 +133,39 @@ TEST(Numbers, SizesAndFactors) {
   }
   for (const char* text : {"", "0", "-1", "1001", "2,", ",2", "2,3,4", "1.5", "2x2", "half"}) {
     EXPECT_THROW(parseDownsample(text), UsageError) << text;
+  }
+}
+
+TEST(Shares, AreTextsAndListsThatReadBack) {
+  EXPECT_EQ(parseShare("3/8").number, 3);
+  EXPECT_EQ(parseShare("1000000/1000000").count, 1'000'000);
+  for (const char* text :
+       {"", "3", "/", "3/", "0/8", "-1/8", "9/8", "1.5/8", "1/1000001", "1/2/3"}) {
+    EXPECT_THROW(parseShare(text), UsageError) << text;
+  }
+  struct Case {
+    std::vector<std::int64_t> frames;
+    const char* text;
+  };
+  for (const Case& c : {Case{{7}, "7"},
+                        {{1, 2}, "1-2"},
+                        {{1, 3}, "1,3"},
+                        {{1, 3, 5, 6, 7, 20}, "1-5x2,6-7,20"},
+                        {{-5, -4, 0, 90}, "-5--4,0,90"}}) {
+    EXPECT_EQ(batch::framesText(c.frames), c.text);
+    EXPECT_EQ(parseFrames(c.text).numbers, c.frames) << c.text;
+  }
+  // Blocks are as even as possible, and those of the segments of films.
+  for (const std::size_t total : {1, 2, 7, 100, 101}) {
+    for (const std::int64_t count : {1, 2, 3, 7, 50, 150}) {
+      for (std::size_t place = 0; place < total; ++place) {
+        const auto at = static_cast<std::int64_t>(place);
+        const auto all = static_cast<std::int64_t>(total);
+        const std::int64_t number = batch::shareAt(place, total, count, true);
+        EXPECT_LE(media::blockBegin(all, number - 1, count), at) << total << "/" << count;
+        EXPECT_GT(media::blockBegin(all, number, count), at) << total << "/" << count;
+      }
+    }
   }
 }
 

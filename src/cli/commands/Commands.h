@@ -20,6 +20,8 @@ struct Command {
 /// Add one subcommand with its options and help. lomix: the parser of the whole command line, which
 /// must outlive the result.
 Command addRenderCommand(CLI::App& lomix);
+Command addJoinCommand(CLI::App& lomix);
+Command addReportCommand(CLI::App& lomix);
 Command addParamsCommand(CLI::App& lomix);
 Command addPresetsCommand(CLI::App& lomix);
 Command addInspectCommand(CLI::App& lomix);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "cli/OptionValues.h"
 #include "cli/WaysOut.h"
 #include "cli/commands/Commands.h"
+#include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 #include "support/Text.h"
 
@@ -66,11 +68,14 @@ void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, s
 struct Options {
   std::vector<std::string> files;  ///< The inputs, and the output at the end.
   bool recursive = false;
+  const CLI::App* parser = nullptr;
   LookOptions look;
   std::string savedPreset;
   std::string time;
   std::string frames;
   std::string fps;
+  std::string share;
+  bool shareBlocks = false;
   std::string depth;
   std::string colour;
   std::string downsample = "1";
@@ -97,6 +102,7 @@ struct Options {
 };
 
 void declare(CLI::App& app, Options& options) {
+  options.parser = &app;
   app.add_option("INPUT OUTPUT", options.files,
                  "INPUT: a picture (PNG, JPEG, TIFF, OpenEXR, ...), a\n"
                  "numbered sequence such as shot.####.exr or\n"
@@ -134,6 +140,20 @@ void declare(CLI::App& app, Options& options) {
                  "Frames a second: frame n has the time n over this.\n"
                  "24 by default for pictures")
       ->type_name("N|N/D")
+      ->group(sequences);
+
+  CLI::Option* share = app.add_option("--share", options.share,
+                                      "Render one of N shares, K from 1 to N: every Nth frame,\n"
+                                      "or every Nth input for a folder. Of a video as OUTPUT,\n"
+                                      "named with a place for K (film.##.mkv), the Kth segment,\n"
+                                      "without sound; 'lomix join' makes the film of them. In\n"
+                                      "the name of a report, # signs are the place for K")
+                           ->type_name("K/N")
+                           ->group(sequences);
+  app.add_flag("--share-blocks", options.shareBlocks,
+               "Frames that follow each other in each share; always so\n"
+               "for a video as OUTPUT")
+      ->needs(share)
       ->group(sequences);
 
   const char* pictures = "Pictures";
@@ -246,12 +266,41 @@ void declare(CLI::App& app, Options& options) {
       "  lomix render in.png out.png --set Noise=30 --set \"Vertical Sync=5\" --time 1.5\n"
       "  lomix render in.png out.png --preset weak-aerial --set Noise=60\n"
       "  lomix render 'in.####.exr' 'out.####.exr' --frames 1001-1100 --fps 25 --set Noise=20\n"
+      "  lomix render 'in.####.exr' 'out.####.exr' --set Noise=20 --share 3/8 --skip-existing\n"
       "  lomix render film.mp4 aired.mp4 --set \"Scan Distortion=15\" --crf 18\n"
       "  lomix render plate.exr out.exr --set scan-distortion=20 --set distortion-mode=Tile\n"
       "  lomix render plate.exr preview.png --colour linear:srgb --preset weak-aerial\n"
       "  lomix render a.jpg b.jpg c.png aired/ --preset weak-aerial\n"
       "  lomix render in.tif half.tif --downsample 2 --overwrite\n"
       "  lomix render in.png out.png --key \"Noise=0:0,2.5:60@ease,4:0\" --time 2\n");
+}
+
+/// Returns the options that do not change what is written.
+const std::set<std::string>& idleOptions() {
+  static const std::set<std::string> names{"--threads",   "--report",        "--quiet",
+                                           "--overwrite", "--skip-existing", "--no-fsync",
+                                           "--share",     "--save-preset",   "--share-blocks",
+                                           "--engine",    "--plugin"};
+  return names;
+}
+
+/// Fills in what concerns a share.
+void chooseShare(const Options& options, batch::RunOptions& run) {
+  run.arguments = {"render"};
+  run.arguments.insert(run.arguments.end(), options.files.begin(), options.files.end());
+  for (std::string& option : givenOptions(*options.parser, {})) {
+    run.arguments.push_back(std::move(option));
+  }
+  if (options.share.empty()) return;
+  run.route.share = parseShare(options.share);
+  run.route.share->blocks = options.shareBlocks;
+  // The values of the parameters are compared by themselves.
+  std::set<std::string> without = idleOptions();
+  without.insert({"--preset", "--set", "--key"});
+  run.job = joined(givenOptions(*options.parser, without), "\n");
+  if (const auto pattern = media::SequenceName::parse(options.report)) {
+    run.reportFile = pattern->file(run.route.share->number).string();
+  }
 }
 
 /// Returns whether the last name is the folder for the outputs of the others.
@@ -293,6 +342,8 @@ void run(const Options& options, const Streams& streams) {
   run.byPlugin = rendering.engine == batch::Engine::Plugin;
   run.savedPreset = options.savedPreset;
   run.withWayOut = withWayOut;
+
+  chooseShare(options, run);
 
   batch::RouteOptions& route = run.route;
   route.input = options.files.front();

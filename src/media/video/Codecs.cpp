@@ -70,6 +70,14 @@ const CodecChoice& chooseCodec(const VideoOutput& output) {
   return *found;
 }
 
+std::string codecNameOf(AVCodecID id) {
+  for (const CodecChoice& choice : kCodecs) {
+    const AVCodec* encoder = avcodec_find_encoder_by_name(choice.encoder);
+    if (encoder != nullptr && encoder->id == id) return std::string(choice.name);
+  }
+  return {};
+}
+
 const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoice& codec) {
   const std::string_view name = codec.name;
   if (output.name == kStandardStream && !codec.isPlain()) {

@@ -31,6 +31,9 @@ struct CodecChoice {
 /// UsageError for one that does not exist, AvoidableError for one that cannot be written here.
 const CodecChoice& chooseCodec(const VideoOutput& output);
 
+/// Returns the name of the codec that gives such packets in a container; empty where none does.
+std::string codecNameOf(AVCodecID id);
+
 /// Returns the container for the output's name. Throws MediaError where there is none,
 /// AvoidableError where it cannot hold the codec.
 const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoice& codec);

@@ -21,4 +21,14 @@ std::unique_ptr<VideoWriter> createVideo(const VideoOutput& output, VideoReader*
   throw MediaError(cannotWrite(output.name) + kCause);
 }
 
+std::int64_t countFrames(const VideoInput& input) {
+  throw MediaError(cannotRead(input.name) + kCause);
+}
+
+bool holdsSegments(const std::string&) { return true; }
+
+JoinedFilm joinSegments(const JoinInput&, const VideoOutput& output) {
+  throw MediaError(cannotWrite(output.name) + kCause);
+}
+
 }  // namespace lomix::media

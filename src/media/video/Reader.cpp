@@ -116,6 +116,7 @@ Reader::Reader(const VideoInput& input)
     : name_(input.name),
       isRaw_(!input.rawFormat.empty()),
       choice_(input.frames),
+      film_(input.film),
       deinterlaces_(input.deinterlace),
       warn_(input.warn) {
   muteFfmpeg();
@@ -213,13 +214,14 @@ void Reader::copy(const Copying& copying) {
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     AVStream* stream = container_->streams[i];
     // Without a promise of its own, the video's end is known from those of all streams.
-    const bool needed = stream == stream_ || copying_.streams[i] || !promisedEnd(*stream_);
+    const bool needed =
+        stream == stream_ || isCopied(static_cast<int>(i)) || !promisedEnd(*stream_);
     stream->discard = needed ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
   }
 }
 
 bool Reader::isCopied(int stream) const {
-  return copying_.streams[static_cast<std::size_t>(stream)];
+  return !copying_.framesOnly && copying_.streams[static_cast<std::size_t>(stream)];
 }
 
 void Reader::openDecoder(int threads) {
@@ -252,7 +254,14 @@ void Reader::readOrientation() {
 
 std::optional<std::int64_t> Reader::frameCount() const {
   if (!choice_.spans.empty()) return std::nullopt;
-  if (!choice_.isAll()) return static_cast<std::int64_t>(choice_.numbers.size());
+  if (!choice_.isAll() && !choice_.series) {
+    return static_cast<std::int64_t>(choice_.numbers.size());
+  }
+  if (choice_.series && film_) {
+    const std::int64_t rest = std::max<std::int64_t>(
+        0, film_->first + film_->frames - choice_.series->first + choice_.series->step - 1);
+    return static_cast<std::int64_t>(choice_.numbers.size()) + rest / choice_.series->step;
+  }
   if (stream_->nb_frames > 0) return stream_->nb_frames;
   if (container_->duration <= 0 || stream_->avg_frame_rate.num <= 0) return std::nullopt;
   return std::llround(static_cast<double>(container_->duration) / AV_TIME_BASE *
@@ -477,6 +486,7 @@ std::unique_ptr<DecodedFrame> Reader::decode() {
                    stream_->time_base.den};
   const Moment end = endOf(*decoded);
   if (!lastEnd_ || *lastEnd_ < end) lastEnd_ = end;
+  if (film_ && decoded->number == film_->first) filmStart_ = beginOf(*decoded);
   return decoded;
 }
 
@@ -512,7 +522,7 @@ void Reader::resolveTimecodes() {
 
 /// Returns whether no later frame can be chosen.
 bool Reader::isPastChoice() const {
-  if (choice_.isAll() || nextChosen_ < choice_.numbers.size()) return false;
+  if (choice_.isAll() || choice_.series || nextChosen_ < choice_.numbers.size()) return false;
   if (choice_.spans.empty()) return true;
   if (!lastEnd_) return false;
   const double shown =
@@ -526,6 +536,9 @@ bool Reader::isChosen(const DecodedFrame& frame) {
   if (nextChosen_ < choice_.numbers.size() && choice_.numbers[nextChosen_] == frame.number) {
     ++nextChosen_;
     return true;
+  }
+  if (const auto& series = choice_.series; series && frame.number >= series->first) {
+    if ((frame.number - series->first) % series->step == 0) return true;
   }
   // Half a tick, so that a decimal number such as 0.04 is the frame's own time.
   const double tick = av_q2d(stream_->time_base) / 2;
@@ -554,14 +567,20 @@ void Reader::begin(const DecodedFrame& first) {
   firstFrame_.reset(av_frame_clone(first.frame.get()));
   if (!firstFrame_) throw std::bad_alloc();
   firstNumber_ = first.number;
-  start_ = zero_ = beginOf(first);
+  start_ = beginOf(first);
+  zero_ = filmStart_.value_or(start_);
   std::vector<int> sounds;
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     const AVStream& stream = *container_->streams[i];
-    if (!isCopied(stream.index) || stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    if (!copying_.streams[i] || stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
     sounds.push_back(stream.index);
     const Moment start{std::max<std::int64_t>(0, stream.start_time), stream.time_base};
-    if (choice_.isAll() && stream.start_time != AV_NOPTS_VALUE && start < zero_) zero_ = start;
+    if (choosesAll() && stream.start_time != AV_NOPTS_VALUE && start < zero_) zero_ = start;
+  }
+  if (copying_.framesOnly) {
+    if (copying_.keepTimestamps) zero_ = {};
+    firstPackets_.resize(container_->nb_streams);
+    return;
   }
   // The header of the output says how the sound begins: its first packets are needed. They may be
   // stored later, but not without a limit.
@@ -584,6 +603,7 @@ void Reader::begin(const DecodedFrame& first) {
 
 std::optional<std::pair<Moment, Moment>> Reader::span() const {
   if (choice_.isAll()) return std::nullopt;
+  if (copiesAlone_ && chosenEnd_) return std::pair{start_, *chosenEnd_};
   const AVRational rate = stream_->avg_frame_rate;
   const AVRational base = stream_->time_base;
   std::int64_t end = start_.value;
@@ -620,7 +640,42 @@ std::unique_ptr<VideoFrame> Reader::next() {
   return current;
 }
 
+void Reader::beginCopying() {
+  upcoming_ = findChosen();
+  begun_ = copiesAlone_ = true;
+  if (!upcoming_) throw MediaError(cannotRead(name_) + "it has no frame (check the name)");
+  begin(*upcoming_);
+}
+
+void Reader::endCopyingAt(const Moment& end) {
+  chosenEnd_ = end;
+  copied_->cutAfter(end);
+}
+
+std::vector<FfmpegPtr<AVPacket>> Reader::takeBefore(const Moment& time) {
+  // The streams of a file are stored side by side, but not exactly.
+  constexpr std::int64_t kMargin = 1;
+  const Moment enough{time.in({1, 1}) + kMargin + 1, {1, 1}};
+  readAhead(false, [&] { return anyEnd_ && enough < *anyEnd_; });
+  return copied_->takeUntil(time);
+}
+
+std::int64_t Reader::countPackets() {
+  std::int64_t count = 0;
+  while (const FfmpegPtr<AVPacket> packet = readPacket()) {
+    if (packet->stream_index != stream_->index) continue;
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0) continue;  // Cut by an edit list.
+    // The fifth bit of a frame of VP8 says that it is shown.
+    constexpr int kShown = 0x10;
+    const bool hidden = stream_->codecpar->codec_id == AV_CODEC_ID_VP8 && packet->size > 0 &&
+                        (packet->data[0] & kShown) == 0;
+    if (!hidden) ++count;
+  }
+  return count;
+}
+
 std::vector<FfmpegPtr<AVPacket>> Reader::takePackets() {
+  if (copiesAlone_ && !chosenEnd_) readAhead(false, [] { return false; });
   if (chosenEnd_) {
     const Moment end = *chosenEnd_;
     // Subtitles are stored near the pictures that they belong to.
@@ -652,6 +707,11 @@ void Reader::toPicture(const VideoFrame& frame, Picture& picture) {
   picture.info.pixelAspect =
       decoded.sample_aspect_ratio.den > 0 && aspect > 0.01 && aspect < 100 ? aspect : 1.0;
   if (orientation_ != 1) picture = upright(std::move(picture), orientation_);
+}
+
+std::int64_t countFrames(const VideoInput& input) {
+  Reader reader(input);
+  return reader.countPackets();
 }
 
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input) {

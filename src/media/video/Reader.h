@@ -39,6 +39,8 @@ class Reader : public VideoReader {
     std::vector<bool> streams;    ///< By stream: whether its packets are wanted.
     bool lead = false;            ///< As in CopiedPackets::cutBefore().
     bool keepTimestamps = false;  ///< The output has the input's timestamps.
+    /// Whether the streams only say where the output begins, and no packet of them is kept.
+    bool framesOnly = false;
   };
   /// Call before the first next(). Without a call no stream is copied.
   void copy(const Copying& copying);
@@ -46,8 +48,21 @@ class Reader : public VideoReader {
   /// Returns the packets of the copied streams after the last frame. Reads on where they may be
   /// stored later.
   std::vector<FfmpegPtr<AVPacket>> takePackets();
+  /// Finds the first chosen frame, to copy the other streams alone: takeBefore() takes the place of
+  /// next(). Throws MediaError where there is no such frame.
+  void beginCopying();
+  /// Says where the chosen frames end. Call after beginCopying() where not all are chosen.
+  void endCopyingAt(const Moment& end);
+  /// Returns the packets of the copied streams that begin before that time of the input and were
+  /// not returned yet. Reads on without decoding.
+  std::vector<FfmpegPtr<AVPacket>> takeBefore(const Moment& time);
+  /// Returns the number of packets of the video that hold a frame to show. Reads to the end.
+  std::int64_t countPackets();
+
   /// Returns the time of the input that is 0 in the output. Valid after the first frame.
   Moment zero() const { return zero_; }
+  /// Returns the time of the input at which the first chosen frame begins. Valid after next().
+  Moment start() const { return start_; }
   /// Returns the first and last time of the input that the chosen frames show; nothing where all
   /// frames are chosen. The last time is estimated. Valid after the first frame.
   std::optional<std::pair<Moment, Moment>> span() const;
@@ -90,6 +105,7 @@ class Reader : public VideoReader {
   bool isPastChoice() const;
   bool isChosen(const DecodedFrame& frame);
   std::unique_ptr<DecodedFrame> findChosen();
+  bool choosesAll() const { return film_ ? film_->isAll : choice_.isAll(); }
   void begin(const DecodedFrame& first);
   Moment beginOf(const DecodedFrame& frame) const;
   Moment endOf(const DecodedFrame& frame) const;
@@ -102,6 +118,7 @@ class Reader : public VideoReader {
   std::string name_;
   bool isRaw_;
   FrameChoice choice_;
+  std::optional<Film> film_;
   bool deinterlaces_;
   Warn warn_;
   std::unique_ptr<FrameFilter> deinterlacer_;  ///< Made for the first frame.
@@ -124,11 +141,13 @@ class Reader : public VideoReader {
   std::string breakOff_;    ///< Why the file could not be read to its end; empty: it could.
 
   bool begun_ = false;
+  bool copiesAlone_ = false;  ///< beginCopying() was called.
   std::unique_ptr<DecodedFrame> upcoming_;
   std::int64_t nextNumber_ = 0;
   std::size_t nextChosen_ = 0;
   Moment zero_;
   Moment start_;                     ///< Of the first chosen frame.
+  std::optional<Moment> filmStart_;  ///< Of the first frame of film_, once it was decoded.
   std::optional<Moment> lastEnd_;    ///< Of the frames decoded so far: the largest.
   std::optional<Moment> chosenEnd_;  ///< Of the last chosen frame, once it is known.
   std::optional<Moment> anyEnd_;     ///< Of all packets read so far: the largest.

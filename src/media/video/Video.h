@@ -63,11 +63,18 @@ struct TimecodeSpan {
   std::string last;
 };
 
+/// Frames without an end: first, first + step, first + 2 * step and so on. step: from 1.
+struct FrameSeries {
+  std::int64_t first = 0;
+  std::int64_t step = 1;
+};
+
 /// Frames of a video. All where nothing is chosen.
 struct FrameChoice {
   std::vector<std::int64_t> numbers;  ///< Ascending, from 0.
   std::vector<TimeSpan> spans;
   std::vector<TimecodeSpan> timecodes;
+  std::optional<FrameSeries> series;  ///< Begins after the last of numbers.
 
   /// Brings numbers into ascending order, each once.
   void sortNumbers() {
@@ -76,13 +83,39 @@ struct FrameChoice {
     numbers.erase(repeated.begin(), repeated.end());
   }
 
-  bool isAll() const { return numbers.empty() && spans.empty() && timecodes.empty(); }
+  bool isAll() const { return numbers.empty() && spans.empty() && timecodes.empty() && !series; }
   /// Returns whether this is one frame.
   bool isOne() const {
     const bool one = (spans.size() == 1 && spans[0].first == spans[0].last) ||
                      (timecodes.size() == 1 && timecodes[0].first == timecodes[0].last);
-    return numbers.size() + spans.size() + timecodes.size() == 1 && (numbers.size() == 1 || one);
+    return numbers.size() + spans.size() + timecodes.size() == 1 && (numbers.size() == 1 || one) &&
+           !series;
   }
+};
+
+/// The frames of a film of which one run writes a part, a segment.
+struct Film {
+  std::int64_t frames = 0;  ///< How many frames it has.
+  std::int64_t first = 0;   ///< The number of its first frame.
+  bool isAll = true;        ///< Whether it has all frames of its source.
+};
+
+/// Returns the place among total at which a block begins, of count blocks as even as possible.
+/// number: of the block, from 0; count itself gives the end of the last.
+constexpr std::int64_t blockBegin(std::int64_t total, std::int64_t number, std::int64_t count) {
+  return number * total / count;
+}
+
+/// A part of a film, as several runs write a film together. It has no sound and no subtitles;
+/// joinSegments() copies them from the source.
+struct Segment {
+  std::int64_t number = 1;  ///< Among the segments, from 1 to count.
+  std::int64_t count = 1;
+  std::int64_t frames = 0;  ///< How many frames it should have.
+  std::int64_t place = 0;  ///< Of the first frame from a picture: its number less the film's first.
+  Film film;
+  /// What the segments of a film have in common, without spaces: others are not joined with them.
+  std::string job;
 };
 
 /// The video to read.
@@ -96,7 +129,8 @@ struct VideoInput {
   bool deinterlace = false;
   /// Whether a play list (HLS, DASH, ffconcat) may open the files that it names.
   bool allowsPlaylists = false;
-  std::string rawFormat;  ///< FFmpeg's pixel format of raw frames; empty: a container says it.
+  std::optional<Film> film;  ///< Of a segment: what it is a part of.
+  std::string rawFormat;     ///< FFmpeg's pixel format of raw frames; empty: a container says it.
   Warn warn = [](const std::string&) {};  ///< Called for what is assumed.
   int rawWidth = 0;
   int rawHeight = 0;
@@ -106,14 +140,15 @@ struct VideoInput {
 /// The video to write.
 struct VideoOutput {
   std::string name;
-  std::string codec;            ///< One of kVideoCodecNames; empty: by the name.
-  std::optional<int> crf;       ///< Of h264, hevc and vp9: 0 (best) to 51 or, vp9, 63.
-  int threads = 1;              ///< Of the encoder.
-  Ratio rate{24, 1};            ///< Of frames that come from pictures.
-  bool sound = true;            ///< Whether sound of the source is copied.
-  bool subtitles = true;        ///< Whether subtitles and their fonts are copied.
-  bool data = true;             ///< Whether data that cannot be copied is worth a warning.
-  bool keepTimestamps = false;  ///< False: the output begins at time 0.
+  std::string codec;               ///< One of kVideoCodecNames; empty: by the name.
+  std::optional<int> crf;          ///< Of h264, hevc and vp9: 0 (best) to 51 or, vp9, 63.
+  int threads = 1;                 ///< Of the encoder.
+  Ratio rate{24, 1};               ///< Of frames that come from pictures.
+  bool sound = true;               ///< Whether sound of the source is copied.
+  bool subtitles = true;           ///< Whether subtitles and their fonts are copied.
+  bool data = true;                ///< Whether data that cannot be copied is worth a warning.
+  bool keepTimestamps = false;     ///< False: the output begins at time 0.
+  std::optional<Segment> segment;  ///< The output is this part of a film.
   bool overwrite = false;
   Warn warn = [](const std::string&) {};  ///< Called for all that is lost or changed.
 };
@@ -194,6 +229,10 @@ class VideoWriter {
   virtual void finish() = 0;
 };
 
+/// Returns the number of frames of a video, which it reads without decoding. It may be wrong for a
+/// damaged one. Throws MediaError.
+std::int64_t countFrames(const VideoInput& input);
+
 /// Opens a video. Throws MediaError when the file is missing, damaged or has no video stream that
 /// can be decoded, AvoidableError for a play list that is not allowed.
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input);
@@ -202,5 +241,29 @@ std::unique_ptr<VideoReader> openVideo(const VideoInput& input);
 /// must outlive the writer; null for none. Throws MediaError for a codec, container or name that
 /// cannot be used, and AvoidableError for a source stream that the container cannot hold.
 std::unique_ptr<VideoWriter> createVideo(const VideoOutput& output, VideoReader* source);
+
+/// Returns whether segments of a film can be written to files of that name: MP4, QuickTime,
+/// Matroska and WebM.
+bool holdsSegments(const std::string& name);
+
+/// The segments to join.
+struct JoinInput {
+  std::vector<std::string> segments;  ///< In any order.
+  std::string source;      ///< The video that was rendered; empty: nothing is copied from it.
+  bool fromSource = true;  ///< False: nothing is copied although there is a source.
+};
+
+/// What joinSegments() wrote.
+struct JoinedFilm {
+  std::int64_t frames = 0;
+  std::vector<std::string> losses;  ///< Segments that lack frames: "'b.mkv' has 3 of its 5 frames".
+};
+
+/// Writes the film that the segments are parts of: their frames as they are encoded, with the times
+/// that a single run gives them, and sound, subtitles, chapters and tags of the source. output:
+/// name, overwrite and warn alone count; the rest is as the segments say. Throws UsageError for a
+/// source that is missing or not needed, MediaError for a segment that is missing, damaged or of
+/// another film, and for what cannot be read or written.
+JoinedFilm joinSegments(const JoinInput& input, const VideoOutput& output);
 
 }  // namespace lomix::media

@@ -98,6 +98,7 @@ Writer::Writer(const VideoOutput& output, Reader* source)
   // Without a beginning at 0 there is no place for what is decoded before it.
   copying.lead = isMp4Family(*format_) && !output_.keepTimestamps;
   copying.keepTimestamps = output_.keepTimestamps;
+  copying.framesOnly = output_.segment.has_value();
   for (const Treatment treatment : treatments_) {
     copying.streams.push_back(treatment == Treatment::Copy || treatment == Treatment::ConvertText);
   }
@@ -123,25 +124,41 @@ void Writer::warn(const std::string& subject, const std::string& what) const {
 void Writer::open(const Picture& picture) {
   const std::lock_guard lock(mutex_);
   if (depth_ != 0) return;
-  if (output_.name != kStandardStream) file_.emplace(output_.name);
-  const std::string url = file_ ? "file:" + file_->path().string() : "pipe:1";
-  require(avformat_alloc_output_context2(&container_, format_, nullptr, url.c_str()));
-  // Allows Y4M of more than 8 bits, an extension that all common readers support.
-  container_->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
+  createContainer();
   openEncoder(picture);
-  addStreams();
-  require(avio_open(&container_->pb, url.c_str(), AVIO_FLAG_WRITE));
-  FfmpegOptions options;
-  // MP4 gets a track of timecodes, as QuickTime does, where the source has one.
-  if (isMp4Family(*format_)) options.set("write_tmcd", "1");
-  require(avformat_write_header(container_, options.address()));
-  writeCovers();
+  writeHeader();
   // Where the pixels are the same bytes in another order, and the encoder does not keep a frame
   // after it returns, a frame refers to the picture's memory instead of a copy.
   const AVCodecID codec = encoder_->codec_id;
   wraps_ = picture.depth() == 8 && FrameConverter::isReordered(encoder_->pix_fmt) &&
            (codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_RAWVIDEO);
   depth_ = picture.depth();
+}
+
+void Writer::openLike(const AVStream& like, AVRational rate) {
+  like_ = &like;
+  likeRate_ = rate;
+  createContainer();
+  writeHeader();
+  like_ = nullptr;
+}
+
+void Writer::createContainer() {
+  if (output_.name != kStandardStream) file_.emplace(output_.name);
+  const std::string url = file_ ? "file:" + file_->path().string() : "pipe:1";
+  require(avformat_alloc_output_context2(&container_, format_, nullptr, url.c_str()));
+  // Allows Y4M of more than 8 bits, an extension that all common readers support.
+  container_->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
+}
+
+void Writer::writeHeader() {
+  addStreams();
+  require(avio_open(&container_->pb, container_->url, AVIO_FLAG_WRITE));
+  FfmpegOptions options;
+  // MP4 gets a track of timecodes, as QuickTime does, where the source has one.
+  if (isMp4Family(*format_)) options.set("write_tmcd", "1");
+  require(avformat_write_header(container_, options.address()));
+  if (!output_.segment) writeCovers();
 }
 
 void Writer::openEncoder(const Picture& picture) {
@@ -193,7 +210,10 @@ void Writer::openEncoder(const Picture& picture) {
   FfmpegOptions options;
   if (codec_.crf != 0) options.set("crf", std::to_string(output_.crf.value_or(codec_.crf)));
   // This encoder prints by itself.
-  if (codec->id == AV_CODEC_ID_HEVC) options.set("x265-params", "log-level=none");
+  if (codec->id == AV_CODEC_ID_HEVC) {
+    // Its comment in the header names the number of threads, and segments need equal headers.
+    options.set("x265-params", output_.segment ? "log-level=none:info=0" : "log-level=none");
+  }
   if (codec->id == AV_CODEC_ID_VP9) {
     // Constant quality, and rows in parallel.
     encoder.bit_rate = 0;
@@ -283,7 +303,34 @@ void Writer::setFieldOrder(AVCodecContext& encoder) {
   }
 }
 
+/// Returns what joining the segment takes. Call after openEncoder().
+SegmentNote Writer::segmentNote() const {
+  SegmentNote note;
+  note.segment = *output_.segment;
+  const AVRational rate = encoder_->framerate;
+  if (rate.den > 0) note.rate = {rate.num, rate.den};
+  note.keepsTimestamps = output_.keepTimestamps;
+  if (source_ == nullptr) {
+    note.start = {note.segment.place * rate.den, rate.num};
+    return note;
+  }
+  const AVRational base = source_->stream().time_base;
+  note.start = {(source_->start().in(base)-source_->zero().in(base)) * base.num, base.den};
+  std::error_code ignored;
+  note.sourceBytes = static_cast<std::int64_t>(
+      std::filesystem::file_size(std::filesystem::path(source_->name()), ignored));
+  note.sound = output_.sound;
+  note.subtitles = output_.subtitles;
+  note.data = output_.data;
+  return note;
+}
+
 void Writer::addStreams() {
+  if (output_.segment) {
+    addVideoStream();
+    av_dict_set(&container_->metadata, "comment", segmentNote().text().c_str(), 0);
+    return;
+  }
   if (source_ == nullptr) {
     addVideoStream();
     return;
@@ -316,17 +363,30 @@ void Writer::copyTags() {
   advanceTimecode(&stream_->metadata, rate, source_->firstNumber());
 }
 
-void Writer::addVideoStream() {
-  stream_ = required(avformat_new_stream(container_, nullptr));
-  require(avcodec_parameters_from_context(stream_->codecpar, encoder_.get()));
-  stream_->time_base = encoder_->time_base;
-  stream_->avg_frame_rate = encoder_->framerate;
-  stream_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
+/// Describes what the encoder gives.
+void Writer::describeEncoded(AVStream& stream) const {
+  require(avcodec_parameters_from_context(stream.codecpar, encoder_.get()));
+  stream.time_base = encoder_->time_base;
+  stream.avg_frame_rate = encoder_->framerate;
+  stream.sample_aspect_ratio = encoder_->sample_aspect_ratio;
   // The tag by which QuickTime plays HEVC.
   if (encoder_->codec_id == AV_CODEC_ID_HEVC && isMp4Family(*format_)) {
-    stream_->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    stream.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
   }
-  if (source_ == nullptr) return;
+}
+
+void Writer::addVideoStream() {
+  stream_ = required(avformat_new_stream(container_, nullptr));
+  if (like_ != nullptr) {
+    require(avcodec_parameters_copy(stream_->codecpar, like_->codecpar));
+    stream_->time_base = like_->time_base;
+    stream_->avg_frame_rate = likeRate_;
+    stream_->sample_aspect_ratio = like_->sample_aspect_ratio;
+    stream_->codecpar->sample_aspect_ratio = like_->sample_aspect_ratio;
+  } else {
+    describeEncoded(*stream_);
+  }
+  if (source_ == nullptr || output_.segment) return;
   const AVStream& from = source_->stream();
   stream_->disposition = from.disposition;
   copyTagsOf(from.metadata, &stream_->metadata);
@@ -523,7 +583,10 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
   frame.color_primaries = encoder_->color_primaries;
   frame.color_trc = encoder_->color_trc;
   frame.sample_aspect_ratio = encoder_->sample_aspect_ratio;
-  frame.pts = place;
+  // MP4 and QuickTime round a late beginning, so that segments begin at 0 there. In Matroska, which
+  // rounds all times, they have those of the film.
+  const bool fromZero = output_.segment && isMp4Family(*format_);
+  frame.pts = fromZero ? place - output_.segment->place : place;
   frame.pkt_duration = 1;
   transparency_->check(*picture);
   fill(frame, std::move(picture));
@@ -532,8 +595,8 @@ std::unique_ptr<EncodableFrame> Writer::prepareTurned(std::shared_ptr<Picture> p
     const AVRational from = source_->stream().time_base;
     frame.interlaced_frame = (encoder_->flags & AV_CODEC_FLAG_INTERLACED_DCT) != 0 ? 1 : 0;
     frame.top_field_first = encoder_->field_order == AV_FIELD_TT ? 1 : 0;
-    frame.pts =
-        av_rescale_q(decoded.frame->pts - source_->zero().in(from), from, encoder_->time_base);
+    const Moment zero = fromZero ? source_->start() : source_->zero();
+    frame.pts = av_rescale_q(decoded.frame->pts - zero.in(from), from, encoder_->time_base);
     frame.pkt_duration = av_rescale_q(decoded.frame->pkt_duration, from, encoder_->time_base);
     for (const FfmpegPtr<AVPacket>& packet : decoded.packets) {
       prepared->packets.emplace_back(required(av_packet_clone(packet.get())));
@@ -615,6 +678,13 @@ void Writer::copy(std::vector<FfmpegPtr<AVPacket>>& packets) {
   }
 }
 
+void Writer::writeEncoded(AVPacket& packet, AVRational base) {
+  packet.stream_index = stream_->index;
+  packet.pos = -1;
+  av_packet_rescale_ts(&packet, base, stream_->time_base);
+  write(packet);
+}
+
 void Writer::encode(const AVFrame* frame) {
   require(avcodec_send_frame(encoder_.get(), frame));
   for (;;) {
@@ -636,14 +706,14 @@ void Writer::write(AVPacket& packet) {
 }
 
 void Writer::finish() {
-  if (encoder_ == nullptr) {
+  if (stream_ == nullptr) {
     throw MediaError(cannotWrite(output_.name) + "there is no frame to write (check the input)");
   }
   if (palettes_) {
     palettes_->send(nullptr);
     encodeFiltered();
   }
-  encode(nullptr);
+  if (encoder_) encode(nullptr);
   if (source_ != nullptr) {
     std::vector<FfmpegPtr<AVPacket>> rest = source_->takePackets();
     copy(rest);

@@ -10,6 +10,7 @@
 #include "media/video/Codecs.h"
 #include "media/video/CopyPlan.h"
 #include "media/video/Reader.h"
+#include "media/video/SegmentNote.h"
 #include "media/video/Subtitles.h"
 #include "support/TemporaryFile.h"
 
@@ -25,6 +26,14 @@ class Writer : public VideoWriter {
                                           const VideoFrame* origin, std::int64_t place) override;
   void finish() override;
 
+  /// Starts the file with a stream for packets that are encoded already, like the stream of a
+  /// segment. rate: frames a second. Call instead of prepare(), once. like: must outlive the call.
+  void openLike(const AVStream& like, AVRational rate);
+  /// Writes such a packet, its timestamps in units of base.
+  void writeEncoded(AVPacket& packet, AVRational base);
+  /// Writes packets of the source's copied streams.
+  void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
+
  private:
   class PreparedFrame;
 
@@ -34,12 +43,16 @@ class Writer : public VideoWriter {
   void fill(AVFrame& frame, std::shared_ptr<Picture> picture);
   void writeWrapped(AVFrame& frame);
   void open(const Picture& picture);
+  void createContainer();
+  void writeHeader();
   void openEncoder(const Picture& picture);
   void setColours(const PictureInfo& info, AVCodecContext& encoder) const;
   void warnOfEncoding(const PictureInfo& info) const;
   void setFieldOrder(AVCodecContext& encoder);
+  SegmentNote segmentNote() const;
   void addStreams();
   void addVideoStream();
+  void describeEncoded(AVStream& stream) const;
   void addSideData(const AVStream& from);
   void addCopiedStream(const AVStream& from);
   void addCover(const AVStream& from);
@@ -50,7 +63,6 @@ class Writer : public VideoWriter {
   void encode(const AVFrame* frame);
   void encodeFiltered();
   void write(AVPacket& packet);
-  void copy(std::vector<FfmpegPtr<AVPacket>>& packets);
   void warn(const std::string& subject, const std::string& what) const;
   void require(int error) const;
 
@@ -63,6 +75,8 @@ class Writer : public VideoWriter {
   FfmpegPtr<AVCodecContext> encoder_;
   AVPixelFormat frameFormat_ = AV_PIX_FMT_NONE;  ///< Of the frames that prepare() makes.
   std::unique_ptr<FrameFilter> palettes_;        ///< For GIF: gives each frame its 256 colours.
+  const AVStream* like_ = nullptr;               ///< During openLike().
+  AVRational likeRate_{0, 1};
   AVStream* stream_ = nullptr;
   std::vector<Treatment> treatments_;  ///< Of each input stream.
   std::vector<int> copies_;  ///< Index of the output stream for each input stream; -1: none.

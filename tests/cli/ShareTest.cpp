@@ -1,0 +1,380 @@
+// Renders that several runs divide among them: shares, segments of films, merged reports, and the
+// examples for render farms.
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <numeric>
+#include <random>
+#include <regex>
+
+#include "cli/VideoProcess.h"
+
+namespace lomix {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Share : public Video {
+ protected:
+  /// Runs a command line of `lomix`, split into words as a shell does.
+  Result lomix(const std::string& line) {
+    std::vector<std::string> words(1);
+    bool isQuoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      if (line[i] == '\'') {
+        isQuoted = !isQuoted;
+      } else if (line[i] == ' ' && !isQuoted) {
+        if (!words.back().empty()) words.emplace_back();
+      } else {
+        words.back() += line[line[i] == '\\' ? ++i : i];
+      }
+    }
+    if (words.back().empty()) words.pop_back();
+    return run(words);
+  }
+  void expectLomix(const std::string& line) {
+    const Result result = lomix(line);
+    EXPECT_EQ(result.exitCode, 0) << line << "\n" << result.err;
+  }
+  /// Runs all shares, one by one, in an order that is not theirs.
+  void renderShares(const std::string& line, int count) {
+    std::vector<int> order(static_cast<std::size_t>(count));
+    std::iota(order.begin(), order.end(), 1);
+    std::shuffle(order.begin(), order.end(), std::mt19937(static_cast<unsigned>(count)));
+    for (const int k : order) {
+      expectLomix("render --quiet" + kLook + " " + line + " --share " + std::to_string(k) + "/" +
+                  std::to_string(count));
+    }
+  }
+  std::vector<std::string> filesWith(const std::string& beginning) {
+    std::vector<std::string> found;
+    for (const std::string& name : names()) {
+      if (name.starts_with(beginning)) found.push_back(name);
+    }
+    return found;
+  }
+  /// Expects the files of two beginnings to have the same numbers and bytes, and removes the second
+  /// ones.
+  void expectSameFiles(const std::string& good, const std::string& other, const std::string& what) {
+    const auto expected = filesWith(good);
+    EXPECT_EQ(filesWith(other).size(), expected.size()) << what;
+    for (const std::string& name : expected) {
+      EXPECT_EQ(read(path(other + name.substr(good.size()))), read(path(name))) << what << name;
+    }
+    for (const std::string& name : filesWith(other)) std::filesystem::remove(path(name));
+  }
+  nlohmann::json report(const std::string& name) { return nlohmann::json::parse(read(path(name))); }
+};
+
+TEST_F(Share, AllTogetherAreTheWholeAndNoneHasAFrameOfAnother) {
+  expectLomix("testcard card.png --size 48x27");
+  expectLomix("render card.png 'in.###.png' --frames 1-20x2,21-30,40 --quiet");
+  makeClip("clip.mp4", "s=48x32:r=25:d=0.6", "");
+  shell("mkdir folder; for i in 1 2 3 4 5 6 7; do cp card.png folder/out.$i.png; done");
+  struct Case {
+    std::string input;
+    std::string output;
+    std::string options;
+  };
+  for (const Case& c : {Case{"'in.###.png'", "'%.###.png'", ""},
+                        {"'in.###.png'", "'%.###.png'", "--share-blocks"},
+                        {"'in.###.png'", "'%.###.png'", "--frames 3-29x2,40 --fps 30000/1001"},
+                        {"card.png", "'%.#.png'", "--frames=-3-9"},
+                        {"clip.mp4", "'%.#.png'", ""},
+                        {"clip.mp4", "'%.#.png'", "--share-blocks --frames 2-13"},
+                        {"folder", "%/", ""}}) {
+    const auto line = [&](const std::string& output) {
+      const std::string name = std::string(c.output).replace(c.output.find('%'), 1, output);
+      return c.input + " " + name + " " + c.options;
+    };
+    const bool blocks = c.options.starts_with("--share-blocks");
+    const std::string whole = line("good");
+    expectLomix("render " +
+                (blocks ? whole.substr(0, whole.find("--share-blocks")) +
+                              whole.substr(whole.find("--share-blocks") + 14)
+                        : whole) +
+                kLook + " --quiet");
+    if (c.input == "folder") {
+      renderShares(line("other"), 3);
+      EXPECT_EQ(shell("diff -r good other && ls other | wc -l"), "7\n");
+      continue;
+    }
+    // A frame that two shares have would be refused, since it exists.
+    for (const int count : {1, 3, 40}) {
+      renderShares(line("other"), count);
+      expectSameFiles("good", "other", whole + std::to_string(count));
+    }
+    for (const std::string& name : filesWith("good")) std::filesystem::remove(path(name));
+  }
+}
+
+/// Films that are shared, and what the film of their segments has in common with that of one run.
+TEST_F(Share, JoinedSegmentsAreTheFilmOfOneRun) {
+  write(path("words.srt"), "1\n00:00:00,100 --> 00:00:01,000\nHello\n");
+  write(path("chapters.txt"),
+        ";FFMETADATA1\ntitle=Name\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=700\ntitle=One\n"
+        "[CHAPTER]\nTIMEBASE=1/1000\nSTART=700\nEND=2000\ntitle=Two\n");
+  const std::string others =
+      "-f lavfi -i sine=d=1.4 -i words.srt -i chapters.txt -map 0 -map 1 -map 2 -map_metadata 3 ";
+  makeClip("film.mkv", "s=96x64:r=30000/1001:d=1.4", others + "-c:a flac -c:s srt");
+  makeClip("film.mp4", "s=96x64:r=25:d=1.4",
+           others + "-c:a aac -c:s mov_text -timecode 01:00:00:00 -x264-params bframes=3");
+  // Times at uneven distances; sound that begins before the pictures.
+  makeClip("vfr.mp4", "s=96x64:r=30:d=2",
+           "-vf \"select='not(mod(n,3))+lt(n,12)'\" -vsync vfr -video_track_timescale 90000");
+  shell(
+      "ffmpeg -v error -itsoffset 0.23 -i vfr.mp4 -f lavfi -i sine=d=2 -c:v copy -c:a aac "
+      "late.mp4; ffmpeg -v error -i vfr.mp4 -c copy vfr.mkv");
+  expectLomix("render 'film.mkv' 'p.###.png' --frames 3-30 --video-only --quiet");
+  struct Case {
+    std::string input;
+    std::string extension;
+    std::string options;
+    bool exact = true;  ///< Whether segments and film have the same decoded pixels.
+  };
+  for (const Case& c : {Case{"film.mkv", "mkv", ""},
+                        {"film.mkv", "mov", "--codec prores --no-audio"},
+                        {"film.mp4", "mov", "--codec png --frames 7-29"},
+                        {"film.mp4", "mkv", "--frames 3-30x3"},
+                        {"film.mp4", "mp4", "--crf 30", false},
+                        {"vfr.mp4", "mp4", "--crf 30", false},
+                        {"vfr.mkv", "mp4", "--codec hevc", false},
+                        {"late.mp4", "mkv", "--codec h264", false},
+                        {"late.mp4", "mkv", "--keep-timestamps"},
+                        {"late.mp4", "mov", "--codec png"},
+                        {"film.mp4", "webm", "--codec vp9 --video-only --no-subtitles", false},
+                        {"'p.###.png'", "mov", "--fps 30000/1001 --codec png"},
+                        {"'p.###.png'", "mkv", "--fps 25"}}) {
+    const std::string good = "good." + c.extension;
+    const std::string joined = "joined." + c.extension;
+    const std::string what = c.input + " " + c.extension + " " + c.options + ": ";
+    expectLomix("render " + c.input + " " + good + kLook + " --quiet " + c.options);
+    renderShares(c.input + " 'part.##." + c.extension + "' " + c.options, 3);
+    const bool pictures = c.input.starts_with("'");
+    expectLomix("join 'part.##." + c.extension + "' " + joined + " --quiet" +
+                (pictures ? "" : " --source " + c.input));
+    const std::string frames =
+        c.exact
+            ? "ffmpeg -v error -vsync passthrough -copyts -i FILE -map v:0 -f framemd5 - | "
+              "grep -v '^#software'"
+            : "ffprobe -v error -select_streams v:0 -show_entries frame=pts_time -of csv FILE | "
+              "grep -o 'frame,[0-9.]*'";
+    for (const std::string& look :
+         {frames,
+          std::string("ffprobe -v error -show_entries "
+                      "stream=index,codec_name,width,height,r_frame_rate,pix_fmt,"
+                      "color_space,color_range,start_time:stream_tags=timecode:"
+                      "chapter=start_time,end_time:chapter_tags=title:format_tags=title -of csv "
+                      "FILE"),
+          std::string("for s in a s; do ffprobe -v error -select_streams $s -show_data_hash md5 "
+                      "-show_entries packet=pts_time,data_hash -of csv FILE; done"),
+          // Decodes without a complaint.
+          std::string("ffmpeg -v warning -vsync passthrough -i FILE -f null - 2>&1 | "
+                      "sed 's/@ 0x[0-9a-f]*//'")}) {
+      const auto of = [&](const std::string& file) {
+        return shell(std::regex_replace(look, std::regex("FILE"), file));
+      };
+      EXPECT_EQ(of(joined), of(good)) << what;
+    }
+    shell("rm -f part.* " + joined);
+    std::filesystem::remove(path(good));
+  }
+}
+
+TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
+  makeClip("film.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=d=0.8 -shortest");
+  makeClip("other.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=f=99:d=0.8 -shortest");
+  renderShares("film.mp4 'a.#.mkv'", 4);
+  renderShares("film.mp4 'b.#.mkv' --set 'Noise=31'", 4);
+  renderShares("film.mp4 'c.#.mkv' --codec h264", 4);
+  renderShares("film.mp4 'd.#.mov' --codec png", 4);
+  shell("cp a.2.mkv copy.mkv; head -c 20000 a.2.mkv > cut.mkv; touch taken.mkv");
+  const auto before = names();
+  struct Case {
+    const char* line;
+    int exitCode;
+    const char* cause;
+  };
+  for (const Case& c : {
+           Case{"a.1.mkv a.3.mkv o.mkv --source film.mp4", 1,
+                "of 4 segments these are missing: 2, 4 (render them, with --share 2/4 and"},
+           {"'a.#.mkv' o.mkv", 2, "--source is required"},
+           {"'a.#.mkv' o.mkv --source other.mp4", 1, "the video that was rendered had"},
+           {"'a.#.mkv' o.mp4 --source film.mp4", 2, "'o.mp4' is no .mkv file"},
+           {"'a.#.mkv' taken.mkv --source film.mp4", 1, "--overwrite"},
+           {"'a.#.mkv' a.2.mkv --source film.mp4", 2, "the same file"},
+           {"'a.#.mkv' copy.mkv o.mkv --source film.mp4", 1, "it is segment 2 as"},
+           {"a.1.mkv b.2.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
+           {"a.1.mkv c.2.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
+           {"a.1.mkv d.2.mov a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
+           {"'e.#.mkv' o.mkv", 1, "no segment exists (looked for 'e.1.mkv')"},
+           {"film.mp4 o.mp4", 1, "it is no segment of a film"},
+           {"missing.mkv o.mkv", 1, "no such file"},
+           {"a.1.mkv", 2, "OUTPUT is required"},
+       }) {
+    const Result result = lomix(std::string("join ") + c.line);
+    EXPECT_EQ(result.exitCode, c.exitCode) << c.line << result.err;
+    EXPECT_THAT(result.err, AllOf(StartsWith("error: "), EndsWith(")\n"), HasSubstr(c.cause)))
+        << c.line;
+    EXPECT_EQ(names(), before) << c.line;
+  }
+  // A segment that was cut off has fewer frames, or none that can be read.
+  const Result cut = lomix("join a.1.mkv cut.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4");
+  EXPECT_TRUE(cut.exitCode == 1 || cut.exitCode == 3) << cut.err;
+  EXPECT_THAT(cut.err, AllOf(HasSubstr("'cut.mkv'"), EndsWith(")\n")));
+}
+
+TEST_F(Share, WrongUsageIsOneLine) {
+  expectLomix("testcard card.png --size 48x27");
+  makeClip("film.mp4", "s=48x32:r=25:d=0.4", "");
+  const auto before = names();
+  struct Case {
+    const char* line;
+    const char* cause;
+  };
+  for (const Case& c : {
+           Case{"card.png 'o.#.png' --frames 1-4 --share 0/4",
+                "the first is 1/4 (where a queue counts from 0, add 1 to its number"},
+           {"card.png 'o.#.png' --frames 1-4 --share 5/4", "they are 1/4 to 4/4"},
+           {"card.png 'o.#.png' --frames 1-4 --share 2", "one such as 3/8"},
+           {"card.png 'o.#.png' --frames 1-4 --share 1/0", "one such as 3/8"},
+           {"card.png 'o.#.png' --frames 1-4 --share 1/x", "one such as 3/8"},
+           {"card.png 'o.#.png' --frames 1-4 --share-blocks", "--share"},
+           {"card.png o.png --share 1/2", "is one picture"},
+           {"film.mp4 o.mp4 --share 1/2", "(name it as film.##.mkv)"},
+           {"film.mp4 'o.#.avi' --share 1/2", "use .mp4, .mov, .mkv or .webm"},
+           {"film.mp4 - --share 1/2", "cannot be shared"},
+           {"- 'o.#.mkv' --share 1/2", "cannot be shared"},
+           {"film.mp4 'o.#.mkv' --share 1/2 --frames 0s-1s", "by their numbers"},
+       }) {
+    const Result result = lomix(std::string("render ") + c.line);
+    EXPECT_EQ(result.exitCode, 2) << c.line << result.err;
+    EXPECT_THAT(result.err, AllOf(StartsWith("error: "), EndsWith(")\n"), HasSubstr(c.cause)))
+        << c.line;
+    EXPECT_EQ(names(), before) << c.line;
+  }
+  const Result empty = lomix("render card.png 'o.#.png' --frames 1-2 --share 3/3");
+  EXPECT_EQ(empty.exitCode, 0) << empty.err;
+  EXPECT_EQ(empty.out, "nothing to do: share 3 of 3 has none of the 2 frames\n");
+}
+
+TEST_F(Share, ReportsMergeAndTheirCommandRendersWhatIsLeft) {
+  expectLomix("testcard card.png --size 48x27");
+  expectLomix("render card.png 'in.##.png' --frames 1-12 --quiet");
+  write(path("in.05.png"), "no picture");
+  const std::string line =
+      "render 'in.##.png' 'it'\\''s.##.png' --set 'Scan Distortion=20' --frames 1-12 --quiet "
+      "--report 'r.#.json' --share ";
+  expectLomix(line + "1/3");
+  EXPECT_EQ(lomix(line + "2/3").exitCode, 3);
+  EXPECT_EQ(report("r.2.json")["share"]["frames"], "2-11x3");
+  EXPECT_EQ(report("r.2.json")["done"], "2,8,11");
+  const Result text = lomix("report r.1.json r.2.json");
+  EXPECT_EQ(text.exitCode, 3);
+  EXPECT_THAT(text.out, StartsWith("'it's.##.png': 7 of 12 frames done\n"
+                                   "no report: share 3 of 3\nmissing: 3-12x3\nfailed: 5 (cannot"));
+  EXPECT_THAT(text.out,
+              EndsWith("  lomix render 'in.##.png' 'it'\\''s.##.png' --set 'Scan Distortion=20' "
+                       "--quiet --frames 3,5-6,9,12 --skip-existing\n"));
+  // The printed command, as a shell reads it, with the picture repaired.
+  shell("cp in.06.png in.05.png");
+  const std::string command = text.out.substr(text.out.rfind("  lomix ") + 8);
+  expectLomix(command.substr(0, command.size() - 1) + " --report rest.json");
+  EXPECT_EQ(report("rest.json")["done"], "3,5-6,9,12");
+  EXPECT_EQ(filesWith("it's").size(), 12);
+  const Result all = lomix("report r.1.json r.2.json rest.json --json");
+  EXPECT_EQ(all.exitCode, 0) << all.err;
+  const auto merged = nlohmann::json::parse(all.out);
+  EXPECT_EQ(merged["frames"],
+            nlohmann::json({{"whole", 12}, {"done", 12}, {"missing", ""}, {"failed", 0}}));
+  EXPECT_EQ(merged["commands"], nlohmann::json::array());
+
+  expectLomix("render 'in.##.png' 'x.##.png' --share 3/3 --report x.json --quiet");
+  write(path("list.json"), "[1]");
+  write(path("old.json"), "{\"output\": \"it's.##.png\"}");
+  for (const auto& [file, cause] : {std::pair{"x.json", "it is of another job than 'r.1.json'"},
+                                    {"list.json", "it is no report"},
+                                    {"old.json", "it is"},
+                                    {"nowhere.json", "no such file"}}) {
+    const Result result = lomix(std::string("report r.1.json ") + file);
+    EXPECT_EQ(result.exitCode, 1) << file;
+    EXPECT_THAT(result.err, AllOf(StartsWith("error: "), HasSubstr(file), HasSubstr(cause)));
+  }
+}
+
+TEST_F(Share, ReportsOfSegmentsNameTheShares) {
+  makeClip("film.mp4", "s=48x32:r=25:d=0.4", "");
+  const std::string line = "render film.mp4 'p.#.mkv' --quiet --report 'r.#.json' --share ";
+  for (const char* share : {"1/3", "3/3"}) expectLomix(line + share);
+  const Result left = lomix("report r.1.json r.3.json");
+  EXPECT_EQ(left.exitCode, 3);
+  EXPECT_THAT(left.out, EndsWith("missing: 3-5\nrender what is left with\n  lomix render film.mp4 "
+                                 "'p.#.mkv' --report 'r.#.json' --quiet --share 2/3 "
+                                 "--skip-existing\n"));
+  shell("ln -s " LOMIX_COMMAND " lomix; PATH=.:$PATH; eval \"$(" LOMIX_COMMAND
+        " report r.*.json 2>/dev/null | grep '^  lomix')\"");
+  expectLomix("report r.1.json r.2.json r.3.json");
+  expectLomix("join 'p.#.mkv' film.mkv --source film.mp4 --quiet");
+}
+
+TEST_F(Share, ATryThatGoesOnReplacesItsOwnReportOnly) {
+  expectLomix("testcard card.png --size 640x360");
+  const std::string line =
+      "render card.png 'o.####.png' --frames 1-9999 --skip-existing --quiet --report 'r.#.json' ";
+  expectLomix(line + "--share 2/5000");
+  EXPECT_EQ(report("r.2.json")["done"], "2,5002");
+  std::filesystem::remove(path("o.5002.png"));
+  expectLomix(line + "--share 2/5000");
+  EXPECT_EQ(report("r.2.json")["frames"]["rendered"], 1);
+  EXPECT_EQ(report("r.2.json")["frames"]["skipped"], 1);
+  // That of another share, or of other outputs, stays.
+  shell("cp r.2.json r.3.json");
+  const Result other = lomix(line + "--share 3/5000");
+  EXPECT_EQ(other.exitCode, 1);
+  EXPECT_THAT(other.err, HasSubstr("cannot write 'r.3.json': it exists"));
+  EXPECT_THAT(filesWith("o."), ElementsAre("o.0002.png", "o.5002.png"));
+}
+
+TEST_F(Share, TheExamplesForFarmsRenderTheWhole) {
+  expectLomix("testcard card.png --size 48x27");
+  expectLomix("render card.png 'in.####.png' --frames 1-20 --quiet");
+  expectLomix("render 'in.####.png' 'good.####.png' --preset weak-aerial --quiet");
+  const std::string farm = LOMIX_EXAMPLES "/farm/";
+  const std::string path = "ln -sf " LOMIX_COMMAND " lomix; PATH=$PWD:$PATH; export PATH; ";
+  const std::string names = " 'in.####.png' 'out.####.png' --preset weak-aerial";
+  for (const std::string script : {"slurm.sh", "parallel.sh"}) {
+    shell("bash -n " + farm + script);
+    shell("! command -v shellcheck >/dev/null || shellcheck " + farm + script);
+  }
+  shell(path +
+        "for k in 1 2 3 4 5 6 7 8; do SLURM_ARRAY_JOB_ID=7 SLURM_ARRAY_TASK_COUNT=8 "
+        "SLURM_ARRAY_TASK_ID=$k " +
+        farm + "slurm.sh" + names + "; done; lomix report lomix-7.*.json");
+  expectSameFiles("good", "out", "slurm");
+  // Run the pods' own command.
+  shell(path +
+        "cat > pod.py <<'END'\n"
+        "import yaml\n"
+        "job = yaml.safe_load(open('" +
+        farm +
+        "kubernetes.yaml'))\n"
+        "spec = job['spec']; pod = spec['template']['spec']['containers'][0]\n"
+        "assert spec['completionMode'] == 'Indexed' and job['kind'] == 'Job'\n"
+        "assert pod['env'] == [{'name': 'LOMIX_SHARES', 'value': str(spec['completions'])}]\n"
+        "assert pod['command'] == ['sh', '-c']\n"
+        "print(pod['args'][0])\n"
+        "END\n"
+        "for k in 0 1 2 3 4 5 6 7; do JOB_COMPLETION_INDEX=$k LOMIX_SHARES=8 "
+        "sh -c \"$(python3 pod.py)\"; done; lomix report lomix.*.json; rm lomix.*.json");
+  expectSameFiles("good", "out", "kubernetes");
+  if (finish(startProgram({"sh", "-c", "command -v parallel"})).exitCode != 0) return;
+  shell(path + farm + "parallel.sh 5" + names + " </dev/null; lomix report lomix.*.json");
+  expectSameFiles("good", "out", "parallel");
+}
+
+}  // namespace
+}  // namespace lomix
