@@ -2,7 +2,7 @@
 # Usage: tools/check_windows.sh
 # Builds for Windows, checks the imports and exports of the files, and runs them under Wine: the tests
 # of the effect through its host interface, the golden frames, the OpenFX plug-in, and the command, whose results are
-# compared with those of this system's command.
+# compared with those of this system's command; then the installer.
 # Skipped where tools/setup_packaging.sh did not install what it takes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -26,13 +26,16 @@ echo "Testing (windows)..."
 for file in "$bin"/Lomix.aex "$bin"/{reference,rows}/Lomix.aex "$bin"/lomix.exe \
   "$bin/Lomix.ofx.bundle/Contents/Win64/Lomix.ofx"; do
   headers=$(x86_64-w64-mingw32-objdump -p "$file")
+  # Addresses at random, of 64 bits, and no code in data.
+  protection=$(sed -n 's/^DllCharacteristics\t*//p' <<<"$headers")
+  [ "$((16#$protection & 16#160))" -eq "$((16#160))" ] || fail "$file has the characteristics $protection"
   imports=$(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sort | xargs)
   [ "$imports" = "kernel32.dll msvcrt.dll" ] || fail "$file imports $imports"
-  [[ $file == *.exe ]] && continue
   exports=$(awk '/Ordinal\/Name Pointer\] Table/ { inside = 1; next } /^$/ { inside = 0 }
                  inside { print $NF }' <<<"$headers" | xargs)
   expected=EntryPointFunc
   [[ $file == *.ofx ]] && expected="OfxGetNumberOfPlugins OfxGetPlugin OfxSetHost"
+  [[ $file == *.exe ]] && expected=
   [ "$exports" = "$expected" ] || fail "$file exports $exports"
 done
 
@@ -101,3 +104,4 @@ echo "no picture" >"$work/text.png"
 expect 1 render "$work/text.png" "$work/new.png"
 [ ! -e "$work/new.png" ] && [ ! -e "$work/new.exr" ] || fail "a failed command left a file"
 echo "Windows: all passed."
+tools/check_msi.sh

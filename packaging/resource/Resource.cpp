@@ -107,20 +107,6 @@ std::string versionText() {
          std::to_string(kVersionBugfix);
 }
 
-std::string versionBlock() {
-  std::string numbers = versionText() + ".0";
-  std::ranges::replace(numbers, '.', ',');
-  const auto value = [](std::string_view name, const std::string& text) {
-    return "      VALUE \"" + std::string(name) + "\", \"" + text + "\"\n";
-  };
-  return "1 VERSIONINFO\nFILEVERSION " + numbers + "\nPRODUCTVERSION " + numbers +
-         "\nBEGIN\n  BLOCK \"StringFileInfo\"\n  BEGIN\n    BLOCK \"040904B0\"\n    BEGIN\n" +
-         value("FileDescription", kEffectDescription) + value("FileVersion", versionText()) +
-         value("ProductName", kEffectName) + value("ProductVersion", versionText()) +
-         "    END\n  END\n  BLOCK \"VarFileInfo\"\n  BEGIN\n"
-         "    VALUE \"Translation\", 0x409, 1200\n  END\nEND\n";
-}
-
 }  // namespace
 
 std::string windowsProperties() {
@@ -128,6 +114,30 @@ std::string windowsProperties() {
 }
 
 std::string macProperties() { return properties(System::Mac); }
+
+std::string windowsVersion(const WindowsFile& file) {
+  // Values of winver.h, which the compiler of a resource script does not know by name.
+  constexpr char kWindowsNt[] = "0x40004";
+  constexpr char kApplication[] = "1";
+  constexpr char kLibrary[] = "2";
+  std::string numbers = versionText() + ".0";
+  std::ranges::replace(numbers, '.', ',');
+  const auto value = [](std::string_view name, const std::string& text) {
+    return "      VALUE \"" + std::string(name) + "\", \"" + text + "\"\n";
+  };
+  return "1 VERSIONINFO\nFILEVERSION " + numbers + "\nPRODUCTVERSION " + numbers +
+         "\nFILEFLAGSMASK 0x3F\nFILEFLAGS 0\nFILEOS " + kWindowsNt + "\nFILETYPE " +
+         (file.name.ends_with(".exe") ? kApplication : kLibrary) +
+         "\nBEGIN\n  BLOCK \"StringFileInfo\"\n  BEGIN\n    BLOCK \"040904B0\"\n    BEGIN\n" +
+         value("CompanyName", "The Lomix maintainers") +
+         value("FileDescription", file.description) + value("FileVersion", versionText()) +
+         value("InternalName", file.name.substr(0, file.name.rfind('.'))) +
+         value("LegalCopyright", "All rights remain with the owner; no licence has been chosen.") +
+         value("OriginalFilename", file.name) + value("ProductName", kEffectName) +
+         value("ProductVersion", versionText()) +
+         "    END\n  END\n  BLOCK \"VarFileInfo\"\n  BEGIN\n"
+         "    VALUE \"Translation\", 0x409, 1200\n  END\nEND\n";
+}
 
 std::string windowsScript() {
   std::string script = std::to_string(kResourceId) + " PIPL\nBEGIN";
@@ -140,7 +150,7 @@ std::string windowsScript() {
     script += word;
     if (i + 2 < bytes.size()) script += ",";
   }
-  return script + "\nEND\n\n" + versionBlock();
+  return script + "\nEND\n\n" + windowsVersion({"Lomix.aex", kEffectDescription});
 }
 
 std::string macResourceFile() {

@@ -1,6 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+#include "effect/shell/EffectInfo.h"
 #include "host/Host.h"
 #include "packaging/PropertyReader.h"
 
@@ -57,6 +62,51 @@ TEST(Resource, ScriptForWindowsAgreesWithTheModule) {
 TEST(Resource, InTheWindowsModulesAgreesWithThem) {
   for (const char* file : {LOMIX_REFERENCE_MODULE, LOMIX_ROWS_MODULE}) {
     expectAsTheModuleAnswers(readWindowsModule(file), file);
+  }
+}
+
+struct FileCase {
+  const char* file;
+  const char* name;
+  DWORD type;
+};
+constexpr FileCase kFiles[] = {
+    {LOMIX_REFERENCE_MODULE, "Lomix.aex", VFT_DLL},
+    {LOMIX_ROWS_MODULE, "Lomix.aex", VFT_DLL},
+    {LOMIX_COMMAND, "lomix.exe", VFT_APP},
+    {LOMIX_OFX, "Lomix.ofx", VFT_DLL},
+    {LOMIX_INSTALLER_ACTIONS, "InstallerActions.dll", VFT_DLL},
+};
+
+TEST(Resource, VersionsOfWindowsFilesAreWhole) {
+  for (const FileCase& wanted : kFiles) {
+    SCOPED_TRACE(wanted.file);
+    std::vector<char> bytes(GetFileVersionInfoSizeA(wanted.file, nullptr));
+    ASSERT_FALSE(bytes.empty());
+    ASSERT_TRUE(
+        GetFileVersionInfoA(wanted.file, 0, static_cast<DWORD>(bytes.size()), bytes.data()));
+    const auto query = [&](const std::string& path) -> void* {
+      void* value = nullptr;
+      UINT size = 0;
+      return VerQueryValueA(bytes.data(), path.c_str(), &value, &size) && size > 0 ? value
+                                                                                   : nullptr;
+    };
+    const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(query("\\"));
+    ASSERT_NE(fixed, nullptr);
+    EXPECT_EQ(fixed->dwFileType, wanted.type);
+    EXPECT_EQ(fixed->dwFileOS, DWORD{VOS_NT_WINDOWS32});
+    EXPECT_EQ(fixed->dwFileVersionMS, DWORD{kVersionMajor << 16 | kVersionMinor});
+    EXPECT_EQ(fixed->dwFileVersionLS, DWORD{kVersionBugfix << 16});
+    const auto text = [&](const std::string& name) {
+      const auto* value = static_cast<const char*>(query("\\StringFileInfo\\040904B0\\" + name));
+      return std::string(value == nullptr ? "" : value);
+    };
+    EXPECT_EQ(text("OriginalFilename"), wanted.name);
+    EXPECT_EQ(text("ProductName"), "Lomix");
+    for (const char* name : {"CompanyName", "FileDescription", "FileVersion", "InternalName",
+                             "LegalCopyright", "ProductVersion"}) {
+      EXPECT_NE(text(name), "") << name;
+    }
   }
 }
 #endif
