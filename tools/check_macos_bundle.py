@@ -30,14 +30,15 @@ FUNCTION = re.compile(r"function offset=0x([0-9a-f]+), encoding(?:\[\d+\])?=0x([
 # Of each kind of bundle: its files, keys of its property list, where its code is, and what it exports.
 EFFECT = (
     ["Info.plist", "MacOS/Lomix", "PkgInfo", "Resources/Lomix.rsrc"],
-    {"CFBundleExecutable": "Lomix", "CFBundlePackageType": "eFKT", "CFBundleSignature": "FXTC",
-     "LSMinimumSystemVersion": "11.0"},
+    {"CFBundleExecutable": "Lomix", "CFBundleIdentifier": "org.lomix.Lomix", "CFBundlePackageType": "eFKT",
+     "CFBundleSignature": "FXTC", "LSMinimumSystemVersion": "11.0"},
     "MacOS/Lomix",
     ["_EntryPointFunc"],
 )
 OFX = (
     ["Info.plist", "MacOS/Lomix.ofx"],
-    {"CFBundleExecutable": "Lomix.ofx", "CFBundlePackageType": "BNDL", "LSMinimumSystemVersion": "11.0"},
+    {"CFBundleExecutable": "Lomix.ofx", "CFBundleIdentifier": "org.lomix.openfx", "CFBundlePackageType": "BNDL",
+     "LSMinimumSystemVersion": "11.0"},
     "MacOS/Lomix.ofx",
     ["_OfxGetNumberOfPlugins", "_OfxGetPlugin", "_OfxSetHost"],
 )
