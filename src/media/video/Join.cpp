@@ -7,6 +7,7 @@
 
 #include "media/video/Codecs.h"
 #include "media/video/CopyPlan.h"
+#include "media/video/Playlists.h"
 #include "media/video/Reader.h"
 #include "media/video/SegmentNote.h"
 #include "media/video/Writer.h"
@@ -63,7 +64,10 @@ class SegmentFile {
     if (!fileExists(name_)) {
       throw MediaError(cannotRead(name_) + "there is no such file (check the name)");
     }
-    int error = avformat_open_input(&container_, ("file:" + name_).c_str(), nullptr, nullptr);
+    FfmpegOptions options;
+    limitWhatIsOpened(options, false);
+    const std::string url = "file:" + name_;
+    int error = avformat_open_input(&container_, url.c_str(), nullptr, options.address());
     if (error >= 0) error = avformat_find_stream_info(container_, nullptr);
     if (error < 0) fail(ffmpegMessage(error));
     const AVDictionaryEntry* tag = av_dict_get(container_->metadata, "comment", nullptr, 0);

@@ -16,6 +16,7 @@ extern "C" {
 
 #include "media/picture/PictureFile.h"
 #include "media/video/MpegEnd.h"
+#include "media/video/Playlists.h"
 #include "support/Errors.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
@@ -58,25 +59,6 @@ Encoding encodingOf(AVColorTransferCharacteristic transfer) {
 
 double secondsOf(const Moment& moment) {
   return static_cast<double>(moment.value) * av_q2d(moment.base);
-}
-
-/// Formats whose files name further files or programs, which the libraries then open.
-constexpr std::array<std::string_view, 10> kPlaylists{"hls",      "applehttp",  "dash", "concat",
-                                                      "imf",      "vobsub",     "sdp",  "rtsp",
-                                                      "avisynth", "vapoursynth"};
-
-bool isPlaylist(const AVInputFormat& format) {
-  return std::ranges::find(kPlaylists, std::string_view(format.name)) != kPlaylists.end();
-}
-
-/// Returns a list of all formats but play lists.
-std::string formatsOfOneFile() {
-  std::string names;
-  void* place = nullptr;
-  while (const AVInputFormat* format = av_demuxer_iterate(&place)) {
-    if (!isPlaylist(*format)) names += (names.empty() ? "" : ",") + std::string(format->name);
-  }
-  return names;
 }
 
 /// Returns what standard input gives first; empty where it is at its end or cannot be read.
@@ -162,9 +144,7 @@ void Reader::open(const VideoInput& input) {
     options.set("framerate",
                 std::to_string(input.rawRate.num) + "/" + std::to_string(input.rawRate.den));
   }
-  // A list may name files of this machine, and no address.
-  options.set("protocol_whitelist", "file,pipe,crypto,data");
-  if (!input.allowsPlaylists) options.set("format_whitelist", formatsOfOneFile());
+  limitWhatIsOpened(options, input.allowsPlaylists);
   const std::string url = standard ? "pipe:0" : "file:" + name_;
   const std::string start = standard && input.start.empty() ? firstInput() : input.start;
   if (!start.empty()) {
