@@ -20,7 +20,7 @@ watch() {
   done
 }
 
-# Runs lomix with these arguments. Compares the most of each half of the run, but for its first tenth: the
+# Runs lomix with these arguments. Compares the most of each half of the run, but for its first quarter: the
 # threads have a varying number of files open for a moment, a leak would have one for each frame.
 flat() {
   local name=$1
@@ -33,8 +33,8 @@ flat() {
     { kb[NR] = $1; files[NR] = $2 }
     END {
       if (NR < 10) { print "error: memory: " name " was too short (take more frames)"; exit 1 }
-      for (i = int(NR / 10) + 1; i < NR; ++i) {
-        half = i > NR / 2
+      for (i = int(NR / 4) + 1; i < NR; ++i) {
+        half = i > NR * 5 / 8
         if (kb[i] > mostKb[half]) mostKb[half] = kb[i]
         if (files[i] > mostFiles[half]) mostFiles[half] = files[i]
       }
