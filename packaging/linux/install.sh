@@ -1,66 +1,126 @@
 #!/bin/sh
-# Usage: ./install.sh [--engine rows|reference] [--remove] [PREFIX]
-# Puts the lomix command, its module, the library and what programs need to build with it, and the frei0r
-# and OpenFX plug-ins under PREFIX, /usr/local by default, or removes them. Both engines draw the same pixels; rows, the default, is the
-# fast one.
+# Usage: ./install.sh [--engine rows|reference] [PREFIX]
+#        ./install.sh --remove [PREFIX]
+# Installs the lomix command, its module, the library and what programs need to build with it, and the frei0r
+# and OpenFX plug-ins under PREFIX, /usr/local by default, or removes them. Both engines draw the same pixels;
+# rows, the default, is the fast one. PREFIX/share/lomix/installed.txt lists what was installed; no file that
+# it does not list is replaced.
 set -eu
+export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)
+
+# fail CODE MESSAGE
+fail() {
+  echo "error: install.sh: $2" >&2
+  exit "$1"
+}
+
 engine=rows
 remove=no
-prefix=/usr/local
+prefix=
 while [ "$#" -gt 0 ]; do
   case "$1" in
     --engine)
-      engine=${2:-}
+      case "${2:-}" in
+        rows | reference) engine=$2 ;;
+        "" | -*) fail 2 "--engine: an engine is missing (use rows or reference)" ;;
+        *) fail 2 "there is no engine '$2' (use rows or reference)" ;;
+      esac
       shift
       ;;
     --remove) remove=yes ;;
-    -*)
-      echo "error: install.sh: '$1' is not known (use --engine or --remove)" >&2
-      exit 2
+    -* | "") fail 2 "'$1' is not known (use --engine, --remove or a folder)" ;;
+    *)
+      [ -z "$prefix" ] || fail 2 "'$1': one folder was named before (name one)"
+      prefix=$1
       ;;
-    *) prefix=$1 ;;
   esac
-  [ "$#" -eq 0 ] || shift
+  shift
 done
-case "$engine" in
-  rows) module=$here/lib/lomix/Lomix.so ;;
-  reference) module=$here/lib/lomix/reference/Lomix.so ;;
-  *)
-    echo "error: install.sh: there is no engine '$engine' (use rows or reference)" >&2
-    exit 2
-    ;;
-esac
+prefix=${prefix:-/usr/local}
+list=$prefix/share/lomix/installed.txt
 
-# Names below the prefix of the library's and the plug-ins' files; links are among them.
-files() {
-  (cd "$here" && find lib/liblomix* lib/cmake/Lomix lib/pkgconfig/lomix.pc include/lomix \
-    lib/frei0r-1 share/kdenlive share/lomix share/bash-completion share/zsh share/fish share/man OFX \
-    ! -type d)
+# A line in the list is a file, or with a slash at its end a folder that was made for Lomix.
+listed() { [ -f "$list" ] && grep -qxF -- "$1" "$list"; }
+
+existing=$prefix
+while [ ! -e "$existing" ]; do existing=$(dirname "$existing"); done
+[ -d "$existing" ] || fail 1 "'$existing' is no folder (name another one)"
+if [ ! -w "$existing" ] || { [ -e "$list" ] && [ ! -w "$list" ]; }; then
+  fail 1 "'$prefix': no permission to write there (use sudo, or name a folder of your own such as ~/.local)"
+fi
+
+# remove_listed FILE: removes what FILE lists, folders where they are empty.
+remove_listed() {
+  grep -v '/$' "$1" | while IFS= read -r file; do rm -f -- "$prefix/$file"; done
+  grep '/$' "$1" | sort -r | while IFS= read -r folder; do
+    folder=$prefix/${folder%/}
+    rmdir -- "${folder%/.}" 2>/dev/null || true
+  done
 }
 
 if [ "$remove" = yes ]; then
-  rm -f "$prefix/bin/lomix" "$prefix/lib/lomix/Lomix.so"
-  files | while read -r file; do rm -f "$prefix/$file"; done
-  bundle=OFX/Plugins/Lomix.ofx.bundle
-  for folder in lib/lomix lib/cmake/Lomix lib/cmake lib/pkgconfig include/lomix lib/frei0r-1 \
-    share/kdenlive/effects share/kdenlive share/lomix/presets share/lomix \
-    share/bash-completion/completions share/bash-completion \
-    share/zsh/site-functions share/zsh share/fish/vendor_completions.d share/fish share/man/man1 \
-    share/man "$bundle"/Contents/* "$bundle/Contents" "$bundle" \
-    OFX/Plugins OFX; do
-    rmdir "$prefix"/$folder 2>/dev/null || true
-  done
+  [ -f "$list" ] || fail 1 "'$prefix': Lomix is not installed there (name the folder where it is)"
+  copy=$(mktemp)
+  trap 'rm -f "$copy"' EXIT
+  cp "$list" "$copy"
+  remove_listed "$copy"
   echo "Removed Lomix from '$prefix'."
   exit 0
 fi
-mkdir -p "$prefix/bin" "$prefix/lib/lomix"
-cp "$here/bin/lomix" "$prefix/bin/lomix"
-cp "$module" "$prefix/lib/lomix/Lomix.so"
-files | while read -r file; do
-  mkdir -p "$prefix/$(dirname "$file")"
-  cp -P "$here/$file" "$prefix/$file"
+
+# Lines "FILE SOURCE" with a tab between: the file below PREFIX, and its source in this folder.
+files() {
+  cd "$here"
+  find bin lib include share OFX ! -type d ! -path 'lib/lomix/*' | sort | while IFS= read -r file; do
+    printf '%s\t%s\n' "$file" "$file"
+  done
+  for file in *.html LICENCES.txt; do printf 'share/doc/lomix/%s\t%s\n' "$file" "$file"; done
+  if [ "$engine" = rows ]; then source=lib/lomix/Lomix.so; else source=lib/lomix/reference/Lomix.so; fi
+  printf 'lib/lomix/Lomix.so\t%s\n' "$source"
+}
+tab=$(printf '\t')
+
+files | while IFS=$tab read -r file source; do
+  target=$prefix/$file
+  if { [ -e "$target" ] || [ -L "$target" ]; } && ! listed "$file"; then
+    fail 1 "'$target' exists, and this script did not install it (move it away, or name another folder)"
+  fi
+done || exit 1
+
+# make_folder FOLDER: makes a folder below PREFIX and lists it where it is new.
+make_folder() {
+  [ ! -d "$prefix/$1" ] || return 0
+  [ "$1" = . ] || make_folder "$(dirname "$1")"
+  mkdir -p "$prefix/$1"
+  new_folders="$new_folders$1/
+"
+}
+new_folders=
+make_folder share/lomix
+# The list is written first, so that what an interrupted run leaves can be installed over and removed.
+[ ! -f "$list" ] || cp "$list" "$list.old"
+touch "$list.old"
+{ printf '%s' "$new_folders"; echo share/lomix/installed.txt; files | cut -f 1; cat "$list.old"; } |
+  sort -u >"$list.new"
+mv "$list.new" "$list"
+files | while IFS=$tab read -r file source; do
+  new_folders=
+  make_folder "$(dirname "$file")"
+  printf '%s' "$new_folders" >>"$list"
+  cp -P "$here/$source" "$prefix/$file.lomix-new"
+  mv -f "$prefix/$file.lomix-new" "$prefix/$file"
 done
+
+# Files of an earlier version that this one has not.
+{ echo share/lomix/installed.txt; files | cut -f 1; } | sort >"$list.new"
+grep -v '/$' "$list.old" | sort | comm -23 - "$list.new" | while IFS= read -r file; do
+  rm -f -- "$prefix/$file"
+done
+{ grep '/$' "$list"; cat "$list.new"; } | sort -u >"$list.old"
+rm "$list.new"
+mv "$list.old" "$list"
+
 echo "Installed '$prefix/bin/lomix' (engine $engine), '$prefix/lib/liblomix.so' and the plug-ins."
 [ "$prefix" = /usr ] ||
   echo "OpenFX hosts find the bundle with OFX_PLUGIN_PATH='$prefix/OFX/Plugins', or in /usr/OFX/Plugins."
