@@ -74,8 +74,6 @@ void runByPlace(const Overlays<typename Depth::Pixel>& row, const Run<typename D
 
 void run8(const Row8& row, const Run<PF_Pixel>& run) { runByPlace<Depth8>(row, run); }
 
-void run32(const Row32& row, const Run<PF_PixelFloat>& run) { runByPlace<Depth32>(row, run); }
-
 void rowSums(const ProfileFrame& frame, int first, int count, float* scanSums, float* barSums) {
   for (int i = 0; i < count; ++i) {
     const float row = static_cast<float>((first + i) * frame.invYDown);
@@ -89,12 +87,16 @@ void finishStreaming() {}
 
 }  // namespace
 
+void runFormulas32(const Row32& row, const Run<PF_PixelFloat>& run) {
+  runByPlace<Depth32>(row, run);
+}
+
 float GrainRow::levelAt(int x) const {
   return grainLevel(*source, invXDown, invYDown, time, x, y) * amount;
 }
 
 const SimdTarget& formulaTarget() {
-  static constexpr SimdTarget kTarget{"formula", run8, run32, rowSums, finishStreaming};
+  static constexpr SimdTarget kTarget{"formula", run8, runFormulas32, rowSums, finishStreaming};
   return kTarget;
 }
 

@@ -120,6 +120,8 @@ const SimdTarget& portableTarget();
 /// Returns the reference path's pixel functions as a target: slow, right for any record. Not among
 /// the available targets; these fall back on it where their shortcuts are not proved.
 const SimdTarget& formulaTarget();
+/// Its run32, which builds with LOMIX_SMALL have in every target.
+void runFormulas32(const Row32& row, const Run<PF_PixelFloat>& run);
 
 /// Returns the AVX2 and FMA target, or null where the build or the processor lacks them.
 const SimdTarget* avx2Target();

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "engine/SimdTarget.h"
+#if !defined(LOMIX_SMALL)
 #include "engine/simd/Pixels32.h"
+#endif
 #include "engine/simd/Pixels8.h"
 #include "engine/simd/RowSums.h"
 
@@ -14,7 +16,13 @@ namespace {
 // Returns the target of operations V, see Scalar.h. name: for reports.
 template <typename V>
 constexpr SimdTarget simdTarget(const char* name) {
-  return {name, run8<V>, run32<V>, rowSums<V>, V::finishStreaming, V::kByTable};
+#if defined(LOMIX_SMALL)
+  // Front ends with 8 bits alone leave half of the code out.
+  constexpr auto kRun32 = runFormulas32;
+#else
+  constexpr auto kRun32 = run32<V>;
+#endif
+  return {name, run8<V>, kRun32, rowSums<V>, V::finishStreaming, V::kByTable};
 }
 
 }  // namespace
