@@ -1,9 +1,11 @@
 // Usage: golden_frames MODULE
 //        golden_frames MODULE --write FILE
 //        golden_frames MODULE --compare FILE
+//        golden_frames MODULE --export FILE
 // Prints the name, a tab and the hash of every golden frame as the module draws it; writes their
-// pixels; or counts in how many channels they differ from those that were written on another
-// system.
+// pixels; counts in how many channels they differ from those that were written on another system;
+// or writes what the frames of 8 bits are drawn from, and their pixels, as JSON for tests in other
+// languages.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +13,7 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -67,6 +70,41 @@ bool compare(const host::Module& module, const std::string& others) {
   return bytesOff == 0 && floatsOff == 0;
 }
 
+/// Red, green, blue and alpha of every pixel, two hexadecimal digits each.
+std::string hexOf(const host::World& world) {
+  std::string text;
+  for (int y = 0; y < world.height(); ++y) {
+    for (int x = 0; x < world.width(); ++x) {
+      const PF_Pixel& p = world.row8(y)[x];
+      char pixel[9];
+      std::snprintf(pixel, sizeof pixel, "%02x%02x%02x%02x", p.red, p.green, p.blue, p.alpha);
+      text += pixel;
+    }
+  }
+  return text;
+}
+
+/// A list of the frames of 8 bits: name, width, height, values, time, scale, input and output.
+std::string exported(const host::Module& module) {
+  std::ostringstream json;
+  json.precision(17);
+  for (const Frame& frame : frames()) {
+    if (frame.depth != 8) continue;
+    const host::FrameSettings& settings = frame.settings;
+    json << (json.tellp() == 0 ? "[" : ",\n") << "{\"name\":\"" << frame.name
+         << "\",\"width\":" << frame.output.width << ",\"height\":" << frame.output.height
+         << ",\"values\":[";
+    for (std::size_t i = 0; i < frame.values.size(); ++i) {
+      json << (i == 0 ? "" : ",") << frame.values[i];
+    }
+    json << "],\"time\":[" << settings.currentTime << "," << settings.timeScale << "],\"scale\":["
+         << quotientOf(settings.downsampleX) << "," << quotientOf(settings.downsampleY)
+         << "],\"input\":\"" << hexOf(inputOf(frame)) << "\",\"output\":\""
+         << hexOf(render(frame, module)) << "\"}";
+  }
+  return json.str() + "]\n";
+}
+
 std::string read(const char* name) {
   std::ifstream file(name, std::ios::binary);
   if (!file) throw host::HostError(std::string("cannot read '") + name + "'");
@@ -85,10 +123,10 @@ void write(const char* name, const std::string& bytes) {
 int main(int argc, char** argv) {
   using namespace lomix::golden;
   const std::string_view task = argc == 4 ? argv[2] : "";
-  if (argc != 2 && task != "--write" && task != "--compare") {
+  if (argc != 2 && task != "--write" && task != "--compare" && task != "--export") {
     std::fputs(
         "error: golden_frames: expected a module file (golden_frames MODULE [--write FILE | "
-        "--compare FILE])\n",
+        "--compare FILE | --export FILE])\n",
         stderr);
     return 2;
   }
@@ -97,6 +135,8 @@ int main(int argc, char** argv) {
     if (task == "--compare") return compare(module, read(argv[3])) ? 0 : 1;
     if (task == "--write") {
       write(argv[3], pixelsOf(module, 8) + pixelsOf(module, 32));
+    } else if (task == "--export") {
+      write(argv[3], exported(module));
     } else {
       printHashes(module);
     }
