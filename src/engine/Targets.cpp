@@ -11,7 +11,10 @@ std::vector<const SimdTarget*> availableTargets() {
   for (const SimdTarget* vectors : {avx512Target(), avx2Target(), neonTarget(), wasmTarget()}) {
     if (vectors != nullptr) targets.push_back(vectors);
   }
+#if !defined(LOMIX_SMALL) || !defined(__wasm_simd128__)
+  // A WebAssembly module with vectors does not run on processors without them.
   targets.push_back(&portableTarget());
+#endif
   return targets;
 }
 

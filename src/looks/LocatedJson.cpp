@@ -1,8 +1,9 @@
 #include "looks/LocatedJson.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <utility>
 
 #include "looks/LookErrors.h"
@@ -27,15 +28,40 @@ constexpr std::size_t kMaxValues = 100'000;
   throw BadPreset(source + " line " + std::to_string(line) + ": " + message);
 }
 
+/// Reads a text; counts the characters that it has passed, together with its copies.
+class CountingIterator {
+ public:
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  CountingIterator(const char* at, std::size_t& count) : at_(at), count_(&count) {}
+
+  const char& operator*() const { return *at_; }
+  CountingIterator& operator++() {
+    ++at_;
+    ++*count_;
+    return *this;
+  }
+  bool operator==(const CountingIterator& other) const { return at_ == other.at_; }
+
+ private:
+  const char* at_;
+  std::size_t* count_;
+};
+
 /// Builds the values as the parser meets them. The library's own values do not keep their lines,
 /// and their destructors allocate, which ends a program that has no memory left.
 class Builder : public nlohmann::json_sax<json> {
  public:
-  Builder(const std::string& text, const std::string& source)
-      : text_(text), source_(source), stream_(text) {}
+  Builder(const std::string& text, const std::string& source) : text_(text), source_(source) {}
 
   Value build() {
-    json::sax_parse(stream_, this);
+    const char* const begin = text_.data();
+    json::sax_parse(CountingIterator(begin, read_), CountingIterator(begin + text_.size(), read_),
+                    this);
     return std::move(root_);
   }
 
@@ -83,9 +109,7 @@ class Builder : public nlohmann::json_sax<json> {
  private:
   /// Returns the line up to which the parser has read.
   int line() {
-    const auto read = stream_.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-    const auto end = std::min(static_cast<std::size_t>(read), text_.size());
-    for (; counted_ < end; ++counted_) line_ += text_[counted_] == '\n' ? 1 : 0;
+    for (; counted_ < read_; ++counted_) line_ += text_[counted_] == '\n' ? 1 : 0;
     return line_;
   }
 
@@ -136,7 +160,7 @@ class Builder : public nlohmann::json_sax<json> {
 
   const std::string& text_;
   const std::string& source_;
-  std::istringstream stream_;
+  std::size_t read_ = 0;  ///< Characters that the parser has read.
   Value root_;
   std::vector<Value*> open_;
   std::size_t values_ = 0;
@@ -157,7 +181,9 @@ std::string LocatedJson::Value::shown() const {
   constexpr std::size_t kLength = 40;
   const std::string whole =
       kind == Kind::Text ? json(text).dump(-1, ' ', true, json::error_handler_t::replace) : text;
-  return whole.size() <= kLength ? whole : whole.substr(0, kLength) + "...";
+  if (whole.size() <= kLength) return whole;
+  std::string start(whole, 0, kLength);
+  return start.append("...");
 }
 
 LocatedJson::LocatedJson(const std::string& text, std::string source)
