@@ -1,0 +1,477 @@
+// The page in Chromium, served from a folder below the root of a static server.
+
+import assert from "node:assert/strict";
+import { execFileSync } from "node:child_process";
+import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { createServer, type Server } from "node:http";
+import type { AddressInfo } from "node:net";
+import { extname, join } from "node:path";
+import { after, before, beforeEach, describe, test } from "node:test";
+import { encode } from "fast-png";
+import { unzipSync } from "fflate";
+import { chromium, type Browser, type BrowserContext, type BrowserContextOptions, type Download, type Page } from "playwright-core";
+import * as looks from "../src/look.js";
+import { pngBytes } from "../src/pictures.js";
+import { bytesOf, differences, goldenFrames, lomix, lookOfValues, page as pageFolder, readPng, run, scratch } from "./fixtures.js";
+
+const axe = readFileSync(process.env.LOMIX_AXE!, "utf8");
+const pictures = process.env.LOMIX_SCREENSHOTS!;
+const subFolder = "/somewhere/below%20it/";
+const types: Record<string, string> = {
+  ".html": "text/html", ".js": "text/javascript", ".css": "text/css", ".wasm": "application/wasm", ".svg": "image/svg+xml",
+  ".png": "image/png", ".jpg": "image/jpeg", ".txt": "text/plain", ".webmanifest": "application/manifest+json",
+};
+
+function startServer(): Promise<Server> {
+  const server = createServer((request, response) => {
+    const path = request.url!.split("?")[0]!;
+    const file = path.startsWith(subFolder) ? path.slice(subFolder.length) || "index.html" : "";
+    try {
+      response.setHeader("Content-Type", types[extname(file)] ?? "application/octet-stream");
+      response.end(readFileSync(join(pageFolder, file)));
+    } catch {
+      response.writeHead(404).end();
+    }
+  });
+  return new Promise((resolve) => server.listen(0, "127.0.0.1", () => resolve(server)));
+}
+
+function read(download: Download): Promise<Buffer> {
+  return download.path().then((path) => readFileSync(path));
+}
+
+describe("the page in Chromium", { timeout: 600_000 }, () => {
+  let browser: Browser;
+  let server: Server;
+  let address: string;
+  let context: BrowserContext;
+  let page: Page;
+  let faults: string[];
+
+  before(async () => {
+    mkdirSync(pictures, { recursive: true });
+    server = await startServer();
+    address = `http://127.0.0.1:${(server.address() as AddressInfo).port}${subFolder}`;
+    browser = await chromium.launch({
+      executablePath: process.env.LOMIX_CHROMIUM!,
+      args: ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+        "--disable-component-update", "--disable-sync", "--use-fake-device-for-media-stream", "--autoplay-policy=no-user-gesture-required"],
+    });
+  });
+  after(async () => {
+    await browser?.close();
+    server?.close();
+  });
+
+  // Nothing plays by itself where motion is reduced, so that tests decide what is drawn.
+  async function open(options: BrowserContextOptions & { at?: string } = {}): Promise<void> {
+    await context?.close();
+    faults = [];
+    context = await browser.newContext({ reducedMotion: "reduce", acceptDownloads: true, ...options });
+    page = await context.newPage();
+    page.on("console", (message) => {
+      if (message.type() === "error") faults.push(message.text());
+    });
+    page.on("pageerror", (error) => faults.push(String(error)));
+    page.on("request", (request) => {
+      if (!request.url().startsWith(address) && !request.url().startsWith("blob:")) faults.push(`request: ${request.url()}`);
+    });
+    await page.goto(address + (options.at ?? ""));
+    await page.locator("#facts").filter({ hasText: "ms" }).waitFor();
+  }
+
+  async function openFile(name: string, bytes: Uint8Array | string, mimeType = "image/png"): Promise<void> {
+    await page.locator("#file").setInputFiles({ name, mimeType, buffer: Buffer.from(bytes) });
+  }
+  async function openCard(): Promise<void> {
+    await page.click("#card");
+    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("card.png"));
+    await settled();
+  }
+  /** Waits until the last change is drawn. */
+  async function settled(): Promise<void> {
+    await page.evaluate(() => new Promise((resolve) => setTimeout(resolve, 250)));
+  }
+  async function saved(button: string): Promise<Download> {
+    const [download] = await Promise.all([page.waitForEvent("download", { timeout: 120_000 }), page.click(button)]);
+    return download;
+  }
+  async function setNumber(key: string, value: number): Promise<void> {
+    await page.locator(`[data-key="${key}"] input[type=number]`).fill(String(value));
+    await page.locator(`[data-key="${key}"] input[type=number]`).press("Tab");
+  }
+  const command = () => page.inputValue("#command");
+  const error = () => page.locator("#error-text").textContent();
+  /** Runs a command line of the page on the test card. */
+  function runLine(line: string, output: string): void {
+    copyFileSync(join(pageFolder, "card.png"), join(scratch, "card.png"));
+    execFileSync("sh", ["-c", `lomix() { "$LOMIX" "$@"; }; ${line.replace("card-lomix.png", output)} --overwrite --quiet`], {
+      cwd: scratch, env: { ...process.env, LOMIX: lomix },
+    });
+  }
+
+  beforeEach(async () => open());
+
+  test("nothing violates the policy, nothing is requested elsewhere, nothing plays where motion is reduced", async () => {
+    assert.equal(await page.textContent("#play"), "Play");
+    await settled();
+    assert.deepEqual(faults, []);
+  });
+
+  test("a picture plays where motion is not reduced", async () => {
+    await open({ reducedMotion: "no-preference" });
+    assert.equal(await page.textContent("#play"), "Pause");
+    await page.waitForFunction(() => Number(document.querySelector<HTMLInputElement>("#scrub")!.value) > 3);
+  });
+
+  test("the page's worker draws the golden frames as the effect does", async () => {
+    const frames = goldenFrames().filter(({ scale }) => scale[0] === 1 && scale[1] === 1);
+    assert.ok(frames.length >= 7);
+    const parameters = (JSON.parse(run("params", "--json")) as { parameters: { name: string; choices?: string[] }[] }).parameters;
+    assert.equal(parameters.length, 13);
+    for (const { name, width, height, values, time, input, output } of frames) {
+      const json = JSON.stringify({
+        format: 1, name, description: name,
+        parameters: Object.fromEntries(values.map((value, i) => [parameters[i]!.name, parameters[i]!.choices?.[value - 1] ?? value])),
+      });
+      const png = Buffer.from(pngBytes({ width, height, data: bytesOf(input) }, true)).toString("base64");
+      const drawn = await page.evaluate(
+        async ({ png, json, time }) => {
+          const worker = new Worker("worker.js");
+          const call = (name: string, ...parameters: unknown[]) =>
+            new Promise<unknown>((resolve, reject) => {
+              worker.onmessage = ({ data }: MessageEvent<{ error?: string; result?: unknown }>) =>
+                data.error === undefined ? resolve(data.result) : reject(new Error(data.error));
+              worker.postMessage({ id: 1, name, parameters });
+            });
+          await call("start", "", false);
+          const file = new Blob([Uint8Array.from(atob(png), (letter) => letter.charCodeAt(0))]);
+          await call("open", file, "golden.png");
+          const result = (await call("png", json, { numerator: time[0], denominator: time[1] })) as Blob;
+          worker.terminate();
+          return [...new Uint8Array(await result.arrayBuffer())];
+        },
+        { png, json, time },
+      );
+      assert.equal(Buffer.from(readPng(new Uint8Array(drawn)).data).toString("hex"), output, name);
+    }
+  });
+
+  test("the command line draws the PNG that the page saves", async () => {
+    await openCard();
+    await page.click("#reset");
+    await setNumber("noise", 37.5);
+    await setNumber("scan_distortion", 22);
+    await setNumber("blend_with_original", 12.5);
+    await page.click('[data-key="distortion_mode"] button:text("Tile")');
+    for (let i = 0; i < 7; ++i) await page.click("#next");
+    await settled();
+    const png = readPng(await read(await saved("#save-png")));
+    assert.match(await command(), /--time 7\/24 .*--set 'Scan Distortion=22'/);
+    runLine(await command(), "by-command.png");
+    assert.equal(differences(png, readPng(join(scratch, "by-command.png"))), 0);
+    assert.ok(differences(png, readPng(join(scratch, "card.png"))) > 100_000);
+  });
+
+  test("a preset goes to the command and back", async () => {
+    await openCard();
+    await page.click('[data-preset="passing-storm"]');
+    await setNumber("bars_overlay", 35);
+    for (let i = 0; i < 20; ++i) await page.click("#next");
+    await settled();
+    const line = await command();
+    const png = readPng(await read(await saved("#save-png")));
+    const preset = await read(await saved("#save-preset"));
+    writeFileSync(join(scratch, "look.json"), preset);
+    runLine("lomix render card.png card-lomix.png --preset look.json --time 20/24", "by-preset.png");
+    runLine(line, "by-keys.png");
+    assert.equal(differences(png, readPng(join(scratch, "by-preset.png"))), 0);
+    assert.equal(differences(png, readPng(join(scratch, "by-keys.png"))), 0);
+    await page.click("#reset");
+    assert.doesNotMatch(await command(), /--key/);
+    await openFile("look.json", preset, "application/json");
+    await settled();
+    assert.equal(await command(), line);
+  });
+
+  test("a picture of 16 bits is drawn as the command draws it with 8", async () => {
+    const data = Uint16Array.from({ length: 64 * 48 * 3 }, (_, i) => (i * 7919) % 65536);
+    const deep = encode({ width: 64, height: 48, data, depth: 16, channels: 3 });
+    writeFileSync(join(scratch, "deep.png"), deep);
+    await openFile("deep.png", deep);
+    await settled();
+    assert.match((await page.textContent("#status"))!, /deep\.png has 16 bits/);
+    const png = readPng(await read(await saved("#save-png")));
+    runLine((await command()).replace("deep-lomix.png", "deep-8.png"), "");
+    assert.equal(differences(png, readPng(join(scratch, "deep-8.png"))), 0);
+  });
+
+  test("a link holds the look", async () => {
+    await page.click('[data-preset="signal-drop"]');
+    await setNumber("horizontal_sync", 61);
+    await context.grantPermissions(["clipboard-read", "clipboard-write"]);
+    await page.click("#copy-link");
+    await page.locator("#status").filter({ hasText: "Link copied." }).waitFor();
+    const link = await page.evaluate(() => navigator.clipboard.readText());
+    const line = await command();
+    assert.ok(link.startsWith(`${address}#`) && link.includes("horizontal_sync=61"), link);
+    await open({ at: link.slice(address.length) });
+    assert.equal(await command(), line);
+  });
+
+  test("keys are set, moved, changed and deleted by the keyboard, and undone", async () => {
+    await page.click("#reset");
+    const diamond = page.locator('[data-key="noise"] .diamond');
+    await setNumber("noise", 10);
+    await diamond.click();
+    for (let i = 0; i < 24; ++i) await page.click("#next");
+    await setNumber("noise", 50);
+    await settled();
+    assert.match(await command(), /--key Noise=0:10,1:50/);
+    const keys = page.locator(".lane button");
+    assert.equal(await keys.count(), 2);
+    await keys.nth(1).focus();
+    await page.keyboard.press("ArrowRight");
+    await page.keyboard.press("ArrowRight");
+    await settled();
+    assert.match(await command(), /Noise=0:10,1\.0833333333333333:50/);
+    await keys.nth(0).click();
+    await page.locator(".key-editor select").selectOption("ease");
+    await settled();
+    assert.match(await command(), /Noise=0:10@ease,/);
+    await keys.nth(1).focus();
+    await page.keyboard.press("Delete");
+    await settled();
+    assert.equal(await keys.count(), 1);
+    await page.click("#undo");
+    await settled();
+    assert.equal(await keys.count(), 2);
+    await page.click("#redo");
+    await settled();
+    assert.equal(await keys.count(), 1);
+  });
+
+  test("the divider shows the source on its left", async () => {
+    await openCard();
+    await page.click("#reset");
+    await setNumber("noise", 100);
+    const clean = await page.locator("#frame").screenshot();
+    await page.click("#compare");
+    await page.locator("#divider").focus();
+    await page.keyboard.press("End");
+    assert.equal(await page.getAttribute("#divider", "aria-valuenow"), "100");
+    await settled();
+    const source = await page.locator("#frame").screenshot();
+    assert.notDeepEqual(source, clean);
+    await page.click("#reset");
+    await settled();
+    // Without any effect an opaque picture loses its last bit only: the source is what is seen on both sides.
+    const [a, b] = [readPng(source), readPng(await page.locator("#frame").screenshot())];
+    const difference = a.data.reduce((sum, byte, i) => sum + Math.abs(byte - b.data[i]!), 0) / a.data.length;
+    assert.ok(difference < 2, `mean difference ${difference}`);
+  });
+
+  test("only what counts is shown, and double click gives the default", async () => {
+    await page.click("#reset");
+    await settled();
+    assert.ok(await page.locator('[data-key="time"]').isHidden());
+    await page.click('[data-key="time_control"] button:text("Manual")');
+    await settled();
+    assert.ok(await page.locator('[data-key="time"]').isVisible());
+    await setNumber("noise", 40);
+    await page.dblclick('[data-key="noise"] .name');
+    await settled();
+    assert.equal(await page.inputValue('[data-key="noise"] input[type=number]'), "0");
+    await setNumber("noise", 4000);
+    await settled();
+    assert.equal(await page.inputValue('[data-key="noise"] input[type=number]'), "100");
+  });
+
+  test("a sequence has the frames of the command", async () => {
+    await openCard();
+    await page.fill("#length", "1");
+    await page.press("#length", "Tab");
+    const line = await command();
+    const files = unzipSync(await read(await saved("#save-zip")));
+    assert.deepEqual(Object.keys(files).slice(0, 2), ["card-lomix.0000.png", "card-lomix.0001.png"]);
+    assert.equal(Object.keys(files).length, 24);
+    runLine(`${line} --time 13/24`, "frame-13.png");
+    assert.equal(differences(readPng(files["card-lomix.0013.png"]!), readPng(join(scratch, "frame-13.png"))), 0);
+  });
+
+  test("many pictures get one look, and what is no picture is named", async () => {
+    run("testcard", "a.png", "--size", "64x48", "--overwrite");
+    const picture = readFileSync(join(scratch, "a.png"));
+    const [download] = await Promise.all([
+      page.waitForEvent("download"),
+      page.locator("#many").setInputFiles([
+        { name: "a.png", mimeType: "image/png", buffer: picture },
+        { name: "a.webp", mimeType: "image/webp", buffer: picture },
+        { name: "b.png", mimeType: "image/png", buffer: Buffer.from("no picture") },
+      ]),
+    ]);
+    assert.deepEqual(Object.keys(unzipSync(await read(download))), ["a-lomix.png", "a-lomix-2.png"]);
+    assert.match((await error())!, /^b\.png: this is no picture/);
+  });
+
+  test("a film plays, steps, and is saved frame by frame", async () => {
+    run("testcard", "still.png", "--size", "320x180", "--overwrite");
+    run("render", "still.png", "film.webm", "--frames", "0-29", "--fps", "25", "--set", "Vertical Sync=40", "--overwrite", "--quiet");
+    await openFile("film.webm", readFileSync(join(scratch, "film.webm")), "video/webm");
+    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("film.webm"));
+    await settled();
+    assert.equal(await page.locator("#rate option:checked").textContent(), "25");
+    assert.match((await page.textContent("#facts"))!, /^320 × 180/);
+    await page.click("#next");
+    await page.waitForFunction(() => document.querySelector("#clock")!.textContent!.includes("frame 1"));
+    await page.click("#play");
+    await page.waitForFunction(() => Number(document.querySelector<HTMLInputElement>("#scrub")!.value) > 5);
+    await page.click("#play");
+    const files = unzipSync(await read(await saved("#save-zip")));
+    const names = Object.keys(files);
+    assert.equal(names.length, 30);
+    const frames = names.map((name) => readPng(files[name]!));
+    // Every frame of this film rolls by a few rows: no two are the same.
+    frames.slice(1).forEach((frame, i) => assert.ok(differences(frame, frames[i]!) > 10_000, `frame ${i + 1}`));
+  });
+
+  test("what is shown is recorded as a film", async () => {
+    await openCard();
+    await page.fill("#length", "1");
+    await page.press("#length", "Tab");
+    const download = await saved("#save-film");
+    await download.saveAs(join(scratch, "recorded.webm"));
+    const facts = JSON.parse(
+      execFileSync("ffprobe", ["-v", "error", "-count_frames", "-show_streams", "-of", "json", join(scratch, "recorded.webm")], { encoding: "utf8" }),
+    ) as { streams: { width: number; height: number; nb_read_frames: string }[] };
+    assert.deepEqual([facts.streams[0]!.width, facts.streams[0]!.height], [1280, 720]);
+    assert.ok(Number(facts.streams[0]!.nb_read_frames) >= 5);
+  });
+
+  test("the camera is a source where it is allowed, and refused in one sentence", async () => {
+    await context.grantPermissions(["camera"]);
+    await page.click("#camera");
+    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("camera"));
+    await page.waitForFunction(() => Number(/frame (\d+)/.exec(document.querySelector("#clock")!.textContent!)?.[1]) > 3);
+    await context.clearPermissions();
+    await open();
+    await page.evaluate(() => {
+      navigator.mediaDevices.getUserMedia = () => Promise.reject(new Error("Permission denied"));
+    });
+    await page.click("#camera");
+    await page.locator("#error-text").filter({ hasText: /^camera: Permission denied/ }).waitFor();
+  });
+
+  const hostile: [string, string, Uint8Array | string, string, RegExp][] = [
+    ["a text called a picture", "a.png", "no picture", "image/png", /^a\.png: this is no picture or film/],
+    ["an empty file", "a.png", "", "image/png", /^a\.png: this is no picture or film/],
+    ["half a picture", "a.png", pngBytes({ width: 9, height: 9, data: new Uint8ClampedArray(324) }, true).slice(0, 60), "image/png", /^a\.png: this PNG is damaged/],
+    ["a picture that is too large", "a.png", pngBytes({ width: 9, height: 9, data: new Uint8ClampedArray(324) }, true).with(16, 1), "image/png", /^a\.png: 16777225 × 9 pixels are too many/],
+    ["a film that is none", "a.mp4", "no film", "video/mp4", /^a\.mp4: this browser cannot decode it/],
+    ["a preset that is none", "a.json", "{", "application/json", /line 1/],
+    ["a preset of a later format", "a.json", '{"format":99}', "application/json", /format/],
+  ];
+  test("hostile files are refused in one sentence, and the page goes on", async () => {
+    for (const [name, file, bytes, type, message] of hostile) {
+      await openFile(file, bytes, type);
+      await page.locator("#error-text").filter({ hasText: message }).waitFor({ timeout: 40_000 }).catch(() => assert.fail(`${name}: no error`));
+      await page.click("#error-close");
+    }
+    await openCard();
+    assert.match((await page.textContent("#facts"))!, /^1280 × 720/);
+  });
+
+  test("a link that is not valid is refused in one sentence", async () => {
+    await open({ at: "#noise=900" });
+    await page.locator("#error-text").filter({ hasText: /Noise/ }).waitFor();
+    await open({ at: "#<script>=1" });
+    await page.locator("#error-text").filter({ hasText: /script/ }).waitFor();
+  });
+
+  test("without vector instructions the pixels are the same", async () => {
+    await openCard();
+    const png = await read(await saved("#save-png"));
+    await open({ at: "?plain" });
+    await openCard();
+    assert.ok(png.equals(await read(await saved("#save-png"))));
+  });
+
+  test("2,000 frames leave the memory as it was", async () => {
+    const [first, last] = await page.evaluate(async (json) => {
+      const worker = new Worker("worker.js");
+      let id = 0;
+      const call = (name: string, ...parameters: unknown[]) =>
+        new Promise<unknown>((resolve, reject) => {
+          worker.onmessage = ({ data }: MessageEvent<{ error?: string; result?: unknown }>) =>
+            data.error === undefined ? resolve(data.result) : reject(new Error(data.error));
+          worker.postMessage({ id: ++id, name, parameters });
+        });
+      await call("start", "", false);
+      const draw = async (frame: number) => {
+        const bitmap = await createImageBitmap(new ImageData(160, 120));
+        await call("draw", { json, time: { numerator: frame, denominator: 24 }, reduction: 1 + (frame & 1), bitmap, before: false });
+      };
+      for (let frame = 0; frame < 20; ++frame) await draw(frame);
+      const before = await call("memoryBytes");
+      for (let frame = 0; frame < 2000; ++frame) await draw(frame);
+      return [before, await call("memoryBytes")];
+    }, looks.presetJson(lookOfValues([]), []));
+    assert.equal(first, last);
+  });
+
+  test("the page opens without the server", async () => {
+    await page.waitForFunction(() => navigator.serviceWorker.controller !== null);
+    await context.setOffline(true);
+    server.closeAllConnections();
+    await new Promise((resolve) => server.close(resolve));
+    try {
+      await page.reload();
+      await page.locator("#facts").filter({ hasText: "ms" }).waitFor();
+      await openCard();
+    } finally {
+      await new Promise<void>((resolve) => server.listen(Number(new URL(address).port), "127.0.0.1", resolve));
+    }
+  });
+
+  for (const colorScheme of ["light", "dark"] as const) {
+    test(`axe finds nothing in the ${colorScheme} theme`, async () => {
+      await open({ colorScheme });
+      await page.click('[data-preset="passing-storm"]');
+      await page.locator(".lane button").first().click();
+      await page.click("#compare");
+      await page.click("#profiles");
+      await settled();
+      await page.evaluate(axe);
+      const violations = await page.evaluate(async () => {
+        const { violations } = await (globalThis as unknown as { axe: { run(): Promise<{ violations: { id: string; nodes: { html: string }[] }[] }> } }).axe.run();
+        return violations.map(({ id, nodes }) => `${id}: ${nodes.map(({ html }) => html.slice(0, 120)).join(" ")}`);
+      });
+      assert.deepEqual(violations, []);
+    });
+  }
+
+  for (const [width, height] of [[360, 800], [1280, 900], [3840, 2160]] as const) {
+    test(`the layout fits ${width} pixels`, async () => {
+      await open({ viewport: { width, height }, colorScheme: width === 1280 ? "light" : "dark" });
+      await page.click('[data-preset="passing-storm"]');
+      await page.click("#profiles");
+      for (let i = 0; i < 20; ++i) await page.click("#next");
+      await settled();
+      await page.evaluate(() => scrollTo(0, 0));
+      await page.screenshot({ path: join(pictures, `${width}.png`), fullPage: width === 360 });
+      // The picture in the documents.
+      if (width === 1280) await page.screenshot({ path: join(pictures, "browser.jpg"), quality: 80 });
+      const wide = await page.evaluate(() => document.documentElement.scrollWidth);
+      assert.ok(wide <= width, `${wide} pixels wide`);
+    });
+  }
+
+  test("the page prints its own figures", async () => {
+    await context.close();
+    context = await browser.newContext();
+    page = await context.newPage();
+    await page.goto(`${address}?bench`);
+    await page.locator("#status").filter({ hasText: /1920 × 1080, everything on, wasm: .* frames a second/ }).waitFor({ timeout: 60_000 });
+    console.log(await page.textContent("#status"));
+  });
+});
