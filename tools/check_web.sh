@@ -26,4 +26,4 @@ echo "Testing (web)..."
 export LOMIX_WEB_PAGE=$PWD/dist/web LOMIX_COMMAND=$PWD/build/dev/bin/lomix LOMIX_GOLDEN_FRAMES=$out/golden.json
 export LOMIX_AXE=$PWD/web/node_modules/axe-core/axe.min.js LOMIX_SCREENSHOTS=$out/screenshots
 export LOMIX_CHROMIUM=${LOMIX_CHROMIUM:-/usr/bin/chromium}
-node --test --test-concurrency=1 "$@" "$out"/*.test.mjs
+node --test --test-reporter=spec --test-concurrency=1 "$@" "$out"/*.test.mjs

@@ -68,6 +68,8 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     await context?.close();
     faults = [];
     context = await browser.newContext({ reducedMotion: "reduce", acceptDownloads: true, ...options });
+    // For machines that are busy with other tests.
+    context.setDefaultTimeout(90_000);
     page = await context.newPage();
     page.on("console", (message) => {
       if (message.type() === "error") faults.push(message.text());

@@ -1,7 +1,7 @@
 // What the tests share: the built page, the golden frames, the lomix command.
 
 import { execFileSync } from "node:child_process";
-import { mkdtempSync, readFileSync } from "node:fs";
+import { mkdtempSync, readFileSync, rmSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { decode } from "fast-png";
@@ -20,6 +20,7 @@ export const page = setting("LOMIX_WEB_PAGE");
 export const lomix = setting("LOMIX_COMMAND");
 /** A folder for this run's files. */
 export const scratch = mkdtempSync(join(tmpdir(), "lomix-web-"));
+process.on("exit", () => rmSync(scratch, { recursive: true, force: true }));
 
 export interface GoldenFrame {
   name: string;
