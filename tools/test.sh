@@ -6,8 +6,7 @@
 # for 20 seconds each, where their compiler can be installed; then the Windows
 # build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
 # golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be
-# installed, and the instructions that a pixel takes there; then the browser page in Chromium, where
-# emscripten and Chromium can be installed.
+# installed, and the instructions that a pixel takes there.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
 # the long one, and without documents, installed folders and mutants.
 set -euo pipefail
@@ -46,4 +45,3 @@ tools/fuzz.sh presets,options,module,library 20
 tools/check_windows.sh
 tools/check_clang.sh --quick
 tools/count_instructions.sh --quick
-tools/check_web.sh
