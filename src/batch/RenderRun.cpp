@@ -87,7 +87,10 @@ class Report {
 
   /// error: why the run ended early; empty: it did not.
   void write(const Pipeline& pipeline, double seconds, const std::string& error) const {
-    write(pipeline.tally(), pipeline.failures(), pipeline.done(), seconds, error, false);
+    // A video that is not finished is not there.
+    const bool isThere = error.empty() || !route_.isVideo;
+    write(pipeline.tally(), pipeline.failures(),
+          isThere ? pipeline.done() : std::vector<std::int64_t>(), seconds, error, false);
   }
   /// For an output that exists and is kept. The frames of a video are not counted.
   void writeKept(bool isVideo) const {

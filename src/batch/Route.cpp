@@ -228,7 +228,8 @@ class Planner {
     if (readsStream() || writesStream()) {
       throw UsageError("--share: standard input and output cannot be shared (name files)");
     }
-    if (!writesVideo_ && !outputSequence_) {
+    const bool onePicture = kind_ == Kind::Still && options_.frames.isAll();
+    if (onePicture || (!writesVideo_ && !outputSequence_)) {
       throw UsageError("--share: " + shown +
                        " is one picture (leave it out, or render several, to out.####.png)");
     }
@@ -236,11 +237,18 @@ class Planner {
     std::vector<std::int64_t> all =
         kind_ == Kind::Sequence && wanted_.empty() ? selection_.numbers : wanted_;
     if (kind_ == Kind::Video) {
+      // The frames are counted before they are read.
+      std::error_code ignored;
+      if (!std::filesystem::is_regular_file(options_.input, ignored)) {
+        throw UsageError("--share: '" + options_.input +
+                         "' cannot be read twice (copy it to a file)");
+      }
       if (!options_.frames.spans.empty() || !options_.frames.timecodes.empty()) {
         throw UsageError("--share: it takes frames by their numbers (use --frames 0-99)");
       }
       if (all.empty()) all = numbersOfVideo();
     }
+    if (all.empty()) throw UsageError("--share: no frame is chosen (use --frames 0-99)");
     std::vector<std::int64_t> own = partOf(all, share);
     route_.frames = static_cast<std::int64_t>(own.size());
     if (writesVideo_) chooseSegment(share, all);

@@ -550,7 +550,8 @@ TEST_F(Lomix, TheVersionNamesTheLibrariesWhenAsked) {
     }
     std::set<std::string> expected{"lomix", "instruction", "OpenImageIO", "cairo", "fontconfig"};
     if (!media::videoLibraries().empty()) {
-      expected.insert({"FFmpeg", "libavformat", "libavcodec", "libavutil", "libswscale"});
+      expected.insert(
+          {"FFmpeg", "libavformat", "libavcodec", "libavutil", "libswscale", "libwebpdemux"});
     }
     EXPECT_EQ(libraries, expected);
   }

@@ -245,6 +245,8 @@ TEST_F(Share, WrongUsageIsOneLine) {
            {"card.png 'o.#.png' --frames 1-4 --share 1/x", "one such as 3/8"},
            {"card.png 'o.#.png' --frames 1-4 --share-blocks", "--share"},
            {"card.png o.png --share 1/2", "is one picture"},
+           {"card.png 'o.#.mkv' --share 1/2", "is one picture"},
+           {"card.png 'o.#.mkv' --share 1/2 --frames 0.001s-0.002s", "no frame is chosen"},
            {"film.mp4 o.mp4 --share 1/2", "(name it as film.##.mkv)"},
            {"film.mp4 'o.#.avi' --share 1/2", "use .mp4, .mov, .mkv or .webm"},
            {"film.mp4 - --share 1/2", "cannot be shared"},

@@ -41,7 +41,8 @@ struct Pes {
 
 }  // namespace
 
-MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize, int video) {
+MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize,
+                             const std::vector<int>& used) {
   constexpr char kSync = 0x47;
   constexpr std::size_t kPacket = 188;
   constexpr std::size_t kHeader = 4;
@@ -77,10 +78,12 @@ MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize, 
     stream->second.found += payload.size();
     stream->second.isFull = !hasStuffing;
   }
-  for (const auto& [id, pes] : streams) {
-    if (pes.found < pes.length) return MpegEnd::Cut;
+  for (const int id : used) {
+    const auto stream = streams.find(static_cast<unsigned>(id));
+    if (stream == streams.end()) continue;
+    if (stream->second.found < stream->second.length) return MpegEnd::Cut;
   }
-  const auto pictures = streams.find(static_cast<unsigned>(video));
+  const auto pictures = streams.find(static_cast<unsigned>(used.front()));
   const bool isOpen =
       pictures != streams.end() && pictures->second.length == 0 && pictures->second.isFull;
   return isOpen ? MpegEnd::MaybeCut : MpegEnd::Whole;

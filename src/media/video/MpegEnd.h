@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace lomix::media {
 
@@ -13,10 +14,12 @@ enum class MpegEnd {
 };
 
 /// Returns how a transport stream ends. packetSize: 188 bytes, 192 with a time before each packet
-/// (M2TS), or 204 with error correction behind it. video: the packet identifier of the pictures.
-MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize, int video);
+/// (M2TS), or 204 with error correction behind it. used: the packet identifiers of the streams that
+/// count, that of the pictures first. Throws EndOfFile where the file cannot be read.
+MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize,
+                             const std::vector<int>& used);
 
-/// Returns how a program stream ends (MPEG, VOB).
+/// Returns how a program stream ends (MPEG, VOB). Throws EndOfFile where it cannot be read.
 MpegEnd endOfProgramStream(const std::filesystem::path& file);
 
 }  // namespace lomix::media

@@ -18,6 +18,7 @@ extern "C" {
 #include "media/video/MpegEnd.h"
 #include "media/video/Playlists.h"
 #include "support/Errors.h"
+#include "support/FileBytes.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/StandardFiles.h"
@@ -300,8 +301,19 @@ std::string Reader::loss() const {
   return loss;
 }
 
+/// Returns the identifiers of the video, first, and of the streams that are copied.
+std::vector<int> Reader::usedStreams() const {
+  std::vector<int> ids{stream_->id};
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    const AVStream& stream = *container_->streams[i];
+    if (&stream != stream_ && isCopied(stream.index)) ids.push_back(stream.id);
+  }
+  return ids;
+}
+
 /// Looks at the end of a file whose container states no length.
 void Reader::checkEnd() {
+  if (webp_) return;
   const std::string_view format = container_->iformat->name;
   const bool isTransport = format == "mpegts";
   if (name_ == kStandardStream || (!isTransport && format != "mpeg")) return;
@@ -310,8 +322,13 @@ void Reader::checkEnd() {
     av_opt_get_int(container_, "ts_packetsize", AV_OPT_SEARCH_CHILDREN, &size);
     if (size <= 0) return;
   }
-  const MpegEnd end = isTransport ? endOfTransportStream(name_, static_cast<int>(size), stream_->id)
-                                  : endOfProgramStream(name_);
+  MpegEnd end = MpegEnd::Whole;
+  try {
+    end = isTransport ? endOfTransportStream(name_, static_cast<int>(size), usedStreams())
+                      : endOfProgramStream(name_);
+  } catch (const EndOfFile&) {
+    breakOff_ = "its end cannot be read";
+  }
   endsEarly_ = end == MpegEnd::Cut;
   if (end == MpegEnd::MaybeCut && !isPastChoice()) {
     warn_("'" + name_ +

@@ -113,6 +113,7 @@ class Reader : public VideoReader {
   std::string lossOf(const std::string& what, const std::optional<Moment>& end,
                      const std::optional<Moment>& promised) const;
   void checkEnd();
+  std::vector<int> usedStreams() const;
   [[noreturn]] void fail(int error, const char* hint) const;
 
   std::string name_;

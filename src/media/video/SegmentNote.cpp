@@ -1,5 +1,6 @@
 #include "media/video/SegmentNote.h"
 
+#include <cstdlib>
 #include <map>
 
 #include "support/Text.h"
@@ -89,7 +90,12 @@ std::optional<SegmentNote> SegmentNote::parse(std::string_view text) {
   note.subtitles = words.flag("subtitles");
   note.data = words.flag("data");
   constexpr std::int64_t kMostSegments = 1'000'000;
-  if (!words.isWhole || note.segment.count > kMostSegments) return std::nullopt;
+  constexpr std::int64_t kMostFrames = std::int64_t{1} << 40;
+  constexpr std::int64_t kMostTicks = std::int64_t{1} << 48;
+  if (!words.isWhole || note.segment.count > kMostSegments ||
+      note.segment.film.frames > kMostFrames || std::abs(note.start.num) > kMostTicks) {
+    return std::nullopt;
+  }
   return note;
 }
 
