@@ -102,7 +102,6 @@ until_true 40 "Slurm's start" isIdle
 ln -s "$lomix" "$folder/bin/lomix"
 export PATH=$folder/bin:$PATH
 cd "$folder/job"
-isRunning() { [ "$(squeue --noheader --array --jobs "$1" --format %T)" = RUNNING ]; }
 isOver() { [ -z "$(squeue --noheader --jobs "$1")" ]; }
 hasFrame() { compgen -G "$1" >/dev/null; }
 start() { sbatch --parsable "$@"; }
@@ -117,8 +116,8 @@ job=$(start "$source/examples/farm/slurm.sh" card.png 'out.####.png' --frames "1
 until_true 60 "the first frame" hasFrame 'out.0002.png'
 scontrol requeue "${job}_2"
 until_true 60 "the third share" hasFrame 'out.0003.png'
-process=$(pgrep --newest --full -- "--share 3/8 .*lomix" || pgrep --newest --full -- "--share 3/8") ||
-  fail "the third task is not running"
+process=$(pgrep --newest --uid "$(id -u)" --full -- "--share 3/8") || fail "the third task is not running"
+[ "$(readlink "/proc/$process/cwd")" = "$folder/job" ] || fail "the third task is over already (use more FRAMES)"
 kill -KILL "$process"
 isFailed() { scontrol show job "${job}_3" | grep -q 'JobState=FAILED'; }
 until_true 60 "the end of the killed task" isFailed

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-for tool in x86_64-w64-mingw32-g++-posix wine wixl; do
+for tool in x86_64-w64-mingw32-g++-posix wine wixl msibuild faketime; do
   if ! command -v "$tool" >/dev/null; then
     echo "SKIPPED (installer): $tool is not installed (run tools/setup_packaging.sh)"
     exit 0
@@ -19,7 +19,8 @@ tools/build.sh mingw --target Lomix_reference Lomix_rows lomix lomix_ofx lomix_i
 echo "Testing (installer)..."
 bin=build/mingw/bin
 work=$(mktemp -d)
-export WINEPREFIX=${WINEPREFIX:-$work/wine} WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# Never the user's own Wine, in whose registry and folders it would work.
+export WINEPREFIX=${LOMIX_TEST_WINEPREFIX:-$work/wine} WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 holder=
 trap '[ -z "$holder" ] || kill "$holder" 2>/dev/null; wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
 [ -d "$WINEPREFIX" ] || wineboot --init >/dev/null 2>&1 || fail "Wine does not start"

@@ -133,7 +133,7 @@ done
 debian=$work/debian
 in_debian() { DEBIAN_FRONTEND=noninteractive chroot "$debian" "$@" >"$work/log" 2>&1 || fail "$*: $(cat "$work/log")"; }
 # sources: where this system gets its packages.
-sources() { cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null; }
+sources() { cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null || true; }
 if [ "$(id -u)" -ne 0 ]; then
   echo "SKIPPED (packages): installing the Debian packages, which takes root"
 elif ! sources | mmdebstrap --quiet --variant=apt --include=man-db bookworm "$debian" - >"$work/log" 2>&1; then

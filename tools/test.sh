@@ -41,7 +41,7 @@ echo "Testing (tsan)..."
 threads='lomix_engine_tests: ?Threads|library_test: ?(Context|Seeds/Frames.*/1$)'
 threads+='|ofx_test: ?.*(AtOnce|Threads|Abort)|frei0r_test: ?.*AtOnce|pipeline_test'
 ctest --preset tsan -j "$(nproc)" -R "$threads"
-tools/fuzz.sh presets,options,module,library 20
+tools/fuzz.sh presets,options,module,library 20 -seed=1
 tools/check_windows.sh
 tools/check_clang.sh --quick
 tools/count_instructions.sh --quick

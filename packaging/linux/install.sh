@@ -6,6 +6,7 @@
 # rows, the default, is the fast one. PREFIX/share/lomix/installed.txt lists what was installed; no file that
 # it does not list is replaced.
 set -eu
+umask 022
 export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)
 

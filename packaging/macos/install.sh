@@ -5,6 +5,7 @@
 # do, or removes them. Both engines draw the same pixels; rows, the default, is the fast one. DESTDIR is a
 # folder that stands for the root of the system.
 set -euo pipefail
+umask 022
 cd "$(dirname "$0")"
 
 # fail CODE MESSAGE
@@ -56,6 +57,7 @@ check_writable "$folder"
 check_writable "$ofx_folder"
 mkdir -p "$folder" "$ofx_folder"
 trap 'rm -Rf "$target.new" "$ofx_target.new"' EXIT
+rm -Rf "$target.new" "$ofx_target.new"
 cp -R "$source" "$target.new"
 cp -R Lomix.ofx.bundle "$ofx_target.new"
 # macOS marks downloaded files and refuses to load a marked bundle.
