@@ -152,7 +152,7 @@ target_link_libraries(ppm_static PRIVATE Lomix::lomix_static)
 
 
 def check_command(folder, build):
-    """The command's component has the command, its presets, completion scripts, manual page and AppStream metadata."""
+    """The command's component has the command, its presets, completion scripts, manual page and metadata."""
     prefix = folder / "command"
     run("cmake", "--install", build, "--prefix", prefix, "--component", "command")
     share = prefix / "share"
