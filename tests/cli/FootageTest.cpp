@@ -108,6 +108,18 @@ TEST_F(Footage, WhatAFileLacksIsNamedAndTheRestIsWritten) {
     // What was asked for is there.
     EXPECT_THAT(render("cut." + extension + " out.mkv --frames 3-9 --overwrite"), IsEmpty());
   }
+  // These state bytes instead of seconds.
+  makeClip("film.avi", "s=64x48:r=25:d=2", "-c:v mpeg4");
+  makeClip("film.wmv", "s=64x48:r=25:d=2", "-c:v wmv2");
+  makeClip("film.ogv", "s=64x48:r=25:d=2", "-c:v libtheora");
+  for (const std::string extension : {"avi", "wmv", "ogv"}) {
+    const std::string film = read(path("film." + extension));
+    write(path("cut." + extension), film.substr(0, film.size() * 2 / 3));
+    EXPECT_THAT(render("cut." + extension + " out.mkv --overwrite", 3),
+                HasSubstr("bytes before the end that it states"))
+        << extension;
+    EXPECT_THAT(render("film." + extension + " out.mkv --overwrite"), IsEmpty()) << extension;
+  }
 }
 
 TEST_F(Footage, SubtitlesAreConvertedAndWhatHasNoPlaceIsNamed) {

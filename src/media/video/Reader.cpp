@@ -17,6 +17,7 @@ extern "C" {
 #include "media/picture/PictureFile.h"
 #include "media/video/MpegEnd.h"
 #include "media/video/Playlists.h"
+#include "media/video/StatedSize.h"
 #include "support/Errors.h"
 #include "support/FileBytes.h"
 #include "support/MediaError.h"
@@ -280,6 +281,10 @@ std::string Reader::lossOf(const std::string& what, const std::optional<Moment>&
 
 std::string Reader::loss() const {
   if (isPastChoice() || !begun_) return {};
+  if (missingBytes_ > 0) {
+    return "it breaks off, " + std::to_string(missingBytes_) +
+           " bytes before the end that it states";
+  }
   std::string loss;
   if (const auto promised = promisedEnd(*stream_)) {
     loss = lossOf("", lastEnd_, promised);
@@ -311,24 +316,31 @@ std::vector<int> Reader::usedStreams() const {
   return ids;
 }
 
-/// Looks at the end of a file whose container states no length.
+/// Looks at the end of a file, whose packets may all be whole.
 void Reader::checkEnd() {
-  if (webp_) return;
+  std::error_code ignored;
+  if (webp_ || isRaw_ || !std::filesystem::is_regular_file(name_, ignored)) return;
+  try {
+    missingBytes_ = missingBytes(name_, container_->iformat->name);
+    checkMpegEnd();
+  } catch (const EndOfFile&) {
+    breakOff_ = "and its end cannot be read";
+  }
+}
+
+/// Looks at the end of an MPEG stream, which states no length.
+void Reader::checkMpegEnd() {
   const std::string_view format = container_->iformat->name;
   const bool isTransport = format == "mpegts";
-  if (name_ == kStandardStream || (!isTransport && format != "mpeg")) return;
+  if (!isTransport && format != "mpeg") return;
   std::int64_t size = 0;
   if (isTransport) {
     av_opt_get_int(container_, "ts_packetsize", AV_OPT_SEARCH_CHILDREN, &size);
     if (size <= 0) return;
   }
-  MpegEnd end = MpegEnd::Whole;
-  try {
-    end = isTransport ? endOfTransportStream(name_, static_cast<int>(size), usedStreams())
-                      : endOfProgramStream(name_);
-  } catch (const EndOfFile&) {
-    breakOff_ = "its end cannot be read";
-  }
+  const MpegEnd end = isTransport
+                          ? endOfTransportStream(name_, static_cast<int>(size), usedStreams())
+                          : endOfProgramStream(name_);
   endsEarly_ = end == MpegEnd::Cut;
   if (end == MpegEnd::MaybeCut && !isPastChoice()) {
     warn_("'" + name_ +

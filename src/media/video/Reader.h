@@ -113,6 +113,7 @@ class Reader : public VideoReader {
   std::string lossOf(const std::string& what, const std::optional<Moment>& end,
                      const std::optional<Moment>& promised) const;
   void checkEnd();
+  void checkMpegEnd();
   std::vector<int> usedStreams() const;
   [[noreturn]] void fail(int error, const char* hint) const;
 
@@ -138,8 +139,9 @@ class Reader : public VideoReader {
   int errorsInARow_ = 0;
   bool atFileEnd_ = false;
   bool drained_ = false;
-  bool endsEarly_ = false;  ///< The file ends within a packet.
-  std::string breakOff_;    ///< Why the file could not be read to its end; empty: it could.
+  bool endsEarly_ = false;          ///< The file ends within a packet.
+  std::string breakOff_;            ///< Why the file could not be read to its end; empty: it could.
+  std::uint64_t missingBytes_ = 0;  ///< Of those that the container states.
 
   bool begun_ = false;
   bool copiesAlone_ = false;  ///< beginCopying() was called.
