@@ -7,6 +7,8 @@
 #include <initializer_list>
 #include <mutex>
 
+#include "media/picture/WholeFile.h"
+
 namespace lomix::media {
 namespace {
 
@@ -32,11 +34,13 @@ void prepare() {
   });
 }
 
-/// Returns null for a file that the library does not know.
-ImagePtr open(const std::filesystem::path& file) {
+/// Returns null for what the library does not know. place: a file's name, or bytes and their
+/// number.
+template <typename... Place>
+ImagePtr open(const Place&... place) {
   prepare();
   try {
-    ImagePtr image = Exiv2::ImageFactory::open(file.string());
+    ImagePtr image = Exiv2::ImageFactory::open(place...);
     if (image.get() != nullptr) image->readMetadata();
     return image;
   } catch (const std::exception&) {
@@ -122,7 +126,7 @@ bool holdsCameraData(std::string_view format) {
 }
 
 std::vector<std::string> cameraDataOf(const std::filesystem::path& file) {
-  const ImagePtr image = open(file);
+  const ImagePtr image = open(file.string());
   std::vector<std::string> kinds;
   if (image.get() == nullptr) return kinds;
   if (hasCameraExif(image->exifData())) kinds.emplace_back("Exif");
@@ -134,13 +138,18 @@ std::vector<std::string> cameraDataOf(const std::filesystem::path& file) {
 }
 
 std::vector<std::string> copyCameraData(const std::filesystem::path& from,
-                                        const std::filesystem::path& to, int width, int height,
+                                        const std::filesystem::path& to,
+                                        const std::filesystem::path& shownAs, int width, int height,
                                         CameraColours colours) {
-  const ImagePtr source = open(from);
+  const ImagePtr source = open(from.string());
   if (source.get() == nullptr) return {};
   std::vector<std::string> lost;
+  std::string changed;
   try {
-    const ImagePtr target = open(to);
+    // In memory: the library does not notice a file that it could not write whole.
+    const std::string written = readWhole(to);
+    const ImagePtr target = open(reinterpret_cast<const Exiv2::byte*>(written.data()),
+                                 static_cast<long>(written.size()));
     if (target.get() == nullptr) return cameraDataOf(from);
     Exiv2::ExifData exif = source->exifData();
     Exiv2::ExifThumb(exif).erase();
@@ -174,9 +183,14 @@ std::vector<std::string> copyCameraData(const std::filesystem::path& from,
            [&] { target->setComment(source->comment()); });
     }
     target->writeMetadata();
+    changed.resize(target->io().size());
+    target->io().open();
+    target->io().read(reinterpret_cast<Exiv2::byte*>(changed.data()),
+                      static_cast<long>(changed.size()));
   } catch (const std::exception&) {
     return cameraDataOf(from);
   }
+  writeWhole(changed, to, shownAs);
   return lost;
 }
 

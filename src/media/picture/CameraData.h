@@ -18,9 +18,11 @@ enum class CameraColours { AsTheyWere, Srgb, Other };
 /// Copies the data of one file to another, whose own it replaces. Changed are only the orientation,
 /// to upright, the size, to width and height of the picture, and the colour space; the thumbnail is
 /// removed, for it shows another picture. Both files must be of such formats. Returns what could
-/// not be copied: "Exif", "GPS", "IPTC", "XMP", "the comment". Any thread.
+/// not be copied: "Exif", "GPS", "IPTC", "XMP", "the comment". Throws MediaError, which names
+/// shownAs, where not all could be written. Any thread.
 std::vector<std::string> copyCameraData(const std::filesystem::path& from,
-                                        const std::filesystem::path& to, int width, int height,
+                                        const std::filesystem::path& to,
+                                        const std::filesystem::path& shownAs, int width, int height,
                                         CameraColours colours);
 
 /// Returns which of them a file has.

@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <functional>
-#include <iterator>
 
-#include "support/MediaError.h"
-#include "support/NewFile.h"
+#include "media/picture/WholeFile.h"
 
 namespace lomix::media {
 namespace {
@@ -49,11 +46,6 @@ std::string makeChunk(const std::string& type, const std::string& data) {
          bytesOf(static_cast<std::uint32_t>(sum));
 }
 
-std::string read(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// Calls a function for each whole chunk.
 void forEachChunk(std::string_view png, const std::function<void(const Chunk&)>& call) {
   for (std::size_t at = kSignature; at + kBeside <= png.size();) {
@@ -62,14 +54,6 @@ void forEachChunk(std::string_view png, const std::function<void(const Chunk&)>&
     call({png.substr(at, size)});
     at += size;
   }
-}
-
-void write(const std::string& bytes, const fs::path& file, const fs::path& shownAs) {
-  std::ofstream stream(file, std::ios::binary);
-  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  stream.close();
-  if (stream.good()) return;
-  throw MediaError(cannotWrite(shownAs) + "not all of it could be written (check the free space)");
 }
 
 bool isAscii(std::string_view text) {
@@ -95,7 +79,7 @@ bool isUtf8(std::string_view text) {
 }  // namespace
 
 void copyPngText(const fs::path& from, const fs::path& to, const fs::path& shownAs) {
-  const std::string source = read(from);
+  const std::string source = readWhole(from);
   std::string texts;
   forEachChunk(source, [&](const Chunk& chunk) {
     // The library writes the colour space itself, which may have changed.
@@ -106,7 +90,7 @@ void copyPngText(const fs::path& from, const fs::path& to, const fs::path& shown
     texts += chunk.all;
   });
   if (texts.empty()) return;
-  std::string target = read(to);
+  std::string target = readWhole(to);
   // Before the pixels: some readers ignore text behind them.
   std::size_t at = target.size();
   forEachChunk(target, [&](const Chunk& chunk) {
@@ -114,11 +98,11 @@ void copyPngText(const fs::path& from, const fs::path& to, const fs::path& shown
     if (chunk.type() == "IDAT") at = std::min(at, place);
   });
   target.insert(at, texts);
-  write(target, to, shownAs);
+  writeWhole(target, to, shownAs);
 }
 
 void markUtf8PngText(const fs::path& file, const fs::path& shownAs) {
-  const std::string png = read(file);
+  const std::string png = readWhole(file);
   std::string marked = png.substr(0, kSignature);
   forEachChunk(png, [&](const Chunk& chunk) {
     const std::string keyword(chunk.keyword());
@@ -132,7 +116,7 @@ void markUtf8PngText(const fs::path& file, const fs::path& shownAs) {
     }
     marked += chunk.all;
   });
-  if (marked != png) write(marked, file, shownAs);
+  if (marked != png) writeWhole(marked, file, shownAs);
 }
 
 std::string utf8OfPngText(std::string_view text) {

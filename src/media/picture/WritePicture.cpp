@@ -186,7 +186,7 @@ void copyWhatTheLibraryDoesNot(const Picture& picture, const fs::path& file,
                                   : space == "sRGB" ? CameraColours::Srgb
                                                     : CameraColours::Other;
     written.lostCameraData =
-        copyCameraData(metadata.file, temporary, picture.width(), picture.height(), colours);
+        copyCameraData(metadata.file, temporary, file, picture.width(), picture.height(), colours);
   }
 }
 
