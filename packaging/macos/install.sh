@@ -2,8 +2,8 @@
 # Usage: sudo ./install.sh [--engine rows|reference]
 #        sudo ./install.sh --remove
 # Puts Lomix.plugin where After Effects and Premiere Pro find it and Lomix.ofx.bundle where OpenFX hosts
-# do, or removes them. Both engines draw the same pixels; rows, the default, is the fast one. DESTDIR is a
-# folder that stands for the root of the system.
+# do, or removes them. Both engines draw the same pixels; rows, the default, is the fast one. With
+# DESTDIR set, the paths begin in that folder instead of in "/".
 set -euo pipefail
 umask 022
 cd "$(dirname "$0")"

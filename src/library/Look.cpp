@@ -250,7 +250,7 @@ lomix_status lomix_look_get_frames(const lomix_look* look, const char* name,
     const auto found = look->look.curves().find(parameter.index);
     if (found == look->look.curves().end() || found->second.keys().size() < 2) return;
     const std::vector<looks::Key>& keys = found->second.keys();
-    // A key on a frame is on it, whatever the quotient rounds to.
+    // The quotient may miss the whole number of a key's frame by a rounding error.
     const auto frameOf = [frames_per_second](double seconds) {
       const double frame = seconds / lomix_time_of_frame(1.0, frames_per_second);
       const double whole = std::round(frame);

@@ -50,7 +50,7 @@ void print(const ParameterTable& table, std::ostream& out) {
       }
       out << "\n";
     } else {
-      // The largest float stands for no limit.
+      // The largest float means no limit.
       const bool limited = parameter.maximum < std::numeric_limits<float>::max();
       out << valueWithUnit(parameter, parameter.minimum)
           << (limited ? " to " + valueWithUnit(parameter, parameter.maximum) : " and up") << "\n";

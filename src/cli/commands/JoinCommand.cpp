@@ -46,7 +46,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix join 'part.##.mp4' aired.mp4 --source film.mp4\n");
 }
 
-/// Returns the files of the segments: patterns stand for the files that exist.
+/// Returns the files of the segments, with each pattern replaced by the files that match it.
 std::vector<std::string> segmentsOf(const std::vector<std::string>& names) {
   std::vector<std::string> files;
   for (const std::string& name : names) {

@@ -24,7 +24,7 @@ void lockXmp(void* mutex, bool lock) {
   }
 }
 
-/// Prepares the library once. It prints its warnings unless it is told not to.
+/// Initialises Exiv2 at the first call: for use by several threads, without printing warnings.
 void prepare() {
   static std::mutex xmpMutex;
   static std::once_flag once;

@@ -58,16 +58,17 @@ void requirePossibleDpx(const std::filesystem::path& file, FileBytes& bytes, boo
   refuse(file, std::to_string(userData) + " bytes of user data");
 }
 
-/// A format, the compression in it, "" for all others, and the bytes that a byte can stand for.
+/// The greatest factor by which decoding enlarges a file of a format. compression: "" for every one
+/// that has no entry of its own.
 struct Expansion {
   std::string_view format;
   std::string_view compression;
   double most;
 };
 
-// Two bits of deflate stand for at most 258 bytes; a code of 12 bits of LZW for at most 4094; two
-// bytes of run lengths for at most 128 pixels, here of 4 bytes. Where pixels of one bit are decoded
-// to bytes, or numbers in a palette to colours, a byte stands for 32.
+// Deflate decodes two bits to at most 258 bytes; LZW a code of 12 bits to at most 4094 bytes; run
+// lengths two bytes to at most 128 pixels, here of 4 bytes. Pixels of one bit that become bytes, or
+// numbers in a palette that become colours, take up to 32 times their size.
 constexpr double kUnpacked = 32.0;
 constexpr double kDeflate = 1032.0;
 constexpr double kUnpackedDeflate = 32.0 * kDeflate;
@@ -97,8 +98,8 @@ constexpr std::array kExpansions{
     Expansion{"fits", "", 8.0},
 };
 
-/// Returns the most bytes of decoded pixels that one byte of a file can stand for; infinity where
-/// there is no limit.
+/// Returns the most bytes of pixels that one byte of a file is decoded to; infinity where there is
+/// no limit.
 double mostExpansion(std::string_view format, std::string_view compression) {
   for (const Expansion& expansion : kExpansions) {
     if (format != expansion.format) continue;

@@ -5,7 +5,7 @@
 
 namespace lomix::media {
 
-/// How values stand for light.
+/// What the values of pixels mean: linear light, or a coding of it.
 enum class Encoding {
   Display,      ///< As a display shows them, such as sRGB and BT.709. Also where nothing is known.
   Linear,       ///< In proportion to light.

@@ -45,9 +45,9 @@ bool describesColours(std::string_view name, const PictureInfo& picture);
 bool isInherited(const OIIO::ParamValue& attribute, const Metadata& metadata,
                  std::string_view format, bool sameStorage);
 
-/// Returns whether a colour profile (ICC) may stand in an output, whose pixels are red, green and
-/// blue: one of grey or of printing inks may not, and writers of PNG refuse a damaged one. format:
-/// of the output.
+/// Returns whether a colour profile (ICC) can be written to an output, whose pixels are red, green
+/// and blue: one of grey or of printing inks cannot, and writers of PNG refuse a damaged one.
+/// format: of the output.
 bool isUsableProfile(const OIIO::ParamValue& profile, std::string_view format);
 
 /// Sets the inherited attributes on a file about to be written, and the origin of its display

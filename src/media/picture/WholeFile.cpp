@@ -13,7 +13,7 @@ std::string readWhole(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void writeWhole(const std::string& bytes, const std::filesystem::path& file,
+void writeWhole(std::string_view bytes, const std::filesystem::path& file,
                 const std::filesystem::path& shownAs) {
   std::ofstream stream(file, std::ios::binary);
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace lomix::media {
 
@@ -11,7 +12,7 @@ namespace lomix::media {
 std::string readWhole(const std::filesystem::path& file);
 
 /// Replaces the bytes of a file. Throws MediaError, which names shownAs, unless all are written.
-void writeWhole(const std::string& bytes, const std::filesystem::path& file,
+void writeWhole(std::string_view bytes, const std::filesystem::path& file,
                 const std::filesystem::path& shownAs);
 
 }  // namespace lomix::media

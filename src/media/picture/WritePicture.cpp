@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "media/picture/PictureCodec.h"
 #include "media/picture/PictureFile.h"
 #include "media/picture/PngText.h"
+#include "media/picture/WholeFile.h"
 #include "media/picture/WriteChecks.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
@@ -205,18 +205,16 @@ class Destination {
   }
 
   /// Completes the file after its writer was closed. readsBack: called where only a comparison can
-  /// tell; returns whether the file has its pixels. Returns whether the file is complete.
+  /// tell; returns whether the file has its pixels. Returns whether the file is complete. Throws
+  /// MediaError, which names shownAs, where the bytes in memory could not be written.
   template <typename ReadsBack>
-  bool store(ReadsBack readsBack) const {
+  bool store(const fs::path& shownAs, ReadsBack readsBack) const {
     // The OpenEXR writer does not report a failure of its last writes.
     if (hasParts_) return isWholeExr(file_);
     if (!memory_) return readsBack();
-    std::ofstream stream(file_, std::ios::binary);
     const std::vector<unsigned char>& bytes = memory_->buffer();
-    stream.write(reinterpret_cast<const char*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    return stream.good();
+    writeWhole({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, file_, shownAs);
+    return true;
   }
 
  private:
@@ -288,7 +286,7 @@ std::vector<std::string> encodePicture(const Picture& picture, const fs::path& f
     ReadBack comparison(temporary, stored);
     return writePixels(comparison, picture, premultiplied);
   };
-  if (!destination->store(readsBack)) {
+  if (!destination->store(file, readsBack)) {
     throw MediaError(cannotWrite(file) + "not all of it could be written (check the free space)");
   }
   std::vector<std::string> notes;
