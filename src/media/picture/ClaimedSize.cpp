@@ -5,6 +5,7 @@
 #include <string>
 #include <system_error>
 
+#include "media/picture/Picture.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
@@ -119,6 +120,18 @@ void requirePossibleHeader(const std::filesystem::path& file, FileBytes& bytes) 
   } catch (const EndOfFile&) {
     // Left to the decoder, which has an error for it.
   }
+}
+
+void requirePossibleSize(const std::filesystem::path& file, std::int64_t width,
+                         std::int64_t height) {
+  constexpr auto kMostPixels = static_cast<std::int64_t>(Picture::kMaxPixels);
+  if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
+      width * height <= kMostPixels) {
+    return;
+  }
+  throw MediaError(cannotRead(file) + "a size of " + std::to_string(width) + "x" +
+                   std::to_string(height) + " is not possible (use at most " +
+                   std::to_string(kMostPixels) + " pixels)");
 }
 
 void requireBytesFor(const std::filesystem::path& file, std::string_view format,

@@ -14,6 +14,10 @@ namespace lomix::media {
 /// file. Throws MediaError where the file, whose bytes these are, is too short for what it claims.
 void requirePossibleHeader(const std::filesystem::path& file, FileBytes& bytes);
 
+/// Throws MediaError, which names the file, for a size that a Picture cannot have.
+void requirePossibleSize(const std::filesystem::path& file, std::int64_t width,
+                         std::int64_t height);
+
 /// Throws MediaError where the file is too short for a picture of that size. To be called before
 /// memory is reserved for it. format, compression: OpenImageIO's names, empty where they are not
 /// known; pixelBytes: of all pixels, in the file's own number of bits. Small pictures always pass.

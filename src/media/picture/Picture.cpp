@@ -70,6 +70,17 @@ bool isTranslucent(const Picture& picture) {
   return false;
 }
 
+void unpremultiply(Picture& picture) {
+  for (int y = 0; y < picture.height(); ++y) {
+    const std::span<float> row = picture.row32(y);
+    for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
+      const float alpha = row[i];
+      if (alpha == 0.0f || alpha == 1.0f) continue;
+      for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] /= alpha;
+    }
+  }
+}
+
 Picture reduced(Picture picture, int factorX, int factorY) {
   if (factorX == 1 && factorY == 1) return picture;
   if (picture.depth() == 8)

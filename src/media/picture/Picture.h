@@ -88,6 +88,9 @@ Picture toDepth(Picture picture, int depth);
 /// Returns whether a pixel has an alpha other than opaque.
 bool isTranslucent(const Picture& picture);
 
+/// Divides the colours of a picture of depth 32 by alpha, where that is neither 0 nor 1.
+void unpremultiply(Picture& picture);
+
 /// Returns the picture at 1/factorX by 1/factorY of its size, rounded up. Each pixel is the average
 /// of a block, colours weighted by alpha. Factors are from 1. Unequal factors change the pixel
 /// aspect.

@@ -81,17 +81,6 @@ Encoding encodingOf(const std::string& format, const OIIO::ImageSpec& spec, Stor
   return isFloat || format == "hdr" ? Encoding::Linear : Encoding::Display;
 }
 
-void unpremultiply(Picture& picture) {
-  for (int y = 0; y < picture.height(); ++y) {
-    const std::span<float> row = picture.row32(y);
-    for (std::size_t i = 0; i < row.size(); i += Picture::kChannels) {
-      const float alpha = row[i];
-      if (alpha == 0.0f || alpha == 1.0f) continue;
-      for (std::size_t c = 1; c < Picture::kChannels; ++c) row[i + c] /= alpha;
-    }
-  }
-}
-
 /// Reads one opened file.
 class Reader {
  public:
@@ -109,8 +98,8 @@ class Reader {
     choosePart();
     if (spec_.full_width < 1) spec_.full_width = spec_.width;
     if (spec_.full_height < 1) spec_.full_height = spec_.height;
-    requirePossibleSize(spec_.width, spec_.height);
-    requirePossibleSize(spec_.full_width, spec_.full_height);
+    requirePossibleSize(file_, spec_.width, spec_.height);
+    requirePossibleSize(file_, spec_.full_width, spec_.full_height);
     requireBytesFor(file_, input_->format_name(),
                     lowerCase(spec_.get_string_attribute("compression")), spec_.width, spec_.height,
                     spec_.image_bytes(true));
@@ -227,17 +216,6 @@ class Reader {
     metadata.width = picture.width();
     metadata.height = picture.height();
     return metadata;
-  }
-
-  /// Throws what Picture's constructor would throw, but with the name of the file.
-  void requirePossibleSize(int width, int height) const {
-    if (width >= 1 && height >= 1 && width <= Picture::kMaxSide && height <= Picture::kMaxSide &&
-        static_cast<std::size_t>(width) * static_cast<std::size_t>(height) <= Picture::kMaxPixels) {
-      return;
-    }
-    throw MediaError(cannotRead(file_) + "a size of " + std::to_string(width) + "x" +
-                     std::to_string(height) + " is not possible (use at most " +
-                     std::to_string(Picture::kMaxPixels) + " pixels)");
   }
 
   /// Reads the channels as From, converts them to To and places them at their offset in the frame.
