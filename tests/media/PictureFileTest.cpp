@@ -279,7 +279,7 @@ TEST_F(PictureFile, DamagedAndMissingInputsAreErrorsOfOneLine) {
   write(path("text.png"), "This is not a picture.\n");
   // The header says 65535 by 65535 pixels of 32 bits; no data follows.
   write(path("vast.tga"), std::string("\0\0\2\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\x20\x08", 18));
-  for (const std::string extension : {".png", ".jpg", ".exr", ".tif"}) {
+  for (const std::string extension : {".png", ".jpg", ".exr", ".tif", ".bmp"}) {
     Picture picture = colourful();
     writePicture(picture, path("whole" + extension), false);
     const std::string bytes = read(path("whole" + extension));

@@ -1,6 +1,8 @@
 #include "media/picture/ClaimedSize.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <system_error>
@@ -57,6 +59,20 @@ void requirePossibleDpx(const std::filesystem::path& file, FileBytes& bytes, boo
   const std::uint64_t userData = bytes.number(32, 4);
   if (userData == kUnknown || bytes.has(0, userData)) return;
   refuse(file, std::to_string(userData) + " bytes of user data");
+}
+
+void requirePossiblePng(const std::filesystem::path& file, FileBytes& bytes) {
+  // Channels of the types of colour: grey, none, RGB, palette, grey with alpha, none, RGBA.
+  constexpr std::array<std::uint64_t, 7> kChannels{1, 1, 3, 1, 2, 1, 4};
+  bytes.setBigEndian(true);
+  const auto width = static_cast<std::int64_t>(bytes.number(16, 4));
+  const auto height = static_cast<std::int64_t>(bytes.number(20, 4));
+  requirePossibleSize(file, width, height);
+  const std::uint64_t bits = bytes.number(24, 1);
+  const std::uint64_t type = std::min<std::uint64_t>(bytes.number(25, 1), kChannels.size() - 1);
+  const std::uint64_t pixels =
+      static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  requireBytesFor(file, "png", "", width, height, pixels * bits * kChannels.at(type) / 8);
 }
 
 /// The greatest factor by which decoding enlarges a file of a format. compression: "" for every one
@@ -116,6 +132,7 @@ void requirePossibleHeader(const std::filesystem::path& file, FileBytes& bytes) 
   try {
     const std::string start = bytes.text(0, 4);
     if (start.starts_with("\xff\xd8")) return requirePossibleJpeg(file, bytes);
+    if (start == "\x89PNG") return requirePossiblePng(file, bytes);
     if (start == "SDPX" || start == "XPDS") requirePossibleDpx(file, bytes, start == "SDPX");
   } catch (const EndOfFile&) {
     // Left to the decoder, which has an error for it.

@@ -10,8 +10,9 @@
 
 namespace lomix::media {
 
-/// Checks the header of a JPEG or DPX file, whose decoders reserve memory already when they open a
-/// file. Throws MediaError where the file, whose bytes these are, is too short for what it claims.
+/// Checks the header of a JPEG, PNG or DPX file, whose decoders may reserve memory already when
+/// they open a file. Throws MediaError where the file, whose bytes these are, is too short for what
+/// it claims.
 void requirePossibleHeader(const std::filesystem::path& file, FileBytes& bytes);
 
 /// Throws MediaError, which names the file, for a size that a Picture cannot have.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 #include <system_error>
 
@@ -83,10 +84,27 @@ bool isCutTiff(FileBytes& bytes) {
   return false;
 }
 
-/// Returns whether a PNG or TIFF file ends before its pixels do.
+/// Returns whether an uncompressed BMP file ends before its pixels do. Throws EndOfFile for a
+/// damaged header.
+bool isCutBmp(FileBytes& bytes) {
+  if (bytes.text(0, 2) != "BM") return false;
+  bytes.setBigEndian(false);
+  constexpr std::uint64_t kBitFields = 3;
+  const std::uint64_t headerSize = bytes.number(14, 4);
+  const std::uint64_t compression = bytes.number(30, 4);
+  if (headerSize < 40 || (compression != 0 && compression != kBitFields)) return false;
+  const std::uint64_t rowBits = bytes.number(18, 4) * bytes.number(28, 2);
+  // Negative where the first row is the upper one.
+  const auto height = static_cast<std::int32_t>(bytes.number(22, 4));
+  const auto rows = static_cast<std::uint64_t>(std::abs(std::int64_t{height}));
+  return rows > 0 && !bytes.has(bytes.number(10, 4),
+                                (rows - 1) * ((rowBits + 31) / 32 * 4) + (rowBits + 7) / 8);
+}
+
+/// Returns whether a PNG, TIFF or BMP file ends before its pixels do.
 bool isCut(FileBytes& bytes) {
   try {
-    return isCutPng(bytes) || isCutTiff(bytes);
+    return isCutPng(bytes) || isCutTiff(bytes) || isCutBmp(bytes);
   } catch (const EndOfFile&) {
     // Left to the image library, which has an error for it.
     return false;
