@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-windows=(g++-mingw-w64-x86-64-posix wine wine64 libstb-dev googletest wixl msitools faketime)
+windows=(g++-mingw-w64-x86-64-posix wine wine64 googletest wixl msitools faketime)
 # The packages that tools/check_windows.sh needs.
 if [ "${1:-}" = --list-windows ]; then
   echo "${windows[@]}"

@@ -130,8 +130,7 @@ class Report {
         {"arguments", options_.arguments}, {"engine", options_.byPlugin ? "plugin" : "rows"},
         {"threads", options_.threads},     {"settings", settingsOf(renderer_.parameters(), look_)}};
     if (const std::optional<int> quality = route_.jpegQuality; quality && !kept) {
-      report["jpeg"] = {{"quality", *quality},
-                        {"chromaSubsampling", media::jpegSubsampling(*quality)}};
+      report["jpeg"] = {{"quality", *quality}, {"chromaSubsampling", media::kJpegSubsampling}};
     }
     if (!renderer_.colours().empty()) report["colour"] = renderer_.colours();
     if (options_.route.share) report["share"] = share();

@@ -124,7 +124,7 @@ TEST_F(PictureOutput, QualityIsInTheReportAndConcernsTheJpegsOfAFolder) {
     return nlohmann::json::parse(read(path(name)))["jpeg"];
   };
   EXPECT_EQ(jpeg("a.json"),
-            (nlohmann::json{{"quality", 95}, {"chromaSubsampling", media::jpegSubsampling(95)}}));
+            (nlohmann::json{{"quality", 95}, {"chromaSubsampling", media::kJpegSubsampling}}));
   EXPECT_EQ(jpeg("b.json")["quality"], 20);
   EXPECT_LT(std::filesystem::file_size(path("b.jpg")),
             std::filesystem::file_size(path("a.jpg")) / 2);

@@ -2,7 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#ifdef _WIN32
+#include <process.h>
+#else
 #include <stdlib.h>
+#endif
 
 #include <filesystem>
 #include <fstream>
@@ -16,9 +20,16 @@ namespace lomix {
 class ScratchFolder : public testing::Test {
  protected:
   ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "lomix-test-XXXXXX").string();
+    const std::string start = (std::filesystem::temp_directory_path() / "lomix-test-").string();
+#ifdef _WIN32
+    // Such tests run one after another in their process.
+    folder_ = start + std::to_string(_getpid());
+    if (!std::filesystem::create_directory(folder_)) throw std::runtime_error("no scratch folder");
+#else
+    std::string name = start + "XXXXXX";
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch folder");
     folder_ = name;
+#endif
   }
   ~ScratchFolder() override { std::filesystem::remove_all(folder_); }
 

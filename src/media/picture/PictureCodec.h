@@ -1,6 +1,7 @@
 // Interface to the library that decodes and encodes pictures. A build links one implementation:
-// OpenImageIO (ReadPicture.cpp, WritePicture.cpp) or stb (BasicCodec.cpp). For src/media only. All
-// functions throw MediaError, and std::bad_alloc when memory runs out.
+// OpenImageIO (ReadPicture.cpp, WritePicture.cpp) or the imaging component of Windows
+// (WindowsRead.cpp, WindowsWrite.cpp). For src/media only. All functions throw MediaError, and
+// std::bad_alloc when memory runs out.
 #pragma once
 
 #include <filesystem>

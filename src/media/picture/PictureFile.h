@@ -1,5 +1,6 @@
 // Reads and writes picture files: PNG, JPEG, TIFF, OpenEXR and all others that OpenImageIO
-// supports.
+// supports. Basic builds, for Windows, have the formats of its imaging component instead and keep
+// no attributes.
 #pragma once
 
 #include <filesystem>
@@ -25,9 +26,9 @@ Picture readPicture(const std::filesystem::path& file, const std::string& extens
 
 /// The quality of JPEG files, 1 to 100, where none is chosen.
 inline constexpr int kJpegQuality = 95;
-/// Returns how JPEG files of that quality store colours: "4:4:4" for full resolution, "4:2:0" for
-/// half.
-std::string jpegSubsampling(int quality);
+/// How JPEG files store colours: at full resolution. The effect shifts single rows, which half of
+/// it would smear.
+inline constexpr const char* kJpegSubsampling = "4:4:4";
 
 /// How to write a picture.
 struct PictureOutput {

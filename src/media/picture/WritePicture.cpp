@@ -150,7 +150,7 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
   if (withAlpha && !premultiplied) spec.attribute("oiio:UnassociatedAlpha", 1);
   if (format == "jpeg") {
     spec.attribute("CompressionQuality", quality);
-    spec.attribute("jpeg:subsampling", jpegSubsampling(quality));
+    spec.attribute("jpeg:subsampling", kJpegSubsampling);
   }
   return spec;
 }
@@ -229,9 +229,6 @@ std::string formatOf(const std::string& extension) {
   const std::unique_ptr<OIIO::ImageOutput> output = createWriterFor(extension);
   return output ? output->format_name() : "";
 }
-
-// The effect shifts single rows, which half the resolution would smear.
-std::string jpegSubsampling(int) { return "4:4:4"; }
 
 void requireWritableFormat(const fs::path& file) { createWriter(file); }
 
