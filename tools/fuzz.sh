@@ -2,8 +2,8 @@
 # Usage: tools/fuzz.sh TARGET[,TARGET...] SECONDS [LIBFUZZER OPTIONS...]
 # Builds fuzzers and lets each of them run for that time, as many at once as there are processors:
 # presets, options, command, module, library, pictures, video. They begin with the inputs of tests/fuzz/corpus and
-# with what earlier runs found worth keeping in build/fuzz/corpus. Where a fault is found, its input is
-# in build/fuzz/found: mend the fault and add the input to tests/fuzz/corpus, which every build replays.
+# with what earlier runs found worth keeping in build/asan/fuzz/corpus. Where a fault is found, its input
+# is in build/asan/fuzz/found: mend the fault and add the input to tests/fuzz/corpus, which every build replays.
 # Skipped where the compiler and the fuzzers' runtime cannot be installed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,7 +12,7 @@ if [ $# -lt 2 ]; then
   echo "error: fuzz.sh: expected fuzzers and a time (tools/fuzz.sh presets,module 60)" >&2
   exit 2
 fi
-if ! tools/setup.sh clang-16 libclang-rt-16-dev; then
+if ! tools/setup.sh clang-16 libclang-rt-16-dev llvm-16; then
   echo "SKIPPED (fuzz): the compiler or the runtime of the fuzzers cannot be installed"
   exit 0
 fi
@@ -20,17 +20,17 @@ IFS=, read -ra fuzzers <<<"$1"
 seconds=$2
 shift 2
 
-tools/build.sh fuzz --target "${fuzzers[@]/#/fuzz_}"
+tools/build.sh asan --target "${fuzzers[@]/#/fuzz_}"
 
 fuzz() {
   local fuzzer=$1 seconds=$2
   shift 2
-  local folder=build/fuzz log=build/fuzz/$fuzzer.log options=()
+  local folder=build/asan/fuzz log=build/asan/fuzz/$fuzzer.log options=()
   # Inputs of a module are long before they do anything.
   [ "$fuzzer" != module ] || options=(-len_control=0 -max_len=1400)
   mkdir -p "$folder/corpus/$fuzzer" "$folder/found"
   # Mask 3: what the tested code prints is dropped, and not what the fuzzer and the sanitizers report.
-  if "$folder/tests/fuzz_$fuzzer" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=3000 \
+  if "build/asan/tests/fuzz_$fuzzer" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=3000 \
     -close_fd_mask=3 -print_final_stats=1 -artifact_prefix="$PWD/$folder/found/$fuzzer-" \
     "${options[@]}" "$@" "$PWD/$folder/corpus/$fuzzer" "$PWD/tests/fuzz/corpus/$fuzzer" \
     >"$log" 2>&1; then

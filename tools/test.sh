@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers, and runs every test in both builds; then those tests of the row engine,
+# undefined-behaviour sanitizers of Clang, and runs every test in both builds; then those tests of the row engine,
 # the library, the plug-ins and the pipeline that use several threads with the thread sanitizer; then fuzzers
 # for 20 seconds each, where their compiler can be installed; then the Windows
 # build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
@@ -29,11 +29,16 @@ fi
 
 tools/setup.sh $(tools/setup_packaging.sh --list-windows) ||
   echo "note: what builds and runs for Windows cannot be installed here" >&2
-for preset in dev asan; do
+sanitized=asan
+if ! tools/setup.sh clang-16 libclang-rt-16-dev llvm-16; then
+  echo "note: Clang cannot be installed here; the sanitizers are those of GCC" >&2
+  sanitized=asan-gcc
+fi
+for preset in dev "$sanitized"; do
   tools/build.sh "$preset"
 done
 tools/build.sh tsan --target lomix_engine_tests library_test ofx_test frei0r_test pipeline_test
-for preset in dev asan; do
+for preset in dev "$sanitized"; do
   echo "Testing ($preset)..."
   ctest --preset "$preset" -j "$(nproc)" --output-on-failure "$@"
 done

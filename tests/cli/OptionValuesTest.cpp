@@ -156,7 +156,7 @@ TEST(Shares, AreTextsAndListsThatReadBack) {
     EXPECT_EQ(parseFrames(c.text).numbers, c.frames) << c.text;
   }
   // Blocks are as even as possible, and those of the segments of films.
-  for (const std::size_t total : {1, 2, 7, 100, 101}) {
+  for (const std::size_t total : {1U, 2U, 7U, 100U, 101U}) {
     for (const std::int64_t count : {1, 2, 3, 7, 50, 150}) {
       for (std::size_t place = 0; place < total; ++place) {
         const auto at = static_cast<std::int64_t>(place);

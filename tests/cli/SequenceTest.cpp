@@ -179,7 +179,7 @@ TEST_F(Sequence, ProcessesThatShareAFolderAllSucceedAndItIsWhole) {
   expectDone(render({"in.####.png", "good.####.png"}));
   const std::vector<std::string> shared =
       render({"in.####.png", "out.####.png", "--skip-existing", "--threads", "2"});
-  for (const std::size_t count : {2, 2, 2, 4, 4, 4}) {
+  for (const std::size_t count : {2U, 2U, 2U, 4U, 4U, 4U}) {
     std::vector<pid_t> processes(count);
     for (pid_t& process : processes) process = start(shared);
     for (const pid_t process : processes) {

@@ -186,7 +186,7 @@ TEST_F(KeptContent, PartsOfOtherSizesAndTilesStayAroundTheOneWithColours) {
   const std::vector<Part> in = readExr("in.exr");
   const std::vector<Part> out = readExr("out.exr");
   ASSERT_EQ(out.size(), 3);
-  for (const std::size_t i : {0, 2}) {
+  for (const std::size_t i : {0U, 2U}) {
     EXPECT_EQ(out[i].bytes, in[i].bytes) << i;
     EXPECT_EQ(out[i].spec.get_string_attribute("compression"),
               in[i].spec.get_string_attribute("compression"));

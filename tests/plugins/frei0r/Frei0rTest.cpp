@@ -337,7 +337,7 @@ TEST(Frei0r, EverySizeAndAlignment) {
     const Instance instance(size.width, size.height);
     instance.set(0, "late-night-channel");
     const Pixels frame = expected(look.get(), 3, 2, source, size.width, size.height);
-    for (const std::size_t shift : {0, 1, 3}) {
+    for (const std::size_t shift : {0U, 1U, 3U}) {
       EXPECT_EQ(instance.draw(1.5, source, shift), frame) << size.width << " x " << size.height;
     }
   }
