@@ -241,12 +241,12 @@ ordered_json toJson(const Preset& preset, const ParameterTable& table) {
 }
 
 std::string presetText(const Preset& preset, const ParameterTable& table) {
-  // As they are read: bytes that are not UTF-8 become a character of three bytes each.
-  const auto written = [](const std::string& line) {
-    return ordered_json::parse(leafText(line)).get<std::string>();
-  };
-  requirePresetLine("name", written(preset.name));
-  requirePresetLine("description", written(preset.description));
+  for (const auto& [what, line] :
+       {std::pair{"name", preset.name}, std::pair{"description", preset.description}}) {
+    requirePresetLine(what, line);
+    // As it is read: bytes that are not UTF-8 become a character of three bytes each.
+    requirePresetLine(what, LocatedJson(leafText(line), what).root().text);
+  }
   return textOf(preset, table);
 }
 
