@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config ccache git python3 python3-jsonschema python3-markdown clang-format
   libopenimageio-dev libopenexr-dev libexiv2-dev libcairo2-dev libfontconfig-dev fonts-dejavu-core
-  libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+  libcli11-dev libcpp-httplib-dev nlohmann-json3-dev libgtest-dev libgmock-dev
   libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswscale-dev libwebp-dev ffmpeg melt
   qemu-user strace
   parallel python3-yaml shellcheck

@@ -48,7 +48,11 @@ class Parser {
         "  lomix params\n\n"
         "'lomix COMMAND --help' lists the options of one command. Exit codes: 0 done, 1 a read,\n"
         "write or render failed, 2 wrong usage, 3 some frames failed and the rest are there, 130\n"
-        "interrupted.\n");
+        "interrupted.\n"
+#if !defined(LOMIX_PREVIEW)
+        "\nThis build has no 'lomix preview', the page in the browser.\n"
+#endif
+    );
     // In the order of the help text.
     commands_ = {
       addRenderCommand(app_),
@@ -60,6 +64,9 @@ class Parser {
       addSheetCommand(app_),
       addCompareCommand(app_),
       addPlotCommand(app_),
+#endif
+#if defined(LOMIX_PREVIEW)
+      addPreviewCommand(app_),
 #endif
       addInspectCommand(app_),
       addTestCardCommand(app_),

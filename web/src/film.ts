@@ -38,19 +38,20 @@ export class Film {
   }
 
   /** Returns whether a file's type or name is a film's. */
-  static isFilm(file: File): boolean {
+  static isFilm(file: { name: string; type: string }): boolean {
     return file.type.startsWith("video/") || /\.(mp4|m4v|mov|mkv|avi|webm|ogv|mpe?g)$/i.test(file.name);
   }
 
-  /** Opens a film. Throws Error where the browser cannot decode it. */
-  static async open(file: File): Promise<Film> {
+  /** Opens a film, a file or an address of this page's server. Throws Error where the browser cannot decode it. */
+  static async open(name: string, from: File | string): Promise<Film> {
     const video = make("video", { playsInline: true, preload: "auto" });
     const film = new Film(video, false);
-    film.address = video.src = URL.createObjectURL(file);
+    if (typeof from === "string") video.src = from;
+    else film.address = video.src = URL.createObjectURL(from);
     const known = (await eventOf(video, "loadeddata", 30_000)) && video.videoWidth > 0;
     if (known) return film;
     film.close();
-    throw new Error(`${file.name}: this browser cannot decode it (try MP4 with H.264, or WebM; the lomix command reads more)`);
+    throw new Error(`${name}: this browser cannot decode it (try MP4 with H.264, or WebM; the lomix command reads more)`);
   }
 
   /** Opens the camera. Throws Error where that is not allowed. */

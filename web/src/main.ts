@@ -31,6 +31,12 @@ function run(task: Promise<unknown>): void {
   task.catch(showError);
 }
 
+async function fetchFile(address: string, name: string): Promise<Blob> {
+  const response = await fetch(address);
+  if (!response.ok) throw new Error(`${name}: it cannot be read (reload the page, or open the file again)`);
+  return response.blob();
+}
+
 class App {
   private readonly parameters;
   private readonly controls: Controls;
@@ -90,7 +96,9 @@ class App {
     this.showFlicker();
     this.history = new looks.History(this.presetStates.get("weak-aerial") ?? this.look);
     this.lookChanged();
-    await this.openSample("scene.jpg");
+    const served = options.get("preview");
+    if (served) await this.openServed(served).catch(showError);
+    if (!this.source) await this.openSample("scene.jpg");
     await this.openLink();
     addEventListener("hashchange", () => run(this.openLink()));
     if (!this.calm.matches) this.player.play();
@@ -108,15 +116,20 @@ class App {
       await this.openPicture(file, file.name);
       say(`The first of ${files.length} files is open. "Many pictures…" draws all of them with this look.`);
     } else if (Film.isFilm(file)) {
-      await this.openFilm(file);
+      await this.openFilm(file.name, file);
     } else {
       await this.openPicture(file, file.name);
     }
   }
 
   private async openSample(name: string): Promise<void> {
-    const response = await fetch(name);
-    await this.openPicture(await response.blob(), name);
+    await this.openPicture(await fetchFile(name, name), name);
+  }
+
+  // The file of "lomix preview". A film is not copied: the browser reads what it plays.
+  private async openServed(name: string): Promise<void> {
+    if (Film.isFilm({ name, type: "" })) return this.openFilm(name, "file");
+    await this.openFiles([new File([await fetchFile("file", name)], name)]);
   }
 
   private async openPicture(file: Blob, name: string): Promise<void> {
@@ -126,11 +139,11 @@ class App {
     say(bits > 8 ? `${name} has ${bits} bits a channel; this page draws 8 (the lomix command keeps them).` : "");
   }
 
-  private async openFilm(file: File): Promise<void> {
-    say(`Opening ${file.name}…`);
-    const film = await Film.open(file);
+  private async openFilm(name: string, from: File | string): Promise<void> {
+    say(`Opening ${name}…`);
+    const film = await Film.open(name, from);
     const rate = await film.findRate();
-    this.setSource({ name: file.name, width: film.width, height: film.height, bits: 8, film }, rate);
+    this.setSource({ name, width: film.width, height: film.height, bits: 8, film }, rate);
     say("");
   }
 
@@ -476,4 +489,5 @@ if (options.has("bench")) {
 } else {
   run(description.then((found) => new App(worker, found).start()));
 }
-if ("serviceWorker" in navigator) navigator.serviceWorker.register("service.js").catch(() => undefined);
+// The server of "lomix preview" ends, and another address follows: there is nothing to keep.
+if ("serviceWorker" in navigator && !options.has("preview")) navigator.serviceWorker.register("service.js").catch(() => undefined);

@@ -1,7 +1,8 @@
 // The page in Chromium, served from a folder below the root of a static server.
 
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
+import { execFileSync, spawn } from "node:child_process";
+import { once } from "node:events";
 import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { createServer, type Server } from "node:http";
 import type { AddressInfo } from "node:net";
@@ -47,6 +48,8 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   let context: BrowserContext;
   let page: Page;
   let faults: string[];
+  // Where the page may request files.
+  let home: string;
 
   before(async () => {
     mkdirSync(pictures, { recursive: true });
@@ -67,6 +70,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   async function open(options: BrowserContextOptions & { at?: string } = {}): Promise<void> {
     await context?.close();
     faults = [];
+    home = address;
     context = await browser.newContext({ reducedMotion: "reduce", acceptDownloads: true, ...options });
     // For machines that are busy with other tests.
     context.setDefaultTimeout(90_000);
@@ -76,7 +80,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     });
     page.on("pageerror", (error) => faults.push(String(error)));
     page.on("request", (request) => {
-      if (!request.url().startsWith(address) && !request.url().startsWith("blob:")) faults.push(`request: ${request.url()}`);
+      if (!request.url().startsWith(home) && !request.url().startsWith("blob:")) faults.push(`request: ${request.url()}`);
     });
     await page.goto(address + (options.at ?? ""));
     await page.locator("#facts").filter({ hasText: "ms" }).waitFor();
@@ -381,6 +385,25 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     }
     await openCard();
     assert.match((await page.textContent("#facts"))!, /^1280 × 720/);
+  });
+
+  test("lomix preview serves the page, and the page opens its film and its preset", async () => {
+    run("testcard", "still.png", "--size", "160x90", "--overwrite");
+    run("render", "still.png", "served.webm", "--frames", "0-11", "--fps", "25", "--overwrite", "--quiet");
+    writeFileSync(join(scratch, "served.json"), run("presets", "--show", "snow"));
+    for (const [file, line] of [["served.webm", /^lomix render served\.webm /], ["served.json", /--preset snow/]] as const) {
+      const command = spawn(lomix, ["preview", file, "--no-open"], {
+        cwd: scratch, env: { ...process.env, LOMIX_WEB_DIR: pageFolder }, stdio: ["ignore", "pipe", "inherit"],
+      });
+      const [printed] = (await once(command.stdout, "data")) as [Buffer];
+      home = printed.toString().split("?")[0]!;
+      await page.goto(printed.toString().trim());
+      await page.waitForFunction((text) => new RegExp(text).test(document.querySelector<HTMLTextAreaElement>("#command")!.value), line.source);
+      await settled();
+      assert.deepEqual(faults, []);
+      command.kill();
+      assert.deepEqual(await once(command, "exit"), [0, null]);
+    }
   });
 
   test("a link that is not valid is refused in one sentence", async () => {

@@ -31,6 +31,8 @@ Command addShellFilesCommand(CLI::App& lomix);
 Command addSheetCommand(CLI::App& lomix);
 Command addCompareCommand(CLI::App& lomix);
 Command addPlotCommand(CLI::App& lomix);
+// Only in builds with an HTTP server (LOMIX_PREVIEW).
+Command addPreviewCommand(CLI::App& lomix);
 
 /// Adds a subcommand. declare: adds its options to the subcommand's parser, which writes the parsed
 /// values to the Options; run: does the work with them.
