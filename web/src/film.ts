@@ -2,11 +2,7 @@
 
 import { make } from "./dom.js";
 import type { FrameRate } from "./look.js";
-
-/** Rates that films have, the usual one for pictures first. */
-export const frameRates: FrameRate[] = [
-  [24, 1], [24000, 1001], [25, 1], [30000, 1001], [30, 1], [50, 1], [60000, 1001], [60, 1],
-].map(([numerator, denominator]) => ({ numerator: numerator!, denominator: denominator! }));
+import { frameRates, rateOfTimes } from "./rate.js";
 
 function eventOf(video: HTMLVideoElement, name: string, milliseconds: number): Promise<boolean> {
   return new Promise((resolve) => {
@@ -83,25 +79,30 @@ export class Film {
     this.onFrame = show;
   }
 
-  /** Plays some frames without sound to find out how long they last. Returns the known rate that is nearest. */
+  /** Plays some frames slowly and without sound, and looks at some that come later, to find out how long they last.
+   *  Returns the known rate that fits. */
   async findRate(): Promise<FrameRate> {
     const { video } = this;
     const times: number[] = [];
-    const muted = video.muted;
-    video.muted = true;
+    const { muted, playbackRate } = video;
     const before = this.onFrame;
+    video.muted = true;
+    // Fewer frames are left out.
+    video.playbackRate = 0.5;
     this.onFrame = (seconds) => times.push(seconds);
     await video.play().catch(() => undefined);
-    for (let i = 0; i < 40 && times.length < 12; ++i) await new Promise((resolve) => setTimeout(resolve, 50));
+    for (let i = 0; i < 60 && times.length < 12; ++i) await new Promise((resolve) => setTimeout(resolve, 50));
     video.pause();
+    for (const seconds of [1.7, 4.1, 9.3, 16.9, Math.min(this.duration - 0.15, 30)]) {
+      if (seconds < 1 || seconds > this.duration - 0.1) continue;
+      const known = times.length;
+      await this.seek(seconds);
+      for (let i = 0; i < 10 && times.length === known; ++i) await new Promise((resolve) => setTimeout(resolve, 50));
+    }
     this.onFrame = before;
     await this.seek(0);
-    video.muted = muted;
-    // Frames may be left out while playing: the shortest distance is a frame's.
-    const shortest = Math.min(...times.slice(1).map((time, i) => time - times[i]!).filter((distance) => distance > 0.001));
-    const distance = (rate: FrameRate) => Math.abs(Math.log((shortest * rate.numerator) / rate.denominator));
-    if (!Number.isFinite(shortest)) return frameRates[0]!;
-    return frameRates.reduce((best, rate) => (distance(rate) < distance(best) ? rate : best));
+    Object.assign(video, { muted, playbackRate });
+    return rateOfTimes(times) ?? frameRates[0]!;
   }
 
   /** Goes to a time; resolves when its frame can be drawn. */

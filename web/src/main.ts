@@ -3,12 +3,13 @@
 import { Controls } from "./controls.js";
 import { element, onPress, setPressed } from "./dom.js";
 import type { Description, Key, LookState } from "./engine.js";
-import { Film, frameRates } from "./film.js";
+import { Film } from "./film.js";
 import { Gallery } from "./gallery.js";
 import * as looks from "./look.js";
 import { Player } from "./player.js";
 import { drawPlot } from "./plot.js";
 import type { DrawnFrame, WorkerApi } from "./protocol.js";
+import { frameRates } from "./rate.js";
 import { remote, type Remote } from "./rpc.js";
 import { Saver, type Source } from "./save.js";
 import { Timeline } from "./timeline.js";

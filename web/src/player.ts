@@ -1,8 +1,9 @@
 // The clock: which frame is shown, and when the next one is due.
 
 import { element, onPress } from "./dom.js";
-import { frameRates, type Film } from "./film.js";
+import type { Film } from "./film.js";
 import { secondsOf, type FrameRate } from "./look.js";
+import { frameRates } from "./rate.js";
 
 export class Player {
   /** The frame that is shown, from 0. */
