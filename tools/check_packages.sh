@@ -94,6 +94,7 @@ for engine in rows reference; do
   use_library "$work/prefix"
 done
 diff -rq presets "$work/prefix/share/lomix/presets" || fail "install.sh leaves presets out"
+diff -rq dist/web "$work/prefix/share/lomix/web" || fail "install.sh leaves files of the browser page out"
 cmp "$tree/lib/lomix/reference/Lomix.so" "$work/prefix/lib/lomix/Lomix.so"
 "$tree/install.sh" --remove "$work/prefix" >/dev/null
 [ ! -e "$work/prefix" ] || fail "install.sh --remove left files"

@@ -42,12 +42,18 @@ def ask(*command):
 def version(component):
     if "debian" in component:
         return ask("dpkg-query", "-W", "-f", "${Version}", component["debian"])
+    if "npm" in component:
+        locked = json.loads((ROOT / "web/package-lock.json").read_text(encoding="utf-8"))
+        return locked["packages"][f"node_modules/{component['npm']}"]["version"]
     return json.loads((COMPILER / "package.json").read_text(encoding="utf-8"))["version"]
 
 
 def licence_text(component):
     if "debian" in component:
         file = pathlib.Path("/usr/share/doc", component["debian"], "copyright")
+    elif "npm" in component:
+        folder = ROOT / "web/node_modules" / component["npm"]
+        file = next(f for f in sorted(folder.iterdir()) if f.name.lower().startswith("licen"))
     else:
         file = COMPILER / "lib" / component["file"]
     return file.read_text(encoding="utf-8")

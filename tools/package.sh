@@ -123,6 +123,7 @@ package_macos() {
 
 package_linux() {
   make_bundle
+  tools/web.sh --build-only >"$stage/web.log" || { cat "$stage/web.log" >&2; exit 1; }
   build_linux lomix Lomix Lomix_reference lomix_shared lomix_static lomix_frei0r
   tools/describe_packages.py check "$linux_build/bin/lomix"
 

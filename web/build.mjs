@@ -51,6 +51,13 @@ await cp(join(images, "scene.jpg"), join(output, "scene.jpg"));
 const packages = new Set([...(await bundle("main", "esm")), ...(await bundle("worker", "iife"))]);
 await writeFile(join(output, "licences.txt"), await licences(packages));
 
+// The packages' list of licences is made from this table.
+const { contained } = JSON.parse(await readFile(join(web, "../packaging/components.json"), "utf8"));
+const listed = contained.flatMap(({ npm }) => npm ?? []);
+if ([...packages].sort().join() !== listed.sort().join()) {
+  throw new Error(`packaging/components.json: it has ${listed}, but the page is made with ${[...packages]} (correct it)`);
+}
+
 const files = (await readdir(output)).sort();
 const hash = createHash("sha256");
 for (const file of files) hash.update(file).update(await readFile(join(output, file)));

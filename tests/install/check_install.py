@@ -152,20 +152,24 @@ target_link_libraries(ppm_static PRIVATE Lomix::lomix_static)
 
 
 def check_command(folder, build):
-    """The command's component has the command, its presets, completion scripts, manual page and metadata."""
+    """The command's component has the command, its presets, the browser page where it was built, completion
+    scripts, manual page and metadata."""
     prefix = folder / "command"
     run("cmake", "--install", build, "--prefix", prefix, "--component", "command")
     share = prefix / "share"
     metainfo = "metainfo/org.lomix.lomix.metainfo.xml"
     presets = {f"lomix/presets/{file.name}" for file in (ROOT / "presets").glob("*.json")}
-    wanted = presets | {"bash-completion/completions/lomix", "zsh/site-functions/_lomix",
+    page = {f"lomix/web/{file.name}": file for file in (ROOT / "dist/web").glob("*")}
+    wanted = presets | page.keys() | {"bash-completion/completions/lomix", "zsh/site-functions/_lomix",
                         "fish/vendor_completions.d/lomix.fish", "man/man1/lomix.1", metainfo}
     found = {file.relative_to(share).as_posix() for file in share.rglob("*") if file.is_file()}
     if found != wanted:
         sys.exit(f"share: missing {sorted(wanted - found)}, too many {sorted(found - wanted)}")
     # They are this command's.
     run(prefix / "bin/lomix", "shell-files", folder / "again")
-    for file in wanted - presets - {metainfo}:
+    for name, file in page.items():
+        same(share / name, file)
+    for file in wanted - presets - page.keys() - {metainfo}:
         same(share / file, folder / "again" / file)
 
 
