@@ -82,7 +82,7 @@ class App {
     this.gallery = new Gallery(description.presets, (preset) => this.choosePreset(preset.id));
     this.viewer = new Viewer(() => this.draw());
     this.player = new Player(() => this.frameChanged());
-    this.saver = new Saver(worker, { say, showError });
+    this.saver = new Saver(worker, { say, showError }, () => this.showBusy());
     this.json = looks.presetJson(this.look, this.parameters);
     this.connectButtons();
     this.connectFiles();
@@ -110,6 +110,7 @@ class App {
   private async openFiles(files: File[]): Promise<void> {
     const [file] = files;
     if (!file) return;
+    this.saver.requireIdle();
     element("error", HTMLElement).hidden = true;
     if (file.name.endsWith(".json") || file.type === "application/json") {
       await this.openPreset(file);
@@ -278,13 +279,13 @@ class App {
   /** Draws soon. While a frame is being drawn, others wait and only the newest is drawn. */
   private draw(): void {
     this.isDrawDue = true;
-    if (!this.isDrawing && this.source && !this.saver.isBusy) run(this.drawAll());
+    if (!this.isDrawing && this.source && !this.saver.drawsItself) run(this.drawAll());
   }
 
   private async drawAll(): Promise<void> {
     this.isDrawing = true;
     try {
-      while (this.isDrawDue && !this.saver.isBusy) {
+      while (this.isDrawDue && !this.saver.drawsItself) {
         this.isDrawDue = false;
         // A picture that stands still is drawn whole.
         const reduction = this.player.isPlaying ? this.reduction : 1;
@@ -327,7 +328,7 @@ class App {
   private async drawThumbnails(): Promise<void> {
     const now = performance.now();
     const isFirst = this.lastThumbnails === 0;
-    const isDue = this.player.isPlaying && !this.calm.matches && now - this.lastThumbnails > 250;
+    const isDue = this.player.isPlaying && !this.saver.isBusy && !this.calm.matches && now - this.lastThumbnails > 250;
     if (!isFirst && !(isDue && this.gallery.isVisible)) return;
     this.lastThumbnails = now;
     // At 0 seconds presets with keys have not begun.
@@ -374,6 +375,25 @@ class App {
     return `${location.href.split("#")[0]}#${looks.linkText(this.look, this.parameters)}`;
   }
 
+  /** Runs a task of the saver, while nothing plays but for it. */
+  private async save(task: (source: Source) => Promise<void>): Promise<void> {
+    this.saver.requireIdle();
+    if (!this.source) return;
+    const wasPlaying = this.player.isPlaying;
+    this.player.pause();
+    try {
+      await task(this.source);
+    } finally {
+      this.frameChanged();
+      if (wasPlaying) this.player.play();
+    }
+  }
+
+  // Another picture or time would get into the file.
+  private showBusy(): void {
+    for (const id of ["sources", "view"]) element(id, HTMLElement).inert = this.saver.isBusy;
+  }
+
   // ---------------------------------------------------------------------------------- buttons
 
   private connectButtons(): void {
@@ -390,18 +410,9 @@ class App {
       this.viewer.setZoom(undefined);
       this.showPlot();
     });
-    const save = (task: (source: Source) => Promise<void>) => () => {
-      if (!this.source || this.saver.isBusy) return;
-      const wasPlaying = this.player.isPlaying;
-      this.player.pause();
-      run(task(this.source).finally(() => {
-        this.frameChanged();
-        if (wasPlaying) this.player.play();
-      }));
-    };
-    onPress("save-png", save((source) => this.saver.savePng(source, this.json, this.player)));
-    onPress("save-zip", save((source) => this.saver.saveSequence(source, this.json, this.player)));
-    onPress("save-film", () => this.source && run(this.saver.saveFilm(this.source, this.player)));
+    onPress("save-png", () => run(this.save((source) => this.saver.savePng(source, this.json, this.player))));
+    onPress("save-zip", () => run(this.save((source) => this.saver.saveSequence(source, this.json, this.player))));
+    onPress("save-film", () => run(this.save((source) => this.saver.saveFilm(source, this.player))));
     onPress("save-preset", () => run(this.savePreset()));
     onPress("copy-link", () => run(this.copy(this.link(), "Link")));
     onPress("copy-command", () => run(this.copy(element("command", HTMLTextAreaElement).value, "Command")));
@@ -418,7 +429,8 @@ class App {
     const many = element("many", HTMLInputElement);
     onPress("save-many", () => many.click());
     many.addEventListener("change", () => {
-      run(this.saver.saveMany([...(many.files ?? [])], this.json, this.time()));
+      const pictures = [...(many.files ?? [])];
+      run(this.save(() => this.saver.saveMany(pictures, this.json, this.time())));
       many.value = "";
     });
     const { stage } = this.viewer;
@@ -454,7 +466,7 @@ class App {
       event.preventDefault();
       return;
     }
-    if (target !== document.body && target !== this.viewer.stage) return;
+    if ((target !== document.body && target !== this.viewer.stage) || this.saver.isBusy) return;
     const acts: Record<string, () => void> = {
       " ": () => this.player.toggle(),
       arrowleft: () => this.player.step(-1),

@@ -1,7 +1,7 @@
 // The page in Chromium, served from a folder below the root of a static server.
 
 import assert from "node:assert/strict";
-import { execFileSync, spawn } from "node:child_process";
+import { execFileSync, spawn, spawnSync } from "node:child_process";
 import { once } from "node:events";
 import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { createServer, type Server } from "node:http";
@@ -293,16 +293,34 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     assert.equal(await page.inputValue('[data-key="noise"] input[type=number]'), "100");
   });
 
-  test("a sequence has the frames of the command", async () => {
+  test("a sequence has the frames of the command, and meanwhile its source stays", async () => {
+    run("testcard", "a.png", "--size", "64x48", "--overwrite");
     await openCard();
     await page.fill("#length", "1");
     await page.press("#length", "Tab");
     const line = await command();
-    const files = unzipSync(await read(await saved("#save-zip")));
+    const done = page.waitForEvent("download");
+    await page.click("#save-zip");
+    const refuse = async (act: Promise<void>) => {
+      await act;
+      await page.locator("#error-text").filter({ hasText: /^saving: a file is being saved/ }).waitFor();
+      await page.click("#error-close");
+    };
+    await refuse(page.click("#save-png"));
+    await refuse(page.click("#save-film"));
+    await refuse(openFile("a.png", readFileSync(join(scratch, "a.png"))));
+    assert.ok(await page.evaluate(() => ["sources", "view"].every((id) => document.getElementById(id)!.inert)));
+    const files = unzipSync(await read(await done));
     assert.deepEqual(Object.keys(files).slice(0, 2), ["card-lomix.0000.png", "card-lomix.0001.png"]);
     assert.equal(Object.keys(files).length, 24);
     runLine(`${line} --time 13/24`, "frame-13.png");
     assert.equal(differences(readPng(files["card-lomix.0013.png"]!), readPng(join(scratch, "frame-13.png"))), 0);
+    await page.waitForFunction(() => !document.getElementById("view")!.inert);
+    assert.equal(await command(), line);
+    await page.click("#save-zip");
+    await page.click("#cancel");
+    await page.locator("#status").filter({ hasText: "Cancelled; nothing was saved." }).waitFor();
+    await saved("#save-png");
   });
 
   test("many pictures get one look, and what is no picture is named", async () => {
@@ -322,11 +340,11 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
 
   test("a film plays, steps, and is saved frame by frame", async () => {
     run("testcard", "still.png", "--size", "320x180", "--overwrite");
-    run("render", "still.png", "film.webm", "--frames", "0-29", "--fps", "25", "--set", "Vertical Sync=40", "--overwrite", "--quiet");
+    run("render", "still.png", "film.webm", "--frames", "0-59", "--fps", "23.976", "--set", "Vertical Sync=40", "--overwrite", "--quiet");
     await openFile("film.webm", readFileSync(join(scratch, "film.webm")), "video/webm");
     await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("film.webm"));
     await settled();
-    assert.equal(await page.locator("#rate option:checked").textContent(), "25");
+    assert.equal(await page.locator("#rate option:checked").textContent(), "23.976");
     assert.match((await page.textContent("#facts"))!, /^320 × 180/);
     await page.click("#next");
     await page.waitForFunction(() => document.querySelector("#clock")!.textContent!.includes("frame 1"));
@@ -335,23 +353,37 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     await page.click("#play");
     const files = unzipSync(await read(await saved("#save-zip")));
     const names = Object.keys(files);
-    assert.equal(names.length, 30);
+    assert.equal(names.length, 60);
     const frames = names.map((name) => readPng(files[name]!));
     // Every frame of this film rolls by a few rows: no two are the same.
     frames.slice(1).forEach((frame, i) => assert.ok(differences(frame, frames[i]!) > 10_000, `frame ${i + 1}`));
   });
 
-  test("what is shown is recorded as a film", async () => {
+  test("more than a ZIP file holds is refused at the first frame", async () => {
     await openCard();
-    await page.fill("#length", "1");
+    await page.fill("#length", "3600");
     await page.press("#length", "Tab");
-    const download = await saved("#save-film");
-    await download.saveAs(join(scratch, "recorded.webm"));
+    await page.click("#save-zip");
+    await page.locator("#error-text").filter({ hasText: /^ZIP: 86400 pictures of [0-9.]+ GB are too much/ }).waitFor();
+  });
+
+  test("what is shown is recorded as a film, with the film's sound", async () => {
+    execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=320x180:rate=25:duration=2", "-f", "lavfi",
+      "-i", "sine=frequency=440:duration=2", "-c:v", "libvpx", "-c:a", "libopus", join(scratch, "sound.webm")]);
+    await openFile("sound.webm", readFileSync(join(scratch, "sound.webm")), "video/webm");
+    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("sound.webm"));
+    await settled();
+    const recorded = join(scratch, "recorded.webm");
+    await (await saved("#save-film")).saveAs(recorded);
     const facts = JSON.parse(
-      execFileSync("ffprobe", ["-v", "error", "-count_frames", "-show_streams", "-of", "json", join(scratch, "recorded.webm")], { encoding: "utf8" }),
-    ) as { streams: { width: number; height: number; nb_read_frames: string }[] };
-    assert.deepEqual([facts.streams[0]!.width, facts.streams[0]!.height], [1280, 720]);
-    assert.ok(Number(facts.streams[0]!.nb_read_frames) >= 5);
+      execFileSync("ffprobe", ["-v", "error", "-count_frames", "-show_streams", "-of", "json", recorded], { encoding: "utf8" }),
+    ) as { streams: { codec_type: string; width: number; height: number; nb_read_frames: string }[] };
+    const picture = facts.streams.find((stream) => stream.codec_type === "video")!;
+    assert.deepEqual([picture.width, picture.height], [320, 180]);
+    assert.ok(Number(picture.nb_read_frames) >= 5, picture.nb_read_frames);
+    const { stderr } = spawnSync("ffmpeg", ["-i", recorded, "-af", "volumedetect", "-vn", "-f", "null", "-"], { encoding: "utf8" });
+    const loudness = Number(/mean_volume: (\S+) dB/.exec(stderr)?.[1]);
+    assert.ok(loudness > -40, `${loudness} dB`);
   });
 
   test("the camera is a source where it is allowed, and refused in one sentence", async () => {
