@@ -1,6 +1,6 @@
 // Picture files: bytes to pixels and back. Runs in a worker.
 
-import { decode, encode, type DecodedPng } from "fast-png";
+import { convertIndexedToRgb, decode, encode, type DecodedPng } from "fast-png";
 import { LomixError, type Pixels } from "./engine.js";
 
 /** The largest picture: its source and its output have to fit into a browser's memory. */
@@ -23,23 +23,63 @@ export function checkSize(name: string, width: number, height: number): void {
   }
 }
 
-// Signature, length and name of the first chunk, then width, height, depth and type of colour.
-function pngHeader(bytes: Uint8Array): { width: number; height: number; depth: number; colour: number } | null {
-  const start = [0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a, 0, 0, 0, 13, 0x49, 0x48, 0x44, 0x52];
-  if (bytes.length < 33 || !start.every((byte, i) => bytes[i] === byte)) return null;
-  const view = new DataView(bytes.buffer, bytes.byteOffset);
-  return { width: view.getUint32(16), height: view.getUint32(20), depth: bytes[24]!, colour: bytes[25]! };
+interface PngHeader {
+  width: number;
+  height: number;
+  depth: number;
+  colour: number;
+  isInterlaced: boolean;
 }
 
-function hasTransparency(png: DecodedPng): boolean {
-  return png.channels === 2 || png.channels === 4 || png.transparency !== undefined;
+// Types of colour.
+const [greyWithAlpha, colourWithAlpha] = [4, 6];
+
+function pngHeader(view: DataView): PngHeader | undefined {
+  // Signature, length and name of the first chunk.
+  const start = [0x89504e47, 0x0d0a1a0a, 13, 0x49484452];
+  if (view.byteLength < 33 || start.some((word, i) => view.getUint32(4 * i) !== word)) return undefined;
+  return {
+    width: view.getUint32(16),
+    height: view.getUint32(20),
+    depth: view.getUint8(24),
+    colour: view.getUint8(25),
+    isInterlaced: view.getUint8(28) !== 0,
+  };
 }
 
-/** Returns the pixels of a PNG whose samples have 8 or 16 bits. */
+// Whether a PNG has a chunk "tRNS", which stands before the pixels, the first "IDAT".
+function hasClearColours(view: DataView): boolean {
+  const [trns, idat] = [0x74524e53, 0x49444154];
+  for (let at = 8; at + 8 <= view.byteLength; ) {
+    const name = view.getUint32(at + 4);
+    if (name === trns || name === idat) return name === trns;
+    at += 12 + view.getUint32(at);
+  }
+  return false;
+}
+
+function hasTransparency({ channels, transparency, palette }: DecodedPng): boolean {
+  return channels === 2 || channels === 4 || transparency !== undefined || palette?.[0]?.length === 4;
+}
+
+// Returns the samples of a grey picture, several of which are in a byte.
+function unpackedGrey({ width, height, depth, data }: DecodedPng): Uint8Array {
+  const rowBytes = Math.ceil((width * depth) / 8);
+  return Uint8Array.from({ length: width * height }, (_, i) => {
+    const bit = (i % width) * depth;
+    const byte = data[Math.floor(i / width) * rowBytes + (bit >> 3)]!;
+    return (byte >> (8 - depth - (bit & 7))) & ((1 << depth) - 1);
+  });
+}
+
+/** Returns the pixels of a PNG with 8 bits a channel. */
 export function pixelsOfPng(png: DecodedPng): Pixels {
-  const { width, height, channels } = png;
+  const { width, height, depth, palette } = png;
   const data = new Uint8ClampedArray(width * height * 4);
-  const sample = (i: number) => (png.depth === 16 ? Math.round(png.data[i]! / 257) : png.data[i]!);
+  const channels = palette?.[0]?.length ?? png.channels;
+  const samples = palette ? convertIndexedToRgb(png) : depth < 8 ? unpackedGrey(png) : png.data;
+  const largest = palette ? 255 : 2 ** depth - 1;
+  const sample = (i: number) => (largest === 255 ? samples[i]! : Math.round((samples[i]! * 255) / largest));
   const grey = channels < 3;
   const clear = png.transparency;
   for (let from = 0, to = 0; to < data.length; from += channels, to += 4) {
@@ -49,7 +89,7 @@ export function pixelsOfPng(png: DecodedPng): Pixels {
     data[to + 3] = channels % 2 === 0 ? sample(from + channels - 1) : 255;
     if (clear !== undefined && channels % 2 === 1) {
       let isClear = true;
-      for (let i = 0; i < channels; ++i) isClear &&= png.data[from + i] === clear[i];
+      for (let i = 0; i < channels; ++i) isClear &&= samples[from + i] === clear[i];
       if (isClear) data[to + 3] = 0;
     }
   }
@@ -57,10 +97,10 @@ export function pixelsOfPng(png: DecodedPng): Pixels {
 }
 
 // A canvas multiplies colours by alpha and loses their last bits, and browsers cut 16 bits short. So those files
-// are decoded here; all others by the browser.
-function isDecodedHere(header: { depth: number; colour: number }): boolean {
-  const [greyWithAlpha, colourWithAlpha, palette] = [4, 6, 3];
-  return header.colour === greyWithAlpha || header.colour === colourWithAlpha || (header.depth === 16 && header.colour !== palette);
+// are decoded here; all others by the browser, which is faster.
+function isDecodedHere(header: PngHeader, view: DataView): boolean {
+  if (header.isInterlaced && header.depth < 8) return false;
+  return header.colour === greyWithAlpha || header.colour === colourWithAlpha || header.depth === 16 || hasClearColours(view);
 }
 
 /** Draws a bitmap at a size and returns its pixels. */
@@ -78,14 +118,14 @@ export function pixelsOfBitmap(bitmap: CanvasImageSource, width: number, height:
 
 /** Reads a picture file. name: for messages. Throws LomixError. */
 export async function readPicture(file: Blob, name: string): Promise<Picture> {
-  const start = new Uint8Array(await file.slice(0, 64).arrayBuffer());
-  const header = pngHeader(start);
+  const header = pngHeader(new DataView(await file.slice(0, 64).arrayBuffer()));
   if (header) {
     checkSize(name, header.width, header.height);
-    if (isDecodedHere(header)) {
+    const bytes = await file.arrayBuffer();
+    if (isDecodedHere(header, new DataView(bytes))) {
       try {
-        const png = decode(new Uint8Array(await file.arrayBuffer()), { checkCrc: true });
-        return { ...pixelsOfPng(png), hasAlpha: hasTransparency(png), bits: header.depth };
+        const png = decode(bytes, { checkCrc: true });
+        return { ...pixelsOfPng(png), hasAlpha: hasTransparency(png), bits: Math.max(header.depth, 8) };
       } catch (error) {
         throw new LomixError(`${name}: this PNG is damaged (save it again, or try another file)`, { cause: error });
       }
