@@ -284,6 +284,7 @@ class App {
 
   private async drawAll(): Promise<void> {
     this.isDrawing = true;
+    this.viewer.stage.ariaBusy = "true";
     try {
       while (this.isDrawDue && !this.saver.drawsItself) {
         this.isDrawDue = false;
@@ -299,6 +300,7 @@ class App {
       }
     } finally {
       this.isDrawing = false;
+      this.viewer.stage.ariaBusy = "false";
     }
   }
 

@@ -11,6 +11,7 @@ import { after, before, beforeEach, describe, test } from "node:test";
 import { encode } from "fast-png";
 import { unzipSync } from "fflate";
 import { chromium, type Browser, type BrowserContext, type BrowserContextOptions, type Download, type Page } from "playwright-core";
+import type { Pixels } from "../src/engine.js";
 import * as looks from "../src/look.js";
 import { pngBytes } from "../src/pictures.js";
 import { bytesOf, differences, goldenFrames, lomix, lookOfValues, page as pageFolder, readPng, run, scratch } from "./fixtures.js";
@@ -91,12 +92,20 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   }
   async function openCard(): Promise<void> {
     await page.click("#card");
-    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("card.png"));
+    await isOpen("card.png");
+  }
+  async function isOpen(name: string): Promise<void> {
+    await page.waitForFunction((wanted) => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes(wanted), name);
     await settled();
   }
-  /** Waits until the last change is drawn. */
+  /** Waits until the last change is drawn and shown. */
   async function settled(): Promise<void> {
-    await page.evaluate(() => new Promise((resolve) => setTimeout(resolve, 250)));
+    await page.evaluate(async () => {
+      const nextFrame = () => new Promise((resolve) => requestAnimationFrame(resolve));
+      await nextFrame();
+      while (document.getElementById("stage")!.ariaBusy === "true") await nextFrame();
+      for (let i = 0; i < 2; ++i) await nextFrame();
+    });
   }
   async function saved(button: string): Promise<Download> {
     const [download] = await Promise.all([page.waitForEvent("download", { timeout: 120_000 }), page.click(button)]);
@@ -212,6 +221,88 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     assert.equal(differences(png, readPng(join(scratch, "deep-8.png"))), 0);
   });
 
+  test("a JPEG is turned as its camera was held", async () => {
+    run("testcard", "upright.jpg", "--size", "64x48", "--overwrite");
+    const upright = readFileSync(join(scratch, "upright.jpg"));
+    // APP1: Exif, big endian, one entry: orientation (0x112), one number of 16 bits, 6: a quarter turn to the right.
+    const exif = Buffer.from("ffe100224578696600004d4d002a00000008000101120003000000010006000000000000", "hex");
+    const turned = Buffer.concat([upright.subarray(0, 2), exif, upright.subarray(2)]);
+    const drawn: Pixels[] = [];
+    await page.click("#reset");
+    for (const [name, file] of [["upright.jpg", upright], ["turned.jpg", turned]] as const) {
+      await openFile(name, file, "image/jpeg");
+      await isOpen(name);
+      drawn.push(readPng(await read(await saved("#save-png"))));
+    }
+    const [a, b] = [drawn[0]!, drawn[1]!];
+    assert.deepEqual([a.width, a.height, b.width, b.height], [64, 48, 48, 64]);
+    for (let y = 0; y < 64; ++y) {
+      for (let x = 0; x < 48; ++x) {
+        const [from, to] = [((47 - x) * 64 + y) * 4, (y * 48 + x) * 4];
+        assert.deepEqual(b.data.subarray(to, to + 4), a.data.subarray(from, from + 4), `${x}, ${y}`);
+      }
+    }
+  });
+
+  test("AVIF and WebP are pictures", async () => {
+    run("testcard", "card.png", "--size", "64x48", "--overwrite");
+    await page.click("#reset");
+    await openFile("card.png", readFileSync(join(scratch, "card.png")));
+    await isOpen("card.png");
+    const wanted = readPng(await read(await saved("#save-png")));
+    for (const [name, ...options] of [["a.avif", "-c:v", "libaom-av1", "-still-picture", "1"], ["a.webp", "-c:v", "libwebp"]]) {
+      execFileSync("ffmpeg", ["-v", "error", "-y", "-i", join(scratch, "card.png"), ...options, join(scratch, name!)]);
+      await openFile(name!, readFileSync(join(scratch, name!)), "");
+      await isOpen(name!);
+      const got = readPng(await read(await saved("#save-png")));
+      assert.deepEqual([got.width, got.height], [64, 48]);
+      const mean = got.data.reduce((sum, byte, i) => sum + Math.abs(byte - wanted.data[i]!), 0) / got.data.length;
+      assert.ok(mean < 12, `${name}: ${mean}`);
+    }
+  });
+
+  test("pictures are dropped and pasted", async () => {
+    run("testcard", "a.png", "--size", "64x48", "--overwrite");
+    const bytes = readFileSync(join(scratch, "a.png")).toString("base64");
+    const give = (type: string, name: string) =>
+      page.evaluate(
+        ([type, name, bytes]) => {
+          const data = new DataTransfer();
+          data.items.add(new File([Uint8Array.from(atob(bytes!), (letter) => letter.charCodeAt(0))], name!, { type: "image/png" }));
+          const event =
+            type === "paste"
+              ? new ClipboardEvent(type, { clipboardData: data, bubbles: true })
+              : new DragEvent(type!, { dataTransfer: data, bubbles: true, cancelable: true });
+          // A browser that may go on opens the file in place of the page.
+          return !document.body.dispatchEvent(event);
+        },
+        [type, name, bytes],
+      );
+    const isMarked = () => page.locator("#stage").evaluate((stage) => stage.classList.contains("dragged"));
+    assert.ok(await give("dragover", "dropped.png"));
+    assert.ok(await isMarked());
+    assert.ok(await give("drop", "dropped.png"));
+    assert.ok(!(await isMarked()));
+    await isOpen("dropped.png");
+    assert.match((await page.textContent("#facts"))!, /^64 × 48/);
+    await give("paste", "pasted.png");
+    await isOpen("pasted.png");
+  });
+
+  test("what a machine is too slow for is drawn at half resolution while it plays", async () => {
+    execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=5000x4000", "-frames:v", "1", join(scratch, "large.jpg")]);
+    await openFile("large.jpg", readFileSync(join(scratch, "large.jpg")), "image/jpeg");
+    await isOpen("large.jpg");
+    await setNumber("noise", 40);
+    await setNumber("scanline_overlay", 40);
+    await settled();
+    assert.match((await page.textContent("#facts"))!, /^5000 × 4000, [0-9.]+ ms$/);
+    await page.click("#play");
+    await page.locator("#facts").filter({ hasText: /^2500 × 2000, .*, half resolution: this machine is slow$/ }).waitFor();
+    await page.click("#play");
+    await page.locator("#facts").filter({ hasText: /^5000 × 4000, [0-9.]+ ms$/ }).waitFor();
+  });
+
   test("a link holds the look", async () => {
     await page.click('[data-preset="signal-drop"]');
     await setNumber("horizontal_sync", 61);
@@ -255,6 +346,38 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     await page.click("#redo");
     await settled();
     assert.equal(await keys.count(), 1);
+  });
+
+  test("a key is dragged to other frames in one step of undo, and past another key", async () => {
+    await page.click("#reset");
+    await setNumber("noise", 10);
+    await page.locator('[data-key="noise"] .diamond').click();
+    for (let i = 0; i < 48; ++i) await page.click("#next");
+    await setNumber("noise", 50);
+    await settled();
+    const line = await command();
+    assert.match(line, /--key Noise=0:10,2:50/);
+    const lane = (await page.locator(".lane").boundingBox())!;
+    const drag = async (from: number, to: number) => {
+      const [y, secondsToX] = [lane.y + lane.height / 2, (seconds: number) => lane.x + (lane.width * seconds) / 10];
+      await page.mouse.move(secondsToX(from), y);
+      await page.mouse.down();
+      await page.mouse.move(secondsToX((from + to) / 2), y, { steps: 5 });
+      await page.mouse.move(secondsToX(to), y, { steps: 5 });
+      await page.mouse.up();
+      await settled();
+    };
+    await drag(2, 6);
+    // It is on a frame.
+    const seconds = Number(/0:10,([0-9.]+):50/.exec(await command())?.[1]);
+    assert.ok(Math.abs(seconds - 6) < 0.1 && Math.abs(seconds * 24 - Math.round(seconds * 24)) < 1e-9, await command());
+    await page.click("#undo");
+    assert.equal(await command(), line);
+    await drag(0, 4);
+    assert.match(await command(), /Noise=2:50,[34]\.?[0-9]*:10/);
+    // Not past the ends of the line.
+    await drag(2, -1);
+    assert.match(await command(), /Noise=0:50,/);
   });
 
   test("the divider shows the source on its left", async () => {
@@ -342,8 +465,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     run("testcard", "still.png", "--size", "320x180", "--overwrite");
     run("render", "still.png", "film.webm", "--frames", "0-59", "--fps", "23.976", "--set", "Vertical Sync=40", "--overwrite", "--quiet");
     await openFile("film.webm", readFileSync(join(scratch, "film.webm")), "video/webm");
-    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("film.webm"));
-    await settled();
+    await isOpen("film.webm");
     assert.equal(await page.locator("#rate option:checked").textContent(), "23.976");
     assert.match((await page.textContent("#facts"))!, /^320 × 180/);
     await page.click("#next");
@@ -371,8 +493,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=320x180:rate=25:duration=2", "-f", "lavfi",
       "-i", "sine=frequency=440:duration=2", "-c:v", "libvpx", "-c:a", "libopus", join(scratch, "sound.webm")]);
     await openFile("sound.webm", readFileSync(join(scratch, "sound.webm")), "video/webm");
-    await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("sound.webm"));
-    await settled();
+    await isOpen("sound.webm");
     const recorded = join(scratch, "recorded.webm");
     await (await saved("#save-film")).saveAs(recorded);
     const facts = JSON.parse(
