@@ -419,6 +419,7 @@ class App {
     onPress("copy-link", () => run(this.copy(this.link(), "Link")));
     onPress("copy-command", () => run(this.copy(element("command", HTMLTextAreaElement).value, "Command")));
     addEventListener("keydown", (event) => this.key(event));
+    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.showPlot());
   }
 
   private connectFiles(): void {

@@ -21,7 +21,8 @@ export function drawPlot(profiles: Float32Array): void {
   const rows = profiles.length / curves.length;
   const lane = width / curves.length;
   context.clearRect(0, 0, width, height);
-  context.font = `${11 * devicePixelRatio}px system-ui, sans-serif`;
+  const letters = Math.min(parseFloat(getComputedStyle(document.documentElement).fontSize) * 0.75 * devicePixelRatio, lane / 3.4);
+  context.font = `${letters}px system-ui, sans-serif`;
   curves.forEach(({ name, from, to, ...colours }, i) => {
     context.strokeStyle = context.fillStyle = dark ? colours.dark : colours.light;
     context.lineWidth = devicePixelRatio;
@@ -31,6 +32,6 @@ export function drawPlot(profiles: Float32Array): void {
       context.lineTo((i + 0.05 + 0.9 * value) * lane, ((row + 0.5) / rows) * height);
     }
     context.stroke();
-    context.fillText(name, i * lane + 4 * devicePixelRatio, 14 * devicePixelRatio);
+    context.fillText(name, (i + 0.08) * lane, 1.3 * letters);
   });
 }

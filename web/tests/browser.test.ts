@@ -630,15 +630,18 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
 
   for (const [width, height] of [[360, 800], [1280, 900], [3840, 2160]] as const) {
     test(`the layout fits ${width} pixels`, async () => {
-      await open({ viewport: { width, height }, colorScheme: width === 1280 ? "light" : "dark" });
+      await open({ viewport: { width, height }, colorScheme: "light" });
       await page.click('[data-preset="passing-storm"]');
       await page.click("#profiles");
       for (let i = 0; i < 20; ++i) await page.click("#next");
       await settled();
       await page.evaluate(() => scrollTo(0, 0));
-      await page.screenshot({ path: join(pictures, `${width}.png`), fullPage: width === 360 });
       // The picture in the documents.
       if (width === 1280) await page.screenshot({ path: join(pictures, "browser.jpg"), quality: 80 });
+      for (const colorScheme of ["light", "dark"] as const) {
+        await page.emulateMedia({ colorScheme });
+        await page.screenshot({ path: join(pictures, `${width}-${colorScheme}.png`), fullPage: width === 360 });
+      }
       const wide = await page.evaluate(() => document.documentElement.scrollWidth);
       assert.ok(wide <= width, `${wide} pixels wide`);
     });
