@@ -100,11 +100,15 @@ export class Player {
   }
 
   pause(): void {
+    const wasRunning = this.isRunning;
     this.isRunning = false;
     this.playButton.textContent = "Play";
     if (this.film && !this.film.video.paused) {
       this.film.video.pause();
       this.seekFilm(this.frame);
+    } else if (wasRunning) {
+      // What was drawn at half resolution is now drawn whole.
+      this.changed();
     }
   }
 
