@@ -7,7 +7,7 @@ import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { createServer, type Server } from "node:http";
 import type { AddressInfo } from "node:net";
 import { extname, join } from "node:path";
-import { after, before, beforeEach, describe, test } from "node:test";
+import { after, before, describe, test } from "node:test";
 import { encode } from "fast-png";
 import { unzipSync } from "fflate";
 import { chromium, type Browser, type BrowserContext, type BrowserContextOptions, type Download, type Page } from "playwright-core";
@@ -125,9 +125,8 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     });
   }
 
-  beforeEach(async () => open());
-
   test("nothing violates the policy, nothing is requested elsewhere, nothing plays where motion is reduced", async () => {
+    await open();
     assert.equal(await page.textContent("#play"), "Play");
     await settled();
     assert.deepEqual(faults, []);
@@ -140,6 +139,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("the page's worker draws the golden frames as the effect does", async () => {
+    await open();
     const frames = goldenFrames().filter(({ scale }) => scale[0] === 1 && scale[1] === 1);
     assert.ok(frames.length >= 7);
     const parameters = (JSON.parse(run("params", "--json")) as { parameters: { name: string; choices?: string[] }[] }).parameters;
@@ -173,6 +173,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("the command line draws the PNG that the page saves", async () => {
+    await open();
     await openCard();
     await page.click("#reset");
     await setNumber("noise", 37.5);
@@ -189,6 +190,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a preset goes to the command and back", async () => {
+    await open();
     await openCard();
     await page.click('[data-preset="passing-storm"]');
     await setNumber("bars_overlay", 35);
@@ -210,6 +212,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a picture of 16 bits is drawn as the command draws it with 8", async () => {
+    await open();
     const data = Uint16Array.from({ length: 64 * 48 * 3 }, (_, i) => (i * 7919) % 65536);
     const deep = encode({ width: 64, height: 48, data, depth: 16, channels: 3 });
     writeFileSync(join(scratch, "deep.png"), deep);
@@ -222,6 +225,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a JPEG is turned as its camera was held", async () => {
+    await open();
     run("testcard", "upright.jpg", "--size", "64x48", "--overwrite");
     const upright = readFileSync(join(scratch, "upright.jpg"));
     // APP1: Exif, big endian, one entry: orientation (0x112), one number of 16 bits, 6: a quarter turn to the right.
@@ -245,6 +249,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("AVIF and WebP are pictures", async () => {
+    await open();
     run("testcard", "card.png", "--size", "64x48", "--overwrite");
     await page.click("#reset");
     await openFile("card.png", readFileSync(join(scratch, "card.png")));
@@ -262,6 +267,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("pictures are dropped and pasted", async () => {
+    await open();
     run("testcard", "a.png", "--size", "64x48", "--overwrite");
     const bytes = readFileSync(join(scratch, "a.png")).toString("base64");
     const give = (type: string, name: string) =>
@@ -290,6 +296,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("what a machine is too slow for is drawn at half resolution while it plays", async () => {
+    await open();
     execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=5000x4000", "-frames:v", "1", join(scratch, "large.jpg")]);
     await openFile("large.jpg", readFileSync(join(scratch, "large.jpg")), "image/jpeg");
     await isOpen("large.jpg");
@@ -304,6 +311,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a link holds the look", async () => {
+    await open();
     await page.click('[data-preset="signal-drop"]');
     await setNumber("horizontal_sync", 61);
     await context.grantPermissions(["clipboard-read", "clipboard-write"]);
@@ -317,6 +325,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("keys are set, moved, changed and deleted by the keyboard, and undone", async () => {
+    await open();
     await page.click("#reset");
     const diamond = page.locator('[data-key="noise"] .diamond');
     await setNumber("noise", 10);
@@ -349,6 +358,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a key is dragged to other frames in one step of undo, and past another key", async () => {
+    await open();
     await page.click("#reset");
     await setNumber("noise", 10);
     await page.locator('[data-key="noise"] .diamond').click();
@@ -381,6 +391,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("the divider shows the source on its left", async () => {
+    await open();
     await openCard();
     await page.click("#reset");
     await setNumber("noise", 100);
@@ -401,6 +412,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("only what counts is shown, and double click gives the default", async () => {
+    await open();
     await page.click("#reset");
     await settled();
     assert.ok(await page.locator('[data-key="time"]').isHidden());
@@ -417,6 +429,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a sequence has the frames of the command, and meanwhile its source stays", async () => {
+    await open();
     run("testcard", "a.png", "--size", "64x48", "--overwrite");
     await openCard();
     await page.fill("#length", "1");
@@ -447,6 +460,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("many pictures get one look, and what is no picture is named", async () => {
+    await open();
     run("testcard", "a.png", "--size", "64x48", "--overwrite");
     const picture = readFileSync(join(scratch, "a.png"));
     const [download] = await Promise.all([
@@ -462,6 +476,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("a film plays, steps, and is saved frame by frame", async () => {
+    await open();
     run("testcard", "still.png", "--size", "320x180", "--overwrite");
     run("render", "still.png", "film.webm", "--frames", "0-59", "--fps", "23.976", "--set", "Vertical Sync=40", "--overwrite", "--quiet");
     await openFile("film.webm", readFileSync(join(scratch, "film.webm")), "video/webm");
@@ -482,6 +497,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("more than a ZIP file holds is refused at the first frame", async () => {
+    await open();
     await openCard();
     await page.fill("#length", "3600");
     await page.press("#length", "Tab");
@@ -490,6 +506,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("what is shown is recorded as a film, with the film's sound", async () => {
+    await open();
     execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=size=320x180:rate=25:duration=2", "-f", "lavfi",
       "-i", "sine=frequency=440:duration=2", "-c:v", "libvpx", "-c:a", "libopus", join(scratch, "sound.webm")]);
     await openFile("sound.webm", readFileSync(join(scratch, "sound.webm")), "video/webm");
@@ -508,6 +525,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("the camera is a source where it is allowed, and refused in one sentence", async () => {
+    await open();
     await context.grantPermissions(["camera"]);
     await page.click("#camera");
     await page.waitForFunction(() => document.querySelector<HTMLTextAreaElement>("#command")!.value.includes("camera"));
@@ -531,6 +549,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     ["a preset of a later format", "a.json", '{"format":99}', "application/json", /format/],
   ];
   test("hostile files are refused in one sentence, and the page goes on", async () => {
+    await open();
     for (const [name, file, bytes, type, message] of hostile) {
       await openFile(file, bytes, type);
       await page.locator("#error-text").filter({ hasText: message }).waitFor({ timeout: 40_000 }).catch(() => assert.fail(`${name}: no error`));
@@ -541,6 +560,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("lomix preview serves the page, and the page opens its film and its preset", async () => {
+    await open();
     run("testcard", "still.png", "--size", "160x90", "--overwrite");
     run("render", "still.png", "served.webm", "--frames", "0-11", "--fps", "25", "--overwrite", "--quiet");
     writeFileSync(join(scratch, "served.json"), run("presets", "--show", "snow"));
@@ -567,6 +587,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("without vector instructions the pixels are the same", async () => {
+    await open();
     await openCard();
     const png = await read(await saved("#save-png"));
     await open({ at: "?plain" });
@@ -575,6 +596,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("2,000 frames leave the memory as it was", async () => {
+    await open();
     const [first, last] = await page.evaluate(async (json) => {
       const worker = new Worker("worker.js");
       let id = 0;
@@ -598,6 +620,7 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
   });
 
   test("the page opens without the server", async () => {
+    await open();
     await page.waitForFunction(() => navigator.serviceWorker.controller !== null);
     await context.setOffline(true);
     server.closeAllConnections();
