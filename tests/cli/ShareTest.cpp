@@ -185,6 +185,34 @@ TEST_F(Share, JoinedSegmentsAreTheFilmOfOneRun) {
   }
 }
 
+TEST_F(Share, JoiningNamesTheSoundThatTheSourceLacks) {
+  makeClip("film.mkv", "s=96x64:r=25:d=5", "-f lavfi -i sine=d=3 -c:a flac");
+  // The tag of the sound promises as much as that of the pictures.
+  std::string film = read(path("film.mkv"));
+  film.replace(film.rfind("00:00:03."), 9, "00:00:05.");
+  write(path("film.mkv"), film);
+  const std::string loss = " seconds of sound are missing at the end (what is there is ";
+  for (const auto& [frames, missing] : {std::pair<std::string, std::string>{"", "2.00 of 5.00"},
+                                        {"--frames 50-99", "1.00 of 2.00"},
+                                        {"--frames 0-9", ""}}) {
+    const int exitCode = missing.empty() ? 0 : 3;
+    const Result whole = lomix("render film.mkv whole.mkv --quiet --overwrite " + frames);
+    EXPECT_EQ(whole.exitCode, exitCode) << frames << whole.err;
+    for (const char* share : {"1/2", "2/2"}) {
+      expectLomix("render film.mkv 'p.#.mkv' --quiet --overwrite --share " + std::string(share) +
+                  " " + frames);
+    }
+    const Result joined = lomix("join 'p.#.mkv' joined.mkv --source film.mkv --quiet --overwrite");
+    EXPECT_EQ(joined.exitCode, exitCode) << frames << joined.err;
+    if (missing.empty()) continue;
+    EXPECT_THAT(whole.err, HasSubstr("'film.mkv': " + missing + loss));
+    EXPECT_THAT(joined.err, HasSubstr("'film.mkv': " + missing + loss));
+    const std::string counted = "stream=nb_read_frames -count_frames";
+    EXPECT_EQ(probe("joined.mkv", "v", counted), probe("whole.mkv", "v", counted));
+    expectLomix("join 'p.#.mkv' joined.mkv --video-only --quiet --overwrite");
+  }
+}
+
 TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
   makeClip("film.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=d=0.8 -shortest");
   makeClip("other.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=f=99:d=0.8 -shortest");

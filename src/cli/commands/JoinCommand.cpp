@@ -86,6 +86,13 @@ void run(const Options& options, const Streams& streams) {
   if (!input.source.empty()) read.push_back({"--source", input.source});
   requireDistinctFiles({{"OUTPUT", output.name}}, read);
   const media::JoinedFilm film = media::joinSegments(input, output);
+  if (!film.sourceLoss.empty()) {
+    const std::string loss = "'" + input.source + "': " + film.sourceLoss;
+    if (film.losses.empty()) {
+      throw FramesFailed(loss + " (what is there is joined; copy or repair it, and join again)");
+    }
+    output.warn(loss);
+  }
   if (!film.losses.empty()) {
     throw FramesFailed("'" + output.name + "': " + joined(film.losses, ", ") +
                        " (what is there is joined; render these again)");

@@ -312,6 +312,7 @@ class Joiner {
       }
     }
     writer.finish();
+    if (source_) film_.sourceLoss = source_->lossOfCopied();
   }
 
   /// Returns the time at which the last frame ends.

@@ -279,12 +279,36 @@ std::string Reader::lossOf(const std::string& what, const std::optional<Moment>&
          " are missing at the end";
 }
 
-std::string Reader::loss() const {
-  if (isPastChoice() || !begun_) return {};
+/// Returns how the file ends too early, where that is known otherwise than by times.
+std::string Reader::lossAtEnd() const {
   if (missingBytes_ > 0) {
     return "it breaks off, " + std::to_string(missingBytes_) +
            " bytes before the end that it states";
   }
+  if (!breakOff_.empty()) return "it breaks off, " + breakOff_;
+  return endsEarly_ ? "it ends in the middle of a frame, and does not say how much is missing" : "";
+}
+
+std::string Reader::lossOfCopied() const {
+  bool copies = false;
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    const AVStream& stream = *container_->streams[i];
+    if (!isCopied(stream.index)) continue;
+    copies = true;
+    if (stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    std::optional<Moment> end = promisedEnd(stream);
+    if (end && chosenEnd_ && *chosenEnd_ < *end) end = chosenEnd_;
+    const std::string loss = lossOf(" of sound", copied_->reached(stream.index), end);
+    if (!loss.empty()) return loss;
+  }
+  // What is read after the chosen frames need not be whole.
+  return copies && !chosenEnd_ ? lossAtEnd() : "";
+}
+
+std::string Reader::loss() const {
+  if (!begun_) return {};
+  if (isPastChoice()) return lossOfCopied();
+  if (missingBytes_ > 0) return lossAtEnd();
   std::string loss;
   if (const auto promised = promisedEnd(*stream_)) {
     loss = lossOf("", lastEnd_, promised);
@@ -294,16 +318,8 @@ std::string Reader::loss() const {
         container_->start_time == AV_NOPTS_VALUE ? 0 : container_->start_time;
     loss = lossOf("", anyEnd_, Moment{start + container_->duration, AV_TIME_BASE_Q});
   }
-  for (unsigned i = 0; i < container_->nb_streams && loss.empty(); ++i) {
-    const AVStream& stream = *container_->streams[i];
-    if (!isCopied(stream.index) || stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
-    loss = lossOf(" of sound", copied_->reached(stream.index), promisedEnd(stream));
-  }
-  if (loss.empty() && !breakOff_.empty()) loss = "it breaks off, " + breakOff_;
-  if (loss.empty() && endsEarly_) {
-    loss = "it ends in the middle of a frame, and does not say how much is missing";
-  }
-  return loss;
+  if (loss.empty()) loss = lossOfCopied();
+  return loss.empty() ? lossAtEnd() : loss;
 }
 
 /// Returns the identifiers of the video, first, and of the streams that are copied.

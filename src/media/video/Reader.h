@@ -56,6 +56,9 @@ class Reader : public VideoReader {
   /// Returns the packets of the copied streams that begin before that time of the input and were
   /// not returned yet. Reads on without decoding.
   std::vector<FfmpegPtr<AVPacket>> takeBefore(const Moment& time);
+  /// Returns as loss() what the copied streams lack, up to the end of the chosen frames. Call after
+  /// takePackets().
+  std::string lossOfCopied() const;
   /// Returns the number of packets of the video that hold a frame to show. Reads to the end.
   std::int64_t countPackets();
 
@@ -112,6 +115,7 @@ class Reader : public VideoReader {
   std::optional<Moment> promisedEnd(const AVStream& stream) const;
   std::string lossOf(const std::string& what, const std::optional<Moment>& end,
                      const std::optional<Moment>& promised) const;
+  std::string lossAtEnd() const;
   void checkEnd();
   void checkMpegEnd();
   std::vector<int> usedStreams() const;

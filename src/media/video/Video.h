@@ -257,6 +257,7 @@ struct JoinInput {
 struct JoinedFilm {
   std::int64_t frames = 0;
   std::vector<std::string> losses;  ///< Segments that lack frames: "'b.mkv' has 3 of its 5 frames".
+  std::string sourceLoss;  ///< What the source lacks of what was copied, as loss() says it.
 };
 
 /// Writes the film that the segments are parts of: their frames as they are encoded, with the times
