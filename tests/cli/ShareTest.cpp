@@ -213,6 +213,46 @@ TEST_F(Share, JoiningNamesTheSoundThatTheSourceLacks) {
   }
 }
 
+TEST_F(Share, JoinedFilmsAreTurnedAndLitAsThatOfOneRun) {
+  makeClip("flat.mp4", "s=96x64:r=25:d=0.4", "");
+  shell("ffmpeg -v error -i flat.mp4 -c copy -metadata:s:v rotate=90 turned.mp4");
+  makeClip("hdr.mp4", "s=96x64:r=25:d=0.4",
+           "-pix_fmt yuv420p10le -color_trc smpte2084 -c:v libx265 -x265-params 'log-level=none:"
+           "master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1):"
+           "max-cll=1000,400'");
+  struct Case {
+    const char* input;
+    const char* extension;
+    const char* options;
+    const char* told;  ///< What ffprobe says of the film; empty: nothing.
+  };
+  for (const Case& c : {Case{"turned.mp4", "mp4", "", "side_data,90"},
+                        {"turned.mp4", "mkv", "", ""},
+                        {"hdr.mp4", "mp4", "", "1000,400"},
+                        {"hdr.mp4", "mkv", "--codec hevc", "1000,400"},
+                        {"hdr.mp4", "mp4", "--colour srgb:rec709", ""},
+                        {"hdr.mp4", "mkv", "--codec hevc --colour srgb:rec709", ""}}) {
+    const std::string input = c.input;
+    const std::string extension = c.extension;
+    const auto sideData = [&](const std::string& name) {
+      return probe(name + "." + extension, "v",
+                   "stream=width,height:stream_side_data=rotation,max_content,max_average,"
+                   "max_luminance,red_x");
+    };
+    expectLomix("render " + input + " whole." + extension + kLook + " --quiet " + c.options);
+    renderShares(input + " 'part.#." + extension + "' " + c.options, 2);
+    const std::string join = "join 'part.#." + extension + "' ";
+    expectLomix(join + "from." + extension + " --quiet --source " + input);
+    expectLomix(join + "alone." + extension + " --quiet --video-only");
+    EXPECT_THAT(sideData("whole"), HasSubstr(c.told)) << input << c.options;
+    EXPECT_EQ(sideData("whole").find("side_data") == std::string::npos, *c.told == 0);
+    for (const std::string film : {"from", "alone"}) {
+      EXPECT_EQ(sideData(film), sideData("whole")) << film << input << c.options;
+    }
+    shell("rm part.* whole.* from.* alone.*");
+  }
+}
+
 TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
   makeClip("film.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=d=0.8 -shortest");
   makeClip("other.mp4", "s=96x64:r=25:d=0.8", "-f lavfi -i sine=f=99:d=0.8 -shortest");

@@ -55,6 +55,13 @@ void copyTagsOf(const AVDictionary* from, AVDictionary** to) {
   }
 }
 
+/// Returns whether stream data of this type describe the whole video and are written.
+bool isOfWholeVideo(AVPacketSideDataType type) {
+  return type == AV_PKT_DATA_DISPLAYMATRIX || type == AV_PKT_DATA_MASTERING_DISPLAY_METADATA ||
+         type == AV_PKT_DATA_CONTENT_LIGHT_LEVEL || type == AV_PKT_DATA_STEREO3D ||
+         type == AV_PKT_DATA_SPHERICAL;
+}
+
 /// Returns the tag for a colour space that a picture was converted to.
 AVColorTransferCharacteristic transferOf(const std::string& space) {
   if (space == "Linear") return AVCOL_TRC_LINEAR;
@@ -383,8 +390,14 @@ void Writer::addVideoStream() {
     stream_->avg_frame_rate = likeRate_;
     stream_->sample_aspect_ratio = like_->sample_aspect_ratio;
     stream_->codecpar->sample_aspect_ratio = like_->sample_aspect_ratio;
+    // A segment has only those that apply to its pixels.
+    for (int i = 0; i < like_->nb_side_data; ++i) {
+      const AVPacketSideData& data = like_->side_data[i];
+      if (isOfWholeVideo(data.type)) addSideData(data.type, data.data, data.size);
+    }
   } else {
     describeEncoded(*stream_);
+    if (source_ != nullptr) copySideData(source_->stream());
   }
   if (source_ == nullptr || output_.segment) return;
   const AVStream& from = source_->stream();
@@ -392,31 +405,31 @@ void Writer::addVideoStream() {
   copyTagsOf(from.metadata, &stream_->metadata);
   // Names the encoder of the source.
   av_dict_set(&stream_->metadata, "encoder", nullptr, 0);
-  addSideData(from);
+}
+
+void Writer::addSideData(AVPacketSideDataType type, const std::uint8_t* data, std::size_t size) {
+  std::memcpy(required(av_stream_new_side_data(stream_, type, size)), data, size);
 }
 
 /// Copies what belongs to the whole video: its orientation, and the light levels of HDR, which some
 /// files have in the stream and others in the frames.
-void Writer::addSideData(const AVStream& from) {
-  const auto add = [this](AVPacketSideDataType type, const std::uint8_t* data, std::size_t size) {
-    std::memcpy(required(av_stream_new_side_data(stream_, type, size)), data, size);
-  };
+void Writer::copySideData(const AVStream& from) {
   bool light = false;
   for (int i = 0; i < from.nb_side_data; ++i) {
     const AVPacketSideData& data = from.side_data[i];
     switch (data.type) {
       case AV_PKT_DATA_DISPLAYMATRIX:
-        if (isMp4Family(*format_)) add(data.type, data.data, data.size);
+        if (isMp4Family(*format_)) addSideData(data.type, data.data, data.size);
         break;
       case AV_PKT_DATA_MASTERING_DISPLAY_METADATA:
       case AV_PKT_DATA_CONTENT_LIGHT_LEVEL:
         light = true;
         if (converts_) break;
-        add(data.type, data.data, data.size);
+        addSideData(data.type, data.data, data.size);
         break;
       case AV_PKT_DATA_STEREO3D:
       case AV_PKT_DATA_SPHERICAL:
-        add(data.type, data.data, data.size);
+        addSideData(data.type, data.data, data.size);
         break;
       case AV_PKT_DATA_DOVI_CONF:
         warn(output_.name, "the data of Dolby Vision are left out (no encoder here writes them)");
@@ -437,7 +450,7 @@ void Writer::addSideData(const AVStream& from) {
     light = true;
     if (converts_) break;
     if (av_stream_get_side_data(stream_, inStream, nullptr) != nullptr) continue;
-    add(inStream, data->data, data->size);
+    addSideData(inStream, data->data, data->size);
   }
   if (light && converts_) {
     warn(output_.name,

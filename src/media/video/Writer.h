@@ -53,7 +53,8 @@ class Writer : public VideoWriter {
   void addStreams();
   void addVideoStream();
   void describeEncoded(AVStream& stream) const;
-  void addSideData(const AVStream& from);
+  void addSideData(AVPacketSideDataType type, const std::uint8_t* data, std::size_t size);
+  void copySideData(const AVStream& from);
   void addCopiedStream(const AVStream& from);
   void addCover(const AVStream& from);
   void setPadding(const AVStream& from, AVStream& to) const;
