@@ -6,6 +6,7 @@
 #include <random>
 #include <regex>
 
+#include "cli/FieldPictures.h"
 #include "cli/VideoProcess.h"
 
 namespace lomix {
@@ -182,6 +183,56 @@ TEST_F(Share, JoinedSegmentsAreTheFilmOfOneRun) {
     }
     shell("rm -f part.* " + joined);
     std::filesystem::remove(path(good));
+  }
+}
+
+TEST_F(Share, RecordingsAreSharedByTheFramesThatCanBeShown) {
+  // Its frames before a key frame need those before them, also where they are stored after it.
+  makeClip("open.ts", "s=96x64:r=25:d=2",
+           "-f lavfi -i sine=d=2 -c:a mp2 -x264-params "
+           "keyint=12:min-keyint=12:bframes=3:open-gop=1:b-adapt=0:scenecut=0");
+  constexpr std::size_t kPacket = 188;
+  const std::string film = read(path("open.ts"));
+  for (const int percent : {13, 41}) {
+    const std::size_t begin = film.size() / kPacket * static_cast<std::size_t>(percent) / 100;
+    write(path("begins" + std::to_string(percent) + ".ts"), film.substr(begin * kPacket));
+  }
+  const std::string fields = "-vf tinterlace=interleave_top,setfield=tff -flags +ildct+ilme ";
+  makeClip("mixed.ts", "s=96x64:r=50:d=2", fields + "-x264opts tff=1:keyint=12");
+  makeClip("mpeg2.ts", "s=96x64:r=50:d=2", fields + "-c:v mpeg2video -bf 2 -g 12");
+  // At its second key frame, behind the tables.
+  const std::string mpeg2 = read(path("mpeg2.ts"));
+  const std::size_t key = std::stoul(shell(
+      "ffprobe -v error -select_streams v -show_entries packet=pos,flags -of csv=p=0 mpeg2.ts | "
+      "grep K | sed -n 2p"));
+  write(path("begins_key.ts"), mpeg2.substr(0, 3 * kPacket) + mpeg2.substr(key));
+  write(path("fields.h264"), fieldPictures(20));
+  shell("ffmpeg -v error -r 25 -i fields.h264 -c copy fields.ts 2>&1");
+  const std::string fewer = read(path("fields.ts"));
+  write(path("begins_fields.ts"), fewer.substr(fewer.size() / kPacket / 5 * kPacket));
+  for (const auto& [input, everyPacketIsAFrame] : {std::pair<std::string, bool>{"open.ts", true},
+                                                   {"begins13.ts", false},
+                                                   {"begins41.ts", false},
+                                                   {"begins_key.ts", false},
+                                                   {"mixed.ts", true},
+                                                   {"mpeg2.ts", true},
+                                                   {"fields.ts", false},
+                                                   {"begins_fields.ts", false}}) {
+    const auto count = [&, name = input](const std::string& what) {
+      return std::stoi(shell("ffprobe -v error -select_streams v -count_" + what +
+                             " -show_entries stream=nb_read_" + what + " -of csv=p=0 " + name +
+                             " | head -1"));
+    };
+    ASSERT_EQ(count("frames") == count("packets"), everyPacketIsAFrame) << input;
+    const auto frames = [this](const std::string& name) {
+      return shell("ffmpeg -v error -vsync passthrough -i " + name +
+                   " -map v:0 -f framemd5 - | grep -v '^#software'");
+    };
+    expectLomix("render " + input + " good.mkv --quiet" + kLook);
+    renderShares(input + " 'part.#.mkv'", 5);
+    expectLomix("join 'part.#.mkv' joined.mkv --quiet --source " + input);
+    EXPECT_EQ(frames("joined.mkv"), frames("good.mkv")) << input;
+    shell("rm good.* part.* joined.*");
   }
 }
 

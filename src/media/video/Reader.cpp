@@ -685,17 +685,36 @@ std::vector<FfmpegPtr<AVPacket>> Reader::takeBefore(const Moment& time) {
   return copied_->takeUntil(time);
 }
 
-std::int64_t Reader::countPackets() {
+std::optional<std::int64_t> Reader::countPackets() {
+  const AVCodecID codec = stream_->codecpar->codec_id;
+  const AVFieldOrder order = stream_->codecpar->field_order;
+  const bool isInterlaced = order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
+  // Each field of a picture may have a packet of its own.
+  if (codec == AV_CODEC_ID_H264 && isInterlaced) return std::nullopt;
   std::int64_t count = 0;
+  std::optional<std::int64_t> firstKey;
+  int keys = 0;
   while (const FfmpegPtr<AVPacket> packet = readPacket()) {
     if (packet->stream_index != stream_->index) continue;
+    const bool isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+    if (isKey && keys++ == 0) firstKey = packet->pts;
+    // What the frames before the recording would be needed for is not shown: all before the first
+    // key frame, and the frames after it in the file that are shown before it.
+    if (keys == 0) return std::nullopt;
     if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0) continue;  // Cut by an edit list.
+    if (keys == 1 && packet->pts < *firstKey) return std::nullopt;
     // The fifth bit of a frame of VP8 says that it is shown.
     constexpr int kShown = 0x10;
-    const bool hidden = stream_->codecpar->codec_id == AV_CODEC_ID_VP8 && packet->size > 0 &&
-                        (packet->data[0] & kShown) == 0;
+    const bool hidden =
+        codec == AV_CODEC_ID_VP8 && packet->size > 0 && (packet->data[0] & kShown) == 0;
     if (!hidden) ++count;
   }
+  return count;
+}
+
+std::int64_t Reader::countDecoded() {
+  std::int64_t count = 0;
+  while (decodeStored()) ++count;
   return count;
 }
 
@@ -735,8 +754,8 @@ void Reader::toPicture(const VideoFrame& frame, Picture& picture) {
 }
 
 std::int64_t countFrames(const VideoInput& input) {
-  Reader reader(input);
-  return reader.countPackets();
+  if (const auto count = Reader(input).countPackets()) return *count;
+  return Reader(input).countDecoded();
 }
 
 std::unique_ptr<VideoReader> openVideo(const VideoInput& input) {

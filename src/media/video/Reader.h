@@ -59,8 +59,11 @@ class Reader : public VideoReader {
   /// Returns as loss() what the copied streams lack, up to the end of the chosen frames. Call after
   /// takePackets().
   std::string lossOfCopied() const;
-  /// Returns the number of packets of the video that hold a frame to show. Reads to the end.
-  std::int64_t countPackets();
+  /// Returns the number of frames, which is that of the packets that hold one to show; nothing
+  /// where only decoding tells. Reads to the end.
+  std::optional<std::int64_t> countPackets();
+  /// Returns the number of frames that can be decoded. Reads to the end.
+  std::int64_t countDecoded();
 
   /// Returns the time of the input that is 0 in the output. Valid after the first frame.
   Moment zero() const { return zero_; }

@@ -229,8 +229,8 @@ class VideoWriter {
   virtual void finish() = 0;
 };
 
-/// Returns the number of frames of a video, which it reads without decoding. It may be wrong for a
-/// damaged one. Throws MediaError.
+/// Returns the number of frames of a video, which it reads to the end: without decoding where each
+/// packet is a frame that can be shown. It may be wrong for a damaged one. Throws MediaError.
 std::int64_t countFrames(const VideoInput& input);
 
 /// Opens a video. Throws MediaError when the file is missing, damaged or has no video stream that
