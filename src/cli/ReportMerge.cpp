@@ -5,6 +5,7 @@
 
 #include "batch/Share.h"
 #include "cli/FrameList.h"
+#include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 #include "support/Text.h"
 
@@ -196,6 +197,19 @@ std::vector<std::string> ReportMerge::repeated(const std::set<std::string>& with
   return kept;
 }
 
+/// Returns whether --report has a place for the number of the share.
+bool ReportMerge::hasReportForEachShare() const {
+  const std::string option = "--report";
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    const std::string& word = arguments_[i];
+    const bool isNext = word == option && i + 1 < arguments_.size();
+    if (!isNext && !word.starts_with(option + "=")) continue;
+    const std::string name = isNext ? arguments_[i + 1] : word.substr(option.size() + 1);
+    return count_ > 0 && media::SequenceName::parse(name).has_value();
+  }
+  return false;
+}
+
 std::vector<std::vector<std::string>> ReportMerge::commands() const {
   std::vector<std::vector<std::string>> commands;
   if (isDone()) return commands;
@@ -219,7 +233,9 @@ std::vector<std::vector<std::string>> ReportMerge::commands() const {
     if (std::ranges::none_of(command, chooses)) command.emplace_back("--skip-existing");
     return {command};
   }
-  const std::set<std::string> changed{"--share", "--skip-existing", "--overwrite"};
+  std::set<std::string> changed{"--share", "--skip-existing", "--overwrite", "--save-preset"};
+  // Without a place for the share, it is the name of a report that is there.
+  if (!hasReportForEachShare()) changed.insert("--report");
   if (count_ == 0) {
     commands.push_back(repeated(changed));
     commands.back().emplace_back("--skip-existing");

@@ -35,6 +35,7 @@ class ReportMerge {
   std::vector<std::int64_t> missing() const;
   std::map<std::string, std::string> failures() const;
   std::size_t wholeCount() const;
+  bool hasReportForEachShare() const;
   std::vector<std::string> repeated(const std::set<std::string>& without) const;
 
   std::string firstFile_;

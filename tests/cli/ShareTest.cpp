@@ -442,6 +442,42 @@ TEST_F(Share, ReportsOfSegmentsNameTheShares) {
   expectLomix("join 'p.#.mkv' film.mkv --source film.mp4 --quiet");
 }
 
+TEST_F(Share, CommandsOfReportsRunAsTheyStand) {
+  makeClip("film.mp4", "s=48x32:r=25:d=0.4", "");
+  expectLomix("testcard card.png --size 48x27");
+  shell("mkdir in; for i in 1 2 3 4 5; do cp card.png in/$i.png; done; ln -s " LOMIX_COMMAND
+        " lomix");
+  const std::string saved = " --save-preset look.json --set 'Noise=20' --quiet ";
+  const auto renderRest = [this] {
+    shell(
+        "lomix() { ./lomix \"$@\"; }; lomix report [ar].*json > left || test $? = 3; "
+        "grep '^  lomix' left > again.sh; . ./again.sh");
+  };
+  struct Case {
+    const char* input;
+    const char* output;
+    const char* done;  ///< The share that was rendered, with its report.
+    int files;
+  };
+  for (const Case& c : {Case{"film.mp4", "out/p.#.mkv", "--share 1/3 --report a.json", 3},
+                        {"film.mp4", "out/p.#.mkv", "--share 1/3 --report r.#.json", 3},
+                        {"film.mp4", "out/p.#.png", "--share 2/3 --report a.json", 10},
+                        {"in", "out/", "--share 2/3 --report a.json", 5},
+                        {"in", "out/", "--share 2/3 --report r.#.json", 5}}) {
+    shell("mkdir out");
+    expectLomix("render " + std::string(c.input) + " " + c.output + saved + c.done);
+    renderRest();
+    EXPECT_EQ(shell("ls out | wc -l"), std::to_string(c.files) + "\n") << c.output << c.done;
+    shell("rm -r out *.json");
+  }
+  // An input that failed, of a folder without shares.
+  write(path("in/2.png"), "no picture");
+  EXPECT_EQ(lomix("render in out/ --report a.json" + saved).exitCode, 3);
+  shell("cp in/1.png in/2.png");
+  renderRest();
+  EXPECT_EQ(shell("ls out | wc -l"), "5\n");
+}
+
 TEST_F(Share, ATryThatGoesOnReplacesItsOwnReportOnly) {
   expectLomix("testcard card.png --size 640x360");
   const std::string line =
