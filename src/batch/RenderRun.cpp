@@ -65,12 +65,15 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }
 
-/// Returns what the segments of one film have in common beside the input, without spaces.
+/// Returns what the segments of one film have in common: a number for the input's name, the options
+/// and the settings, without spaces.
 std::string jobOf(const RunOptions& options, const looks::ParameterTable& table,
                   const looks::Look& look) {
+  const std::string input =
+      std::filesystem::path(options.route.input).lexically_normal().generic_string();
   // FNV-1a: the same on every machine.
   std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char c : options.job + settingsOf(table, look).dump()) {
+  for (const char c : input + "\n" + options.job + settingsOf(table, look).dump()) {
     hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
   }
   char text[20];

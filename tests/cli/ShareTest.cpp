@@ -311,6 +311,15 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
   renderShares("film.mp4 'b.#.mkv' --set 'Noise=31'", 4);
   renderShares("film.mp4 'c.#.mkv' --codec h264", 4);
   renderShares("film.mp4 'd.#.mov' --codec png", 4);
+  // Two sequences of equal length, and one under two names.
+  expectLomix("testcard card.png --size 48x27");
+  expectLomix("render card.png 'x.#.png' --frames 1-4 --quiet");
+  expectLomix("render card.png 'y.#.png' --frames 1-4 --set Noise=50 --quiet");
+  for (const std::string line :
+       {"'x.#.png' 's.#.mkv' --share 1/2", "'y.#.png' 't.#.mkv' --share 2/2",
+        "'./x.#.png' 's.#.mkv' --share 2/2"}) {
+    expectLomix("render --quiet " + line);
+  }
   shell("cp a.2.mkv copy.mkv; head -c 20000 a.2.mkv > cut.mkv; touch taken.mkv");
   const auto before = names();
   struct Case {
@@ -330,6 +339,7 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
            {"a.1.mkv b.2.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
            {"a.1.mkv c.2.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
            {"a.1.mkv d.2.mov a.3.mkv a.4.mkv o.mkv --source film.mp4", 1, "of another job"},
+           {"s.1.mkv t.2.mkv o.mkv", 1, "the input, the settings or the number of shares differ"},
            {"'e.#.mkv' o.mkv", 1, "no segment exists (looked for 'e.1.mkv')"},
            {"film.mp4 o.mp4", 1, "it is no segment of a film"},
            {"missing.mkv o.mkv", 1, "no such file"},
@@ -341,8 +351,9 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
         << c.line;
     EXPECT_EQ(names(), before) << c.line;
   }
+  expectLomix("join 's.#.mkv' o.mkv --quiet");
   // A segment that was cut off has fewer frames, or none that can be read.
-  const Result cut = lomix("join a.1.mkv cut.mkv a.3.mkv a.4.mkv o.mkv --source film.mp4");
+  const Result cut = lomix("join a.1.mkv cut.mkv a.3.mkv a.4.mkv c.mkv --source film.mp4");
   EXPECT_TRUE(cut.exitCode == 1 || cut.exitCode == 3) << cut.err;
   EXPECT_THAT(cut.err, AllOf(HasSubstr("'cut.mkv'"), EndsWith(")\n")));
 }
