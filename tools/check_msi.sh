@@ -98,6 +98,21 @@ in_registry 'HKLM\SOFTWARE\Lomix' && fail "removal left its key in the registry"
 expect failure /i "$work/new.msi" ADDLOCAL=Rows,Reference
 list | diff "$work/before" - || fail "a refused installation left files"
 
+# An update keeps the features that were chosen, unless others are.
+expect 0 /i "$work/old.msi" ADDLOCAL=Reference
+expect 0 /i "$work/new.msi"
+same "$stage/reference/Lomix.aex" "$media_core/Lomix/Lomix.aex"
+missing "$ofx"
+missing "$program/lomix.exe"
+expect 0 /x "$work/new.msi"
+expect 0 /i "$work/old.msi" ADDLOCAL=Reference
+expect 0 /i "$work/new.msi" ADDLOCAL=Rows,Command
+same "$stage/Lomix.aex" "$media_core/Lomix/Lomix.aex"
+missing "$ofx"
+same "$stage/lomix.exe" "$program/lomix.exe"
+expect 0 /x "$work/new.msi"
+list | diff "$work/before" - || fail "removal left files"
+
 # Over an older version, then over itself, but not back.
 expect 0 /i "$work/old.msi"
 same "$work/old/Lomix.aex" "$media_core/Lomix/Lomix.aex"

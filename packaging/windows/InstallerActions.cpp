@@ -128,6 +128,31 @@ bool willBeInstalled(MSIHANDLE install, const wchar_t* feature) {
   return wanted == INSTALLSTATE_LOCAL;
 }
 
+/// Whether the command line chooses features.
+bool choosesFeatures(MSIHANDLE install) {
+  constexpr const wchar_t* kChoices[] = {L"ADDLOCAL", L"ADDDEFAULT", L"ADDSOURCE",  L"ADVERTISE",
+                                         L"REMOVE",   L"REINSTALL",  L"Preselected"};
+  return std::ranges::any_of(kChoices,
+                             [&](const wchar_t* name) { return !property(install, name).empty(); });
+}
+
+/// Returns whether a feature is installed with one of several products: INSTALLSTATE_LOCAL or
+/// INSTALLSTATE_ABSENT, and INSTALLSTATE_UNKNOWN where none of them has such a feature. products:
+/// their codes, separated by ';'.
+INSTALLSTATE stateIn(std::wstring_view products, const wchar_t* feature) {
+  constexpr std::size_t kCode = 38;
+  INSTALLSTATE found = INSTALLSTATE_UNKNOWN;
+  for (; products.size() >= kCode; products.remove_prefix(std::min(kCode + 1, products.size()))) {
+    const std::wstring code(products.substr(0, kCode));
+    const INSTALLSTATE state = MsiQueryFeatureStateW(code.c_str(), feature);
+    if (state == INSTALLSTATE_UNKNOWN || state == INSTALLSTATE_INVALIDARG) continue;
+    // What was chosen may be broken or incomplete.
+    if (state != INSTALLSTATE_ABSENT) return INSTALLSTATE_LOCAL;
+    found = state;
+  }
+  return found;
+}
+
 /// Whether a program has loaded the file or opened it without sharing it.
 bool isInUse(const std::wstring& file) {
   const HANDLE handle =
@@ -152,6 +177,20 @@ __declspec(dllexport) UINT __stdcall FindPluginFolder(MSIHANDLE install) {
   if (folder.empty()) folder = folderOfAfterEffects();
   if (folder.empty()) return ERROR_SUCCESS;
   return MsiSetPropertyW(install, kFolderProperty, folder.c_str());
+}
+
+/// Chooses the features that the version has which is replaced, unless the command line chooses.
+/// The property OLDERVERSION names the products.
+__declspec(dllexport) UINT __stdcall KeepFeatures(MSIHANDLE install) {
+  if (choosesFeatures(install)) return ERROR_SUCCESS;
+  const std::wstring products = property(install, L"OLDERVERSION");
+  for (const wchar_t* feature : {L"Rows", L"Reference", L"OpenFX", L"Command"}) {
+    const INSTALLSTATE state = stateIn(products, feature);
+    if (state == INSTALLSTATE_UNKNOWN) continue;
+    const UINT status = MsiSetFeatureStateW(install, feature, state);
+    if (status != ERROR_SUCCESS) return status;
+  }
+  return ERROR_SUCCESS;
 }
 
 /// Refuses two renderers, which would be one file.
