@@ -63,6 +63,20 @@ missing() { [ ! -e "$1" ] || fail "$1 is there"; }
 # Files and folders, without what Windows itself keeps of installers and of the registry.
 list() { (cd "$drive" && find . ! -path './windows/*' ! -path './users/*' | sort); }
 in_registry() { wine reg query "$1" >/dev/null 2>&1; }
+# Not through a pipe: grep may end before its writer, which then fails.
+among_programs() {
+  wine reg query 'HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall' /s >"$work/programs" 2>/dev/null || true
+  grep -q Lomix "$work/programs"
+}
+# Expects what the installer writes into the registry, or that nothing of it is left.
+registered() {
+  in_registry 'HKLM\SOFTWARE\Lomix' || fail "its key is not in the registry"
+  among_programs || fail "it is not among the programs"
+}
+unregistered() {
+  ! in_registry 'HKLM\SOFTWARE\Lomix' || fail "removal left its key in the registry"
+  ! among_programs || fail "removal left the entry among the programs"
+}
 list >"$work/before"
 
 # The newest version counts as a number, not as a text, and only a folder that exists.
@@ -81,7 +95,9 @@ expect 0 /x "$work/new.msi"
 rm -r "$drive/ae"
 list | diff "$work/before" - || fail "removal left files"
 
+unregistered
 expect 0 /i "$work/new.msi" ADDLOCAL=Reference
+registered
 same "$stage/reference/Lomix.aex" "$media_core/Lomix/Lomix.aex"
 same "$stage/README.html" "$program/README.html"
 missing "$ofx"
@@ -93,7 +109,7 @@ expect failure /i "$work/new.msi" ADDLOCAL=Reference
 same "$stage/Lomix.aex" "$media_core/Lomix/Lomix.aex"
 expect 0 /x "$work/new.msi"
 list | diff "$work/before" - || fail "removal left files"
-in_registry 'HKLM\SOFTWARE\Lomix' && fail "removal left its key in the registry"
+unregistered
 
 expect failure /i "$work/new.msi" ADDLOCAL=Rows,Reference
 list | diff "$work/before" - || fail "a refused installation left files"
@@ -127,6 +143,7 @@ same "$stage/Lomix.aex" "$media_core/Lomix/Lomix.aex"
 same "$stage/Lomix.ofx.bundle/Contents/Win64/Lomix.ofx" "$ofx"
 
 # While a host has loaded the module, nothing is changed.
+registered
 list >"$work/installed"
 wine "$program/lomix.exe" testcard "$work/card.png" --size 64x64
 wine "$program/lomix.exe" render "$work/card.png" "$work/frame.####.png" --frames 1-9999 --no-fsync \
@@ -146,6 +163,5 @@ holder=
 
 expect 0 /x "$work/new.msi"
 list | diff "$work/before" - || fail "removal left files"
-wine reg query 'HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall' /s 2>/dev/null | grep -q Lomix &&
-  fail "removal left the entry among the programs"
+unregistered
 echo "Installer: all passed."
