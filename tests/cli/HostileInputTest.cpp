@@ -1,5 +1,8 @@
 // Files that ask for more than they are: memory for pictures that they cannot hold, other files.
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 
@@ -76,12 +79,61 @@ TEST_F(HostileInput, PlayListsOpenNoOtherFileUnlessAllowed) {
   EXPECT_THAT(result.err, HasSubstr("--allow-playlists"));
 }
 
+/// A port of this machine that takes connections and never answers.
+class SilentPort {
+ public:
+  SilentPort() {
+    EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address_), sizeof address_), 0);
+    EXPECT_EQ(listen(socket_, 16), 0);
+    socklen_t size = sizeof address_;
+    EXPECT_EQ(getsockname(socket_, reinterpret_cast<sockaddr*>(&address_), &size), 0);
+  }
+  ~SilentPort() { close(socket_); }
+  SilentPort(const SilentPort&) = delete;
+  SilentPort& operator=(const SilentPort&) = delete;
+
+  /// Returns "127.0.0.1:" and the number.
+  std::string name() const { return "127.0.0.1:" + std::to_string(ntohs(address_.sin_port)); }
+  /// Returns how many connections were made since the last call.
+  int takeConnections() {
+    int count = 0;
+    for (int peer = 0; (peer = accept(socket_, nullptr, nullptr)) >= 0; ++count) close(peer);
+    return count;
+  }
+
+ private:
+  int socket_ = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+  sockaddr_in address_{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+};
+
 TEST_F(HostileInput, PlayListsNeverOpenAddresses) {
+  SilentPort port;
+  const std::string address = "http://" + port.name() + "/s.ts";
   write(path("list.m3u8"),
-        "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/s.ts\n#EXT-X-ENDLIST\n");
-  const Result result = run({"render", "list.m3u8", "out.mkv", "--allow-playlists"});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_THAT(result.err, AllOf(StartsWith("error: cannot read 'list.m3u8'"), EndsWith(")\n")));
+        "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + address + "\n#EXT-X-ENDLIST\n");
+  write(path("list.ffconcat"), "ffconcat version 1.0\nfile '" + address + "'\n");
+  write(path("list.mpd"),
+        "<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
+        "profiles=\"urn:mpeg:dash:profile:isoff-on-demand:2011\" "
+        "mediaPresentationDuration=\"PT1S\"><Period><AdaptationSet mimeType=\"video/mp4\">"
+        "<Representation id=\"0\" bandwidth=\"1000\"><BaseURL>" +
+            address + "</BaseURL></Representation></AdaptationSet></Period></MPD>");
+  for (const std::string list : {"list.m3u8", "list.ffconcat", "list.mpd"}) {
+    // Whoever opens addresses gets there.
+    const std::string probe =
+        "timeout 2 ffprobe -v quiet -rw_timeout 200000 -protocol_whitelist file,http,tcp " +
+        std::string(list == "list.ffconcat" ? "-safe 0 " : "");
+    EXPECT_NE(finish(startProgram({"sh", "-c", probe + list})).exitCode, 0);
+    ASSERT_GT(port.takeConnections(), 0) << list;
+    for (const std::string option : {" --allow-playlists", ""}) {
+      const Result result = finish(startProgram(
+          {"sh", "-c", "timeout 10 " LOMIX_COMMAND " render " + list + " out.mkv" + option}));
+      EXPECT_EQ(result.exitCode, 1) << list << option;
+      EXPECT_THAT(result.err,
+                  AllOf(StartsWith("error: cannot read '" + list + "'"), EndsWith(")\n")));
+      EXPECT_EQ(port.takeConnections(), 0) << list << option;
+    }
+  }
 }
 
 }  // namespace
