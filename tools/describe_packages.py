@@ -36,7 +36,11 @@ class Fault(Exception):
 
 
 def ask(*command):
-    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        cause = (done.stderr.strip().splitlines() or [f"exit code {done.returncode}"])[-1]
+        raise Fault(f"'{' '.join(command)}' failed: {cause} (see that what it asks for is there)")
+    return done.stdout
 
 
 def version(component):
@@ -102,6 +106,8 @@ def bill(number, files):
         parts = next((p for pattern, p in KINDS if re.search(pattern, file.name)), None)
         if parts is None:
             raise Fault(f"{file}: no kind of package is known for this name (add it to KINDS)")
+        if not re.search(rf"[-_]{re.escape(number)}-", file.name):
+            raise Fault(f"{file}: it is of another version than {number} (leave it out)")
         own = identifier(file.name)
         checksum = hashlib.sha256(file.read_bytes()).hexdigest()
         packages.append(package(own, file.name, number, "NONE", packageFileName=file.name,

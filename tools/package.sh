@@ -178,9 +178,10 @@ END
 for system in "${wanted[@]}"; do
   "package_$system"
 done
-find "$dist" -maxdepth 1 -type f -name "*omix*" ! -name "*.json" -print0 | sort -z |
-  xargs -0 tools/describe_packages.py bill "$version" >"$stage/bill"
-mv "$stage/bill" "$dist/Lomix-$version.spdx.json"
-(cd "$dist" && find . -maxdepth 1 -type f -name "*omix*" | sort | sed 's|^\./||' |
-  xargs -d '\n' sha256sum >SHA256SUMS)
-cat "$dist/SHA256SUMS"
+# Packages of other versions may lie beside them.
+cd "$dist"
+find . -maxdepth 1 -type f -name "*omix*[-_]$version-*" -printf '%f\n' | sort >"$stage/packages"
+xargs -d '\n' -a "$stage/packages" ../tools/describe_packages.py bill "$version" >"$stage/bill"
+mv "$stage/bill" "Lomix-$version.spdx.json"
+{ cat "$stage/packages"; echo "Lomix-$version.spdx.json"; } | sort | xargs -d '\n' sha256sum >SHA256SUMS
+cat SHA256SUMS
