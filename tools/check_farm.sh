@@ -119,14 +119,14 @@ until_true 60 "the third share" hasFrame 'out.0003.png'
 process=$(pgrep --newest --uid "$(id -u)" --full -- "--share 3/8") || fail "the third task is not running"
 [ "$(readlink "/proc/$process/cwd")" = "$folder/job" ] || fail "the third task is over already (use more FRAMES)"
 kill -KILL "$process"
-isFailed() { scontrol show job "${job}_3" | grep -q 'JobState=FAILED'; }
+isFailed() { scontrol show job "${job}_3" | grep 'JobState=FAILED' >/dev/null; }
 until_true 60 "the end of the killed task" isFailed
 scontrol requeue "${job}_3"
 # Slurm waits before it starts a task again.
 for task in 2 3; do scontrol update "JobId=${job}_$task" StartTime=now || true; done
 until_true 600 "the array" isOver "$job"
 for task in 2 3; do
-  scontrol show job "${job}_$task" | grep -q 'Restarts=1' || fail "task $task was not started again"
+  scontrol show job "${job}_$task" | grep 'Restarts=1' >/dev/null || fail "task $task was not started again"
 done
 lomix report "lomix-$job".*.json || fail "the reports say that frames are missing"
 for file in good.*.png; do

@@ -106,7 +106,7 @@ for folder in "$work"/*-win64 "$work"/*-macos "$work"/*-linux-*; do
   done
   grep -qF "$(cat LICENCE.txt)" "$folder/LICENCES.txt" || fail "$folder does not say that no licence was chosen"
 done
-msiinfo export dist/*.msi Feature | grep -q OpenFX || fail "the installer has no feature OpenFX"
+msiinfo export dist/*.msi Feature | grep OpenFX >/dev/null || fail "the installer has no feature OpenFX"
 
 if command -v wine >/dev/null; then
   export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
