@@ -238,8 +238,7 @@ class Planner {
         kind_ == Kind::Sequence && wanted_.empty() ? selection_.numbers : wanted_;
     if (kind_ == Kind::Video) {
       // The frames are counted before they are read.
-      std::error_code ignored;
-      if (!std::filesystem::is_regular_file(options_.input, ignored)) {
+      if (media::isReadOnce(options_.input)) {
         throw UsageError("--share: '" + options_.input +
                          "' cannot be read twice (copy it to a file)");
       }

@@ -119,6 +119,9 @@ TEST_F(Footage, WhatAFileLacksIsNamedAndTheRestIsWritten) {
                 HasSubstr("bytes before the end that it states"))
         << extension;
     EXPECT_THAT(render("film." + extension + " out.mkv --overwrite"), IsEmpty()) << extension;
+    // A file of that name is not standard input.
+    std::filesystem::rename(path("cut." + extension), path("-"));
+    EXPECT_THAT(render("- out.mkv --overwrite <film." + extension), IsEmpty()) << extension;
   }
 }
 

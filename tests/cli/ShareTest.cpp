@@ -320,7 +320,7 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
         "'./x.#.png' 's.#.mkv' --share 2/2"}) {
     expectLomix("render --quiet " + line);
   }
-  shell("cp a.2.mkv copy.mkv; head -c 20000 a.2.mkv > cut.mkv; touch taken.mkv");
+  shell("mkfifo pipe; cp a.2.mkv copy.mkv; head -c 20000 a.2.mkv > cut.mkv; touch taken.mkv");
   const auto before = names();
   struct Case {
     const char* line;
@@ -332,6 +332,9 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
                 "of 4 segments these are missing: 2, 4 (render them, with --share 2/4 and"},
            {"'a.#.mkv' o.mkv", 2, "--source is required"},
            {"'a.#.mkv' o.mkv --source other.mp4", 1, "the video that was rendered had"},
+           {"'a.#.mkv' o.mkv --source missing.mp4", 1, "no such file"},
+           {"'a.#.mkv' o.mkv --source -", 2, "--source: '-' is no file that can be compared"},
+           {"'a.#.mkv' o.mkv --source pipe", 2, "--source: 'pipe' is no file"},
            {"'a.#.mkv' o.mp4 --source film.mp4", 2, "'o.mp4' is no .mkv file"},
            {"'a.#.mkv' taken.mkv --source film.mp4", 1, "--overwrite"},
            {"'a.#.mkv' a.2.mkv --source film.mp4", 2, "the same file"},
@@ -361,6 +364,7 @@ TEST_F(Share, SegmentsThatDoNotFitAreRefusedAndNothingIsWritten) {
 TEST_F(Share, WrongUsageIsOneLine) {
   expectLomix("testcard card.png --size 48x27");
   makeClip("film.mp4", "s=48x32:r=25:d=0.4", "");
+  shell("mkfifo pipe.mp4");
   const auto before = names();
   struct Case {
     const char* line;
@@ -382,9 +386,12 @@ TEST_F(Share, WrongUsageIsOneLine) {
            {"film.mp4 - --share 1/2", "cannot be shared"},
            {"- 'o.#.mkv' --share 1/2", "cannot be shared"},
            {"film.mp4 'o.#.mkv' --share 1/2 --frames 0s-1s", "by their numbers"},
+           {"pipe.mp4 'o.#.mkv' --share 1/2", "'pipe.mp4' cannot be read twice"},
+           {"missing.mp4 'o.#.mkv' --share 1/2", "there is no such file"},
        }) {
     const Result result = lomix(std::string("render ") + c.line);
-    EXPECT_EQ(result.exitCode, 2) << c.line << result.err;
+    const bool isMissing = std::string(c.line).starts_with("missing");
+    EXPECT_EQ(result.exitCode, isMissing ? 1 : 2) << c.line << result.err;
     EXPECT_THAT(result.err, AllOf(StartsWith("error: "), EndsWith(")\n"), HasSubstr(c.cause)))
         << c.line;
     EXPECT_EQ(names(), before) << c.line;

@@ -257,6 +257,11 @@ class Joiner {
           "--source is required: the video that was rendered, whose sound and tags are copied (or "
           "add --video-only)");
     }
+    if (isReadOnce(input_.source)) {
+      throw UsageError("--source: '" + input_.source +
+                       "' is no file that can be compared with the video that was rendered (copy " +
+                       "it to a file)");
+    }
     VideoInput input;
     input.name = input_.source;
     input.warn = output_.warn;

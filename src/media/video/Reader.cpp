@@ -83,8 +83,7 @@ const AVInputFormat* formatOfStart(std::string start) {
 
 /// Does the same for a file; null for a pipe, which cannot be read twice.
 const AVInputFormat* formatOfFile(const std::string& name) {
-  std::error_code ignored;
-  if (!std::filesystem::is_regular_file(name, ignored)) return nullptr;
+  if (isReadOnce(name)) return nullptr;
   const std::string url = "file:" + name;
   AVIOContext* file = nullptr;
   const AVInputFormat* format = nullptr;
@@ -334,8 +333,7 @@ std::vector<int> Reader::usedStreams() const {
 
 /// Looks at the end of a file, whose packets may all be whole.
 void Reader::checkEnd() {
-  std::error_code ignored;
-  if (webp_ || isRaw_ || !std::filesystem::is_regular_file(name_, ignored)) return;
+  if (webp_ || isRaw_ || isReadOnce(name_)) return;
   try {
     missingBytes_ = missingBytes(name_, container_->iformat->name);
     checkMpegEnd();

@@ -29,6 +29,10 @@ inline constexpr const char* kStandardStream = "-";
 /// Returns whether the name is a video's: by its extension, or the standard stream.
 bool isVideoName(const std::string& name);
 
+/// Returns whether an input can be read only once, and has no size: the standard stream, a pipe or
+/// a device.
+bool isReadOnce(const std::string& name);
+
 /// Returns whether a file without a video's name is to be read as one: a picture of several frames
 /// (GIF, PNG, WebP), which its content tells, a play list, or a file of sound, for which the reader
 /// has a clear error. False for a file that cannot be read.

@@ -108,6 +108,14 @@ std::string extensionOf(const std::filesystem::path& file) {
 
 }  // namespace
 
+bool isReadOnce(const std::string& name) {
+  if (name == kStandardStream) return true;
+  std::error_code ignored;
+  const std::filesystem::file_status status = std::filesystem::status(name, ignored);
+  return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+         !std::filesystem::is_directory(status);
+}
+
 bool isVideoFile(const std::filesystem::path& file) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(file, ignored)) return false;
