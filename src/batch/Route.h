@@ -62,15 +62,14 @@ struct Route {
   bool isVideo = false;  ///< The output is a video.
 };
 
-/// Opens the source and the sink: picture, sequence or video. The output of a share is a sequence,
-/// or a pattern with the place for the number of the share, whose segment of a film is written.
-/// Before that, checks that no output is
-/// the file of an input or of another output, and that each can be written. OUTPUT is a pattern
-/// where several frames are written or the input is a sequence or a video; the output of a single
-/// picture has the very name that is given. A single picture of standard input is read here, and
-/// one for standard output has its input's format unless another is given. Throws UsageError for
-/// options that contradict each other and for shared files, MediaError when something cannot be
-/// read or written.
+/// Checks that no output is the file of an input or of another output, and that each can be
+/// written. Then opens the source and the sink: picture, sequence or video. The output of a share
+/// is a sequence, or the segment of a film: for share 3 and film.##.mkv, the file film.03.mkv.
+/// OUTPUT is a pattern where several frames are written or the input is a sequence or a video; the
+/// output of a single picture has the very name that is given. A single picture of standard input
+/// is read here, and one for standard output has its input's format unless another is given. Throws
+/// UsageError for options that contradict each other and for shared files, MediaError when
+/// something cannot be read or written.
 Route makeRoute(const RouteOptions& options);
 
 /// Opens the source alone, as makeRoute() does. Ignores all that concerns the output.

@@ -15,8 +15,9 @@ namespace lomix::batch {
 nlohmann::ordered_json reportOf(const Tally& tally, const std::vector<FrameFailure>& failures,
                                 double wallSeconds);
 
-/// Returns whether the run keeps what exists and has the report's name of an earlier try of the
-/// same share, which its own report replaces. Throws MediaError.
+/// Returns whether the run goes on with a share, keeping what exists, and the file that its report
+/// is written to has the report of an earlier try of that share. Such a file may be replaced.
+/// Throws MediaError.
 bool continuesShare(const RunOptions& options);
 
 /// Returns every parameter's value by name, or its keys in the form of preset files.

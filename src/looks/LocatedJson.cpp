@@ -28,7 +28,8 @@ constexpr std::size_t kMaxValues = 100'000;
   throw BadPreset(source + " line " + std::to_string(line) + ": " + message);
 }
 
-/// Reads a text; counts the characters that it has passed, together with its copies.
+/// Iterates over the characters of a text and counts how many were read. All copies of an iterator
+/// share the count.
 class CountingIterator {
  public:
   using iterator_category = std::input_iterator_tag;

@@ -33,7 +33,7 @@ class Worker implements WorkerApi {
   // The source at half its size, made when it is first drawn.
   private half: Pixels | undefined;
   private shownSource: Pixels | undefined;
-  // Whose pixels the engine's memory has.
+  // The pixels that are in the engine's memory.
   private loaded: Pixels | undefined;
   private look: { json: string; look: Look } | undefined;
   private readonly reader = new OffscreenCanvas(1, 1);

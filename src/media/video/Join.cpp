@@ -225,8 +225,9 @@ class Joiner {
     latest_ = *std::max_element(begin, times_.end());
   }
 
-  /// Finds the order of display and how many frames decoding is ahead of it, at least those that
-  /// the encoder has put before time 0.
+  /// Sorts the times into the order of display. Finds by how many frames decoding has to be ahead,
+  /// so that no frame is decoded after it is shown. Throws MediaError where two frames have one
+  /// time.
   void orderFrames() {
     sorted_ = times_;
     std::ranges::sort(sorted_);

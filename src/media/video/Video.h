@@ -116,7 +116,8 @@ struct Segment {
   std::int64_t number = 1;  ///< Among the segments, from 1 to count.
   std::int64_t count = 1;
   std::int64_t frames = 0;  ///< How many frames it should have.
-  std::int64_t place = 0;  ///< Of the first frame from a picture: its number less the film's first.
+  /// Of pictures: the number of the segment's first frame minus that of the film's first frame.
+  std::int64_t place = 0;
   Film film;
   /// What the segments of a film have in common, without spaces: others are not joined with them.
   std::string job;
