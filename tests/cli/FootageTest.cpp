@@ -457,6 +457,41 @@ TEST_F(Footage, MpegStreamsThatAreCutAreNamed) {
   EXPECT_GT(guesses, 0);
 }
 
+TEST_F(Footage, WhatAContainerCannotHoldIsNamed) {
+  write(path("w.srt"), "1\n00:00:00,000 --> 00:00:01,000\nHello\n");
+  makeFilm("film.mp4", "-i w.srt -map 0 -map 1 -map 2 -t 1 -c:s mov_text -c:a aac");
+  makeClip("pcm.mov", "s=96x64:r=25:d=0.4", "-f lavfi -i sine=d=0.4 -c:a pcm_s16le");
+  const std::string noSubtitles = "stream 2, subtitles (mov_text), is left out";
+  const std::string noSound = "such a file cannot hold the sound of stream 1 (aac)";
+  struct Case {
+    const char* arguments;
+    int exitCode;
+    std::string message;
+  };
+  for (const Case& c : {Case{"film.mp4 a.ts", 0, noSubtitles},
+                        {"film.mp4 a.m2ts", 0, noSubtitles},
+                        {"film.mp4 a.nut", 0, noSubtitles},
+                        {"film.mp4 a.mpg", 1, noSound},
+                        {"film.mp4 b.mpg --no-audio", 0, noSubtitles},
+                        {"film.mp4 a.vob", 1, noSound},
+                        {"film.mp4 a.mxf", 1, noSound},
+                        {"film.mp4 a.ogv --no-audio", 1, "such a file holds no h264"},
+                        {"film.mp4 b.ts --codec prores", 1, "such a file holds no prores"},
+                        {"film.mp4 a.y4m --codec h264", 1, "such a file holds no h264"},
+                        {"film.mp4 a.gif --codec h264", 1, "such a file holds no h264"},
+                        {"pcm.mov b.mxf", 1,
+                         "prores of 96x64 pixels at 25/1 frames a second, pcm_s16le of 44100"}}) {
+    const std::string message = render(c.arguments, c.exitCode);
+    EXPECT_THAT(message, HasSubstr(c.message)) << c.arguments;
+    EXPECT_EQ(std::ranges::count(message, '\n'), 1) << message;
+  }
+  EXPECT_EQ(shell("ffprobe -v error -of csv=p=0 -show_entries stream=codec_type b.mpg"), "video\n");
+  EXPECT_FALSE(std::filesystem::exists(path("b.mxf")));
+  EXPECT_THAT(render("pcm.mov b.mxf --no-audio"), IsEmpty());
+  EXPECT_EQ(probe("b.mxf", "v", "stream=codec_name,nb_read_frames -count_frames"),
+            "stream,prores,10\n");
+}
+
 TEST_F(Footage, ComparisonsLookAtEveryFrame) {
   makeClip("a.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");
   shell(

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "media/picture/PictureFile.h"
+#include "media/video/ContainerCodecs.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/Text.h"
@@ -94,7 +95,7 @@ const AVOutputFormat* chooseContainer(const VideoOutput& output, const CodecChoi
                      "its extension names no container (use .mp4, .mov or .mkv)");
   }
   const AVCodecID id = avcodec_find_encoder_by_name(codec.encoder)->id;
-  if (avformat_query_codec(container, id, FF_COMPLIANCE_NORMAL) == 0) {
+  if (!holdsCodec(*container, id)) {
     throw AvoidableError(Remedy::ChooseCodec,
                          cannotWrite(output.name) + "such a file holds no " + std::string(name),
                          "use the extension .mkv or .mov, or choose another codec");

@@ -3,15 +3,12 @@
 #include <string>
 #include <string_view>
 
+#include "media/video/ContainerCodecs.h"
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 
 namespace lomix::media {
 namespace {
-
-bool holds(const AVOutputFormat& format, AVCodecID codec) {
-  return avformat_query_codec(&format, codec, FF_COMPLIANCE_NORMAL) != 0;
-}
 
 bool isText(AVCodecID codec) {
   const AVCodecDescriptor* description = avcodec_descriptor_get(codec);
@@ -42,11 +39,11 @@ class Planner {
       case AVMEDIA_TYPE_AUDIO:
         if (!output_.sound) return Treatment::LeaveOut;
         if (isPlain()) return leaveOut(stream, "sound");
-        if (!holds(format_, codec)) refuseSound(stream);
+        if (!holdsCodec(format_, codec)) refuseSound(stream);
         return Treatment::Copy;
       case AVMEDIA_TYPE_SUBTITLE:
         if (!output_.subtitles) return Treatment::LeaveOut;
-        if (!isPlain() && holds(format_, codec)) return Treatment::Copy;
+        if (!isPlain() && holdsCodec(format_, codec)) return Treatment::Copy;
         if (isText(codec) && textSubtitleCodec(format_) != AV_CODEC_ID_NONE) {
           return Treatment::ConvertText;
         }

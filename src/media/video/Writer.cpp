@@ -124,6 +124,27 @@ void Writer::require(int error) const {
                    " (check the free space, or try another codec)");
 }
 
+/// Throws where the header could not be written. Most containers say only by that which streams
+/// they do not take: of other rates than theirs, for instance.
+void Writer::requireHeader(int error) const {
+  if (error >= 0 || error == AVERROR(ENOSPC) || error == AVERROR(EIO)) return require(error);
+  std::string streams;
+  for (unsigned i = 0; i < container_->nb_streams; ++i) {
+    const AVCodecParameters& codec = *container_->streams[i]->codecpar;
+    streams += (i == 0 ? "" : ", ") + std::string(avcodec_get_name(codec.codec_id));
+    if (codec.codec_type == AVMEDIA_TYPE_AUDIO) {
+      streams += " of " + std::to_string(codec.sample_rate) + " Hz";
+    } else if (i == static_cast<unsigned>(stream_->index)) {
+      const AVRational rate = container_->streams[i]->avg_frame_rate;
+      streams += " of " + std::to_string(codec.width) + "x" + std::to_string(codec.height) +
+                 " pixels at " + std::to_string(rate.num) + "/" + std::to_string(rate.den) +
+                 " frames a second";
+    }
+  }
+  throw MediaError(cannotWrite(output_.name) + "such a file cannot hold these streams: " + streams +
+                   " (use the extension .mkv or .mov)");
+}
+
 void Writer::warn(const std::string& subject, const std::string& what) const {
   output_.warn("'" + subject + "': " + what);
 }
@@ -164,7 +185,7 @@ void Writer::writeHeader() {
   FfmpegOptions options;
   // MP4 gets a track of timecodes, as QuickTime does, where the source has one.
   if (isMp4Family(*format_)) options.set("write_tmcd", "1");
-  require(avformat_write_header(container_, options.address()));
+  requireHeader(avformat_write_header(container_, options.address()));
   if (!output_.segment) writeCovers();
 }
 
@@ -376,6 +397,10 @@ void Writer::describeEncoded(AVStream& stream) const {
   stream.time_base = encoder_->time_base;
   stream.avg_frame_rate = encoder_->framerate;
   stream.sample_aspect_ratio = encoder_->sample_aspect_ratio;
+  // The encoder does not say it, and MXF needs it.
+  if (encoder_->codec_id == AV_CODEC_ID_PRORES) {
+    stream.codecpar->profile = FF_PROFILE_PRORES_4444;
+  }
   // The tag by which QuickTime plays HEVC.
   if (encoder_->codec_id == AV_CODEC_ID_HEVC && isMp4Family(*format_)) {
     stream.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');

@@ -66,6 +66,7 @@ class Writer : public VideoWriter {
   void write(AVPacket& packet);
   void warn(const std::string& subject, const std::string& what) const;
   void require(int error) const;
+  void requireHeader(int error) const;
 
   VideoOutput output_;
   Reader* source_;
