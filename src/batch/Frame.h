@@ -37,8 +37,8 @@ class FrameSource {
   virtual bool isSequence() const { return false; }
   /// Returns the numbers of the requested frames that do not exist, as far as next() has found out.
   virtual std::vector<std::int64_t> missing() const { return {}; }
-  /// Returns the number of damaged parts of the input that next() has skipped.
-  virtual std::int64_t damagedCount() const { return 0; }
+  /// Returns what is damaged in the input, as VideoReader::damage() in Video.h.
+  virtual std::string damage() const { return {}; }
   /// Returns what the input promises but does not have, as VideoReader::loss() in Video.h.
   virtual std::string loss() const { return {}; }
   /// Reads the picture of a frame that next() returned. picture: its memory is reused where it

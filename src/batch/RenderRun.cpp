@@ -43,13 +43,13 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
             : "nothing is written (run it again from the start)";
     throw Interrupted("'" + route.output + "': " + kept, pipeline.interruptedBy());
   }
-  if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
-    throw FramesFailed("'" + options.route.input + "': " + frames(damaged) +
-                       " damaged and left out (the others are written; repair the input)");
-  }
   if (const std::string loss = route.source->loss(); !loss.empty()) {
     throw FramesFailed("'" + options.route.input + "': " + loss +
                        " (what is there is written; copy or repair the input)");
+  }
+  if (const std::string damage = route.source->damage(); !damage.empty()) {
+    throw FramesFailed("'" + options.route.input + "': " + damage +
+                       " (the others are written; repair the input)");
   }
   if (pipeline.failures().empty() && tally.rendered + tally.skipped == 0) {
     throw CommandError("'" + options.route.input +
@@ -226,8 +226,8 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
   if (const std::string loss = route.source->loss(); !loss.empty()) {
     warnings.add("'" + options.route.input + "': " + loss);
   }
-  if (const std::int64_t damaged = route.source->damagedCount(); damaged > 0) {
-    warnings.add("'" + options.route.input + "': " + frames(damaged) + " damaged and left out");
+  if (const std::string damage = route.source->damage(); !damage.empty()) {
+    warnings.add("'" + options.route.input + "': " + damage);
   }
   report.write(pipeline, seconds(), pipeline.interruptedBy() != 0 ? "interrupted" : "");
   throwUnlessDone(options, pipeline, route);

@@ -23,7 +23,7 @@ class VideoSource : public FrameSource {
   std::optional<Frame> next() override;
   void load(const Frame& frame, media::Picture& picture) override;
   std::vector<std::int64_t> missing() const override;
-  std::int64_t damagedCount() const override { return reader_->damagedCount(); }
+  std::string damage() const override { return reader_->damage(); }
   std::string loss() const override { return reader_->loss(); }
 
  private:

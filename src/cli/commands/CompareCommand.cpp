@@ -202,9 +202,8 @@ class Side {
   void requireWhole() const {
     const std::string loss = source_->loss();
     if (!loss.empty()) throw MediaError(cannotRead(name_) + loss + " (copy it again)");
-    if (source_->damagedCount() > 0) {
-      throw MediaError(cannotRead(name_) + "frames are damaged (repair it)");
-    }
+    const std::string damage = source_->damage();
+    if (!damage.empty()) throw MediaError(cannotRead(name_) + damage + " (repair it)");
   }
 
  private:

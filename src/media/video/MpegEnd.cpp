@@ -37,6 +37,7 @@ struct Pes {
   std::size_t length = 0;  ///< Stated; 0: not.
   std::size_t found = 0;   ///< Bytes so far.
   bool isFull = false;     ///< The last transport packet has no stuffing.
+  bool isCut() const { return found < length; }
 };
 
 }  // namespace
@@ -61,6 +62,7 @@ MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize,
   if ((tail.size() - *first) % step != 0) return MpegEnd::Cut;
 
   std::map<unsigned, Pes> streams;
+  unsigned last = 0;  // The stream of the last packet.
   for (std::size_t at = *first + beforeSync; at + kPacket <= tail.size(); at += step) {
     const std::string_view packet = std::string_view(tail).substr(at, kPacket);
     const unsigned id = (byteAt(packet, 1) & 0x1fU) << 8 | byteAt(packet, 2);
@@ -73,15 +75,16 @@ MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize,
       streams.erase(id);
       if (payload.starts_with(std::string_view("\0\0\1", 3))) streams[id] = {pesLength(payload), 0};
     }
+    last = id;
     const auto stream = streams.find(id);
     if (stream == streams.end()) continue;
     stream->second.found += payload.size();
     stream->second.isFull = !hasStuffing;
   }
-  for (const int id : used) {
-    const auto stream = streams.find(static_cast<unsigned>(id));
-    if (stream == streams.end()) continue;
-    if (stream->second.found < stream->second.length) return MpegEnd::Cut;
+  for (const auto& [id, stream] : streams) {
+    // Another stream may end within a packet earlier, but where the file ends in it, all are cut.
+    const bool counts = id == last || std::ranges::count(used, static_cast<int>(id)) > 0;
+    if (counts && stream.isCut()) return MpegEnd::Cut;
   }
   const auto pictures = streams.find(static_cast<unsigned>(used.front()));
   const bool isOpen =

@@ -15,7 +15,8 @@ enum class MpegEnd {
 
 /// Returns how a transport stream ends. packetSize: 188 bytes, 192 with a time before each packet
 /// (M2TS), or 204 with error correction behind it. used: the packet identifiers of the streams that
-/// count, that of the pictures first. Throws EndOfFile where the file cannot be read.
+/// count, that of the pictures first; the stream of the last packet counts too. Throws EndOfFile
+/// where the file cannot be read.
 MpegEnd endOfTransportStream(const std::filesystem::path& file, int packetSize,
                              const std::vector<int>& used);
 

@@ -63,6 +63,9 @@ double secondsOf(const Moment& moment) {
   return static_cast<double>(moment.value) * av_q2d(moment.base);
 }
 
+/// Returns whether the decoder has filled gaps of a frame.
+bool isPatched(const AVFrame& frame) { return frame.decode_error_flags != 0; }
+
 /// Returns what standard input gives first; empty where it is at its end or cannot be read.
 std::string firstInput() {
   std::string start(4096, '\0');
@@ -285,7 +288,9 @@ std::string Reader::lossAtEnd() const {
            " bytes before the end that it states";
   }
   if (!breakOff_.empty()) return "it breaks off, " + breakOff_;
-  return endsEarly_ ? "it ends in the middle of a frame, and does not say how much is missing" : "";
+  if (endsEarly_) return "it ends in the middle of a frame, and does not say how much is missing";
+  return lacksEnd_ ? "it lacks the end that a whole file has, and does not say how much is missing"
+                   : "";
 }
 
 std::string Reader::lossOfCopied() const {
@@ -307,7 +312,8 @@ std::string Reader::lossOfCopied() const {
 std::string Reader::loss() const {
   if (!begun_) return {};
   if (isPastChoice()) return lossOfCopied();
-  if (missingBytes_ > 0) return lossAtEnd();
+  // Seconds say more, but those of AVI and ASF may be wrong.
+  if (missingBytes_ > 0 && !format().starts_with("matroska")) return lossAtEnd();
   std::string loss;
   if (const auto promised = promisedEnd(*stream_)) {
     loss = lossOf("", lastEnd_, promised);
@@ -319,6 +325,23 @@ std::string Reader::loss() const {
   }
   if (loss.empty()) loss = lossOfCopied();
   return loss.empty() ? lossAtEnd() : loss;
+}
+
+std::string Reader::damage() const {
+  const auto frames = [](std::int64_t count) {
+    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+  };
+  std::string text;
+  if (skipped_ > 0) text = frames(skipped_) + " damaged and left out";
+  if (patched_ > 0) {
+    text += (text.empty() ? "" : ", ") + frames(patched_) + " damaged and decoded in part";
+  }
+  return text;
+}
+
+/// Returns FFmpeg's name of the container's format; empty for WebP.
+std::string_view Reader::format() const {
+  return container_->iformat == nullptr ? "" : container_->iformat->name;
 }
 
 /// Returns the identifiers of the video, first, and of the streams that are copied.
@@ -335,7 +358,12 @@ std::vector<int> Reader::usedStreams() const {
 void Reader::checkEnd() {
   if (webp_ || isRaw_ || isReadOnce(name_)) return;
   try {
-    missingBytes_ = missingBytes(name_, container_->iformat->name);
+    missingBytes_ = missingBytes(name_, format());
+    lacksEnd_ = lacksEnd(name_, format());
+    // A part of a frame is no packet there.
+    if (format() == "yuv4mpegpipe") {
+      endsEarly_ = packetsEnd_ < static_cast<std::int64_t>(std::filesystem::file_size(name_));
+    }
     checkMpegEnd();
   } catch (const EndOfFile&) {
     breakOff_ = "and its end cannot be read";
@@ -344,9 +372,8 @@ void Reader::checkEnd() {
 
 /// Looks at the end of an MPEG stream, which states no length.
 void Reader::checkMpegEnd() {
-  const std::string_view format = container_->iformat->name;
-  const bool isTransport = format == "mpegts";
-  if (!isTransport && format != "mpeg") return;
+  const bool isTransport = format() == "mpegts";
+  if (!isTransport && format() != "mpeg") return;
   std::int64_t size = 0;
   if (isTransport) {
     av_opt_get_int(container_, "ts_packetsize", AV_OPT_SEARCH_CHILDREN, &size);
@@ -355,12 +382,8 @@ void Reader::checkMpegEnd() {
   const MpegEnd end = isTransport
                           ? endOfTransportStream(name_, static_cast<int>(size), usedStreams())
                           : endOfProgramStream(name_);
-  endsEarly_ = end == MpegEnd::Cut;
-  if (end == MpegEnd::MaybeCut && !isPastChoice()) {
-    warn_("'" + name_ +
-          "': the last frame seems to lack its end, and so may all that follows (see how long the "
-          "original is)");
-  }
+  endsEarly_ = endsEarly_ || end == MpegEnd::Cut;
+  mayEndEarly_ = end == MpegEnd::MaybeCut;
 }
 
 /// Skips damaged parts, as players do, and counts those after the first frame: recordings often
@@ -370,7 +393,7 @@ void Reader::requireDecoded(int error) {
   if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
   constexpr int kMaxErrorsInARow = 1000;
   if (++errorsInARow_ > kMaxErrorsInARow) fail(error, "repair the file first");
-  if (firstTime_) ++damaged_;
+  if (firstTime_) ++skipped_;
 }
 
 /// Reads the next packet of any stream; null at the end of the file.
@@ -383,12 +406,16 @@ FfmpegPtr<AVPacket> Reader::readPacket() {
     if (error == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (error == AVERROR_EOF) {
       checkEnd();
+      endsEarly_ = endsEarly_ || lastIsShort_;
       return nullptr;
     }
     if (!firstTime_) fail(error, kUnknown);
     breakOff_ = ffmpegMessage(error);
     return nullptr;
   }
+  // Of transport streams it marks packets after a gap.
+  lastIsShort_ = (packet->flags & AV_PKT_FLAG_CORRUPT) != 0 && format() != "mpegts";
+  packetsEnd_ = packet->pos + packet->size;
   const std::int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
   if (time != AV_NOPTS_VALUE) {
     const Moment end{time + packet->duration, container_->streams[packet->stream_index]->time_base};
@@ -422,6 +449,7 @@ bool Reader::feed() {
   }
   const FfmpegPtr<AVPacket> packet = std::move(ahead_.front());
   ahead_.pop_front();
+  lastDts_ = packet->dts;
   requireDecoded(avcodec_send_packet(decoder_.get(), packet.get()));
   return true;
 }
@@ -456,14 +484,22 @@ FfmpegPtr<AVFrame> Reader::decodeStored() {
   for (;;) {
     const int error = avcodec_receive_frame(decoder_.get(), frame.get());
     if (error >= 0) break;
-    if (error == AVERROR_EOF) return nullptr;
-    if (error != AVERROR(EAGAIN)) {
+    if (error != AVERROR(EAGAIN) && error != AVERROR_EOF) {
       requireDecoded(error);
-    } else if (!feed()) {
+    } else if (error == AVERROR_EOF || !feed()) {
+      // The last packet decides: frames are shown in another order.
+      if (patchedDts_ && patchedDts_ == lastDts_) endsEarly_ = true;
       return nullptr;
     }
   }
   errorsInARow_ = 0;
+  if (isPatched(*frame)) {
+    if (frame->pkt_dts != AV_NOPTS_VALUE) {
+      patchedDts_ = frame->pkt_dts;
+    } else if (drained_) {
+      endsEarly_ = true;  // The decoder kept it to the end.
+    }
+  }
   stamp(*frame);
   return frame;
 }
@@ -650,6 +686,12 @@ std::unique_ptr<VideoFrame> Reader::next() {
   std::unique_ptr<DecodedFrame> current = std::move(upcoming_);
   // Known before the current frame is returned, because the sound is cut at the end of the last.
   upcoming_ = findChosen();
+  if (isPatched(*current->frame)) ++patched_;
+  if (!upcoming_ && mayEndEarly_ && !endsEarly_ && !isPastChoice()) {
+    warn_("'" + name_ +
+          "': the last frame seems to lack its end, and so may all that follows (see how long the "
+          "original is)");
+  }
   if (choice_.isAll()) {
     current->packets = copied_->takeAll();
     return current;

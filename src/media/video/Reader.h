@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <string_view>
 #include <vector>
 
 #include "media/video/CopiedPackets.h"
@@ -28,7 +29,7 @@ class Reader : public VideoReader {
 
   std::optional<std::int64_t> frameCount() const override;
   bool has(StreamKind kind) const override;
-  std::int64_t damagedCount() const override { return damaged_; }
+  std::string damage() const override;
   std::vector<std::int64_t> missingFrames() const override;
   std::string loss() const override;
   std::unique_ptr<VideoFrame> next() override;
@@ -120,6 +121,7 @@ class Reader : public VideoReader {
                      const std::optional<Moment>& promised) const;
   std::string lossAtEnd() const;
   void checkEnd();
+  std::string_view format() const;
   void checkMpegEnd();
   std::vector<int> usedStreams() const;
   [[noreturn]] void fail(int error, const char* hint) const;
@@ -142,11 +144,18 @@ class Reader : public VideoReader {
   std::deque<FfmpegPtr<AVPacket>> ahead_;  ///< The video's packets that were read ahead.
   Copying copying_;
   int orientation_ = 1;
-  std::int64_t damaged_ = 0;
+  std::int64_t skipped_ = 0;  ///< Parts after the first frame that could not be decoded.
+  std::int64_t patched_ = 0;  ///< Frames of next() whose gaps the decoder has filled.
   int errorsInARow_ = 0;
   bool atFileEnd_ = false;
   bool drained_ = false;
-  bool endsEarly_ = false;          ///< The file ends within a packet.
+  bool endsEarly_ = false;       ///< The file ends within a frame.
+  bool mayEndEarly_ = false;     ///< It seems so.
+  bool lastIsShort_ = false;     ///< The last packet so far has less bytes than it should have.
+  bool lacksEnd_ = false;        ///< The file has not got what ends every whole one.
+  std::int64_t packetsEnd_ = 0;  ///< The offset behind the last packet so far.
+  std::optional<std::int64_t> lastDts_;     ///< Of the last packet that was decoded.
+  std::optional<std::int64_t> patchedDts_;  ///< Of the last one whose frame had gaps.
   std::string breakOff_;            ///< Why the file could not be read to its end; empty: it could.
   std::uint64_t missingBytes_ = 0;  ///< Of those that the container states.
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "support/FileBytes.h"
 
@@ -61,6 +62,72 @@ std::uint64_t missingOfOgg(FileBytes& bytes) {
   return beyond(bytes, end);
 }
 
+/// Returns the value of the number at an offset, and its length. EBML numbers begin with as many
+/// zero bits as they have further bytes. All further bits 1: unknown, 0 here.
+std::pair<std::uint64_t, std::uint64_t> ebmlNumber(FileBytes& bytes, std::uint64_t at) {
+  std::uint64_t length = 1;
+  for (std::uint64_t first = bytes.number(at, 1); length < 8 && (first & 0x80U) == 0; first <<= 1) {
+    ++length;
+  }
+  const std::uint64_t mask = (std::uint64_t{1} << (7 * length)) - 1;
+  const std::uint64_t value = bytes.number(at, static_cast<std::size_t>(length)) & mask;
+  return {value == mask ? 0 : value, length};
+}
+
+/// After a header, everything is in one element, the segment.
+std::uint64_t missingOfMatroska(FileBytes& bytes) {
+  constexpr std::uint64_t kIdentifier = 4;
+  constexpr std::uint64_t kSegment = 0x18538067;
+  bytes.setBigEndian(true);
+  const auto [header, headerLength] = ebmlNumber(bytes, kIdentifier);
+  const std::uint64_t segment = kIdentifier + headerLength + header;
+  if (bytes.number(segment, kIdentifier) != kSegment) return 0;
+  const auto [size, length] = ebmlNumber(bytes, segment + kIdentifier);
+  return size == 0 ? 0 : beyond(bytes, segment + kIdentifier + length + size);
+}
+
+bool lacksIndexOfNut(FileBytes& bytes) {
+  bytes.setBigEndian(true);
+  // The main header: the file's identifier, a code and the length of what follows, of which the
+  // first is the version. Later versions may be streams without an index.
+  constexpr std::uint64_t kIdentifier = 25;
+  std::uint64_t version = kIdentifier + 8;
+  while ((bytes.number(version, 1) & 0x80U) != 0) ++version;
+  if (bytes.number(version + 1, 1) > 3) return false;
+  // The index ends with its length and a checksum.
+  constexpr std::uint64_t kIndexCode = 0x4e58dd672f23e64e;
+  constexpr std::uint64_t kEnd = 12;
+  bytes.require(0, kEnd);
+  const std::uint64_t length = bytes.number(bytes.size() - kEnd, 8);
+  return length < kEnd || length > bytes.size() ||
+         bytes.number(bytes.size() - length, 8) != kIndexCode;
+}
+
+/// A GIF is a header, blocks of data in pieces of up to 255 bytes, and a last block of one byte.
+bool lacksEndOfGif(FileBytes& bytes) {
+  const auto paletteLength = [](std::uint64_t flags) -> std::uint64_t {
+    return (flags & 0x80U) != 0 ? std::uint64_t{6} << (flags & 7U) : 0;
+  };
+  std::uint64_t at = 13 + paletteLength(bytes.number(10, 1));
+  while (bytes.has(at, 1)) {
+    const std::uint64_t block = bytes.number(at, 1);
+    if (block == 0x3b) return false;
+    if (block == 0x21) {
+      at += 2;  // An extension: its kind.
+    } else if (block == 0x2c) {
+      if (!bytes.has(at, 10)) return true;
+      at += 11 + paletteLength(bytes.number(at + 9, 1));  // A picture: its place, its code size.
+    } else {
+      return false;  // Unknown.
+    }
+    for (std::uint64_t piece = 1; piece != 0; at += 1 + piece) {
+      if (!bytes.has(at, 1)) return true;
+      piece = bytes.number(at, 1);
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 std::uint64_t missingBytes(const std::filesystem::path& file, std::string_view format) {
@@ -68,7 +135,14 @@ std::uint64_t missingBytes(const std::filesystem::path& file, std::string_view f
   if (format == "avi") return missingOfAvi(bytes);
   if (format == "asf") return missingOfAsf(bytes);
   if (format == "ogg") return missingOfOgg(bytes);
+  if (format.starts_with("matroska")) return missingOfMatroska(bytes);
   return 0;
+}
+
+bool lacksEnd(const std::filesystem::path& file, std::string_view format) {
+  FileBytes bytes(file);
+  if (format == "nut") return lacksIndexOfNut(bytes);
+  return format == "gif" && lacksEndOfGif(bytes);
 }
 
 }  // namespace lomix::media

@@ -189,8 +189,10 @@ class VideoReader {
   /// Returns the next chosen frame in the order of display; null after the last. One thread at a
   /// time. Throws MediaError.
   virtual std::unique_ptr<VideoFrame> next() = 0;
-  /// Returns the number of parts after the first frame that could not be decoded and were skipped.
-  virtual std::int64_t damagedCount() const = 0;
+  /// Returns how many of the frames so far are damaged, such as "2 frames damaged and left out";
+  /// empty where none is known to be. Frames of which next() has returned what could be decoded are
+  /// counted too.
+  virtual std::string damage() const = 0;
   /// Returns the numbers of the chosen frames that the video does not have. Call after the last
   /// frame.
   virtual std::vector<std::int64_t> missingFrames() const = 0;
