@@ -158,6 +158,27 @@ TEST_F(Footage, DamageThatTheDecoderHidesIsNamed) {
   EXPECT_THAT(compared.err, HasSubstr("cannot read 'bad.mkv': "));
 }
 
+TEST_F(Footage, RecordingsThatWereJoinedGoOnWithoutAGap) {
+  makeFilm("film.ts", "-g 12 -bf 2 -c:a mp2");
+  shell("ffmpeg -v error -i film.ts -c copy -output_ts_offset 5000 late.ts");
+  for (const std::string parts : {"film.ts film.ts", "film.ts late.ts", "late.ts film.ts"}) {
+    shell("cat " + parts + " > joined.ts");
+    const std::string message = render("joined.ts out.mkv --codec h264 --overwrite");
+    EXPECT_THAT(message, HasSubstr("warning: 'joined.ts': its clock jumps after 5.9")) << parts;
+    EXPECT_EQ(std::ranges::count(message, '\n'), 1) << message;
+    std::istringstream times(probe("out.mkv", "v", "frame=pts_time"));
+    double before = 0.0;
+    int frames = 0;
+    for (std::string line; std::getline(times, line); ++frames) {
+      const double time = std::stod(line.substr(line.find(',') + 1));
+      EXPECT_NEAR(frames == 0 ? 0.04 : time - before, 0.04, 0.06) << frames << parts;
+      before = time;
+    }
+    EXPECT_EQ(frames, 300) << parts;
+    EXPECT_NEAR(static_cast<double>(sound("out.mkv").size()), 12 * 44100, 44100 / 5) << parts;
+  }
+}
+
 TEST_F(Footage, WhatAContainerCannotHoldIsNamed) {
   write(path("w.srt"), "1\n00:00:00,000 --> 00:00:01,000\nHello\n");
   makeFilm("film.mp4", "-i w.srt -map 0 -map 1 -map 2 -t 1 -c:s mov_text -c:a aac");

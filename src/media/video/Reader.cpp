@@ -396,6 +396,42 @@ void Reader::requireDecoded(int error) {
   if (firstTime_) ++skipped_;
 }
 
+/// Moves the times of a packet behind those before it where the clock of a stream jumps back or far
+/// ahead: where recordings were put one behind the other.
+void Reader::continueClock(AVPacket& packet) {
+  if (webp_ || (container_->iformat->flags & AVFMT_TS_DISCONT) == 0) return;
+  clocks_.resize(container_->nb_streams);
+  Clock& clock = clocks_.at(static_cast<std::size_t>(packet.stream_index));
+  const AVStream& stream = *container_->streams[packet.stream_index];
+  const std::int64_t stored = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+  if (stored == AV_NOPTS_VALUE) return;
+  const std::int64_t time = av_rescale_q(stored, stream.time_base, AV_TIME_BASE_Q);
+  const AVMediaType type = stream.codecpar->codec_type;
+  if (type != AVMEDIA_TYPE_VIDEO && type != AVMEDIA_TYPE_AUDIO) {
+    clock.shift = shift_;  // Subtitles come at any distance.
+  } else if (clock.last) {
+    constexpr std::int64_t kBack = AV_TIME_BASE / 10;
+    constexpr std::int64_t kAhead = 10 * AV_TIME_BASE;
+    if (time < *clock.last - kBack || time > clock.end + kAhead) {
+      // The first stream that comes there says for all how far.
+      if (clock.shift == shift_) {
+        shift_ += clock.end - time;
+        const std::int64_t start =
+            container_->start_time != AV_NOPTS_VALUE ? container_->start_time : 0;
+        warn_("'" + name_ + "': its clock jumps after " +
+              secondsText(static_cast<double>(clock.end + clock.shift - start) / AV_TIME_BASE) +
+              " seconds, as where recordings are joined; the output goes on without a gap");
+      }
+      clock.shift = shift_;
+    }
+  }
+  clock.last = time;
+  clock.end = time + av_rescale_q(packet.duration, stream.time_base, AV_TIME_BASE_Q);
+  const std::int64_t shift = av_rescale_q(clock.shift, AV_TIME_BASE_Q, stream.time_base);
+  if (packet.pts != AV_NOPTS_VALUE) packet.pts += shift;
+  if (packet.dts != AV_NOPTS_VALUE) packet.dts += shift;
+}
+
 /// Reads the next packet of any stream; null at the end of the file.
 FfmpegPtr<AVPacket> Reader::readPacket() {
   if (atFileEnd_) return nullptr;
@@ -413,6 +449,7 @@ FfmpegPtr<AVPacket> Reader::readPacket() {
     breakOff_ = ffmpegMessage(error);
     return nullptr;
   }
+  continueClock(*packet);
   // Of transport streams it marks packets after a gap.
   lastIsShort_ = (packet->flags & AV_PKT_FLAG_CORRUPT) != 0 && format() != "mpegts";
   packetsEnd_ = packet->pos + packet->size;

@@ -122,6 +122,7 @@ class Reader : public VideoReader {
   std::string lossAtEnd() const;
   void checkEnd();
   std::string_view format() const;
+  void continueClock(AVPacket& packet);
   void checkMpegEnd();
   std::vector<int> usedStreams() const;
   [[noreturn]] void fail(int error, const char* hint) const;
@@ -158,6 +159,15 @@ class Reader : public VideoReader {
   std::optional<std::int64_t> patchedDts_;  ///< Of the last one whose frame had gaps.
   std::string breakOff_;            ///< Why the file could not be read to its end; empty: it could.
   std::uint64_t missingBytes_ = 0;  ///< Of those that the container states.
+
+  /// The times of one stream as they are stored, in AV_TIME_BASE units.
+  struct Clock {
+    std::optional<std::int64_t> last;  ///< Of the last packet: its begin.
+    std::int64_t end = 0;              ///< Of the last packet.
+    std::int64_t shift = 0;            ///< What is added to them.
+  };
+  std::vector<Clock> clocks_;  ///< By stream.
+  std::int64_t shift_ = 0;     ///< Of the part of the recording that was reached first.
 
   bool begun_ = false;
   bool copiesAlone_ = false;  ///< beginCopying() was called.
