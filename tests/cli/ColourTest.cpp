@@ -266,12 +266,16 @@ TEST_F(Colour, OneWarningSaysWhereInputAndOutputMeanDifferentThings) {
   EXPECT_THAT(warnings("steps.exr o.mkv"), HasSubstr("'o.mkv': the input's values of linear"));
   EXPECT_THAT(lomix("sheet steps.exr o-sheet.png --sweep Noise=0,1").err,
               AllOf(StartsWith("warning: 'o-sheet.png': "), HasSubstr("linear:srgb")));
+  // Floats without a tag count as linear light, bytes in the same format do not.
+  render("steps.exr floats.tif");
+  EXPECT_THAT(warnings("floats.tif o.tif --depth 8"), HasSubstr("linear:srgb"));
   // What means the same, and what the user has chosen.
   render("steps.exr flat.png --colour linear:srgb --report c.json");
   EXPECT_EQ(nlohmann::json::parse(read(path("c.json")))["colour"], "linear:srgb");
   for (const std::string silent :
        {"steps.exr o.exr", "bytes.png o.tif", "bytes.png o.mkv", "steps.exr o.tif",
-        "steps.exr o.png --colour linear:srgb", "bytes.png o.exr --colour srgb:srgb"}) {
+        "floats.tif o.tif", "steps.exr o.png --colour linear:srgb",
+        "bytes.png o.exr --colour srgb:srgb"}) {
     EXPECT_THAT(warnings(silent), IsEmpty()) << silent;
   }
   EXPECT_THAT(lomix("sheet steps.exr p-sheet.png --sweep Noise=0,1 --colour linear:srgb").err,

@@ -160,12 +160,13 @@ OIIO::ImageSpec describe(const Picture& picture, const std::string& format, bool
 std::string encodingNoteOf(const PictureInfo& info, const std::string& format,
                            const OIIO::ImageSpec& stored) {
   if (info.isEncodingChosen) return {};
-  // A file of the same format says the same, or leaves it to the same custom.
-  if (info.metadata && info.metadata->format == format) return {};
-  // Of other formats of floats, the tag of the input decides.
-  const bool isTagged = stored.get_string_attribute("oiio:ColorSpace") == "sRGB";
   const bool isFloat =
       stored.format == OIIO::TypeDesc::HALF || stored.format == OIIO::TypeDesc::FLOAT;
+  const bool wasFloat = info.storage == Storage::Half || info.storage == Storage::Float;
+  // A file of the same format says the same, or leaves it to the same custom.
+  if (info.metadata && info.metadata->format == format && isFloat == wasFloat) return {};
+  // Of other formats of floats, the tag of the input decides.
+  const bool isTagged = stored.get_string_attribute("oiio:ColorSpace") == "sRGB";
   const bool isLinear = format == "openexr" || format == "hdr" || (isFloat && !isTagged);
   return encodingNote(info.encoding, isLinear ? Encoding::Linear : Encoding::Display,
                       info.metadata ? "srgb" : "rec709");
