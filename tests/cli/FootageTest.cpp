@@ -418,6 +418,14 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
             std::filesystem::file_size(path("a.mp4")) * 2 / 3);
 }
 
+TEST_F(Footage, FramesOfFewPixelsAreStoredWithoutLoss) {
+  for (const std::string size : {"1:1", "4:4", "96:1", "96:2", "96:4", "1:96", "7:7", "8:8"}) {
+    makeClip("film.mov", "s=96x96:r=25:d=0.2", "-y -vf scale=" + size + " -c:v png");
+    render("film.mov film.mkv --set blend-w-original=100 --overwrite --quiet");
+    EXPECT_EQ(run({"compare", "film.mov", "film.mkv", "--fail-above", "0"}).exitCode, 0) << size;
+  }
+}
+
 TEST_F(Footage, TimesAndTurnsAreThoseOfThePictures) {
   const std::string look = " --set Noise=30 --set 'Vertical Sync=30' --overwrite --quiet";
   makeClip("film.mkv", "s=96x64:r=25:d=0.4", "-vf format=bgr0 -c:v ffv1");

@@ -255,11 +255,17 @@ void Writer::openEncoder(const Picture& picture) {
   if (codec->id == AV_CODEC_ID_PRORES) options.set("profile", "4444");
   if (codec->id == AV_CODEC_ID_FFV1) {
     // Only key frames, so that every frame can be cut at; 16 slices for threads, each with a
-    // checksum.
+    // checksum. Of fewer than 8 rows or columns some slices would have one, which the library
+    // encodes wrongly. The first version of the format has no slices.
     encoder.gop_size = 1;
-    encoder.level = 3;
-    options.set("slices", "16");
-    options.set("slicecrc", "1");
+    constexpr int kLeastSide = 8;
+    if (std::min(encoder.width, encoder.height) < kLeastSide) {
+      encoder.level = 1;
+    } else {
+      encoder.level = 3;
+      options.set("slices", "16");
+      options.set("slicecrc", "1");
+    }
   }
   require(avcodec_open2(encoder_.get(), codec, options.address()));
   transparency_.emplace(hasAlphaChannel(frameFormat_), output_.name,
