@@ -418,6 +418,21 @@ TEST_F(Footage, EveryCodecKeepsTimesDepthAndTransparency) {
             std::filesystem::file_size(path("a.mp4")) * 2 / 3);
 }
 
+TEST_F(Footage, FilesAreFilmsPicturesOrNeither) {
+  for (const auto& [name, options] : {std::pair<std::string, std::string>{"film.rm", "-c:v rv10"},
+                                      {"film.ogm", "-c:v libtheora -f ogg"},
+                                      {"film.divx", "-c:v mpeg4 -f avi"},
+                                      {"film.m2t", "-f mpegts"}}) {
+    makeClip(name, "s=96x64:r=25:d=0.2", options);
+    EXPECT_THAT(render(name + " out.mkv --overwrite"), IsEmpty());
+    EXPECT_EQ(probe("out.mkv", "v", "stream=nb_read_frames -count_frames"), "stream,5\n") << name;
+  }
+  write(path("notes.abc"), "neither");
+  EXPECT_EQ(render("notes.abc out.png", 1),
+            "error: cannot read 'notes.abc': it is no picture of a known format (name another "
+            "file)\n");
+}
+
 TEST_F(Footage, FramesOfFewPixelsAreStoredWithoutLoss) {
   for (const std::string size : {"1:1", "4:4", "96:1", "96:2", "96:4", "1:96", "7:7", "8:8"}) {
     makeClip("film.mov", "s=96x96:r=25:d=0.2", "-y -vf scale=" + size + " -c:v png");

@@ -93,7 +93,11 @@ class Reader {
     const std::string named = contentFormatOf(file);
     const std::string format = named.empty() && !extension.empty() ? formatOf(extension) : named;
     input_ = OIIO::ImageInput::create(format.empty() ? file.string() : format);
-    if (!input_) fail(OIIO::geterror());
+    if (!input_) {
+      OIIO::geterror();  // It names the library.
+      throw MediaError(cannotRead(file_) +
+                       "it is no picture of a known format (name another file)");
+    }
     if (!input_->open(file.string(), spec_, wish)) fail(input_->geterror());
     choosePart();
     if (spec_.full_width < 1) spec_.full_width = spec_.width;

@@ -13,10 +13,11 @@
 namespace lomix::media {
 namespace {
 
-constexpr std::array<std::string_view, 28> kExtensions{
-    ".mp4", ".m4v", ".mov",  ".qt",   ".mkv",  ".webm", ".avi",  ".mpg", ".mpeg", ".m2v",
-    ".ts",  ".mts", ".m2ts", ".vob",  ".mxf",  ".wmv",  ".asf",  ".flv", ".ogv",  ".3gp",
-    ".nut", ".dv",  ".y4m",  ".h264", ".hevc", ".ivf",  ".h265", ".apng"};
+constexpr std::array<std::string_view, 36> kExtensions{
+    ".mp4",  ".m4v", ".mov", ".qt",   ".mkv",  ".webm", ".avi",  ".mpg",  ".mpeg",
+    ".m2v",  ".ts",  ".mts", ".m2ts", ".vob",  ".mxf",  ".wmv",  ".asf",  ".flv",
+    ".ogv",  ".3gp", ".nut", ".dv",   ".y4m",  ".h264", ".hevc", ".ivf",  ".h265",
+    ".apng", ".3g2", ".f4v", ".m2t",  ".divx", ".ogm",  ".rm",   ".rmvb", ".mjpeg"};
 
 constexpr std::array<std::string_view, 14> kSoundExtensions{
     ".wav", ".mp3",  ".m4a", ".m4b", ".aac",  ".flac", ".ogg",
