@@ -208,6 +208,13 @@ TEST_F(Footage, WhatAContainerCannotHoldIsNamed) {
     EXPECT_EQ(std::ranges::count(message, '\n'), 1) << message;
   }
   EXPECT_EQ(shell("ffprobe -v error -of csv=p=0 -show_entries stream=codec_type b.mpg"), "video\n");
+  // The subtitles of Blu-ray discs: one without pictures.
+  const std::string head("PG\0\0\xaf\xc8\0\0\0\0\x16\0\x0b\0\x60\0\x40\x10\0\0\x80\0\0\0", 24);
+  write(path("disc.sup"), head + std::string("PG\0\0\xaf\xc8\0\0\0\0\x80\0\0", 13));
+  shell("ffmpeg -v error -i film.mp4 -i disc.sup -map 0:v -map 1 -c copy disc.m2ts");
+  EXPECT_THAT(render("disc.m2ts c.m2ts"), IsEmpty());
+  EXPECT_THAT(probe("c.m2ts", "s", "stream=codec_name"), HasSubstr("stream,hdmv_pgs_subtitle\n"));
+  EXPECT_THAT(render("disc.m2ts c.ts"), HasSubstr("(hdmv_pgs_subtitle), is left out"));
   EXPECT_FALSE(std::filesystem::exists(path("b.mxf")));
   EXPECT_THAT(render("pcm.mov b.mxf --no-audio"), IsEmpty());
   EXPECT_EQ(probe("b.mxf", "v", "stream=codec_name,nb_read_frames -count_frames"),

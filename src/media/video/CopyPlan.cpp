@@ -43,7 +43,7 @@ class Planner {
         return Treatment::Copy;
       case AVMEDIA_TYPE_SUBTITLE:
         if (!output_.subtitles) return Treatment::LeaveOut;
-        if (!isPlain() && holdsCodec(format_, codec)) return Treatment::Copy;
+        if (!isPlain() && holdsSubtitles(codec)) return Treatment::Copy;
         if (isText(codec) && textSubtitleCodec(format_) != AV_CODEC_ID_NONE) {
           return Treatment::ConvertText;
         }
@@ -63,6 +63,13 @@ class Planner {
  private:
   /// Returns whether the output is a series of frames only.
   bool isPlain() const { return format_.audio_codec == AV_CODEC_ID_NONE; }
+
+  bool holdsSubtitles(AVCodecID codec) const {
+    // The transport streams of Blu-ray discs have subtitles of their own.
+    const bool isDisc = std::string_view(format_.name) == "mpegts" &&
+                        av_match_ext(output_.name.c_str(), "m2ts") != 0;
+    return isDisc ? codec == AV_CODEC_ID_HDMV_PGS_SUBTITLE : holdsCodec(format_, codec);
+  }
 
   Treatment planData(const AVStream& stream) {
     // The container writes a track of timecodes by itself, from the video's tag.
