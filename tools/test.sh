@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Usage: tools/test.sh [--quick] [CTEST ARGUMENTS...]
 # Installs what is missing, builds with warnings as errors and again with the address and
-# undefined-behaviour sanitizers of Clang, and runs every test in both builds; then those tests of the row engine,
-# the library, the plug-ins and the pipeline that use several threads with the thread sanitizer; then fuzzers
-# for 20 seconds each, where their compiler can be installed; then the Windows
-# build under Wine, where the compiler and Wine can be installed; then the edge values of floats and the
-# golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, where that can be
-# installed, and the instructions that a pixel takes there.
+# undefined-behaviour sanitizers of Clang, and runs every test in both builds; then those tests of the row
+# engine, the library, the plug-ins and the pipeline that use several threads with the thread sanitizer; then
+# fuzzers for 20 seconds each; then the Windows build under Wine; then the edge values of floats and the
+# golden frames as the compiler of the macOS bundles builds them for 64-bit ARM, and the instructions that a
+# pixel takes there; then the browser page in Chromium. What needs something that cannot be installed is
+# skipped, which is said.
 # --quick: the first build and its tests alone, with a short comparison of the row engine in place of
 # the long one, and without documents, installed folders and mutants.
 set -euo pipefail
@@ -50,3 +50,4 @@ tools/fuzz.sh presets,options,module,library 20 -seed=1
 tools/check_windows.sh
 tools/check_clang.sh --quick
 tools/count_instructions.sh --quick
+tools/check_web.sh
