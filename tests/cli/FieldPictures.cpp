@@ -20,7 +20,8 @@ class Bits {
         free_ = 8;
       }
       --free_;
-      bytes_.back() = static_cast<char>(bytes_.back() | (value >> i & 1U) << free_);
+      bytes_.back() =
+          static_cast<char>(static_cast<unsigned char>(bytes_.back()) | (value >> i & 1U) << free_);
     }
   }
   /// An Exp-Golomb code.
