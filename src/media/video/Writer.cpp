@@ -152,9 +152,16 @@ void Writer::warn(const std::string& subject, const std::string& what) const {
 void Writer::open(const Picture& picture) {
   const std::lock_guard lock(mutex_);
   if (depth_ != 0) return;
-  createContainer();
-  openEncoder(picture);
-  writeHeader();
+  // Frames of other threads may follow before the run ends.
+  if (openError_) std::rethrow_exception(openError_);
+  try {
+    createContainer();
+    openEncoder(picture);
+    writeHeader();
+  } catch (...) {
+    openError_ = std::current_exception();
+    throw;
+  }
   // Where the pixels are the same bytes in another order, and the encoder does not keep a frame
   // after it returns, a frame refers to the picture's memory instead of a copy.
   const AVCodecID codec = encoder_->codec_id;

@@ -1,6 +1,7 @@
 // Writes videos with FFmpeg's libraries.
 #pragma once
 
+#include <exception>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -88,6 +89,7 @@ class Writer : public VideoWriter {
   ConverterPool converters_;
   std::optional<TransparencyCheck> transparency_;  ///< Once the file is open.
   std::mutex mutex_;                               ///< Guards open().
+  std::exception_ptr openError_;                   ///< Why open() failed; null: it did not.
   int depth_ = 0;                                  ///< Of the pictures; 0 until the file is open.
   bool wraps_ = false;
   bool converts_ = false;  ///< The pictures are in another colour space than the source.
