@@ -59,8 +59,15 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   std::vector<std::int64_t> numbers;
   for (const FrameFailure& failure : pipeline.failures()) numbers.push_back(failure.number);
   std::ranges::sort(numbers);
-  const std::string message = "'" + options.route.input + "': " + frames(tally.failed) +
-                              " could not be read: " + media::listed(numbers);
+  const std::string input = "'" + options.route.input + "': ";
+  if (!route.source->isSequence() && route.source->missing().size() == numbers.size()) {
+    const std::string message =
+        input + frames(tally.failed) + " beyond its end: " + media::listed(numbers);
+    if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (choose others)");
+    throw FramesFailed(message + " (the others are written)");
+  }
+  const std::string message =
+      input + frames(tally.failed) + " could not be read: " + media::listed(numbers);
   if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (check the files)");
   throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }

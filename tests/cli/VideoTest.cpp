@@ -164,7 +164,9 @@ TEST_F(Video, SomeFramesOfAVideo) {
             "frame,0.000000\nframe,0.200000\nframe,0.400000\n");
   const Result result = run({"render", "clip.mkv", "f.##.png", "--frames", "23-26"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, HasSubstr("2 frames could not be read: 25-26"));
+  EXPECT_THAT(result.err, HasSubstr("2 frames beyond its end: 25-26 (the others are written)"));
+  EXPECT_THAT(run({"render", "clip.mkv", "g.##.png", "--frames", "30-31"}).err,
+              HasSubstr("2 frames beyond its end: 30-31 (choose others)"));
   EXPECT_TRUE(std::filesystem::exists(path("f.24.png")));
 }
 

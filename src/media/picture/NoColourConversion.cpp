@@ -23,8 +23,8 @@ ColourConversion::ColourConversion(const std::string& text, const std::string& o
     implementation_ = std::make_unique<const Implementation>(encoding);
     return;
   }
-  throw MediaError(option + ": this build cannot convert colours, for it has no OpenImageIO " +
-                   "(convert the picture before, or build with LOMIX_MEDIA=full)");
+  throw MediaError(option + ": lomix for Windows cannot convert colours " +
+                   "(convert the picture before, or use lomix for Linux)");
 }
 
 ColourConversion::~ColourConversion() = default;

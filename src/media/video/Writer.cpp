@@ -758,7 +758,8 @@ void Writer::write(AVPacket& packet) {
 
 void Writer::finish() {
   if (stream_ == nullptr) {
-    throw MediaError(cannotWrite(output_.name) + "there is no frame to write (check the input)");
+    throw MediaError(cannotWrite(output_.name) +
+                     "there is no frame to write (check the input and the chosen frames)");
   }
   if (palettes_) {
     palettes_->send(nullptr);
