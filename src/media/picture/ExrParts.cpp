@@ -241,7 +241,6 @@ class Writer {
     if (y < to.full_y || y >= to.full_y + to.full_height) return;
     const std::size_t pixelBytes = to.pixel_bytes(true);
     const auto width = static_cast<std::size_t>(picture_.width());
-    row += static_cast<std::size_t>(to.full_x - to.x) * pixelBytes;
     const std::span<const float> pixels = picture_.row32(y - to.full_y);
     std::vector<float> values(width);
     for (std::size_t i = 0; i < part.channels.size(); ++i) {
@@ -252,7 +251,9 @@ class Writer {
       Bytes converted(width * type.size());
       OIIO::convert_pixel_values(OIIO::TypeFloat, values.data(), type, converted.data(),
                                  picture_.width());
-      unsigned char* target = row + to.pixel_bytes(0, static_cast<int>(i), true);
+      // Parts that are drawn into begin at the display window's left side, or further left.
+      unsigned char* target = row + static_cast<std::size_t>(to.full_x - to.x) * pixelBytes +
+                              to.pixel_bytes(0, static_cast<int>(i), true);
       for (std::size_t x = 0; x < width; ++x, target += pixelBytes) {
         std::memcpy(target, converted.data() + x * type.size(), type.size());
       }
