@@ -35,8 +35,10 @@ class Fault : public CommandProcess {
   void inject(const std::string& name, const std::string& calls, int place) {
     const std::string output = name;
     const std::string old = read(path(output));
+    // The leak checker of a sanitized build cannot work in a traced program.
     std::vector<std::string> traced{
         "strace",     "-f",
+        "-E",         "ASAN_OPTIONS=detect_leaks=0",
         "-o",         (outputs_ / "trace").string(),
         "-e",         "trace=" + calls,
         "-e",         "inject=" + calls + ":error=EIO:when=" + std::to_string(place),
