@@ -78,7 +78,7 @@ class Colour : public Video {
   std::string warnings(const std::string& arguments) {
     const Result result = lomix("render --overwrite " + arguments);
     EXPECT_EQ(result.exitCode, 0) << arguments << result.err;
-    return result.err;
+    return withoutProgress(result.err);
   }
   /// Returns the chunks of a PNG file before its pixels.
   std::string chunks(const std::string& name) {

@@ -55,6 +55,12 @@ class CommandProcess : public ScratchFolder {
     posix_spawn_file_actions_destroy(&actions);
     return process;
   }
+  /// Returns what was printed without the lines of progress, of which a slow machine has more.
+  static std::string withoutProgress(const std::string& text) {
+    static const std::regex progress(
+        "[0-9]+( of [0-9]+ frames|( of [0-9]+)? frames, [0-9.]+ frames/s(, [^\n]* left)?)\n");
+    return std::regex_replace(text, progress, "");
+  }
   Result finish(pid_t process) {
     int status = 0;
     waitpid(process, &status, 0);

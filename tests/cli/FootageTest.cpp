@@ -39,7 +39,7 @@ class Footage : public Video {
   std::string render(const std::string& arguments, int exitCode = 0) {
     const Result result = finish(startProgram({"sh", "-c", LOMIX_COMMAND " render " + arguments}));
     EXPECT_EQ(result.exitCode, exitCode) << arguments << result.err;
-    return result.err;
+    return withoutProgress(result.err);
   }
 };
 
