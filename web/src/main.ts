@@ -80,7 +80,7 @@ class App {
       seek: (seconds) => this.player.seek(seconds),
     });
     this.gallery = new Gallery(description.presets, (preset) => this.choosePreset(preset.id));
-    this.viewer = new Viewer(() => this.draw());
+    this.viewer = new Viewer(() => this.draw(), () => this.showPlot());
     this.player = new Player(() => this.frameChanged());
     this.saver = new Saver(worker, { say, showError }, () => this.showBusy());
     this.json = looks.presetJson(this.look, this.parameters);

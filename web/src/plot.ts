@@ -9,7 +9,7 @@ const curves = [
   { name: "signal", from: -1, to: 1, dark: "#9be39b", light: "#1d6b1d" },
 ];
 
-/** Draws the three profiles of a frame's rows, the top row first. */
+/** Draws the three profiles of a frame's rows, the top row first, each row at the height where the picture has it. */
 export function drawPlot(profiles: Float32Array): void {
   const canvas = element("plot", HTMLCanvasElement);
   const width = Math.round(canvas.clientWidth * devicePixelRatio);
@@ -18,7 +18,10 @@ export function drawPlot(profiles: Float32Array): void {
   if (canvas.width !== width || canvas.height !== height) Object.assign(canvas, { width, height });
   const context = canvas.getContext("2d")!;
   const dark = matchMedia("(prefers-color-scheme: dark)").matches;
+  const picture = element("frame", HTMLElement).getBoundingClientRect();
+  const top = (picture.top - canvas.getBoundingClientRect().top) * devicePixelRatio;
   const rows = profiles.length / curves.length;
+  const rowHeight = (picture.height * devicePixelRatio) / rows;
   const lane = width / curves.length;
   context.clearRect(0, 0, width, height);
   const letters = Math.min(parseFloat(getComputedStyle(document.documentElement).fontSize) * 0.75 * devicePixelRatio, lane / 3.4);
@@ -29,7 +32,7 @@ export function drawPlot(profiles: Float32Array): void {
     context.beginPath();
     for (let row = 0; row < rows; ++row) {
       const value = (profiles[i * rows + row]! - from) / (to - from);
-      context.lineTo((i + 0.05 + 0.9 * value) * lane, ((row + 0.5) / rows) * height);
+      context.lineTo((i + 0.05 + 0.9 * value) * lane, top + (row + 0.5) * rowHeight);
     }
     context.stroke();
     context.fillText(name, (i + 0.08) * lane, 1.3 * letters);

@@ -18,8 +18,11 @@ export class Viewer {
   private zoom: number | undefined;
   private split = 50;
 
-  /** redraw: called when the source has to be drawn too. */
-  constructor(redraw: () => void) {
+  /** redraw: called when the source has to be drawn too. moved: called when the picture has another place or size. */
+  constructor(
+    redraw: () => void,
+    private readonly moved: () => void,
+  ) {
     this.compareButton = onPress("compare", () => {
       this.isCompared = !this.isCompared;
       redraw();
@@ -94,5 +97,6 @@ export class Viewer {
     this.frame.style.width = `${this.size.width * zoom}px`;
     this.frame.style.height = `${this.size.height * zoom}px`;
     this.frame.classList.toggle("pixels", zoom * devicePixelRatio > 1);
+    this.moved();
   }
 }

@@ -634,6 +634,29 @@ describe("the page in Chromium", { timeout: 600_000 }, () => {
     }
   });
 
+  test("the profiles stand beside the rows that they are of", async () => {
+    await open({ viewport: { width: 1280, height: 900 } });
+    await page.click("#profiles");
+    await settled();
+    // Fitted, the picture is lower than the stage.
+    for (const button of ["#fit", "#zoom-out", "#zoom-out"]) {
+      await page.click(button);
+      const [drawn, picture] = await page.evaluate(() => {
+        const canvas = document.querySelector<HTMLCanvasElement>("#plot")!;
+        const frame = document.querySelector("#frame")!.getBoundingClientRect();
+        const top = frame.top - canvas.getBoundingClientRect().top;
+        const { data, width, height } = canvas.getContext("2d")!.getImageData(0, 0, canvas.width, canvas.height);
+        const rows = Array.from({ length: height }, (_, y) => y).filter((y) => {
+          // The names of the curves are above.
+          return y > 24 && data.subarray(y * width * 4, (y + 1) * width * 4).some((value) => value !== 0);
+        });
+        return [[rows[0]!, rows.at(-1)!], [top, top + frame.height]] as const;
+      });
+      assert.ok(picture[0] > 30, "the picture is lower than the stage");
+      assert.ok(Math.abs(drawn[0] - picture[0]) < 3 && Math.abs(drawn[1] - picture[1]) < 3, `${drawn} beside ${picture}`);
+    }
+  });
+
   for (const colorScheme of ["light", "dark"] as const) {
     test(`axe finds nothing in the ${colorScheme} theme`, async () => {
       await open({ colorScheme });
