@@ -16,18 +16,15 @@
 #include "media/picture/SequenceName.h"
 #include "support/Errors.h"
 #include "support/NewFile.h"
+#include "support/Text.h"
 #include "support/TextFile.h"
 
 namespace lomix::batch {
 namespace {
 
-std::string frames(std::int64_t count) {
-  return std::to_string(count) + (count == 1 ? " frame" : " frames");
-}
-
 std::string summary(const std::string& output, const Tally& tally, double seconds) {
-  std::string text = "wrote '" + output + "': " + frames(tally.rendered);
-  if (tally.skipped > 0) text += ", " + frames(tally.skipped) + " kept";
+  std::string text = "wrote '" + output + "': " + countedFrames(tally.rendered);
+  if (tally.skipped > 0) text += ", " + countedFrames(tally.skipped) + " kept";
   char time[64];
   std::snprintf(time, sizeof time, " in %.2f s", seconds);
   return text + time + "\n";
@@ -37,10 +34,11 @@ std::string summary(const std::string& output, const Tally& tally, double second
 void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const Route& route) {
   const Tally& tally = pipeline.tally();
   if (pipeline.interruptedBy() != 0) {
-    const std::string kept =
-        route.sink->allowsGaps()
-            ? frames(tally.rendered) + " written (run it again with --skip-existing to go on)"
-            : "nothing is written (run it again from the start)";
+    std::string kept = "nothing is written (run it again from the start)";
+    if (route.sink->allowsGaps()) {
+      kept =
+          countedFrames(tally.rendered) + " written (run it again with --skip-existing to go on)";
+    }
     throw Interrupted("'" + route.output + "': " + kept, pipeline.interruptedBy());
   }
   if (const std::string loss = route.source->loss(); !loss.empty()) {
@@ -62,12 +60,12 @@ void throwUnlessDone(const RunOptions& options, const Pipeline& pipeline, const 
   const std::string input = "'" + options.route.input + "': ";
   if (!route.source->isSequence() && route.source->missing().size() == numbers.size()) {
     const std::string message =
-        input + frames(tally.failed) + " beyond its end: " + media::listed(numbers);
+        input + countedFrames(tally.failed) + " beyond its end: " + media::listed(numbers);
     if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (choose others)");
     throw FramesFailed(message + " (the others are written)");
   }
   const std::string message =
-      input + frames(tally.failed) + " could not be read: " + media::listed(numbers);
+      input + countedFrames(tally.failed) + " could not be read: " + media::listed(numbers);
   if (tally.rendered + tally.skipped == 0) throw CommandError(message + " (check the files)");
   throw FramesFailed(message + " (the others are written; repair these, then use --skip-existing)");
 }
@@ -194,7 +192,7 @@ void runRender(const RunOptions& options, FrameRenderer& renderer, const looks::
     report.writeEmpty();
     if (!options.quiet) {
       streams.out << "nothing to do: " + options.route.share->text() + " has none of the " +
-                         frames(static_cast<std::int64_t>(route.whole.size())) + "\n";
+                         countedFrames(static_cast<std::int64_t>(route.whole.size())) + "\n";
     }
     return;
   }

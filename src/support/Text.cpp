@@ -83,6 +83,10 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
   }
 }
 
+std::string countedFrames(std::int64_t count) {
+  return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
 std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});

@@ -47,6 +47,9 @@ std::string joined(const Words& words, std::string_view separator) {
   return all;
 }
 
+/// Returns "1 frame", and "0 frames" or "2 frames" for other counts.
+std::string countedFrames(std::int64_t count);
+
 /// Returns how many letters must be inserted, deleted or replaced to turn one text into the other.
 std::size_t editDistance(std::string_view a, std::string_view b);
 

@@ -98,7 +98,7 @@ void run(const Options& options, const Streams& streams) {
                        " (what is there is joined; render these again)");
   }
   if (options.quiet) return;
-  streams.out << "wrote '" + output.name + "': " + std::to_string(film.frames) + " frames of " +
+  streams.out << "wrote '" + output.name + "': " + countedFrames(film.frames) + " of " +
                      std::to_string(input.segments.size()) + " segments\n";
 }
 

@@ -23,6 +23,7 @@ extern "C" {
 #include "support/MediaError.h"
 #include "support/NewFile.h"
 #include "support/StandardFiles.h"
+#include "support/Text.h"
 
 namespace lomix::media {
 namespace {
@@ -328,13 +329,10 @@ std::string Reader::loss() const {
 }
 
 std::string Reader::damage() const {
-  const auto frames = [](std::int64_t count) {
-    return std::to_string(count) + (count == 1 ? " frame" : " frames");
-  };
   std::string text;
-  if (skipped_ > 0) text = frames(skipped_) + " damaged and left out";
+  if (skipped_ > 0) text = countedFrames(skipped_) + " damaged and left out";
   if (patched_ > 0) {
-    text += (text.empty() ? "" : ", ") + frames(patched_) + " damaged and decoded in part";
+    text += (text.empty() ? "" : ", ") + countedFrames(patched_) + " damaged and decoded in part";
   }
   return text;
 }
