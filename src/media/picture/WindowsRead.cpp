@@ -134,6 +134,10 @@ class Reader {
  public:
   explicit Reader(const fs::path& file)
       : file_(file), content_(contentFormatOf(file)), bytes_(file) {
+    // A decoder of JPEG may fill a missing end with made-up pixels and report success.
+    if (content_ == "jpeg" && isCutJpeg(file)) {
+      throw MediaError(cannotRead(file) + "it ends too early (copy or make it again)");
+    }
     require(createImagingFactory(factory_));
     const HRESULT result = factory_->CreateDecoderFromFilename(
         file.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, &decoder_);
@@ -309,13 +313,7 @@ class Reader {
 
 }  // namespace
 
-Picture decodePicture(const fs::path& file, const std::string&) {
-  // A decoder of JPEG may fill a missing end with made-up pixels and report success.
-  if (contentFormatOf(file) == "jpeg" && isCutJpeg(file)) {
-    throw MediaError(cannotRead(file) + "it ends too early (copy or make it again)");
-  }
-  return Reader(file).read();
-}
+Picture decodePicture(const fs::path& file, const std::string&) { return Reader(file).read(); }
 
 // Nothing but the pixels of one picture is read.
 std::vector<std::string> lossesInVideo(const Picture&) { return {}; }
