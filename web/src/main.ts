@@ -410,7 +410,6 @@ class App {
     const profiles = onPress("profiles", () => {
       setPressed(profiles, this.viewer.stage.classList.toggle("plotted"));
       this.viewer.setZoom(undefined);
-      this.showPlot();
     });
     onPress("save-png", () => run(this.save((source) => this.saver.savePng(source, this.json, this.player))));
     onPress("save-zip", () => run(this.save((source) => this.saver.saveSequence(source, this.json, this.player))));
