@@ -12,7 +12,7 @@ if [ $# -lt 2 ]; then
   echo "error: fuzz.sh: expected fuzzers and a time (tools/fuzz.sh presets,module 60)" >&2
   exit 2
 fi
-if ! tools/setup.sh clang-16 libclang-rt-16-dev lld-16 llvm-16; then
+if ! tools/setup_asan.sh; then
   echo "SKIPPED (fuzz): the compiler or the runtime of the fuzzers cannot be installed"
   exit 0
 fi

@@ -30,7 +30,7 @@ fi
 tools/setup.sh $(tools/setup_packaging.sh --list-windows) ||
   echo "note: what builds and runs for Windows cannot be installed here" >&2
 sanitized=asan
-if ! tools/setup.sh clang-16 libclang-rt-16-dev lld-16 llvm-16; then
+if ! tools/setup_asan.sh; then
   echo "note: Clang cannot be installed here; the sanitizers are those of GCC" >&2
   sanitized=asan-gcc
 fi
