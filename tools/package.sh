@@ -178,7 +178,7 @@ END
 for system in "${wanted[@]}"; do
   "package_$system"
 done
-# Packages of other versions may lie beside them.
+# The folder may also hold packages of other versions, which are left out.
 cd "$dist"
 find . -maxdepth 1 -type f -name "*omix*[-_]$version-*" -printf '%f\n' | sort >"$stage/packages"
 xargs -d '\n' -a "$stage/packages" ../tools/describe_packages.py bill "$version" >"$stage/bill"

@@ -6,8 +6,9 @@
 
 namespace lomix {
 
-/// Returns a stream of so many frames, 64 by 64 pixels and 25 a second. Each has a grey of its own
-/// in each field; every fifth is a key frame.
+/// Returns a stream of that number of frames, of 64x64 pixels, 25 a second. Each field is filled
+/// with one grey, different from that of the fields before and after it. Every fifth frame is a key
+/// frame.
 std::string fieldPictures(int frames);
 
 }  // namespace lomix

@@ -275,7 +275,7 @@ TEST_F(Share, JoinedFilmsAreTurnedAndLitAsThatOfOneRun) {
     const char* input;
     const char* extension;
     const char* options;
-    const char* told;  ///< What ffprobe says of the film; empty: nothing.
+    const char* told;  ///< Is in the side data that ffprobe lists; empty: it lists none.
   };
   for (const Case& c : {Case{"turned.mp4", "mp4", "", "side_data,90"},
                         {"turned.mp4", "mkv", "", ""},

@@ -88,7 +88,7 @@ void answer(httplib::Response& response, int status, const char* text) {
   response.set_content(std::string(text) + "\n", "text/plain; charset=utf-8");
 }
 
-/// A file with the type that browsers are told.
+/// A file, and the media type that is sent with it.
 struct ServedFile {
   fs::path path;
   const char* type;
