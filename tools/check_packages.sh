@@ -67,8 +67,7 @@ use_frei0r() {
 # use COMMAND...: draws a card and renders it with the module that the command finds by itself.
 use() {
   local folder=$work
-  # In the bare Debian.
-  [ "$1" != chroot ] || folder=/tmp
+  [ "$1" != enter_debian ] || folder=/tmp
   "$@" testcard "$folder/card.png" --size 64x48 --overwrite
   "$@" render "$folder/card.png" "$folder/out.png" --engine plugin --set Noise=30 --overwrite --quiet
 }
@@ -130,9 +129,12 @@ for library in libavfilter libexiv2 libopenimageio; do
   [[ $depends == *$library* ]] || fail "the command's package depends on $depends"
 done
 
-# in_debian COMMAND...: runs a command in the bare Debian.
+# enter_debian COMMAND...: runs a command in the bare Debian, with a /proc of its own, where lomix looks for its
+# folder.
 debian=$work/debian
-in_debian() { DEBIAN_FRONTEND=noninteractive chroot "$debian" "$@" >"$work/log" 2>&1 || fail "$*: $(cat "$work/log")"; }
+enter_debian() { DEBIAN_FRONTEND=noninteractive unshare --pid --fork --root="$debian" --mount-proc "$@"; }
+# in_debian COMMAND...: the same, without what the command says unless it fails.
+in_debian() { enter_debian "$@" >"$work/log" 2>&1 || fail "$*: $(cat "$work/log")"; }
 # sources: where this system gets its packages.
 sources() { cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null || true; }
 if [ "$(id -u)" -ne 0 ]; then
@@ -142,8 +144,9 @@ elif ! sources | mmdebstrap --quiet --variant=apt --include=man-db bookworm "$de
 else
   cp dist/*.deb "$debian/tmp/"
   (cd "$debian" && find . ! -path './proc/*' ! -path './var/*' ! -path './tmp/*' | sort) >"$work/before"
+  in_debian apt-get update
   in_debian sh -c 'apt-get install -y --no-install-recommends /tmp/*.deb'
-  use chroot "$debian" lomix
+  use enter_debian lomix
   for file in lomix/Lomix.so lomix/reference/Lomix.so; do in_debian lomix inspect "/usr/lib/$file"; done
   in_debian man -P cat lomix
   in_debian dpkg --verify lomix lomix-plugins liblomix2 liblomix-dev
