@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/setup_asan.sh
-# Installs what the preset asan needs beside tools/setup.sh: Clang, its runtime of sanitizers and fuzzers,
-# its linker, and the program that names functions in reports.
+# Installs what the presets asan and tsan need beside tools/setup.sh: Clang, its runtime of sanitizers and
+# fuzzers, its linker, and the program that names functions in reports.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
