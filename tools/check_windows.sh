@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: tools/check_windows.sh
-# Builds for Windows, checks the imports and exports of the files, and runs them under Wine: the tests
-# of the effect through its host interface, the golden frames, the OpenFX plug-in, and the command, whose results are
+# Builds for Windows, checks the imports and exports of the files, and runs them under Wine: the tests of the
+# effect through its host interface, the golden frames, the OpenFX plug-in, and the command, whose results are
 # compared with those of this system's command; then the installer.
 # Skipped where tools/setup_packaging.sh did not install what it takes.
 set -euo pipefail
@@ -17,8 +17,8 @@ done
 fail() { echo "error: windows: $*" >&2; exit 1; }
 
 tests=(effect_reference_test effect_rows_test golden_test library_golden_test resource_test
-  lomix_unit_tests ofx_test windows_picture_test)
-tools/build.sh mingw --target Lomix lomix lomix_ofx golden_frames "${tests[@]}"
+  lomix_unit_tests ofx_test support_test windows_picture_test)
+tools/build.sh mingw --target all golden_frames "${tests[@]}"
 tools/build.sh dev --target lomix golden_frames Lomix Lomix_reference Lomix_rows
 
 bin=build/mingw/bin
