@@ -64,7 +64,7 @@ Picture split(const Picture& a, const Picture& b) {
 }
 
 /// The options of `lomix compare`.
-struct Options {
+struct CompareOptions {
   std::string a;
   std::string b;
   std::string output;
@@ -78,7 +78,7 @@ struct Options {
   bool overwrite = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, CompareOptions& options) {
   app.add_option("A", options.a, "The first picture, sequence or video")
       ->type_name("FILE")
       ->required();
@@ -128,7 +128,7 @@ void declare(CLI::App& app, Options& options) {
 }
 
 /// Returns the factor that brightens differences.
-double gainOf(const Options& options, const media::Difference& difference) {
+double gainOf(const CompareOptions& options, const media::Difference& difference) {
   constexpr double kMost = 65536.0;
   if (options.gain > 0.0) return options.gain;
   if (difference.largestColour == 0.0) return 1.0;
@@ -136,7 +136,7 @@ double gainOf(const Options& options, const media::Difference& difference) {
   return std::clamp(std::floor(1.0 / difference.largestColour + 1e-6), 1.0, kMost);
 }
 
-Picture draw(const Options& options, const Picture& a, const Picture& b, double gain,
+Picture draw(const CompareOptions& options, const Picture& a, const Picture& b, double gain,
              const std::string& finding) {
   const auto name = [](const std::string& file) {
     return std::filesystem::path(file).filename().string();
@@ -318,7 +318,7 @@ void print(const Comparison& result, const Side& a, const Side& b, std::ostream&
 
 /// Warns where the values of the two sides mean different things, or where a picture of them would
 /// be shown as something else.
-void warnOfEncodings(const Options& options, const Comparison& result, std::ostream& err) {
+void warnOfEncodings(const CompareOptions& options, const Comparison& result, std::ostream& err) {
   const media::Encoding a = result.infoA.encoding;
   if (a != result.infoB.encoding) {
     err << "warning: '" + options.a + "' and '" + options.b +
@@ -335,7 +335,7 @@ void warnOfEncodings(const Options& options, const Comparison& result, std::ostr
   }
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const CompareOptions& options, const Streams& streams) {
   if (options.view != "side" && options.view != "split" && options.view != "difference") {
     throw UsageError("--view: there is no view '" + options.view +
                      "' (use side, split or difference)");
@@ -379,9 +379,9 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addCompareCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "compare",
-                             "Measure the difference of two pictures or videos, and show it",
-                             declare, run);
+  return addCommand<CompareOptions>(lomix, "compare",
+                                    "Measure the difference of two pictures or videos, and show it",
+                                    declare, run);
 }
 
 }  // namespace lomix::cli

@@ -62,12 +62,12 @@ std::string flagsText(std::vector<std::string> names, std::int32_t word) {
 }
 
 /// The options of `lomix inspect`.
-struct Options {
+struct InspectOptions {
   std::string module;
   bool json = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, InspectOptions& options) {
   app.add_option("MODULE", options.module, "The plug-in module to load")
       ->type_name("FILE")
       ->required();
@@ -78,7 +78,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix inspect ./Lomix.so --json\n");
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const InspectOptions& options, const Streams& streams) {
   batch::Plugin plugin(batch::findPlugin(options.module), host::Personality::AfterEffects);
   const std::string about = plugin.about();
   const host::GlobalInfo& info = plugin.info();
@@ -121,7 +121,7 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addInspectCommand(CLI::App& lomix) {
-  return addCommand<Options>(
+  return addCommand<InspectOptions>(
       lomix, "inspect", "Show the version, flags and parameters of a plug-in module", declare, run);
 }
 

@@ -16,7 +16,7 @@ namespace lomix::cli {
 namespace {
 
 /// The options of `lomix join`.
-struct Options {
+struct JoinOptions {
   std::vector<std::string> files;  ///< The segments, and the film at the end.
   std::string source;
   bool videoOnly = false;
@@ -24,7 +24,7 @@ struct Options {
   bool quiet = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, JoinOptions& options) {
   app.add_option("SEGMENT OUTPUT", options.files,
                  "SEGMENT: what 'lomix render --share' wrote, all files\n"
                  "or their pattern such as film.##.mkv. OUTPUT: the film\n"
@@ -65,7 +65,7 @@ std::vector<std::string> segmentsOf(const std::vector<std::string>& names) {
   return files;
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const JoinOptions& options, const Streams& streams) {
   if (options.files.size() < 2) {
     throw UsageError(options.files.empty()
                          ? "lomix join: SEGMENT is required (see 'lomix join --help')"
@@ -105,8 +105,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addJoinCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "join", "Make a film of the segments of several shares",
-                             declare, run);
+  return addCommand<JoinOptions>(lomix, "join", "Make a film of the segments of several shares",
+                                 declare, run);
 }
 
 }  // namespace lomix::cli

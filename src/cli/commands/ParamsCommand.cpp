@@ -12,12 +12,12 @@ namespace lomix::cli {
 namespace {
 
 /// The options of `lomix params`.
-struct Options {
+struct ParamsOptions {
   std::string plugin;
   bool json = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, ParamsOptions& options) {
   app.add_flag("--json", options.json, "Print JSON for programs");
   app.add_option("--plugin", options.plugin,
                  "A plug-in module whose parameters to list, instead of\nthose of the effect in "
@@ -29,7 +29,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix params --json --plugin ./Lomix.so\n");
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const ParamsOptions& options, const Streams& streams) {
   std::optional<batch::Plugin> plugin;
   if (!options.plugin.empty()) {
     plugin.emplace(batch::findPlugin(options.plugin), host::Personality::AfterEffects);
@@ -46,7 +46,7 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addParamsCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "params", "List the effect's parameters", declare, run);
+  return addCommand<ParamsOptions>(lomix, "params", "List the effect's parameters", declare, run);
 }
 
 }  // namespace lomix::cli

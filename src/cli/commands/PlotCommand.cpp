@@ -35,7 +35,7 @@ std::pair<double, double> parseSpan(const std::string& text) {
 }
 
 /// The options of `lomix plot`.
-struct Options {
+struct PlotOptions {
   std::string output;
   int rows = 540;
   std::string time = "1";
@@ -43,7 +43,7 @@ struct Options {
   bool overwrite = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, PlotOptions& options) {
   app.add_option("OUTPUT", options.output,
                  "The picture to write; its extension chooses the\n"
                  "format: .svg, .png, .jpg, ...")
@@ -66,7 +66,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix plot profiles.svg --rows 1080 --time 2.5 --over 0:20\n");
 }
 
-void run(const Options& options, const Streams&) {
+void run(const PlotOptions& options, const Streams&) {
   const auto [from, to] = parseSpan(options.over);
   const ProfileRange range{options.rows, batch::inSeconds(parseTime(options.time)), from, to};
   const bool svg =
@@ -89,7 +89,7 @@ void run(const Options& options, const Streams&) {
 }  // namespace
 
 Command addPlotCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "plot", "Plot the row profiles of a frame", declare, run);
+  return addCommand<PlotOptions>(lomix, "plot", "Plot the row profiles of a frame", declare, run);
 }
 
 }  // namespace lomix::cli

@@ -17,13 +17,13 @@ namespace lomix::cli {
 namespace {
 
 /// The options of `lomix presets`.
-struct Options {
+struct PresetsOptions {
   std::string shown;
   bool json = false;
   bool schema = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, PresetsOptions& options) {
   CLI::Option* json =
       app.add_flag("--json", options.json, "Print all presets as JSON for programs");
   CLI::Option* schema =
@@ -99,7 +99,7 @@ void printAll(const looks::ParameterTable& table, bool asJson, const Streams& st
   streams.out << looks::jsonText({{"presets", list}, {"ownPresets", own}});
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const PresetsOptions& options, const Streams& streams) {
   const looks::ParameterTable& table = looks::effectTable();
   if (!options.shown.empty()) {
     const looks::PresetText found = presetNamed(options.shown, "--show");
@@ -115,8 +115,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addPresetsCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "presets", "List the built-in presets and your own", declare,
-                             run);
+  return addCommand<PresetsOptions>(lomix, "presets", "List the built-in presets and your own",
+                                    declare, run);
 }
 
 }  // namespace lomix::cli

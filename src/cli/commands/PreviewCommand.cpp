@@ -23,13 +23,13 @@ namespace {
 namespace fs = std::filesystem;
 
 /// The options of `lomix preview`.
-struct Options {
+struct PreviewOptions {
   std::string file;
   int port = 0;
   bool noOpen = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, PreviewOptions& options) {
   app.add_option("FILE", options.file,
                  "A picture or film that the browser can read, or a preset,\nto open in the page")
       ->type_name("FILE");
@@ -102,7 +102,7 @@ void warnOfBrowser(const Streams& streams) {
               << "' cannot open it (open the address above yourself)" << std::endl;
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const PreviewOptions& options, const Streams& streams) {
   const Signals signals;
   PreviewServer server(pageFolder(), options.file, options.port);
   streams.out << server.address() << std::endl;
@@ -125,8 +125,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addPreviewCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "preview", "Try a look in the browser, on the page of Lomix",
-                             declare, run);
+  return addCommand<PreviewOptions>(
+      lomix, "preview", "Try a look in the browser, on the page of Lomix", declare, run);
 }
 
 }  // namespace lomix::cli

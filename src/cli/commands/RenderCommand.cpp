@@ -65,7 +65,7 @@ void noteIdleTime(const looks::ParameterTable& table, const looks::Look& look, s
 }
 
 /// The options of `lomix render`.
-struct Options {
+struct RenderOptions {
   std::vector<std::string> files;  ///< The inputs, and the output at the end.
   bool recursive = false;
   const CLI::App* parser = nullptr;
@@ -101,7 +101,7 @@ struct Options {
   bool quiet = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, RenderOptions& options) {
   options.parser = &app;
   app.add_option("INPUT OUTPUT", options.files,
                  "INPUT: a picture (PNG, JPEG, TIFF, OpenEXR, ...), a\n"
@@ -285,7 +285,7 @@ const std::set<std::string>& idleOptions() {
 }
 
 /// Fills in what concerns a share.
-void chooseShare(const Options& options, batch::RunOptions& run) {
+void chooseShare(const RenderOptions& options, batch::RunOptions& run) {
   run.arguments = {"render"};
   run.arguments.insert(run.arguments.end(), options.files.begin(), options.files.end());
   for (std::string& option : givenOptions(*options.parser, {})) {
@@ -320,7 +320,7 @@ bool writesFolder(const std::vector<std::string>& files) {
   return true;
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const RenderOptions& options, const Streams& streams) {
   if (options.files.empty()) {
     throw UsageError("lomix render: INPUT is required (see 'lomix render --help')");
   }
@@ -399,8 +399,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addRenderCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "render", "Apply the effect to pictures or a video", declare,
-                             run);
+  return addCommand<RenderOptions>(lomix, "render", "Apply the effect to pictures or a video",
+                                   declare, run);
 }
 
 }  // namespace lomix::cli

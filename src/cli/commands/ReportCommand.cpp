@@ -13,12 +13,12 @@ namespace lomix::cli {
 namespace {
 
 /// The options of `lomix report`.
-struct Options {
+struct ReportOptions {
   std::vector<std::string> files;
   bool json = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, ReportOptions& options) {
   app.add_option("REPORT", options.files,
                  "What 'lomix render --report' wrote, of the shares of\n"
                  "one job and of further runs for the same output")
@@ -32,7 +32,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix report job.*.json\n");
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const ReportOptions& options, const Streams& streams) {
   constexpr std::size_t kMostBytes = 16 << 20;
   ReportMerge merge;
   for (const std::string& file : options.files) {
@@ -54,8 +54,8 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addReportCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "report", "Merge reports, and say what is left to render",
-                             declare, run);
+  return addCommand<ReportOptions>(lomix, "report", "Merge reports, and say what is left to render",
+                                   declare, run);
 }
 
 }  // namespace lomix::cli

@@ -28,7 +28,7 @@ constexpr int kUsualWidth = 320;
 constexpr int kUsualRow = 6;
 
 /// The options of `lomix sheet`.
-struct Options {
+struct SheetOptions {
   std::string input;
   std::string output;
   LookOptions look;
@@ -45,7 +45,7 @@ struct Options {
   bool overwrite = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, SheetOptions& options) {
   app.add_option("INPUT", options.input, "The picture or video to show the effect on")
       ->type_name("FILE")
       ->required();
@@ -106,7 +106,8 @@ void declare(CLI::App& app, Options& options) {
       "      --sweep \"Scan Distortion=0:60:4\" --time 1.3\n");
 }
 
-std::vector<std::vector<Step>> axesOf(const Options& options, const looks::ParameterTable& table) {
+std::vector<std::vector<Step>> axesOf(const SheetOptions& options,
+                                      const looks::ParameterTable& table) {
   std::vector<std::vector<Step>> all;
   if (options.presets) all.push_back(presetAxis(table));
   for (const std::string& sweep : options.sweeps) all.push_back(parameterAxis(table, sweep));
@@ -124,7 +125,7 @@ struct Cell {
 };
 
 /// Returns every combination of the axes' steps; the last axis changes fastest.
-std::vector<Cell> cellsOf(const Options& options, const looks::ParameterTable& table,
+std::vector<Cell> cellsOf(const SheetOptions& options, const looks::ParameterTable& table,
                           const std::vector<std::vector<Step>>& axes) {
   std::vector<Cell> all{{{}, {options.look.read(table), parseTime(options.time)}}};
   for (const std::vector<Step>& axis : axes) {
@@ -145,7 +146,7 @@ std::vector<Cell> cellsOf(const Options& options, const looks::ParameterTable& t
   return all;
 }
 
-int columnsFor(const Options& options, const std::vector<std::vector<Step>>& axes, int count) {
+int columnsFor(const SheetOptions& options, const std::vector<std::vector<Step>>& axes, int count) {
   if (options.columns > 0) return options.columns;
   if (axes.size() > 1) return static_cast<int>(axes.back().size());
   if (count <= kUsualRow) return count;
@@ -165,7 +166,7 @@ SheetHeads headsOf(const std::vector<Cell>& cells, int columns) {
 }
 
 /// Reads the picture, or the chosen frame of a video or sequence.
-media::Picture inputPicture(const Options& options) {
+media::Picture inputPicture(const SheetOptions& options) {
   batch::RouteOptions route;
   route.input = options.input;
   route.threads = threadCount(0);
@@ -186,7 +187,7 @@ media::Picture inputPicture(const Options& options) {
   return picture;
 }
 
-void run(const Options& options, const Streams& streams) {
+void run(const SheetOptions& options, const Streams& streams) {
   const auto colours = parseColour(options.colour);
   std::vector<NamedFile> inputs = options.look.files();
   inputs.push_back({"INPUT", options.input});
@@ -231,7 +232,7 @@ void run(const Options& options, const Streams& streams) {
 }  // namespace
 
 Command addSheetCommand(CLI::App& lomix) {
-  return addCommand<Options>(
+  return addCommand<SheetOptions>(
       lomix, "sheet", "Show a picture with several presets or values side by side", declare, run);
 }
 

@@ -14,7 +14,7 @@ namespace lomix::cli {
 namespace {
 
 /// The options of `lomix testcard`.
-struct Options {
+struct TestCardOptions {
   std::string output;
   std::string size = "1280x720";
   bool scene = false;
@@ -22,7 +22,7 @@ struct Options {
   bool overwrite = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(CLI::App& app, TestCardOptions& options) {
   app.add_option("OUTPUT", options.output, "The picture to write; its extension chooses the format")
       ->type_name("FILE")
       ->required();
@@ -46,7 +46,7 @@ void declare(CLI::App& app, Options& options) {
       "  lomix testcard tall.tif --size 1080x1920 --alpha\n");
 }
 
-void run(const Options& options, const Streams&) {
+void run(const TestCardOptions& options, const Streams&) {
   const batch::PairOfWholes size = parseSize(options.size);
   if (size.first > media::kMaxTestPictureSide || size.second > media::kMaxTestPictureSide) {
     throw UsageError("--size: " + options.size + " is too large (use at most " +
@@ -62,8 +62,8 @@ void run(const Options& options, const Streams&) {
 }  // namespace
 
 Command addTestCardCommand(CLI::App& lomix) {
-  return addCommand<Options>(lomix, "testcard", "Draw a television test card or a landscape",
-                             declare, run);
+  return addCommand<TestCardOptions>(lomix, "testcard",
+                                     "Draw a television test card or a landscape", declare, run);
 }
 
 }  // namespace lomix::cli

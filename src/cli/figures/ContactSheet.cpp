@@ -11,7 +11,7 @@ constexpr int kGap = 10;
 constexpr double kSmallest = 8.0;  ///< Letters, before a name is shortened.
 constexpr double kLine = 1.45;     ///< Height of a line, in letters.
 constexpr media::Colour kPaper{32, 33, 36};
-constexpr media::Colour kInk{232, 234, 237};
+constexpr media::Colour kLightInk{232, 234, 237};
 constexpr media::Colour kFaintInk{154, 160, 166};
 
 int letterSize(int pictureWidth) {
@@ -79,7 +79,7 @@ ContactSheet::Layout ContactSheet::layoutOf(const Size& size, bool hasTitle,
     for (const std::vector<Caption>& row : heads.rows) {
       const std::vector<std::string> lines = linesOf(row);
       for (const std::string& line : lines) {
-        width = std::max(width, drawing.widthOf(line, {layout.letter, kInk}));
+        width = std::max(width, drawing.widthOf(line, {layout.letter, kLightInk}));
       }
       lineCount = std::max(lineCount, static_cast<double>(lines.size()));
     }
@@ -96,10 +96,10 @@ ContactSheet::Layout ContactSheet::layoutOf(const Size& size, bool hasTitle,
 ContactSheet::ContactSheet(const Size& size, std::string_view title, const SheetHeads& heads)
     : size_(size),
       layout_(layoutOf(size, !title.empty(), heads)),
-      label_{layout_.letter, kInk, media::Anchor::Middle},
+      label_{layout_.letter, kLightInk, media::Anchor::Middle},
       drawing_(media::Drawing::Kind::Pixels, layout_.width, layout_.height, kPaper) {
   if (!title.empty()) {
-    const media::TextStyle heading{label_.size * 1.3, kInk, media::Anchor::Start, true};
+    const media::TextStyle heading{label_.size * 1.3, kLightInk, media::Anchor::Start, true};
     drawing_.text({kMargin, kMargin + 1.6 * label_.size},
                   drawing_.fitted(title, layout_.width - 2 * kMargin, heading), heading);
   }
@@ -131,7 +131,7 @@ void ContactSheet::drawHeads(const SheetHeads& heads) {
     double line = middle - (static_cast<double>(lines.size()) / 2.0 - 0.9) * kLine * label_.size;
     for (std::size_t k = 0; k < lines.size(); ++k, line += kLine * label_.size) {
       const bool isName = k == 0 && lines[k] == heads.rows[i].front().name;
-      const media::Colour colour = isName ? kFaintInk : kInk;
+      const media::Colour colour = isName ? kFaintInk : kLightInk;
       drawing_.text({static_cast<double>(layout_.left - kGap), line}, lines[k],
                     {label_.size, colour, media::Anchor::End});
     }

@@ -5,7 +5,7 @@ namespace lomix::cli {
 namespace {
 
 /// Returns a text in single quotes.
-std::string literal(const std::string& text) {
+std::string quotedForFish(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) {
     if (c == '\'' || c == '\\') quoted += '\\';
@@ -22,7 +22,7 @@ std::string values(const OptionEntry& option) {
     case ValueKind::File:
       return " -r";
     case ValueKind::Words:
-      return " -x -a " + literal(joined(option.words, " "));
+      return " -x -a " + quotedForFish(joined(option.words, " "));
     case ValueKind::Preset:
       return " -r -a '(__lomix_presets)'";
     case ValueKind::Setting:
@@ -33,16 +33,16 @@ std::string values(const OptionEntry& option) {
 }
 
 std::string line(const OptionEntry& option, const std::string& condition) {
-  std::string text = "complete -c lomix -n " + literal(condition);
+  std::string text = "complete -c lomix -n " + quotedForFish(condition);
   for (const std::string& name : option.names) {
     text += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
-  return text + values(option) + " -d " + literal(summary(option.help)) + "\n";
+  return text + values(option) + " -d " + quotedForFish(summary(option.help)) + "\n";
 }
 
 /// Returns a line that prints a name and its description for -a.
-std::string described(const std::string& name, const std::string& help) {
-  return "  printf '%s\\t%s\\n' " + literal(name) + " " + literal(help) + "\n";
+std::string fishEntry(const std::string& name, const std::string& help) {
+  return "  printf '%s\\t%s\\n' " + quotedForFish(name) + " " + quotedForFish(help) + "\n";
 }
 
 }  // namespace
@@ -51,7 +51,7 @@ std::string fishCompletion(const OptionTable& table) {
   std::string text =
       "# Completion of lomix for fish. Written by lomix itself.\n\n"
       "function __lomix_presets\n";
-  for (const NamedEntry& preset : table.presets) text += described(preset.name, preset.help);
+  for (const NamedEntry& preset : table.presets) text += fishEntry(preset.name, preset.help);
   text +=
       "  set -l data $XDG_DATA_HOME\n"
       "  test -n \"$data\"; or set data ~/.local/share\n"
@@ -59,9 +59,9 @@ std::string fishCompletion(const OptionTable& table) {
       "    string replace -r '.*/(.*)\\.json$' '$1' -- $file\n"
       "  end\nend\n\nfunction __lomix_settings\n";
   for (const NamedEntry& parameter : table.parameters) {
-    if (parameter.choices.empty()) text += described(parameter.name + "=", parameter.help);
+    if (parameter.choices.empty()) text += fishEntry(parameter.name + "=", parameter.help);
     for (const std::string& choice : parameter.choices) {
-      text += described(parameter.name + "=" + choice, parameter.help);
+      text += fishEntry(parameter.name + "=" + choice, parameter.help);
     }
   }
   text += "end\n\n";
@@ -69,13 +69,13 @@ std::string fishCompletion(const OptionTable& table) {
   std::vector<std::string> commands;
   for (const CommandEntry& command : table.commands) {
     text += std::string("complete -c lomix -f -n ") + kNoCommand + " -a " + command.name + " -d " +
-            literal(command.purpose) + "\n";
+            quotedForFish(command.purpose) + "\n";
     commands.push_back(command.name);
   }
   text += std::string("complete -c lomix -f -n ") + kNoCommand +
           " -a help -d 'List the options of a command'\n" +
           "complete -c lomix -f -n '__fish_seen_subcommand_from help' -a " +
-          literal(joined(commands, " ")) + "\n";
+          quotedForFish(joined(commands, " ")) + "\n";
   for (const OptionEntry& option : table.lomix.options) text += line(option, kNoCommand);
   for (const CommandEntry& command : table.commands) {
     text += "\n";

@@ -5,7 +5,7 @@ namespace lomix::cli {
 namespace {
 
 /// Returns a text in single quotes.
-std::string literal(const std::string& text) {
+std::string quotedForZsh(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
   return quoted + "'";
@@ -22,8 +22,8 @@ std::string escaped(const std::string& text) {
 }
 
 /// Returns an entry of the arrays that _describe takes.
-std::string described(const std::string& name, const std::string& help) {
-  return "    " + literal(name + ":" + help) + "\n";
+std::string zshEntry(const std::string& name, const std::string& help) {
+  return "    " + quotedForZsh(name + ":" + help) + "\n";
 }
 
 /// Returns how _arguments completes a value.
@@ -51,7 +51,7 @@ std::string specs(const OptionEntry& option, const std::string& indent) {
     spec += name + (hasValue && name.starts_with("--") ? "=" : "");
     spec += "[" + escaped(summary(option.help)) + "]";
     if (hasValue) spec += ":" + escaped(option.value) + ":" + action(option);
-    lines += indent + literal(spec) + " \\\n";
+    lines += indent + quotedForZsh(spec) + " \\\n";
   }
   return lines;
 }
@@ -64,12 +64,12 @@ std::string zshCompletion(const OptionTable& table) {
       "# Completion of lomix for zsh. Written by lomix itself.\n\n"
       "_lomix_commands() {\n  local -a commands=(\n";
   for (const CommandEntry& command : table.commands)
-    text += described(command.name, command.purpose);
-  text += described("help", "List the options of a command");
+    text += zshEntry(command.name, command.purpose);
+  text += zshEntry("help", "List the options of a command");
   text +=
       "  )\n  _describe -t commands command commands\n}\n\n"
       "_lomix_presets() {\n  local -a presets=(\n";
-  for (const NamedEntry& preset : table.presets) text += described(preset.name, preset.help);
+  for (const NamedEntry& preset : table.presets) text += zshEntry(preset.name, preset.help);
   text +=
       "  )\n"
       "  local -a own=(${XDG_DATA_HOME:-$HOME/.local/share}/lomix/presets/*.json(N:t:r))\n"
@@ -82,12 +82,12 @@ std::string zshCompletion(const OptionTable& table) {
   for (const NamedEntry& parameter : table.parameters) {
     if (parameter.choices.empty()) continue;
     text += "      " + parameter.name + ") compadd --";
-    for (const std::string& choice : parameter.choices) text += " " + literal(choice);
+    for (const std::string& choice : parameter.choices) text += " " + quotedForZsh(choice);
     text += " ;;\n";
   }
   text += "    esac\n    return\n  fi\n  local -a parameters=(\n";
   for (const NamedEntry& parameter : table.parameters) {
-    text += described(parameter.name, parameter.help);
+    text += zshEntry(parameter.name, parameter.help);
   }
   text +=
       "  )\n  _describe -t parameters parameter parameters -S =\n}\n\n"
