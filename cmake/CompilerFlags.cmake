@@ -85,8 +85,7 @@ endfunction()
 
 # lomix_unity(TARGET): compiles several files of TARGET as one, which saves most of the time where large
 # headers take longer than the files. Such files must not define the same name in their unnamed
-# namespaces. The build of the preset dev compiles each file by itself, and so sees that none leans on
-# the includes of another.
+# namespaces. tools/check_single_files.sh sees that none leans on the includes of another.
 function(lomix_unity target)
   if(LOMIX_UNITY)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
